@@ -1,0 +1,62 @@
+#include "datausageappdelegate.h"
+
+#include "core/settingskeys.h"
+
+#include <QStandardPaths>
+
+DataUsageAppDelegate::DataUsageAppDelegate(SharedCode &shared) : m_shared(shared) {}
+
+void DataUsageAppDelegate::setupUserDefaultsForNewInstall()
+{
+    if (!m_shared.activePlanID().isNull())
+        return;
+    QVariantMap plan = makeNewPlan();
+    plan.insert(Keys::PREF_PLAN_LABEL, QStringLiteral("Default"));
+    addAPlan(plan);
+    SettingsDomain &pref = m_shared.userPref();
+    pref.setValue(Keys::PREF_ACTIVE_PLAN, plan.value(Keys::PREF_PLAN_ID));
+    pref.setValue(Keys::PREF_ALERT1, 50.0);
+    pref.setValue(Keys::PREF_ALERT2, 70.0);
+    pref.setValue(Keys::PREF_ALERT3, 90.0);
+    pref.setValue(Keys::PREF_ALERT4, 100.0);
+    pref.synchronize();
+}
+
+QVariantMap DataUsageAppDelegate::makeNewPlan() const
+{
+    const QString id = SharedCode::newPlanIdentifier();
+    return QVariantMap{
+        {Keys::PREF_PLAN_ID, id},
+        {Keys::PREF_PLAN_DBNAME, id + QStringLiteral(".sqlite")},
+        {Keys::PREF_PLAN_LABEL, QStringLiteral("Plan")},
+        {Keys::PREF_BILLTYPE, qint64(0)},
+        {Keys::PREF_BILLDAY, qint64(1)},
+        {Keys::PREF_THRES_MONTHLY, 2147483648.0},
+        {Keys::PREF_DATA_DISPLAY_CAP, QVariantList{QStringLiteral("2"), qint64(1)}},
+    };
+}
+
+void DataUsageAppDelegate::addAPlan(const QVariantMap &plan)
+{
+    SettingsDomain &pref = m_shared.userPref();
+    QVariantMap plans = pref.dictionaryForKey(Keys::PREF_ALL_PLANS);
+    plans.insert(plan.value(Keys::PREF_PLAN_ID).toString(), plan);
+    pref.setValue(Keys::PREF_ALL_PLANS, plans);
+}
+
+std::shared_ptr<StoreContext> DataUsageAppDelegate::mocForPlan(const QString &plan)
+{
+    if (plan.isEmpty())
+        return nullptr;
+    if (plan == m_shared.activePlanID())
+        return m_shared.mocForActive();
+    if (m_tempMOC && m_tempMOC->name() == plan)
+        return m_tempMOC;
+    m_tempMOC = m_shared.makeMOCForPlan(plan);
+    return m_tempMOC;
+}
+
+QString DataUsageAppDelegate::applicationLibraryDirectory()
+{
+    return QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) + QStringLiteral("/tallymo/Library");
+}

@@ -1,0 +1,52 @@
+#pragma once
+
+#include "core/settingskeys.h"
+
+#include <QDateTime>
+#include <QHash>
+#include <QStringList>
+#include <QVariant>
+
+#include <stdexcept>
+
+namespace Cli {
+
+// Bad input on the command line: one line for the user, exit status 2.
+class UsageError : public std::runtime_error
+{
+public:
+    explicit UsageError(const QString &message) : std::runtime_error(message.toStdString()) {}
+    QString message() const { return QString::fromStdString(what()); }
+};
+
+// The words after a command: positional arguments and --options. Options named in `withValue`
+// take the next word (or --name=value); the others are flags.
+class Arguments
+{
+public:
+    Arguments(const QStringList &words, const QStringList &withValue, const QStringList &flags);
+
+    QStringList positional;
+    bool flag(const QString &name) const { return m_flags.contains(name); }
+    QString option(const QString &name) const { return m_values.value(name); }
+    bool has(const QString &name) const { return m_values.contains(name); }
+
+    // Fails unless there are between min and max positional arguments.
+    void expectPositional(qsizetype min, qsizetype max, const QString &usage) const;
+
+private:
+    QHash<QString, QString> m_values;
+    QStringList m_flags;
+};
+
+// "YYYY-MM-DD" (local midnight) or "YYYY-MM-DDTHH:MM[:SS]" with an optional "Z" or "+HH:MM".
+QDateTime parseDate(const QString &text);
+
+// Converts command-line text to a settings value of the named type (string, int, double, bool,
+// date, json). An empty type name takes the key's declared type, or string for unknown keys.
+QVariant parseValue(const QString &key, const QString &text, const QString &typeName);
+
+// The type name a key takes when none is given.
+QString defaultTypeName(const QString &key);
+
+} // namespace Cli

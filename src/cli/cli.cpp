@@ -1,0 +1,61 @@
+#include "cli.h"
+
+#include "arguments.h"
+
+#include <cstdio>
+
+namespace Cli {
+namespace {
+
+const char kUsage[] = "usage: tallymo <command> [options]\n"
+                      "\n"
+                      "commands:\n"
+                      "  sample [--json]                         take one locked sample\n"
+                      "  period [--date D] [--plan ID] [--json]  the billing period containing D\n"
+                      "  defaults read [KEY] | write KEY VALUE [--type T] | delete KEY\n"
+                      "  plans list | add [--label L] | show [ID] | set KEY VALUE [--type T] [--plan ID]\n"
+                      "  daemon [--interval SECONDS]             sample on a timer until stopped\n"
+                      "\n"
+                      "Dates are ISO 8601: YYYY-MM-DD (local midnight) or YYYY-MM-DDTHH:MM[+HH:MM].\n"
+                      "Types: string, int, double, bool, date, json.\n";
+
+} // namespace
+
+void print(const QString &text)
+{
+    std::fputs(text.toUtf8().constData(), stdout);
+}
+
+void printError(const QString &text)
+{
+    std::fputs(text.toUtf8().constData(), stderr);
+}
+
+int run(const QStringList &args, Environment &env)
+{
+    using Command = int (*)(const QStringList &, Environment &);
+    static const QList<std::pair<QLatin1StringView, Command>> commands{
+        {QLatin1StringView("sample"), sample},     {QLatin1StringView("period"), period},
+        {QLatin1StringView("defaults"), defaults}, {QLatin1StringView("plans"), plans},
+        {QLatin1StringView("daemon"), daemon},
+    };
+    if (args.isEmpty() || args.first() == QLatin1StringView("--help") || args.first() == QLatin1StringView("help")) {
+        std::fputs(kUsage, args.isEmpty() ? stderr : stdout);
+        return args.isEmpty() ? 2 : 0;
+    }
+    if (args.first() == QLatin1StringView("--version")) {
+        print(QStringLiteral("tallymo " TALLYMO_VERSION "\n"));
+        return 0;
+    }
+    try {
+        for (const auto &[name, command] : commands)
+            if (args.first() == name)
+                return command(args.mid(1), env);
+        throw UsageError(QStringLiteral("unknown command \"%1\" (try tallymo --help)").arg(args.first()));
+    } catch (const UsageError &e) {
+        printError(QStringLiteral("tallymo: %1\n").arg(e.message()));
+        return 2;
+    }
+}
+
+} // namespace Cli

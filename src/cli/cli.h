@@ -1,0 +1,42 @@
+#pragma once
+
+#include <QStringList>
+
+#include <functional>
+
+class SharedCode;
+class DataUsageAppDelegate;
+
+namespace Cli {
+
+struct Services
+{
+    SharedCode &shared;
+    DataUsageAppDelegate &delegate;
+};
+
+// What the program hands the commands. `services` creates the shared instance (running the
+// settings migration) and applies the first-install defaults on its first call, which commands
+// make only after their arguments were found good.
+struct Environment
+{
+    std::function<Services &()> services;
+    // Installs the handler run on the first SIGTERM/SIGINT (a second one ends the process).
+    std::function<void(std::function<void()>)> onTerminationRequest;
+};
+
+// Runs `tallymo <args>`; returns the exit status (2 for bad arguments).
+int run(const QStringList &args, Environment &env);
+
+// Text out, as UTF-8.
+void print(const QString &text);
+void printError(const QString &text);
+
+// The commands.
+int sample(const QStringList &args, Environment &env);
+int period(const QStringList &args, Environment &env);
+int defaults(const QStringList &args, Environment &env);
+int plans(const QStringList &args, Environment &env);
+int daemon(const QStringList &args, Environment &env);
+
+} // namespace Cli

@@ -1,0 +1,261 @@
+// The sample, period, defaults and plans commands.
+#include "app/datausageappdelegate.h"
+#include "arguments.h"
+#include "cli.h"
+#include "core/settingskeys.h"
+#include "core/sharedcode.h"
+#include "output.h"
+#include "plans/billingcycle.h"
+
+#include <QCollator>
+#include <QJsonArray>
+#include <QJsonObject>
+
+#include <algorithm>
+
+namespace Cli {
+namespace {
+
+QString requirePlan(SharedCode &shared, const QString &id)
+{
+    if (!shared.userPref().dictionaryForKey(Keys::PREF_ALL_PLANS).contains(id))
+        throw UsageError(QStringLiteral("no plan with id %1 (see tallymo plans list)").arg(id));
+    return id;
+}
+
+QString planOption(SharedCode &shared, const Arguments &a)
+{
+    return a.has(QStringLiteral("plan")) ? requirePlan(shared, a.option(QStringLiteral("plan"))) : QString();
+}
+
+QString planTypeName(SharedCode &shared, const QString &plan)
+{
+    return SettingsHelper::planNameForLength(shared.dataPlanTypeForPlan(plan), shared.nForCycleForPlan(plan));
+}
+
+int synchronized(SharedCode &shared)
+{
+    if (shared.userPref().synchronize())
+        return 0;
+    printError(QStringLiteral("tallymo: cannot write the settings file %1\n").arg(shared.userPref().filePath()));
+    return 1;
+}
+
+} // namespace
+
+int sample(const QStringList &args, Environment &env)
+{
+    const Arguments a(args, {}, {QStringLiteral("json")});
+    a.expectPositional(0, 0, QStringLiteral("tallymo sample [--json]"));
+    Services &s = env.services();
+    const std::shared_ptr<StoreContext> context = s.shared.mocForActive();
+    SampleResult r;
+    context->performAndWait([&] { r = s.shared.saveUsageGasp(context.get(), Coordinate{}); });
+    if (r.locked && !r.countersRead) {
+        printError(QStringLiteral("tallymo: the interface counters cannot be read\n"));
+        return 1;
+    }
+    if (a.flag(QStringLiteral("json"))) {
+        QJsonObject o{{QStringLiteral("sampled"), r.locked}, {QStringLiteral("recorded"), r.event.has_value()}};
+        if (r.locked) {
+            o.insert(QStringLiteral("cell"), r.usage.cell);
+            o.insert(QStringLiteral("wifi"), r.usage.wifi);
+        }
+        if (r.event) {
+            o.insert(QStringLiteral("timeStamp"), isoWithOffset(r.event->timeStamp));
+            o.insert(QStringLiteral("cellIn"), r.event->cellIn);
+            o.insert(QStringLiteral("cellOut"), r.event->cellOut);
+            o.insert(QStringLiteral("wifiIn"), r.event->wifiIn);
+            o.insert(QStringLiteral("wifiOut"), r.event->wifiOut);
+        }
+        print(QString::fromUtf8(jsonText(o, false)));
+    } else if (!r.locked) {
+        print(QStringLiteral("skipped: another process is sampling\n"));
+    } else if (!r.event) {
+        print(QStringLiteral("no new usage\n"));
+    } else {
+        const Event &e = *r.event;
+        print(QStringLiteral("recorded %1: cellular in %2 out %3, Wi-Fi in %4 out %5 bytes\n")
+                  .arg(isoWithOffset(e.timeStamp), formatValue(e.cellIn), formatValue(e.cellOut),
+                       formatValue(e.wifiIn), formatValue(e.wifiOut)));
+    }
+    return 0;
+}
+
+int period(const QStringList &args, Environment &env)
+{
+    const Arguments a(args, {QStringLiteral("date"), QStringLiteral("plan")}, {QStringLiteral("json")});
+    a.expectPositional(0, 0, QStringLiteral("tallymo period [--date D] [--plan ID] [--json]"));
+    const std::optional<QDateTime> date =
+        a.has(QStringLiteral("date")) ? std::optional(parseDate(a.option(QStringLiteral("date")))) : std::nullopt;
+    Services &s = env.services();
+    const QString plan = planOption(s.shared, a);
+    const Period p = s.shared.computeStartEndDates(date.value_or(s.shared.clock().now()), plan);
+    const QString name = planTypeName(s.shared, plan);
+    if (a.flag(QStringLiteral("json"))) {
+        const QJsonObject o{{QStringLiteral("start"), isoWithOffset(p.start)},
+                            {QStringLiteral("end"), isoWithOffset(p.end)},
+                            {QStringLiteral("type"), s.shared.dataPlanTypeForPlan(plan)},
+                            {QStringLiteral("name"), name}};
+        print(QString::fromUtf8(jsonText(o, false)));
+    } else {
+        print(QStringLiteral("%1  %2 → %3\n").arg(name, isoWithOffset(p.start), isoWithOffset(p.end)));
+    }
+    return 0;
+}
+
+int defaults(const QStringList &args, Environment &env)
+{
+    const Arguments a(args, {QStringLiteral("type")}, {});
+    const QString usage = QStringLiteral("tallymo defaults read [KEY] | write KEY VALUE [--type T] | delete KEY");
+    a.expectPositional(1, 3, usage);
+    const QString verb = a.positional.first();
+    if (verb == QLatin1StringView("read")) {
+        a.expectPositional(1, 2, usage);
+        Services &s = env.services();
+        if (a.positional.size() == 1) {
+            print(QString::fromUtf8(jsonText(toJson(s.shared.userPref().dictionaryRepresentation()))));
+            return 0;
+        }
+        const QVariant v = s.shared.userPref().value(a.positional.at(1));
+        if (v.isNull()) {
+            printError(QStringLiteral("tallymo: %1 is not set\n").arg(a.positional.at(1)));
+            return 1;
+        }
+        print(formatValue(v) + QLatin1Char('\n'));
+        return 0;
+    }
+    if (verb == QLatin1StringView("write")) {
+        a.expectPositional(3, 3, usage);
+        const QString &key = a.positional.at(1);
+        const QVariant value = parseValue(key, a.positional.at(2), a.option(QStringLiteral("type")));
+        Services &s = env.services();
+        s.shared.userPref().setValue(key, value);
+        return synchronized(s.shared);
+    }
+    if (verb == QLatin1StringView("delete")) {
+        a.expectPositional(2, 2, usage);
+        Services &s = env.services();
+        s.shared.userPref().removeValue(a.positional.at(1));
+        return synchronized(s.shared);
+    }
+    throw UsageError(QStringLiteral("unknown defaults command \"%1\"; usage: %2").arg(verb, usage));
+}
+
+namespace {
+
+// Plan settings the command line refuses, with the reason.
+void checkPlanValue(const QString &key, const QVariant &value)
+{
+    const Keys::Key *k = Keys::find(key);
+    if (k && k->scope == Keys::Scope::Global)
+        throw UsageError(QStringLiteral("%1 is not a plan setting (use tallymo defaults write)").arg(key));
+    if (key == Keys::PREF_PLAN_ID)
+        throw UsageError(QStringLiteral("a plan's identifier cannot be changed"));
+    const auto range = [&](qint64 lo, qint64 hi) {
+        const qint64 n = value.toLongLong();
+        if (n < lo || n > hi)
+            throw UsageError(QStringLiteral("%1 must be between %2 and %3").arg(key).arg(lo).arg(hi));
+    };
+    if (key == Keys::PREF_BILLTYPE)
+        range(0, 4);
+    else if (key == Keys::PREF_BILLDAY)
+        range(1, 31);
+    else if (key == Keys::PREF_NDAYS_N)
+        range(1, 3650);
+    else if (key == Keys::PREF_PLAN_DBNAME && (value.toString().isEmpty() || value.toString().contains(u'/')))
+        throw UsageError(QStringLiteral("a store file name must be a plain, non-empty file name"));
+}
+
+QJsonObject planSummary(SharedCode &shared, const QString &id)
+{
+    return QJsonObject{{QStringLiteral("id"), id},
+                       {QStringLiteral("label"), shared.getForPlan(id, Keys::PREF_PLAN_LABEL).toString()},
+                       {QStringLiteral("type"), shared.dataPlanTypeForPlan(id)},
+                       {QStringLiteral("name"), planTypeName(shared, id)},
+                       {QStringLiteral("active"), id == shared.activePlanID()}};
+}
+
+int listPlans(SharedCode &shared, bool json)
+{
+    const QVariantMap all = shared.userPref().dictionaryForKey(Keys::PREF_ALL_PLANS);
+    QStringList ids = all.keys();
+    QCollator collator;
+    collator.setNumericMode(true);
+    collator.setCaseSensitivity(Qt::CaseInsensitive);
+    std::stable_sort(ids.begin(), ids.end(), [&](const QString &a, const QString &b) {
+        return collator.compare(all.value(a).toMap().value(Keys::PREF_PLAN_LABEL).toString(),
+                                all.value(b).toMap().value(Keys::PREF_PLAN_LABEL).toString()) < 0;
+    });
+    QJsonArray rows;
+    for (const QString &id : ids)
+        rows.append(planSummary(shared, id));
+    if (json) {
+        print(QString::fromUtf8(jsonText(rows)));
+        return 0;
+    }
+    for (const QJsonValue &row : rows) {
+        const QJsonObject o = row.toObject();
+        print(QStringLiteral("%1 %2  %3  (%4)\n")
+                  .arg(o.value(QStringLiteral("active")).toBool() ? QStringLiteral("*") : QStringLiteral(" "),
+                       o.value(QStringLiteral("id")).toString(), o.value(QStringLiteral("label")).toString(),
+                       o.value(QStringLiteral("name")).toString()));
+    }
+    return 0;
+}
+
+} // namespace
+
+int plans(const QStringList &args, Environment &env)
+{
+    const Arguments a(args, {QStringLiteral("label"), QStringLiteral("type"), QStringLiteral("plan")},
+                      {QStringLiteral("json")});
+    const QString usage =
+        QStringLiteral("tallymo plans list | add [--label L] | show [ID] | set KEY VALUE [--type T] [--plan ID]");
+    a.expectPositional(1, 3, usage);
+    const QString verb = a.positional.first();
+    const bool json = a.flag(QStringLiteral("json"));
+    if (verb == QLatin1StringView("list")) {
+        a.expectPositional(1, 1, usage);
+        return listPlans(env.services().shared, json);
+    }
+    if (verb == QLatin1StringView("add")) {
+        a.expectPositional(1, 1, usage);
+        Services &s = env.services();
+        QVariantMap plan = s.delegate.makeNewPlan();
+        if (a.has(QStringLiteral("label")))
+            plan.insert(Keys::PREF_PLAN_LABEL, a.option(QStringLiteral("label")));
+        s.delegate.addAPlan(plan);
+        if (const int rc = synchronized(s.shared))
+            return rc;
+        const QString id = plan.value(Keys::PREF_PLAN_ID).toString();
+        print(json ? QString::fromUtf8(jsonText(planSummary(s.shared, id), false)) : id + QLatin1Char('\n'));
+        return 0;
+    }
+    if (verb == QLatin1StringView("show")) {
+        a.expectPositional(1, 2, usage);
+        Services &s = env.services();
+        const QString id =
+            a.positional.size() == 2 ? requirePlan(s.shared, a.positional.at(1)) : s.shared.activePlanID();
+        const QVariantMap plan = s.shared.userPref().dictionaryForKey(Keys::PREF_ALL_PLANS).value(id).toMap();
+        if (json) {
+            print(QString::fromUtf8(jsonText(toJson(plan))));
+            return 0;
+        }
+        for (auto it = plan.cbegin(); it != plan.cend(); ++it)
+            print(QStringLiteral("%1 = %2\n").arg(it.key(), formatValue(it.value())));
+        return 0;
+    }
+    if (verb == QLatin1StringView("set")) {
+        a.expectPositional(3, 3, usage);
+        const QString &key = a.positional.at(1);
+        const QVariant value = parseValue(key, a.positional.at(2), a.option(QStringLiteral("type")));
+        checkPlanValue(key, value);
+        Services &s = env.services();
+        s.shared.setForPlan(planOption(s.shared, a), key, value);
+        return synchronized(s.shared);
+    }
+    throw UsageError(QStringLiteral("unknown plans command \"%1\"; usage: %2").arg(verb, usage));
+}
+
+} // namespace Cli

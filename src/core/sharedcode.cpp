@@ -1,0 +1,213 @@
+#include "sharedcode.h"
+
+#include "logging.h"
+#include "settingskeys.h"
+
+#include <QDir>
+#include <QUuid>
+
+namespace {
+SharedCode *g_instance = nullptr;
+} // namespace
+
+SharedCode::SharedCode(Services services)
+    : m_container(QDir(services.containerPath).absolutePath()),
+      m_flockPath(m_container + QStringLiteral("/flockFile.txt")), m_interfaces(services.interfaces),
+      m_clock(services.clock), m_onStoreOpenFailure(std::move(services.onStoreOpenFailure)),
+      m_settings((QDir().mkpath(m_container), m_container + QLatin1Char('/') + kSuiteName + QStringLiteral(".plist")))
+{
+    migratePlan();
+}
+
+SharedCode::~SharedCode()
+{
+    if (g_instance == this)
+        g_instance = nullptr;
+}
+
+SharedCode &SharedCode::sharedInstance()
+{
+    Q_ASSERT_X(g_instance, "SharedCode", "no shared instance installed");
+    return *g_instance;
+}
+
+void SharedCode::setSharedInstance(SharedCode *instance)
+{
+    g_instance = instance;
+}
+
+QString SharedCode::activePlanID() const
+{
+    const QVariant v = m_settings.value(Keys::PREF_ACTIVE_PLAN);
+    return v.typeId() == QMetaType::QString ? v.toString() : QString();
+}
+
+QString SharedCode::processPlanID(const QString &plan) const
+{
+    return plan.isNull() ? activePlanID() : plan;
+}
+
+QVariant SharedCode::getForPlan(const QString &plan, const QString &key) const
+{
+    const QString id = processPlanID(plan);
+    if (id.isNull())
+        return {};
+    return m_settings.dictionaryForKey(Keys::PREF_ALL_PLANS).value(id).toMap().value(key);
+}
+
+void SharedCode::setForPlan(const QString &plan, const QString &key, const QVariant &object)
+{
+    const QString id = processPlanID(plan);
+    if (id.isNull())
+        return;
+    QVariantMap plans = m_settings.dictionaryForKey(Keys::PREF_ALL_PLANS);
+    QVariantMap planDict = plans.value(id).toMap();
+    if (object.isNull())
+        planDict.remove(key);
+    else
+        planDict.insert(key, object);
+    plans.insert(id, planDict);
+    m_settings.setValue(Keys::PREF_ALL_PLANS, plans);
+}
+
+void SharedCode::checkAndSetObjectForKey(const QString &key, QVariantMap &dict, const SettingsDomain &pref)
+{
+    const QVariant v = pref.value(key);
+    if (!v.isNull())
+        dict.insert(key, v);
+}
+
+qint64 SharedCode::integerForPlan(const QString &plan, const QString &key) const
+{
+    return SettingsValue::toInteger(getForPlan(plan, key));
+}
+
+double SharedCode::doubleForPlan(const QString &plan, const QString &key) const
+{
+    return SettingsValue::toDouble(getForPlan(plan, key));
+}
+
+bool SharedCode::boolForPlan(const QString &plan, const QString &key) const
+{
+    return SettingsValue::toBool(getForPlan(plan, key));
+}
+
+QString SharedCode::newPlanIdentifier()
+{
+    return QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper();
+}
+
+void SharedCode::migratePlan()
+{
+    SettingsDomain &pref = m_settings;
+    if (pref.boolForKey(Keys::PREF_PLAN_MIGRATE_CHECK))
+        return;
+    pref.setValue(Keys::PREF_PLAN_MIGRATE_CHECK, true);
+    const bool hasPlans = pref.value(Keys::PREF_ALL_PLANS).typeId() == QMetaType::QVariantMap;
+    if (pref.integerForKey(Keys::PREF_BILLDAY) != 0 && !hasPlans) {
+        const QString id = newPlanIdentifier();
+        QVariantMap plan{
+            {Keys::PREF_PLAN_ID, id},
+            {Keys::PREF_PLAN_LABEL, QStringLiteral("Default")},
+            {Keys::PREF_PLAN_DBNAME, QStringLiteral("QXNData7.sqlite")},
+            {Keys::PREF_BILLTYPE, pref.integerForKey(Keys::PREF_BILLTYPE)},
+            {Keys::PREF_NDAYS_N, pref.integerForKey(Keys::PREF_NDAYS_N)},
+            {Keys::PREF_BILLDAY, pref.integerForKey(Keys::PREF_BILLDAY)},
+            {Keys::PREF_THRES_MONTHLY, pref.doubleForKey(Keys::PREF_THRES_MONTHLY)},
+            {Keys::PREF_ROLLOVER_ON, pref.boolForKey(Keys::PREF_ROLLOVER_ON)},
+            {Keys::PREF_ROLLOVER_AMOUNT, pref.doubleForKey(Keys::PREF_ROLLOVER_AMOUNT)},
+            {Keys::PREF_TRACK_TETHER, pref.boolForKey(Keys::PREF_TRACK_TETHER)},
+        };
+        for (const Keys::Key &key : {Keys::PREF_30DAY_START, Keys::PREF_DATA_DISPLAY_CAP, Keys::PREF_ROLLOVER_DISPLAY,
+                                     Keys::PREF_ROLLOVER_TIMESTAMP})
+            checkAndSetObjectForKey(key, plan, pref);
+        pref.setValue(Keys::PREF_ALL_PLANS, QVariantMap{{id, plan}});
+        pref.setValue(Keys::PREF_ACTIVE_PLAN, id);
+        qCInfo(lcCore, "migrated single-plan settings into plan %s", qPrintable(id));
+    }
+    pref.synchronize();
+}
+
+QString SharedCode::currentEN()
+{
+    const QStringList list = m_interfaces ? m_interfaces->wifiInterfaces() : QStringList();
+    return list.isEmpty() || list.first().isEmpty() ? QString() : list.first();
+}
+
+QString SharedCode::savedEN()
+{
+    const QVariant stored = m_settings.value(Keys::PREF_INTERFACE_NAME);
+    if (stored.typeId() == QMetaType::QString)
+        return stored.toString();
+    QString name = currentEN();
+    if (name.isEmpty())
+        name = QStringLiteral("en0");
+    m_settings.setValue(Keys::PREF_INTERFACE_NAME, name);
+    if (name != QLatin1StringView("en0")) {
+        m_settings.removeValue(Keys::PREF_prevWifiIn);
+        m_settings.removeValue(Keys::PREF_prevWifiOut);
+    }
+    return name;
+}
+
+void SharedCode::checkEN()
+{
+    const QString stored = m_settings.stringForKey(Keys::PREF_INTERFACE_NAME);
+    const QString current = currentEN();
+    if (current.isEmpty() || current == stored)
+        return;
+    m_settings.setValue(Keys::PREF_INTERFACE_NAME, current);
+    m_settings.removeValue(Keys::PREF_prevWifiIn);
+    m_settings.removeValue(Keys::PREF_prevWifiOut);
+}
+
+bool SharedCode::isTrackTetherForPlan(const QString &plan) const
+{
+    return boolForPlan(plan, Keys::PREF_TRACK_TETHER);
+}
+
+std::optional<QList<LinkCounters>> SharedCode::readLinkCounters()
+{
+    if (!m_interfaces)
+        return std::nullopt;
+    std::optional<QList<LinkCounters>> counters = m_interfaces->readCounters();
+    if (!counters)
+        return std::nullopt;
+    QStringList present;
+    for (const LinkCounters &c : *counters)
+        present.append(c.name);
+    QStringList configured;
+    for (const QVariant &v : m_settings.arrayForKey(Keys::PREF_CELL_INTERFACES))
+        configured.append(v.toString());
+    const QStringList cellular = InterfaceNames::cellularInterfaces(
+        present, configured, [this](const QString &name) { return m_interfaces->isCellularLink(name); });
+    return InterfaceNames::withCellularNames(std::move(*counters), cellular);
+}
+
+QString SharedCode::sqliteURLForPlan(const QString &plan) const
+{
+    return m_container + QLatin1Char('/') + getForPlan(plan, Keys::PREF_PLAN_DBNAME).toString();
+}
+
+std::shared_ptr<StoreContext> SharedCode::makeMOCForPlan(const QString &plan)
+{
+    if (plan.isEmpty())
+        return nullptr;
+    return std::make_shared<StoreContext>(plan, sqliteURLForPlan(plan), m_onStoreOpenFailure);
+}
+
+std::shared_ptr<StoreContext> SharedCode::mocForActive()
+{
+    const QString active = activePlanID();
+    QMutexLocker locker(&m_contextMutex);
+    if (m_dataMOC && m_dataMOC->name() == active)
+        return m_dataMOC;
+    m_dataMOC = makeMOCForPlan(active);
+    return m_dataMOC;
+}
+
+std::shared_ptr<StoreContext> SharedCode::dataMOC() const
+{
+    QMutexLocker locker(&m_contextMutex);
+    return m_dataMOC;
+}

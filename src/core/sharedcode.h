@@ -1,0 +1,126 @@
+#pragma once
+
+#include "clock.h"
+#include "networkinterfaces.h"
+#include "settingsdomain.h"
+#include "storecontext.h"
+
+#include <QMutex>
+
+#include <memory>
+#include <optional>
+
+struct Coordinate
+{
+    double latitude = kUnknownCoordinate;
+    double longitude = kUnknownCoordinate;
+};
+
+// The result of one sample: primary cellular bytes (tethering excluded) and Wi-Fi bytes.
+struct qxDataUsage
+{
+    double cell = 0;
+    double wifi = 0;
+};
+
+// What one locked sample did, for callers that report it.
+struct SampleResult
+{
+    bool locked = false;        // the sample got the lock
+    bool countersRead = false;  // the interface counters could be read
+    qxDataUsage usage;
+    std::optional<Event> event; // the record stored, when any delta was positive
+};
+
+// A billing period: the half-open range [start, end).
+struct Period
+{
+    QDateTime start;
+    QDateTime end;
+    bool contains(const QDateTime &t) const { return start <= t && t < end; }
+};
+
+enum class CalendarUnit { Month, Day, Hour, Minute };
+
+// The shared logic of every Tallymo process: settings and plan-scoped keys, the interface counters
+// and the usage recorder, the usage store contexts, and the billing periods. One instance per
+// process (sharedInstance); creating it computes the lock path and runs the settings migration.
+class SharedCode
+{
+public:
+    static constexpr QLatin1StringView kSuiteName{"group.zr.qxnext"};
+
+    struct Services
+    {
+        QString containerPath;
+        NetworkInterfaces *interfaces = nullptr;
+        const Clock *clock = &Clock::system();
+        StoreContext::OpenFailureHandler onStoreOpenFailure = StoreContext::defaultOpenFailure;
+    };
+
+    explicit SharedCode(Services services);
+    ~SharedCode();
+    SharedCode(const SharedCode &) = delete;
+    SharedCode &operator=(const SharedCode &) = delete;
+
+    // The process's instance, installed by the program's composition root.
+    static SharedCode &sharedInstance();
+    static void setSharedInstance(SharedCode *instance);
+
+    // Settings domain and plan-scoped keys. A null plan means the active plan.
+    SettingsDomain &loadUserDefaults() { return m_settings; }
+    SettingsDomain &userPref() { return m_settings; }
+    const SettingsDomain &userPref() const { return m_settings; }
+    QString activePlanID() const;
+    QString processPlanID(const QString &plan) const;
+    QVariant getForPlan(const QString &plan, const QString &key) const;
+    void setForPlan(const QString &plan, const QString &key, const QVariant &object);
+    static void checkAndSetObjectForKey(const QString &key, QVariantMap &dict, const SettingsDomain &pref);
+    void migratePlan();
+    qint64 integerForPlan(const QString &plan, const QString &key) const;
+    double doubleForPlan(const QString &plan, const QString &key) const;
+    bool boolForPlan(const QString &plan, const QString &key) const;
+    static QString newPlanIdentifier();
+
+    // Interfaces.
+    QString currentEN();
+    QString savedEN();
+    void checkEN();
+    bool isTrackTetherForPlan(const QString &plan) const;
+    // The counters with cellular interfaces named as the recorder expects (pdp_ip0 primary).
+    std::optional<QList<LinkCounters>> readLinkCounters();
+
+    // Usage recorder.
+    QString flockPath() const { return m_flockPath; }
+    SampleResult saveUsageGasp(StoreContext *context, Coordinate loc);
+    SampleResult recordUsage(StoreContext *context, Coordinate loc);
+
+    // Store contexts.
+    QString containerURL() const { return m_container; }
+    QString sqliteURLForPlan(const QString &plan) const;
+    std::shared_ptr<StoreContext> makeMOCForPlan(const QString &plan);
+    std::shared_ptr<StoreContext> mocForActive();
+    std::shared_ptr<StoreContext> dataMOC() const;
+
+    // Billing periods.
+    Period computeStartEndDates(const QDateTime &date, const QString &plan) const;
+    static QDateTime validDateForDay(qint64 day, const QDateTime &date);
+    int dataPlanTypeForPlan(const QString &plan) const;
+    qint64 nForCycleForPlan(const QString &plan) const;
+    bool isDailyCycleForPlan(const QString &plan) const;
+    QString timeUnitSingularOrPural(qint64 count, const QString &plan) const;
+    static QDateTime dateByAddingUnit(CalendarUnit unit, qint64 value, const QDateTime &date);
+    QDateTime todayAtZeroHour() const;
+    QDateTime nowAtHour() const;
+    const Clock &clock() const { return *m_clock; }
+
+private:
+    const QString m_container;
+    const QString m_flockPath;
+    NetworkInterfaces *const m_interfaces;
+    const Clock *const m_clock;
+    const StoreContext::OpenFailureHandler m_onStoreOpenFailure;
+    SettingsDomain m_settings;
+    mutable QMutex m_contextMutex;
+    std::shared_ptr<StoreContext> m_dataMOC;
+};

@@ -1,0 +1,279 @@
+#include "usagestore.h"
+
+#include "logging.h"
+
+#include <QFile>
+
+#include <cmath>
+#include <sqlite3.h>
+
+namespace {
+
+enum Slot { SumSlot, NetSumSlot, HourlySlot, EventsSlot, RangeSlot, InsertEventSlot, InsertNetSlot, DeleteSlot };
+
+// Each entry brings the schema from version (index) to version (index + 1).
+const char *const kMigrations[] = {
+    "CREATE TABLE Event ("
+    " id INTEGER PRIMARY KEY,"
+    " timeStamp REAL NOT NULL,"
+    " cellIn REAL NOT NULL DEFAULT 0, cellOut REAL NOT NULL DEFAULT 0,"
+    " wifiIn REAL NOT NULL DEFAULT 0, wifiOut REAL NOT NULL DEFAULT 0,"
+    " latitude REAL NOT NULL DEFAULT -180, longitude REAL NOT NULL DEFAULT -180);"
+    // Covers the range sums without touching the table.
+    "CREATE INDEX Event_timeStamp ON Event(timeStamp, cellIn, cellOut, wifiIn, wifiOut);"
+    "CREATE TABLE Netevent ("
+    " id INTEGER PRIMARY KEY,"
+    " timeStamp REAL NOT NULL,"
+    " ipaddress TEXT NOT NULL,"
+    " bytes REAL NOT NULL DEFAULT 0);"
+    "CREATE INDEX Netevent_timeStamp ON Netevent(timeStamp, ipaddress, bytes);",
+};
+static_assert(std::size(kMigrations) == UsageStore::kSchemaVersion);
+
+// Resets a statement when the scope ends, so a failed step never leaves it busy.
+struct Reset
+{
+    sqlite3_stmt *s;
+    ~Reset()
+    {
+        if (s) {
+            sqlite3_reset(s);
+            sqlite3_clear_bindings(s);
+        }
+    }
+};
+
+void bindRange(sqlite3_stmt *s, const QDateTime &start, const QDateTime &end)
+{
+    sqlite3_bind_double(s, 1, UsageStore::toSeconds(start));
+    sqlite3_bind_double(s, 2, UsageStore::toSeconds(end));
+}
+
+UsageSums sumsAt(sqlite3_stmt *s, int first)
+{
+    return UsageSums{sqlite3_column_double(s, first), sqlite3_column_double(s, first + 1),
+                     sqlite3_column_double(s, first + 2), sqlite3_column_double(s, first + 3)};
+}
+
+} // namespace
+
+double UsageStore::toSeconds(const QDateTime &t)
+{
+    return double(t.toMSecsSinceEpoch()) / 1000.0;
+}
+
+QDateTime UsageStore::fromSeconds(double seconds)
+{
+    return QDateTime::fromMSecsSinceEpoch(std::llround(seconds * 1000.0));
+}
+
+UsageStore::UsageStore(sqlite3 *db) : m_db(db) {}
+
+UsageStore::~UsageStore()
+{
+    for (sqlite3_stmt *s : m_statements)
+        sqlite3_finalize(s);
+    sqlite3_close_v2(m_db);
+}
+
+std::unique_ptr<UsageStore> UsageStore::open(const QString &path, QString *error)
+{
+    sqlite3 *db = nullptr;
+    const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX;
+    const int rc = sqlite3_open_v2(QFile::encodeName(path).constData(), &db, flags, nullptr);
+    std::unique_ptr<UsageStore> store(new UsageStore(db));
+    if (rc != SQLITE_OK) {
+        if (error)
+            *error = db ? store->lastError() : QString::fromUtf8(sqlite3_errstr(rc));
+        return nullptr;
+    }
+    sqlite3_extended_result_codes(db, 1);
+    sqlite3_busy_timeout(db, 10000);
+    // Reading the header first: a file that is not a database fails here, before anything writes.
+    if (!store->exec("SELECT count(*) FROM sqlite_schema", error) || !store->exec("PRAGMA journal_mode=WAL", error) ||
+        !store->exec("PRAGMA synchronous=FULL", error) || !store->migrate(error))
+        return nullptr;
+    return store;
+}
+
+bool UsageStore::migrate(QString *error)
+{
+    if (!exec("BEGIN IMMEDIATE", error))
+        return false;
+    int version = 0;
+    {
+        sqlite3_stmt *s = nullptr;
+        if (sqlite3_prepare_v2(m_db, "PRAGMA user_version", -1, &s, nullptr) == SQLITE_OK &&
+            sqlite3_step(s) == SQLITE_ROW)
+            version = sqlite3_column_int(s, 0);
+        sqlite3_finalize(s);
+    }
+    if (version > kSchemaVersion) {
+        exec("ROLLBACK", nullptr);
+        if (error)
+            *error = QStringLiteral("written by a newer Tallymo (schema %1, this version reads up to %2)")
+                         .arg(version)
+                         .arg(kSchemaVersion);
+        return false;
+    }
+    for (; version < kSchemaVersion; ++version) {
+        if (!exec(kMigrations[version], error)) {
+            exec("ROLLBACK", nullptr);
+            return false;
+        }
+        qCInfo(lcCore, "usage store migrated to schema %d", version + 1);
+    }
+    const QByteArray setVersion = "PRAGMA user_version=" + QByteArray::number(kSchemaVersion);
+    if (!exec(setVersion.constData(), error) || !exec("COMMIT", error)) {
+        exec("ROLLBACK", nullptr);
+        return false;
+    }
+    return true;
+}
+
+bool UsageStore::exec(const char *sql, QString *error)
+{
+    char *message = nullptr;
+    if (sqlite3_exec(m_db, sql, nullptr, nullptr, &message) == SQLITE_OK)
+        return true;
+    if (error)
+        *error = QString::fromUtf8(message ? message : sqlite3_errmsg(m_db));
+    sqlite3_free(message);
+    return false;
+}
+
+QString UsageStore::lastError() const
+{
+    return QString::fromUtf8(sqlite3_errmsg(m_db));
+}
+
+sqlite3_stmt *UsageStore::statement(int slot, const char *sql)
+{
+    if (!m_statements[slot] && sqlite3_prepare_v3(m_db, sql, -1, SQLITE_PREPARE_PERSISTENT, &m_statements[slot],
+                                                  nullptr) != SQLITE_OK) {
+        qCWarning(lcCore, "cannot prepare store query: %s", sqlite3_errmsg(m_db));
+        return nullptr;
+    }
+    return m_statements[slot];
+}
+
+std::optional<UsageSums> UsageStore::sum(const QDateTime &start, const QDateTime &end)
+{
+    sqlite3_stmt *s = statement(SumSlot, "SELECT total(cellIn), total(cellOut), total(wifiIn), total(wifiOut) "
+                                         "FROM Event WHERE timeStamp >= ?1 AND timeStamp < ?2");
+    Reset reset{s};
+    if (!s)
+        return std::nullopt;
+    bindRange(s, start, end);
+    if (sqlite3_step(s) != SQLITE_ROW) {
+        qCWarning(lcCore, "usage sum failed: %s", sqlite3_errmsg(m_db));
+        return std::nullopt;
+    }
+    return sumsAt(s, 0);
+}
+
+std::optional<double> UsageStore::sumNetBytes(const QDateTime &start, const QDateTime &end)
+{
+    sqlite3_stmt *s =
+        statement(NetSumSlot, "SELECT total(bytes) FROM Netevent WHERE timeStamp >= ?1 AND timeStamp < ?2");
+    Reset reset{s};
+    if (!s)
+        return std::nullopt;
+    bindRange(s, start, end);
+    if (sqlite3_step(s) != SQLITE_ROW)
+        return std::nullopt;
+    return sqlite3_column_double(s, 0);
+}
+
+QList<HourSums> UsageStore::hourlySums(const QDateTime &start, const QDateTime &end)
+{
+    sqlite3_stmt *s = statement(HourlySlot,
+                                "SELECT timeStamp, total(cellIn), total(cellOut), total(wifiIn), total(wifiOut) "
+                                "FROM Event WHERE timeStamp >= ?1 AND timeStamp < ?2 "
+                                "GROUP BY timeStamp ORDER BY timeStamp");
+    Reset reset{s};
+    QList<HourSums> rows;
+    if (!s)
+        return rows;
+    bindRange(s, start, end);
+    int rc;
+    while ((rc = sqlite3_step(s)) == SQLITE_ROW)
+        rows.append(HourSums{fromSeconds(sqlite3_column_double(s, 0)), sumsAt(s, 1)});
+    if (rc != SQLITE_DONE) {
+        qCWarning(lcCore, "hourly sums failed: %s", sqlite3_errmsg(m_db));
+        return {};
+    }
+    return rows;
+}
+
+QList<Event> UsageStore::events(const QDateTime &start, const QDateTime &end)
+{
+    sqlite3_stmt *s = statement(EventsSlot,
+                                "SELECT timeStamp, cellIn, cellOut, wifiIn, wifiOut, latitude, longitude "
+                                "FROM Event WHERE timeStamp >= ?1 AND timeStamp < ?2 ORDER BY timeStamp, id");
+    Reset reset{s};
+    QList<Event> rows;
+    if (!s)
+        return rows;
+    bindRange(s, start, end);
+    int rc;
+    while ((rc = sqlite3_step(s)) == SQLITE_ROW) {
+        const UsageSums u = sumsAt(s, 1);
+        rows.append(Event{fromSeconds(sqlite3_column_double(s, 0)), u.cellIn, u.cellOut, u.wifiIn, u.wifiOut,
+                          sqlite3_column_double(s, 5), sqlite3_column_double(s, 6)});
+    }
+    if (rc != SQLITE_DONE) {
+        qCWarning(lcCore, "event fetch failed: %s", sqlite3_errmsg(m_db));
+        return {};
+    }
+    return rows;
+}
+
+std::optional<TimeStampRange> UsageStore::timeStampRange()
+{
+    sqlite3_stmt *s = statement(RangeSlot, "SELECT min(timeStamp), max(timeStamp) FROM Event");
+    Reset reset{s};
+    if (!s || sqlite3_step(s) != SQLITE_ROW || sqlite3_column_type(s, 0) == SQLITE_NULL)
+        return std::nullopt;
+    return TimeStampRange{fromSeconds(sqlite3_column_double(s, 0)), fromSeconds(sqlite3_column_double(s, 1))};
+}
+
+bool UsageStore::apply(const QList<Change> &changes, QString *error)
+{
+    if (!exec("BEGIN IMMEDIATE", error))
+        return false;
+    for (const Change &change : changes) {
+        sqlite3_stmt *s = nullptr;
+        if (const Event *e = std::get_if<Event>(&change)) {
+            s = statement(InsertEventSlot, "INSERT INTO Event(timeStamp, cellIn, cellOut, wifiIn, wifiOut, "
+                                           "latitude, longitude) VALUES (?1, ?2, ?3, ?4, ?5, ?6, ?7)");
+            if (s) {
+                sqlite3_bind_double(s, 1, toSeconds(e->timeStamp));
+                const double values[] = {e->cellIn, e->cellOut, e->wifiIn, e->wifiOut, e->latitude, e->longitude};
+                for (int i = 0; i < 6; ++i)
+                    sqlite3_bind_double(s, i + 2, values[i]);
+            }
+        } else if (const Netevent *n = std::get_if<Netevent>(&change)) {
+            s = statement(InsertNetSlot, "INSERT INTO Netevent(timeStamp, ipaddress, bytes) VALUES (?1, ?2, ?3)");
+            if (s) {
+                const QByteArray ip = n->ipaddress.toUtf8();
+                sqlite3_bind_double(s, 1, toSeconds(n->timeStamp));
+                sqlite3_bind_text(s, 2, ip.constData(), int(ip.size()), SQLITE_TRANSIENT);
+                sqlite3_bind_double(s, 3, n->bytes);
+            }
+        } else {
+            const DeleteRange &d = std::get<DeleteRange>(change);
+            s = statement(DeleteSlot, "DELETE FROM Event WHERE timeStamp >= ?1 AND timeStamp < ?2");
+            if (s)
+                bindRange(s, d.start, d.end);
+        }
+        Reset reset{s};
+        if (!s || sqlite3_step(s) != SQLITE_DONE) {
+            if (error)
+                *error = lastError();
+            exec("ROLLBACK", nullptr);
+            return false;
+        }
+    }
+    return exec("COMMIT", error) || (exec("ROLLBACK", nullptr), false);
+}

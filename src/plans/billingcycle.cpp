@@ -1,0 +1,276 @@
+#include "billingcycle.h"
+
+#include "core/settingskeys.h"
+#include "core/sharedcode.h"
+
+#include <QCoreApplication>
+#include <QLocale>
+
+#include <cmath>
+
+namespace BillingCycle {
+
+QDateTime midnightOf(const QDateTime &date)
+{
+    return date.toLocalTime().date().startOfDay();
+}
+
+QDateTime addDays(const QDateTime &date, qint64 days)
+{
+    const QDateTime local = date.toLocalTime();
+    const QDate day = local.date().addDays(days);
+    const QDateTime result(day, local.time());
+    // A time of day that does not exist on that day (inside a daylight-saving gap) moves on.
+    return result.isValid() ? result : QDateTime(day, local.time().addSecs(3600));
+}
+
+qint64 wholeDaysBetween(const QDateTime &a, const QDateTime &b)
+{
+    const QDateTime la = a.toLocalTime(), lb = b.toLocalTime();
+    qint64 n = la.date().daysTo(lb.date());
+    const QDateTime candidate = addDays(la, n);
+    if (n > 0 && candidate > lb)
+        --n;
+    else if (n < 0 && candidate < lb)
+        ++n;
+    return n;
+}
+
+QDateTime validDateForDay(qint64 day, const QDateTime &date)
+{
+    const QDate d = date.toLocalTime().date();
+    if (day < 1) // as a calendar resolves day 0 (and below): days before the 1st
+        return QDate(d.year(), d.month(), 1).addDays(day - 1).startOfDay();
+    if (d.daysInMonth() >= day)
+        return QDate(d.year(), d.month(), int(day)).startOfDay();
+    return QDate(d.year(), d.month(), 1).addMonths(1).startOfDay();
+}
+
+namespace {
+
+Period weekly(const QDateTime &t, qint64 weekStart)
+{
+    constexpr qint64 week = 7;
+    const qint64 weekday = t.date().dayOfWeek() % 7 + 1; // 1 = Sunday
+    qint64 k = weekStart - weekday;
+    if (k <= 0)
+        k += week;
+    const QDateTime end = addDays(t, k);
+    return Period{addDays(end, -week), end};
+}
+
+Period monthly(const QDateTime &t, qint64 billDay)
+{
+    QDateTime start, reference;
+    if (t.date().day() >= billDay) {
+        start = validDateForDay(billDay, t);
+        reference = t.date().addMonths(1).startOfDay();
+    } else {
+        start = validDateForDay(billDay, t.date().addMonths(-1).startOfDay());
+        reference = t;
+    }
+    return Period{start, validDateForDay(billDay, reference)};
+}
+
+Period everyNDays(const QDateTime &t, const std::optional<QDateTime> &anchor, qint64 length)
+{
+    QDateTime a = anchor ? anchor->toLocalTime() : t;
+    qint64 n = wholeDaysBetween(a, t);
+    if (n < 0) {
+        const qint64 m = (-n + length - 1) / length;
+        const QDateTime earlier = addDays(a, -m * length);
+        const qint64 n2 = wholeDaysBetween(earlier, t);
+        if (n2 < 0) {
+            a = t;
+            n = 0;
+        } else {
+            a = earlier;
+            n = n2;
+        }
+    }
+    const QDateTime start = addDays(a, (n / length) * length);
+    return Period{start, addDays(start, length)};
+}
+
+} // namespace
+
+Period periodContaining(const QDateTime &date, const Settings &s)
+{
+    const QDateTime t = midnightOf(date);
+    switch (s.type) {
+    case Weekly:
+        return weekly(t, s.weekStart);
+    case Days30:
+        return everyNDays(t, s.anchor, 30);
+    case Days28:
+        return everyNDays(t, s.anchor, 28);
+    case NDays:
+        return everyNDays(t, s.anchor, s.nDays > 0 ? s.nDays : 30);
+    default:
+        return monthly(t, s.billDay);
+    }
+}
+
+} // namespace BillingCycle
+
+Period SharedCode::computeStartEndDates(const QDateTime &date, const QString &plan) const
+{
+    BillingCycle::Settings s;
+    s.type = dataPlanTypeForPlan(plan);
+    s.billDay = integerForPlan(plan, Keys::PREF_BILLDAY);
+    const QVariant anchor = getForPlan(plan, Keys::PREF_30DAY_START);
+    if (anchor.typeId() == QMetaType::QDateTime && anchor.toDateTime().isValid())
+        s.anchor = anchor.toDateTime();
+    s.nDays = nForCycleForPlan(plan);
+    s.weekStart = m_settings.integerForKey(Keys::PREF_WEEK_START);
+    return BillingCycle::periodContaining(date, s);
+}
+
+QDateTime SharedCode::validDateForDay(qint64 day, const QDateTime &date)
+{
+    return BillingCycle::validDateForDay(day, date);
+}
+
+int SharedCode::dataPlanTypeForPlan(const QString &plan) const
+{
+    return int(integerForPlan(plan, Keys::PREF_BILLTYPE));
+}
+
+qint64 SharedCode::nForCycleForPlan(const QString &plan) const
+{
+    return integerForPlan(plan, Keys::PREF_NDAYS_N);
+}
+
+bool SharedCode::isDailyCycleForPlan(const QString &plan) const
+{
+    return dataPlanTypeForPlan(plan) == BillingCycle::NDays && nForCycleForPlan(plan) == 1;
+}
+
+QString SharedCode::timeUnitSingularOrPural(qint64 count, const QString &plan) const
+{
+    if (isDailyCycleForPlan(plan))
+        return count > 1 ? QCoreApplication::translate("SharedCode", "hours")
+                         : QCoreApplication::translate("SharedCode", "hour");
+    return count > 1 ? QCoreApplication::translate("SharedCode", "days")
+                     : QCoreApplication::translate("SharedCode", "day");
+}
+
+QDateTime SharedCode::dateByAddingUnit(CalendarUnit unit, qint64 value, const QDateTime &date)
+{
+    switch (unit) {
+    case CalendarUnit::Month: {
+        const QDateTime local = date.toLocalTime();
+        const QDateTime moved(local.date().addMonths(int(value)), local.time());
+        return moved.isValid() ? moved : QDateTime(moved.date(), local.time().addSecs(3600));
+    }
+    case CalendarUnit::Day:
+        return BillingCycle::addDays(date, value);
+    case CalendarUnit::Hour:
+        return date.addSecs(value * 3600);
+    default:
+        return date;
+    }
+}
+
+QDateTime SharedCode::todayAtZeroHour() const
+{
+    return BillingCycle::midnightOf(m_clock->now());
+}
+
+QDateTime SharedCode::nowAtHour() const
+{
+    // Cut the local minutes and seconds off the instant itself: exact in the repeated hour of a
+    // daylight-saving fall-back and in zones whose offset is not a whole number of hours.
+    const QDateTime now = m_clock->now().toLocalTime();
+    const QTime t = now.time();
+    return now.addMSecs(-qint64(t.minute() * 60000 + t.second() * 1000 + t.msec()));
+}
+
+QString SettingsHelper::planName(int type, const QString &plan)
+{
+    return planNameForLength(type, SharedCode::sharedInstance().nForCycleForPlan(plan));
+}
+
+QString SettingsHelper::planNameForLength(int type, qint64 n)
+{
+    switch (type) {
+    case BillingCycle::Days30:
+        return QCoreApplication::translate("SettingsHelper", "30 Days");
+    case BillingCycle::Weekly:
+        return QCoreApplication::translate("SettingsHelper", "Weekly");
+    case BillingCycle::Days28:
+        return QCoreApplication::translate("SettingsHelper", "28 Days");
+    case BillingCycle::NDays:
+        if (n == 1)
+            return QCoreApplication::translate("SettingsHelper", "Daily");
+        return QCoreApplication::translate("SettingsHelper", "%d Days").replace(QLatin1StringView("%d"),
+                                                                                 QString::number(n));
+    default:
+        return QCoreApplication::translate("SettingsHelper", "Monthly");
+    }
+}
+
+QString SettingsHelper::suffixEN(qint64 day)
+{
+    const qint64 t = day < 21 ? day : day - 10 * qint64(std::floor(double(day) / 10));
+    switch (quint64(t - 1)) {
+    case 0:
+        return QStringLiteral("st");
+    case 1:
+        return QStringLiteral("nd");
+    case 2:
+        return QStringLiteral("rd");
+    default:
+        return QStringLiteral("th");
+    }
+}
+
+QString SettingsHelper::shortBillDateString(qint64 day)
+{
+    return shortBillDateString(day, getLanguageCode());
+}
+
+QString SettingsHelper::shortBillDateString(qint64 day, const QString &lang)
+{
+    const QString n = QString::number(day);
+    if (lang == QLatin1StringView("zh") || lang == QLatin1StringView("ja"))
+        return n + QStringLiteral("日");
+    if (lang == QLatin1StringView("de"))
+        return n + QStringLiteral(".");
+    if (lang == QLatin1StringView("es"))
+        return n + QStringLiteral(".º");
+    if (lang == QLatin1StringView("nl"))
+        return n + QStringLiteral("e");
+    if (lang == QLatin1StringView("it"))
+        return n + QStringLiteral("º");
+    return n + suffixEN(day);
+}
+
+QString SettingsHelper::longBillDateString(qint64 day)
+{
+    return longBillDateString(day, getLanguageCode());
+}
+
+QString SettingsHelper::longBillDateString(qint64 day, const QString &lang)
+{
+    const QString s = shortBillDateString(day, lang);
+    if (lang == QLatin1StringView("zh"))
+        return QStringLiteral("每月") + s;
+    static const QStringList plain{QStringLiteral("ja"), QStringLiteral("de"), QStringLiteral("nl"),
+                                   QStringLiteral("es"), QStringLiteral("it")};
+    if (plain.contains(lang))
+        return s;
+    return QCoreApplication::translate("SettingsHelper", "%@ of the month").replace(QLatin1StringView("%@"), s);
+}
+
+QString SettingsHelper::getLanguageCode()
+{
+    return QLocale::languageToCode(QLocale().language());
+}
+
+QString SettingsHelper::capString(const QVariantList &cap)
+{
+    const QString amount = cap.value(0).toString();
+    const QString unit = cap.value(1).toLongLong() == 1 ? QStringLiteral("GB") : QStringLiteral("MB");
+    return amount + QLatin1Char(' ') + unit;
+}
