@@ -2,12 +2,17 @@
 
 #include "logging.h"
 
+#include <QElapsedTimer>
 #include <QFile>
+#include <QThread>
 
+#include <algorithm>
 #include <cmath>
 #include <sqlite3.h>
 
 namespace {
+
+constexpr int kBusyTimeoutMs = 10000;
 
 enum Slot { SumSlot, NetSumSlot, HourlySlot, EventsSlot, RangeSlot, InsertEventSlot, InsertNetSlot, DeleteSlot };
 
@@ -88,33 +93,66 @@ std::unique_ptr<UsageStore> UsageStore::open(const QString &path, QString *error
         return nullptr;
     }
     sqlite3_extended_result_codes(db, 1);
-    sqlite3_busy_timeout(db, 10000);
-    // Reading the header first: a file that is not a database fails here, before anything writes.
-    if (!store->exec("SELECT count(*) FROM sqlite_schema", error) || !store->exec("PRAGMA journal_mode=WAL", error) ||
+    sqlite3_busy_timeout(db, kBusyTimeoutMs);
+    // Read-only checks first: a file that is not a database, or one from a newer version, is
+    // refused before anything (even the journal mode) is written to it.
+    if (!store->checkVersion(error) || !store->switchToWal(error) ||
         !store->exec("PRAGMA synchronous=FULL", error) || !store->migrate(error))
         return nullptr;
     return store;
+}
+
+// Changing the journal mode takes no busy timeout: while another connection (another process
+// creating the same store) holds a lock, it fails at once, so it is retried for a while.
+bool UsageStore::switchToWal(QString *error)
+{
+    QElapsedTimer waited;
+    waited.start();
+    for (int pause = 1;; pause = std::min(pause * 2, 50)) {
+        if (exec("PRAGMA journal_mode=WAL", error))
+            return true;
+        if (sqlite3_errcode(m_db) != SQLITE_BUSY || waited.elapsed() > kBusyTimeoutMs)
+            return false;
+        QThread::msleep(pause);
+    }
+}
+
+int UsageStore::schemaVersion(QString *error)
+{
+    sqlite3_stmt *s = nullptr;
+    int version = -1;
+    if (sqlite3_prepare_v2(m_db, "PRAGMA user_version", -1, &s, nullptr) == SQLITE_OK && sqlite3_step(s) == SQLITE_ROW)
+        version = sqlite3_column_int(s, 0);
+    else if (error)
+        *error = lastError();
+    sqlite3_finalize(s);
+    return version;
+}
+
+bool UsageStore::checkVersion(QString *error)
+{
+    const int version = schemaVersion(error);
+    if (version < 0 || !exec("SELECT count(*) FROM sqlite_schema", error))
+        return false;
+    if (version > kSchemaVersion) {
+        if (error)
+            *error = QStringLiteral("written by a newer Tallymo (schema %1, this version reads up to %2)")
+                         .arg(version)
+                         .arg(kSchemaVersion);
+        return false;
+    }
+    return true;
 }
 
 bool UsageStore::migrate(QString *error)
 {
     if (!exec("BEGIN IMMEDIATE", error))
         return false;
-    int version = 0;
-    {
-        sqlite3_stmt *s = nullptr;
-        if (sqlite3_prepare_v2(m_db, "PRAGMA user_version", -1, &s, nullptr) == SQLITE_OK &&
-            sqlite3_step(s) == SQLITE_ROW)
-            version = sqlite3_column_int(s, 0);
-        sqlite3_finalize(s);
-    }
-    if (version > kSchemaVersion) {
+    // Another process may have migrated the store since the check.
+    int version = schemaVersion(error);
+    if (version < 0 || version > kSchemaVersion) {
         exec("ROLLBACK", nullptr);
-        if (error)
-            *error = QStringLiteral("written by a newer Tallymo (schema %1, this version reads up to %2)")
-                         .arg(version)
-                         .arg(kSchemaVersion);
-        return false;
+        return version >= 0 ? checkVersion(error) : false;
     }
     for (; version < kSchemaVersion; ++version) {
         if (!exec(kMigrations[version], error)) {

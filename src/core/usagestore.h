@@ -89,6 +89,9 @@ public:
 
 private:
     explicit UsageStore(sqlite3 *db);
+    bool switchToWal(QString *error);
+    int schemaVersion(QString *error);
+    bool checkVersion(QString *error);
     bool migrate(QString *error);
     sqlite3_stmt *statement(int slot, const char *sql);
     bool exec(const char *sql, QString *error);

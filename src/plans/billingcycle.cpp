@@ -19,6 +19,9 @@ QDateTime addDays(const QDateTime &date, qint64 days)
 {
     const QDateTime local = date.toLocalTime();
     const QDate day = local.date().addDays(days);
+    // The start of a day moves to the start of a day, even where one of them is not at 00:00.
+    if (local == local.date().startOfDay())
+        return day.startOfDay();
     const QDateTime result(day, local.time());
     // A time of day that does not exist on that day (inside a daylight-saving gap) moves on.
     return result.isValid() ? result : QDateTime(day, local.time().addSecs(3600));

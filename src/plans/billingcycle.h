@@ -27,7 +27,7 @@ struct Settings
 Period periodContaining(const QDateTime &date, const Settings &settings);
 
 QDateTime midnightOf(const QDateTime &date);
-// Calendar days added, keeping the local time of day.
+// Calendar days added, keeping the local time of day; the start of a day gives the start of a day.
 QDateTime addDays(const QDateTime &date, qint64 days);
 // Whole calendar days from a to b (negative when b is earlier), as a calendar counts them: a day
 // is complete only once b's time of day reaches a's.

@@ -1,0 +1,155 @@
+#include "platform/linux/linuxnetworkinterfaces.h"
+#include "testsupport.h"
+
+#include <QtTest>
+
+class TestInterfaces : public QObject
+{
+    Q_OBJECT
+
+    static void writeFile(const QString &path, const QByteArray &content)
+    {
+        QDir().mkpath(QFileInfo(path).path());
+        QFile f(path);
+        QVERIFY(f.open(QIODevice::WriteOnly));
+        f.write(content);
+    }
+
+private slots:
+    void procNetDev()
+    {
+        const QByteArray text =
+            "Inter-|   Receive                                                |  Transmit\n"
+            " face |bytes    packets errs drop fifo frame compressed multicast|bytes    packets errs drop fifo "
+            "colls carrier compressed\n"
+            "    lo:    3267      29    0    0    0     0          0         0     3267      29    0    0    0     "
+            "0       0          0\n"
+            "wwan0: 5026379344 3711 0 0 0 0 0 0 18446744073709551615 12 0 0 0 0 0 0\n";
+        const auto counters = LinuxNetworkInterfaces::parseProcNetDev(text);
+        QVERIFY(counters);
+        QCOMPARE(counters->size(), 2);
+        QCOMPARE(counters->at(1).name, QStringLiteral("wwan0"));
+        QCOMPARE(counters->at(1).received, 5026379344.0);
+        QCOMPARE(counters->at(1).sent, 18446744073709551615.0);
+        QVERIFY(!LinuxNetworkInterfaces::parseProcNetDev("just text\n"));
+        QVERIFY(!LinuxNetworkInterfaces::parseProcNetDev(text + "eth0: 1 2 3\n"));
+        QVERIFY(!LinuxNetworkInterfaces::parseProcNetDev(text.left(text.indexOf("wwan0")) +
+                                                         "eth0: x 0 0 0 0 0 0 0 1 0 0 0 0 0 0 0\n"));
+        LinuxNetworkInterfaces missing(QStringLiteral("/nonexistent/net/dev"), QString());
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("cannot read /nonexistent")));
+        QVERIFY(!missing.readCounters());
+    }
+
+    void naturalOrder_data()
+    {
+        QTest::addColumn<QString>("a");
+        QTest::addColumn<QString>("b");
+        QTest::newRow("numbers by value") << "ww2" << "ww10";
+        QTest::newRow("prefix first") << "ppp" << "ppp0";
+        QTest::newRow("letters") << "ppp9" << "wwan0";
+        QTest::newRow("leading zeros") << "ww02" << "ww3";
+    }
+
+    void naturalOrder()
+    {
+        QFETCH(QString, a);
+        QFETCH(QString, b);
+        QVERIFY(InterfaceNames::naturalLess(a, b));
+        QVERIFY(!InterfaceNames::naturalLess(b, a));
+        QVERIFY(!InterfaceNames::naturalLess(a, a));
+    }
+
+    void cellularNaming_data()
+    {
+        QTest::addColumn<QStringList>("present");
+        QTest::addColumn<QStringList>("configured");
+        QTest::addColumn<QStringList>("sysfsCellular");
+        QTest::addColumn<QStringList>("reported");
+        QTest::newRow("detected by name, natural order")
+            << QStringList{"wlan0", "wwan10", "wwan2", "eth0"} << QStringList() << QStringList()
+            << QStringList{"wlan0", "pdp_ip1", "pdp_ip0", "eth0"};
+        QTest::newRow("detected by sysfs")
+            << QStringList{"usb0", "enx00", "lo"} << QStringList() << QStringList{"enx00"}
+            << QStringList{"usb0", "pdp_ip0", "lo"};
+        QTest::newRow("configured order decides the primary")
+            << QStringList{"wwan0", "ppp0", "eth0"} << QStringList{"ppp0", "eth0", "absent"} << QStringList()
+            << QStringList{"wwan0", "pdp_ip0", "pdp_ip1"};
+        QTest::newRow("pdp_ip names keep their number")
+            << QStringList{"pdp_ip0", "wwan0", "pdp_ip1"} << QStringList() << QStringList()
+            << QStringList{"pdp_ip0", "pdp_ip2", "pdp_ip1"};
+        QTest::newRow("nothing cellular") << QStringList{"lo", "eth0"} << QStringList() << QStringList()
+                                          << QStringList{"lo", "eth0"};
+    }
+
+    void cellularNaming()
+    {
+        QFETCH(QStringList, present);
+        QFETCH(QStringList, configured);
+        QFETCH(QStringList, sysfsCellular);
+        QFETCH(QStringList, reported);
+        QList<LinkCounters> counters;
+        for (const QString &name : present)
+            counters.append(LinkCounters{name, 1, 1});
+        const QStringList cellular = InterfaceNames::cellularInterfaces(
+            present, configured, [&](const QString &n) { return sysfsCellular.contains(n); });
+        QStringList names;
+        for (const LinkCounters &c : InterfaceNames::withCellularNames(counters, cellular))
+            names.append(c.name);
+        QCOMPARE(names, reported);
+    }
+
+    // A stand-in sysfs tree: Wi-Fi by wireless/ or phy80211, cellular by uevent or link type.
+    void sysfsClassification()
+    {
+        QTemporaryDir root;
+        writeFile(root.filePath("wlp3s0/wireless/.keep"), "");
+        writeFile(root.filePath("wlan1/phy80211/name"), "phy1");
+        writeFile(root.filePath("eth0/uevent"), "INTERFACE=eth0\nIFINDEX=2\n");
+        writeFile(root.filePath("eth0/type"), "1\n");
+        writeFile(root.filePath("mbim0/uevent"), "DEVTYPE=wwan\nINTERFACE=mbim0\n");
+        writeFile(root.filePath("rmnet_data0/type"), "519\n");
+        writeFile(root.filePath("modem/type"), "512\n");
+        LinuxNetworkInterfaces sys(QString(), root.path());
+        QCOMPARE(sys.wifiInterfaces(), (QStringList{"wlan1", "wlp3s0"}));
+        QVERIFY(sys.isCellularLink(QStringLiteral("mbim0")));
+        QVERIFY(sys.isCellularLink(QStringLiteral("rmnet_data0")));
+        QVERIFY(sys.isCellularLink(QStringLiteral("modem")));
+        QVERIFY(!sys.isCellularLink(QStringLiteral("eth0")));
+        QVERIFY(!sys.isCellularLink(QStringLiteral("absent")));
+    }
+
+    // The saved Wi-Fi name holds until re-detection; a change forgets the Wi-Fi previous values.
+    void wifiNameDetection_data()
+    {
+        QTest::addColumn<QStringList>("detected");
+        QTest::addColumn<QString>("saved");
+        QTest::addColumn<bool>("keepsPrevious");
+        QTest::newRow("en0 keeps previous values") << QStringList{"en0"} << "en0" << true;
+        QTest::newRow("nothing detected falls back to en0") << QStringList() << "en0" << true;
+        QTest::newRow("another name forgets them") << QStringList{"wlan0", "wlan1"} << "wlan0" << false;
+    }
+
+    void wifiNameDetection()
+    {
+        QFETCH(QStringList, detected);
+        QFETCH(QString, saved);
+        QFETCH(bool, keepsPrevious);
+        TestContainer c;
+        c.interfaces.wifi = detected;
+        auto shared = c.open();
+        shared->userPref().setValue(QStringLiteral("PREF_prevWifiIn"), 7.0);
+        QCOMPARE(shared->savedEN(), saved);
+        QCOMPARE(shared->userPref().stringForKey(QStringLiteral("PREF_INTERFACE_NAME")), saved);
+        QCOMPARE(!shared->userPref().value(QStringLiteral("PREF_prevWifiIn")).isNull(), keepsPrevious);
+
+        shared->userPref().setValue(QStringLiteral("PREF_prevWifiIn"), 7.0);
+        c.interfaces.wifi = QStringList{QStringLiteral("wlx99")};
+        QCOMPARE(shared->savedEN(), saved); // the saved name stays in force
+        shared->checkEN();
+        QCOMPARE(shared->savedEN(), QStringLiteral("wlx99"));
+        QVERIFY(shared->userPref().value(QStringLiteral("PREF_prevWifiIn")).isNull());
+    }
+};
+
+QTEST_GUILESS_MAIN(TestInterfaces)
+#include "tst_interfaces.moc"
