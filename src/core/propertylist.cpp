@@ -20,10 +20,10 @@ QString realText(double d)
     return QString::number(d, 'g', QLocale::FloatingPointShortest);
 }
 
+// The format's dates are whole seconds in UTC (other readers reject fractions); the fraction is cut.
 QString dateText(const QDateTime &date)
 {
-    const QDateTime utc = date.toUTC();
-    return utc.toString(utc.time().msec() ? Qt::ISODateWithMs : Qt::ISODate);
+    return date.toUTC().toString(Qt::ISODate);
 }
 
 void writeValue(QXmlStreamWriter &w, const QVariant &v)

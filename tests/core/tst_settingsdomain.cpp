@@ -29,7 +29,7 @@ private slots:
         QTest::newRow("tiny double") << QVariant(1e-300);
         QTest::newRow("true") << QVariant(true);
         QTest::newRow("false") << QVariant(false);
-        QTest::newRow("date with milliseconds") << QVariant(QDateTime(QDate(2026, 10, 25), QTime(2, 30, 15, 123)));
+        QTest::newRow("date in a repeated hour") << QVariant(QDateTime::fromSecsSinceEpoch(1729992615)); // 02:30 CET
         QTest::newRow("array") << QVariant(QVariantList{QStringLiteral("2"), qlonglong(1), 0.5, false});
         QTest::newRow("nested dictionary")
             << QVariant(QVariantMap{{QStringLiteral("A"), QVariantMap{{QStringLiteral("x"), QVariantList{1.5, 2.5}}}},
@@ -50,6 +50,15 @@ private slots:
         QCOMPARE(read.typeId() == QMetaType::Int ? QMetaType::LongLong : read.typeId(),
                  value.typeId() == QMetaType::Int ? QMetaType::LongLong : value.typeId());
         QCOMPARE(read, value);
+    }
+
+    // Dates are kept to the second, cut rather than rounded, so a moment never moves later.
+    void datesKeepWholeSeconds()
+    {
+        const QDateTime t(QDate(2026, 11, 30), QTime(23, 59, 59, 999));
+        const QByteArray xml = PropertyList::toXml({{QStringLiteral("d"), t}});
+        QVERIFY2(xml.contains("<date>2026-11-30T22:59:59Z</date>"), xml.constData());
+        QCOMPARE(PropertyList::fromXml(xml, nullptr)->value(QStringLiteral("d")).toDateTime(), t.addMSecs(-999));
     }
 
     void typedReadersOfAbsentValues()

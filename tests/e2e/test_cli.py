@@ -1,1 +1,148 @@
-print("pending")
+"""The command line as scripts use it: exit statuses, one-line errors, settings shared between
+processes, stores and settings that cannot be read, and the service's start and stop."""
+import json
+import os
+import signal
+import subprocess
+import sys
+import threading
+import time
+import unittest
+
+sys.path.insert(0, os.path.dirname(__file__))
+from support import TALLYMO, Container  # noqa: E402
+
+
+class CommandLine(unittest.TestCase):
+    def setUp(self):
+        self.c = Container()
+        self.c.write_counters({"wwan0": (1000, 1000), "wlan0": (10, 10)})
+
+    def tearDown(self):
+        self.c.cleanup()
+
+    def test_bad_arguments_say_one_line_and_exit_2(self):
+        cases = [
+            [], ["bogus"], ["sample", "extra"], ["sample", "--nope"], ["period", "--date"],
+            ["period", "--date", "2026-02-30"], ["period", "--date", "22/11/2026"],
+            ["period", "--plan", "NO-SUCH-PLAN"], ["defaults"], ["defaults", "write", "K"],
+            ["defaults", "write", "K", "x", "--type", "int"], ["defaults", "write", "K", "nan", "--type", "double"],
+            ["defaults", "write", "K", "{oops", "--type", "json"], ["defaults", "write", "K", "1", "--type", "blob"],
+            ["plans", "set", "PREF_BILLDAY", "32"], ["plans", "set", "PREF_BILLTYPE", "5"],
+            ["plans", "set", "PREF_ALERT1", "5"], ["plans", "set", "PREF_PLAN_ID", "X"],
+            ["plans", "show", "NO-SUCH-PLAN"], ["daemon", "--interval", "0"], ["plans", "frobnicate"],
+        ]
+        for args in cases:
+            with self.subTest(args=args):
+                p = self.c.run(*args, check=False)
+                self.assertEqual(p.returncode, 2, p.stderr)
+                lines = p.stderr.splitlines()
+                if args:
+                    self.assertEqual(len(lines), 1, p.stderr)
+                    self.assertTrue(lines[0].startswith("tallymo: "), lines[0])
+                self.assertEqual(p.stdout, "")
+
+    def test_period_json(self):
+        env = dict(self.c.env, TZ="Europe/Berlin")
+        self.c.run("plans", "set", "PREF_BILLDAY", "31", env=env)
+        p = self.c.run("period", "--date", "2024-03-31T12:00", "--json", env=env)
+        self.assertEqual(json.loads(p.stdout), {"start": "2024-03-31T00:00:00+01:00",
+                                                "end": "2024-05-01T00:00:00+02:00", "type": 0, "name": "Monthly"})
+        self.c.run("plans", "set", "PREF_BILLTYPE", "4", env=env)
+        self.c.run("plans", "set", "PREF_NDAYS_N", "1", env=env)
+        p = self.c.run("period", "--date", "2024-10-27T23:30+01:00", "--json", env=env)
+        self.assertEqual(json.loads(p.stdout), {"start": "2024-10-27T00:00:00+02:00",
+                                                "end": "2024-10-28T00:00:00+01:00", "type": 4, "name": "Daily"})
+
+    def test_defaults_round_trip_with_types(self):
+        cases = [("string", "hello world", "hello world"), ("int", "-42", "-42"), ("double", "2.5", "2.5"),
+                 ("bool", "yes", "true"), ("date", "2026-11-01", "2026-11-01T00:00:00+00:00"),
+                 ("json", '{"a": [1, 2.5, "x"]}', '{"a":[1,2.5,"x"]}')]
+        for type_, value, printed in cases:
+            with self.subTest(type=type_):
+                self.c.run("defaults", "write", "K_" + type_, value, "--type", type_)
+                self.assertEqual(self.c.run("defaults", "read", "K_" + type_).stdout, printed + "\n")
+        self.c.run("defaults", "delete", "K_int")
+        p = self.c.run("defaults", "read", "K_int", check=False)
+        self.assertEqual((p.returncode, p.stderr), (1, "tallymo: K_int is not set\n"))
+
+    def test_plans(self):
+        new = self.c.run("plans", "add", "--label", "Travel SIM").stdout.strip()
+        self.assertEqual(len(new), 36)
+        self.c.run("plans", "set", "PREF_BILLDAY", "9", "--plan", new)
+        rows = json.loads(self.c.run("plans", "list", "--json").stdout)
+        self.assertEqual([r["label"] for r in rows], ["Default", "Travel SIM"])
+        self.assertEqual([r["active"] for r in rows], [True, False])
+        plan = json.loads(self.c.run("plans", "show", new, "--json").stdout)
+        self.assertEqual((plan["PREF_BILLDAY"], plan["PREF_PLAN_DBNAME"]), (9, new + ".sqlite"))
+
+    # Many processes writing different keys at once: none is lost.
+    def test_concurrent_writers_keep_every_key(self):
+        procs = [subprocess.Popen([TALLYMO, "defaults", "write", f"KEY_{i}", str(i), "--type", "int"],
+                                  env=self.c.env, stderr=subprocess.PIPE, text=True) for i in range(16)]
+        for p in procs:
+            _, err = p.communicate()
+            self.assertEqual(p.returncode, 0, err)
+        settings = self.c.settings()
+        self.assertEqual({k: v for k, v in settings.items() if k.startswith("KEY_")},
+                         {f"KEY_{i}": i for i in range(16)})
+        self.assertEqual(len(settings["PREF_ALL_PLANS"]), 1, "first-install defaults applied more than once")
+
+    def test_unreadable_store_is_named_and_left_alone(self):
+        self.c.run("sample")
+        store = self.c.store_path()
+        for suffix in ("-wal", "-shm"):
+            if os.path.exists(store + suffix):
+                os.remove(store + suffix)
+        garbage = b"this is not a database" * 500
+        with open(store, "wb") as f:
+            f.write(garbage)
+        p = self.c.run("sample", check=False)
+        self.assertEqual(p.returncode, 1)
+        self.assertEqual(p.stderr.splitlines()[-1],
+                         f"tallymo: cannot open usage store {store}: file is not a database")
+        with open(store, "rb") as f:
+            self.assertEqual(f.read(), garbage)
+
+    def test_corrupt_settings_are_moved_aside(self):
+        os.makedirs(self.c.path)
+        settings = os.path.join(self.c.path, "group.zr.qxnext.plist")
+        with open(settings, "wb") as f:
+            f.write(b"<plist><dict><key>PREF_ACTIVE_PLAN")
+        p = self.c.run("plans", "list")
+        self.assertIn("Default", p.stdout)
+        self.assertIn("cannot be read", p.stderr)
+        aside = [n for n in os.listdir(self.c.path) if n.startswith("group.zr.qxnext.plist.corrupt-")]
+        self.assertEqual(len(aside), 1)
+        with open(os.path.join(self.c.path, aside[0]), "rb") as f:
+            self.assertEqual(f.read(), b"<plist><dict><key>PREF_ACTIVE_PLAN")
+
+    def test_unreadable_counters(self):
+        os.remove(self.c.counters)
+        p = self.c.run("sample", check=False)
+        self.assertEqual(p.returncode, 1)
+        self.assertIn("cannot be read", p.stderr.splitlines()[-1])
+
+    # The service samples on its timer and takes a last sample when stopped.
+    def test_daemon_takes_a_last_sample_on_sigterm(self):
+        d = subprocess.Popen([TALLYMO, "daemon", "--interval", "1"], env=self.c.env, stdout=subprocess.PIPE,
+                             stderr=subprocess.PIPE, text=True)
+        lines = []
+        reader = threading.Thread(target=lambda: lines.extend(d.stdout))
+        reader.start()
+        deadline = time.time() + 10
+        while len(lines) < 2 and time.time() < deadline:
+            time.sleep(0.05)
+        self.assertGreaterEqual(len(lines), 2, d.stderr)
+        self.c.write_counters({"wwan0": (1000 + 123456, 1000), "wlan0": (10, 10)})
+        d.send_signal(signal.SIGTERM)
+        self.assertEqual(d.wait(timeout=10), 0)
+        reader.join()
+        d.stdout.close()
+        d.stderr.close()
+        self.assertIn("+cell 120.6 KB", lines[-1])
+        self.assertEqual(self.c.totals()["cellIn"], 123456)
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)
