@@ -34,7 +34,6 @@ int main(int argc, char **argv)
     };
     env.onTerminationRequest = UnixSignals::onTermination;
     const int status = Cli::run(app.arguments().mid(1), env);
-    if (shared)
-        shared->userPref().synchronize();
+    if (shared) shared->userPref().synchronize();
     return status;
 }

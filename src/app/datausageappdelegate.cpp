@@ -8,8 +8,7 @@ DataUsageAppDelegate::DataUsageAppDelegate(SharedCode &shared) : m_shared(shared
 
 void DataUsageAppDelegate::setupUserDefaultsForNewInstall()
 {
-    if (!m_shared.activePlanID().isNull())
-        return;
+    if (!m_shared.activePlanID().isNull()) return;
     QVariantMap plan = makeNewPlan();
     plan.insert(Keys::PREF_PLAN_LABEL, QStringLiteral("Default"));
     addAPlan(plan);
@@ -46,17 +45,15 @@ void DataUsageAppDelegate::addAPlan(const QVariantMap &plan)
 
 std::shared_ptr<StoreContext> DataUsageAppDelegate::mocForPlan(const QString &plan)
 {
-    if (plan.isEmpty())
-        return nullptr;
-    if (plan == m_shared.activePlanID())
-        return m_shared.mocForActive();
-    if (m_tempMOC && m_tempMOC->name() == plan)
-        return m_tempMOC;
+    if (plan.isEmpty()) return nullptr;
+    if (plan == m_shared.activePlanID()) return m_shared.mocForActive();
+    if (m_tempMOC && m_tempMOC->name() == plan) return m_tempMOC;
     m_tempMOC = m_shared.makeMOCForPlan(plan);
     return m_tempMOC;
 }
 
 QString DataUsageAppDelegate::applicationLibraryDirectory()
 {
-    return QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) + QStringLiteral("/tallymo/Library");
+    return QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) +
+           QStringLiteral("/tallymo/Library");
 }

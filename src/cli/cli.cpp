@@ -39,7 +39,8 @@ int run(const QStringList &args, Environment &env)
         {QLatin1StringView("defaults"), defaults}, {QLatin1StringView("plans"), plans},
         {QLatin1StringView("daemon"), daemon},
     };
-    if (args.isEmpty() || args.first() == QLatin1StringView("--help") || args.first() == QLatin1StringView("help")) {
+    if (args.isEmpty() || args.first() == QLatin1StringView("--help") ||
+        args.first() == QLatin1StringView("help")) {
         std::fputs(kUsage, args.isEmpty() ? stderr : stdout);
         return args.isEmpty() ? 2 : 0;
     }
@@ -49,8 +50,7 @@ int run(const QStringList &args, Environment &env)
     }
     try {
         for (const auto &[name, command] : commands)
-            if (args.first() == name)
-                return command(args.mid(1), env);
+            if (args.first() == name) return command(args.mid(1), env);
         throw UsageError(QStringLiteral("unknown command \"%1\" (try tallymo --help)").arg(args.first()));
     } catch (const UsageError &e) {
         printError(QStringLiteral("tallymo: %1\n").arg(e.message()));

@@ -35,9 +35,9 @@ QString planTypeName(SharedCode &shared, const QString &plan)
 
 int synchronized(SharedCode &shared)
 {
-    if (shared.userPref().synchronize())
-        return 0;
-    printError(QStringLiteral("tallymo: cannot write the settings file %1\n").arg(shared.userPref().filePath()));
+    if (shared.userPref().synchronize()) return 0;
+    printError(
+        QStringLiteral("tallymo: cannot write the settings file %1\n").arg(shared.userPref().filePath()));
     return 1;
 }
 
@@ -56,7 +56,8 @@ int sample(const QStringList &args, Environment &env)
         return 1;
     }
     if (a.flag(QStringLiteral("json"))) {
-        QJsonObject o{{QStringLiteral("sampled"), r.locked}, {QStringLiteral("recorded"), r.event.has_value()}};
+        QJsonObject o{{QStringLiteral("sampled"), r.locked},
+                      {QStringLiteral("recorded"), r.event.has_value()}};
         if (r.locked) {
             o.insert(QStringLiteral("cell"), r.usage.cell);
             o.insert(QStringLiteral("wifi"), r.usage.wifi);
@@ -86,8 +87,9 @@ int period(const QStringList &args, Environment &env)
 {
     const Arguments a(args, {QStringLiteral("date"), QStringLiteral("plan")}, {QStringLiteral("json")});
     a.expectPositional(0, 0, QStringLiteral("tallymo period [--date D] [--plan ID] [--json]"));
-    const std::optional<QDateTime> date =
-        a.has(QStringLiteral("date")) ? std::optional(parseDate(a.option(QStringLiteral("date")))) : std::nullopt;
+    const std::optional<QDateTime> date = a.has(QStringLiteral("date"))
+                                              ? std::optional(parseDate(a.option(QStringLiteral("date"))))
+                                              : std::nullopt;
     Services &s = env.services();
     const QString plan = planOption(s.shared, a);
     const Period p = s.shared.computeStartEndDates(date.value_or(s.shared.clock().now()), plan);
@@ -107,7 +109,8 @@ int period(const QStringList &args, Environment &env)
 int defaults(const QStringList &args, Environment &env)
 {
     const Arguments a(args, {QStringLiteral("type")}, {});
-    const QString usage = QStringLiteral("tallymo defaults read [KEY] | write KEY VALUE [--type T] | delete KEY");
+    const QString usage =
+        QStringLiteral("tallymo defaults read [KEY] | write KEY VALUE [--type T] | delete KEY");
     a.expectPositional(1, 3, usage);
     const QString verb = a.positional.first();
     if (verb == QLatin1StringView("read")) {
@@ -150,8 +153,7 @@ void checkPlanValue(const QString &key, const QVariant &value)
     const Keys::Key *k = Keys::find(key);
     if (k && k->scope == Keys::Scope::Global)
         throw UsageError(QStringLiteral("%1 is not a plan setting (use tallymo defaults write)").arg(key));
-    if (key == Keys::PREF_PLAN_ID)
-        throw UsageError(QStringLiteral("a plan's identifier cannot be changed"));
+    if (key == Keys::PREF_PLAN_ID) throw UsageError(QStringLiteral("a plan's identifier cannot be changed"));
     const auto range = [&](qint64 lo, qint64 hi) {
         const qint64 n = value.toLongLong();
         if (n < lo || n > hi)
@@ -210,8 +212,8 @@ int plans(const QStringList &args, Environment &env)
 {
     const Arguments a(args, {QStringLiteral("label"), QStringLiteral("type"), QStringLiteral("plan")},
                       {QStringLiteral("json")});
-    const QString usage =
-        QStringLiteral("tallymo plans list | add [--label L] | show [ID] | set KEY VALUE [--type T] [--plan ID]");
+    const QString usage = QStringLiteral(
+        "tallymo plans list | add [--label L] | show [ID] | set KEY VALUE [--type T] [--plan ID]");
     a.expectPositional(1, 3, usage);
     const QString verb = a.positional.first();
     const bool json = a.flag(QStringLiteral("json"));
@@ -226,8 +228,7 @@ int plans(const QStringList &args, Environment &env)
         if (a.has(QStringLiteral("label")))
             plan.insert(Keys::PREF_PLAN_LABEL, a.option(QStringLiteral("label")));
         s.delegate.addAPlan(plan);
-        if (const int rc = synchronized(s.shared))
-            return rc;
+        if (const int rc = synchronized(s.shared)) return rc;
         const QString id = plan.value(Keys::PREF_PLAN_ID).toString();
         print(json ? QString::fromUtf8(jsonText(planSummary(s.shared, id), false)) : id + QLatin1Char('\n'));
         return 0;

@@ -31,8 +31,7 @@ public:
             p = m_shared.computeStartEndDates(m_shared.clock().now(), QString());
             sums = context->sum(p.start, p.end);
         });
-        if (sums)
-            m_sums = *sums;
+        if (sums) m_sums = *sums;
         const QString now = isoWithOffset(m_shared.clock().now());
         QString what;
         if (!r.locked)

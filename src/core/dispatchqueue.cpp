@@ -17,7 +17,8 @@ DispatchQueue::~DispatchQueue()
 {
     // Queued blocks run first: quit is itself a block at the end of the queue.
     QThread *thread = m_thread.get();
-    QMetaObject::invokeMethod(m_receiver.get(), [thread] { thread->quit(); }, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(
+        m_receiver.get(), [thread] { thread->quit(); }, Qt::QueuedConnection);
     m_thread->wait();
     // The thread is finished, so the receiver can be released from here.
     m_receiver.reset();

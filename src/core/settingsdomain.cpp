@@ -32,8 +32,7 @@ public:
     }
     ~FileLock()
     {
-        if (m_fd >= 0)
-            ::close(m_fd);
+        if (m_fd >= 0) ::close(m_fd);
     }
     FileLock(const FileLock &) = delete;
     FileLock &operator=(const FileLock &) = delete;
@@ -52,8 +51,7 @@ qint64 toInteger(const QVariant &v)
         const double d = v.toDouble();
         return std::isfinite(d) ? static_cast<qint64>(d) : 0;
     }
-    if (v.typeId() == QMetaType::QString)
-        return static_cast<qint64>(v.toString().toDouble());
+    if (v.typeId() == QMetaType::QString) return static_cast<qint64>(v.toString().toDouble());
     return v.toLongLong();
 }
 
@@ -145,7 +143,7 @@ QVariantList SettingsDomain::arrayForKey(const QString &key) const
 {
     const QVariant v = value(key);
     return v.typeId() == QMetaType::QVariantList || v.typeId() == QMetaType::QStringList ? v.toList()
-                                                                                          : QVariantList();
+                                                                                         : QVariantList();
 }
 
 QVariantMap SettingsDomain::dictionaryForKey(const QString &key) const
@@ -169,12 +167,9 @@ QString SettingsDomain::lastMovedAside() const
 
 bool SettingsDomain::syncLocked()
 {
-    if (stampOf() != m_stamp)
-        reloadLocked();
-    if (m_pending.isEmpty())
-        return true;
-    if (!writeLocked(m_values))
-        return false;
+    if (stampOf() != m_stamp) reloadLocked();
+    if (m_pending.isEmpty()) return true;
+    if (!writeLocked(m_values)) return false;
     m_pending.clear();
     return true;
 }
@@ -203,8 +198,8 @@ void SettingsDomain::reloadLocked()
                 qCWarning(lcCore, "settings file %s cannot be read (%s); kept as %s, starting empty",
                           qPrintable(m_path), qPrintable(error), qPrintable(aside));
             } else {
-                qCWarning(lcCore, "settings file %s cannot be read (%s) nor moved aside: %s", qPrintable(m_path),
-                          qPrintable(error), strerror(errno));
+                qCWarning(lcCore, "settings file %s cannot be read (%s) nor moved aside: %s",
+                          qPrintable(m_path), qPrintable(error), strerror(errno));
             }
             m_stamp = stampOf();
         }
@@ -222,7 +217,8 @@ bool SettingsDomain::writeLocked(const QVariantMap &values)
 {
     QSaveFile file(m_path);
     if (!file.open(QIODevice::WriteOnly) || file.write(PropertyList::toXml(values)) < 0 || !file.commit()) {
-        qCWarning(lcCore, "cannot write settings file %s: %s", qPrintable(m_path), qPrintable(file.errorString()));
+        qCWarning(lcCore, "cannot write settings file %s: %s", qPrintable(m_path),
+                  qPrintable(file.errorString()));
         return false;
     }
     m_stamp = stampOf();
@@ -232,8 +228,7 @@ bool SettingsDomain::writeLocked(const QVariantMap &values)
 std::optional<SettingsDomain::FileStamp> SettingsDomain::stampOf() const
 {
     struct stat st;
-    if (::stat(QFile::encodeName(m_path).constData(), &st) != 0)
-        return std::nullopt;
+    if (::stat(QFile::encodeName(m_path).constData(), &st) != 0) return std::nullopt;
     FileStamp s;
     s.dev = st.st_dev;
     s.ino = st.st_ino;

@@ -5,18 +5,54 @@ namespace Keys {
 const QList<Key> &all()
 {
     static const QList<Key> keys{
-        PREF_ALL_PLANS,       PREF_ACTIVE_PLAN,        PREF_PLAN_MIGRATE_CHECK, PREF_PLAN_ID,
-        PREF_PLAN_LABEL,      PREF_PLAN_DBNAME,        PREF_BILLTYPE,           PREF_BILLDAY,
-        PREF_30DAY_START,     PREF_NDAYS_N,            PREF_THRES_MONTHLY,      PREF_DATA_DISPLAY_CAP,
-        PREF_ROLLOVER_ON,     PREF_ROLLOVER_AMOUNT,    PREF_ROLLOVER_TIMESTAMP, PREF_ROLLOVER_DISPLAY,
-        PREF_TRACK_TETHER,    PREF_WEEK_START,         PREF_ALERT1,             PREF_ALERT2,
-        PREF_ALERT3,          PREF_ALERT4,             PREF_THRESHOLD_LEVEL,    PREF_THEME_COLOR,
-        PREF_THEME_FONT,      PREF_THEME_BACKGROUND,   PREF_THEME_DISPLAY,      PREF_THEME_WIDGET,
-        PREF_THEME_WIDGET_BG, PREF_DAYVIEW_TYPE,       PREF_SHOWED_SETUP,       PREF_INTERFACE_NAME,
-        PREF_CELL_INTERFACES, PREF_TRACK_TETHER_DB,    PREF_UsageLastSave,      PREF_prevCellIn,
-        PREF_prevCellOut,     PREF_prevWifiIn,         PREF_prevWifiOut,        PREF_MIGRATE_CHECK_COREDATA,
-        PREF_NET_LASTCONN,    PREF_WATCH_COMP_STATE,   PREF_GEO_HIDE_HINT,      PREF_V7_GEO,
-        PREF_V7_BADGE,        PREF_TIP_APPSWITCHER,    PREF_TIP_DISMISS,        PREF_FETCH_DONT_SHOW,
+        PREF_ALL_PLANS,
+        PREF_ACTIVE_PLAN,
+        PREF_PLAN_MIGRATE_CHECK,
+        PREF_PLAN_ID,
+        PREF_PLAN_LABEL,
+        PREF_PLAN_DBNAME,
+        PREF_BILLTYPE,
+        PREF_BILLDAY,
+        PREF_30DAY_START,
+        PREF_NDAYS_N,
+        PREF_THRES_MONTHLY,
+        PREF_DATA_DISPLAY_CAP,
+        PREF_ROLLOVER_ON,
+        PREF_ROLLOVER_AMOUNT,
+        PREF_ROLLOVER_TIMESTAMP,
+        PREF_ROLLOVER_DISPLAY,
+        PREF_TRACK_TETHER,
+        PREF_WEEK_START,
+        PREF_ALERT1,
+        PREF_ALERT2,
+        PREF_ALERT3,
+        PREF_ALERT4,
+        PREF_THRESHOLD_LEVEL,
+        PREF_THEME_COLOR,
+        PREF_THEME_FONT,
+        PREF_THEME_BACKGROUND,
+        PREF_THEME_DISPLAY,
+        PREF_THEME_WIDGET,
+        PREF_THEME_WIDGET_BG,
+        PREF_DAYVIEW_TYPE,
+        PREF_SHOWED_SETUP,
+        PREF_INTERFACE_NAME,
+        PREF_CELL_INTERFACES,
+        PREF_TRACK_TETHER_DB,
+        PREF_UsageLastSave,
+        PREF_prevCellIn,
+        PREF_prevCellOut,
+        PREF_prevWifiIn,
+        PREF_prevWifiOut,
+        PREF_MIGRATE_CHECK_COREDATA,
+        PREF_NET_LASTCONN,
+        PREF_WATCH_COMP_STATE,
+        PREF_GEO_HIDE_HINT,
+        PREF_V7_GEO,
+        PREF_V7_BADGE,
+        PREF_TIP_APPSWITCHER,
+        PREF_TIP_DISMISS,
+        PREF_FETCH_DONT_SHOW,
         PREF_UPDATE_PREVIOUS_VERSION,
     };
     return keys;
@@ -25,8 +61,7 @@ const QList<Key> &all()
 const Key *find(QStringView name)
 {
     for (const Key &key : all())
-        if (key.name == name)
-            return &key;
+        if (key.name == name) return &key;
     return nullptr;
 }
 

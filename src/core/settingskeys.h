@@ -20,7 +20,8 @@ struct Key
     operator QString() const { return QString(name); }
 };
 
-#define TALLYMO_KEY(ident, scope, type) inline constexpr Key ident{QLatin1StringView(#ident), Scope::scope, Type::type};
+#define TALLYMO_KEY(ident, scope, type)                                                                      \
+    inline constexpr Key ident{QLatin1StringView(#ident), Scope::scope, Type::type};
 
 TALLYMO_KEY(PREF_ALL_PLANS, Global, Dictionary)
 TALLYMO_KEY(PREF_ACTIVE_PLAN, Global, String)

@@ -14,15 +14,15 @@ SharedCode::SharedCode(Services services)
     : m_container(QDir(services.containerPath).absolutePath()),
       m_flockPath(m_container + QStringLiteral("/flockFile.txt")), m_interfaces(services.interfaces),
       m_clock(services.clock), m_onStoreOpenFailure(std::move(services.onStoreOpenFailure)),
-      m_settings((QDir().mkpath(m_container), m_container + QLatin1Char('/') + kSuiteName + QStringLiteral(".plist")))
+      m_settings((QDir().mkpath(m_container),
+                  m_container + QLatin1Char('/') + kSuiteName + QStringLiteral(".plist")))
 {
     migratePlan();
 }
 
 SharedCode::~SharedCode()
 {
-    if (g_instance == this)
-        g_instance = nullptr;
+    if (g_instance == this) g_instance = nullptr;
 }
 
 SharedCode &SharedCode::sharedInstance()
@@ -50,16 +50,14 @@ QString SharedCode::processPlanID(const QString &plan) const
 QVariant SharedCode::getForPlan(const QString &plan, const QString &key) const
 {
     const QString id = processPlanID(plan);
-    if (id.isNull())
-        return {};
+    if (id.isNull()) return {};
     return m_settings.dictionaryForKey(Keys::PREF_ALL_PLANS).value(id).toMap().value(key);
 }
 
 void SharedCode::setForPlan(const QString &plan, const QString &key, const QVariant &object)
 {
     const QString id = processPlanID(plan);
-    if (id.isNull())
-        return;
+    if (id.isNull()) return;
     QVariantMap plans = m_settings.dictionaryForKey(Keys::PREF_ALL_PLANS);
     QVariantMap planDict = plans.value(id).toMap();
     if (object.isNull())
@@ -73,8 +71,7 @@ void SharedCode::setForPlan(const QString &plan, const QString &key, const QVari
 void SharedCode::checkAndSetObjectForKey(const QString &key, QVariantMap &dict, const SettingsDomain &pref)
 {
     const QVariant v = pref.value(key);
-    if (!v.isNull())
-        dict.insert(key, v);
+    if (!v.isNull()) dict.insert(key, v);
 }
 
 qint64 SharedCode::integerForPlan(const QString &plan, const QString &key) const
@@ -100,8 +97,7 @@ QString SharedCode::newPlanIdentifier()
 void SharedCode::migratePlan()
 {
     SettingsDomain &pref = m_settings;
-    if (pref.boolForKey(Keys::PREF_PLAN_MIGRATE_CHECK))
-        return;
+    if (pref.boolForKey(Keys::PREF_PLAN_MIGRATE_CHECK)) return;
     pref.setValue(Keys::PREF_PLAN_MIGRATE_CHECK, true);
     const bool hasPlans = pref.value(Keys::PREF_ALL_PLANS).typeId() == QMetaType::QVariantMap;
     if (pref.integerForKey(Keys::PREF_BILLDAY) != 0 && !hasPlans) {
@@ -118,8 +114,8 @@ void SharedCode::migratePlan()
             {Keys::PREF_ROLLOVER_AMOUNT, pref.doubleForKey(Keys::PREF_ROLLOVER_AMOUNT)},
             {Keys::PREF_TRACK_TETHER, pref.boolForKey(Keys::PREF_TRACK_TETHER)},
         };
-        for (const Keys::Key &key : {Keys::PREF_30DAY_START, Keys::PREF_DATA_DISPLAY_CAP, Keys::PREF_ROLLOVER_DISPLAY,
-                                     Keys::PREF_ROLLOVER_TIMESTAMP})
+        for (const Keys::Key &key : {Keys::PREF_30DAY_START, Keys::PREF_DATA_DISPLAY_CAP,
+                                     Keys::PREF_ROLLOVER_DISPLAY, Keys::PREF_ROLLOVER_TIMESTAMP})
             checkAndSetObjectForKey(key, plan, pref);
         pref.setValue(Keys::PREF_ALL_PLANS, QVariantMap{{id, plan}});
         pref.setValue(Keys::PREF_ACTIVE_PLAN, id);
@@ -137,11 +133,9 @@ QString SharedCode::currentEN()
 QString SharedCode::savedEN()
 {
     const QVariant stored = m_settings.value(Keys::PREF_INTERFACE_NAME);
-    if (stored.typeId() == QMetaType::QString)
-        return stored.toString();
+    if (stored.typeId() == QMetaType::QString) return stored.toString();
     QString name = currentEN();
-    if (name.isEmpty())
-        name = QStringLiteral("en0");
+    if (name.isEmpty()) name = QStringLiteral("en0");
     m_settings.setValue(Keys::PREF_INTERFACE_NAME, name);
     if (name != QLatin1StringView("en0")) {
         m_settings.removeValue(Keys::PREF_prevWifiIn);
@@ -154,8 +148,7 @@ void SharedCode::checkEN()
 {
     const QString stored = m_settings.stringForKey(Keys::PREF_INTERFACE_NAME);
     const QString current = currentEN();
-    if (current.isEmpty() || current == stored)
-        return;
+    if (current.isEmpty() || current == stored) return;
     m_settings.setValue(Keys::PREF_INTERFACE_NAME, current);
     m_settings.removeValue(Keys::PREF_prevWifiIn);
     m_settings.removeValue(Keys::PREF_prevWifiOut);
@@ -168,11 +161,9 @@ bool SharedCode::isTrackTetherForPlan(const QString &plan) const
 
 std::optional<QList<LinkCounters>> SharedCode::readLinkCounters()
 {
-    if (!m_interfaces)
-        return std::nullopt;
+    if (!m_interfaces) return std::nullopt;
     std::optional<QList<LinkCounters>> counters = m_interfaces->readCounters();
-    if (!counters)
-        return std::nullopt;
+    if (!counters) return std::nullopt;
     QStringList present;
     for (const LinkCounters &c : *counters)
         present.append(c.name);
@@ -191,8 +182,7 @@ QString SharedCode::sqliteURLForPlan(const QString &plan) const
 
 std::shared_ptr<StoreContext> SharedCode::makeMOCForPlan(const QString &plan)
 {
-    if (plan.isEmpty())
-        return nullptr;
+    if (plan.isEmpty()) return nullptr;
     return std::make_shared<StoreContext>(plan, sqliteURLForPlan(plan), m_onStoreOpenFailure);
 }
 
@@ -200,8 +190,7 @@ std::shared_ptr<StoreContext> SharedCode::mocForActive()
 {
     const QString active = activePlanID();
     QMutexLocker locker(&m_contextMutex);
-    if (m_dataMOC && m_dataMOC->name() == active)
-        return m_dataMOC;
+    if (m_dataMOC && m_dataMOC->name() == active) return m_dataMOC;
     m_dataMOC = makeMOCForPlan(active);
     return m_dataMOC;
 }

@@ -26,8 +26,8 @@ struct qxDataUsage
 // What one locked sample did, for callers that report it.
 struct SampleResult
 {
-    bool locked = false;        // the sample got the lock
-    bool countersRead = false;  // the interface counters could be read
+    bool locked = false;       // the sample got the lock
+    bool countersRead = false; // the interface counters could be read
     qxDataUsage usage;
     std::optional<Event> event; // the record stored, when any delta was positive
 };

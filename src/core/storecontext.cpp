@@ -58,13 +58,12 @@ void StoreContext::deleteEvents(const QDateTime &start, const QDateTime &end)
 bool StoreContext::save()
 {
     Q_ASSERT(isCurrent());
-    if (m_changes.isEmpty())
-        return true;
+    if (m_changes.isEmpty()) return true;
     QString error;
     const bool ok = m_store && m_store->apply(m_changes, &error);
     if (!ok)
-        qCWarning(lcCore, "saving %lld changes to %s failed: %s", qlonglong(m_changes.size()), qPrintable(m_path),
-                  qPrintable(m_store ? error : QStringLiteral("store not open")));
+        qCWarning(lcCore, "saving %lld changes to %s failed: %s", qlonglong(m_changes.size()),
+                  qPrintable(m_path), qPrintable(m_store ? error : QStringLiteral("store not open")));
     m_changes.clear();
     return ok;
 }

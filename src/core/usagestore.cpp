@@ -14,7 +14,16 @@ namespace {
 
 constexpr int kBusyTimeoutMs = 10000;
 
-enum Slot { SumSlot, NetSumSlot, HourlySlot, EventsSlot, RangeSlot, InsertEventSlot, InsertNetSlot, DeleteSlot };
+enum Slot {
+    SumSlot,
+    NetSumSlot,
+    HourlySlot,
+    EventsSlot,
+    RangeSlot,
+    InsertEventSlot,
+    InsertNetSlot,
+    DeleteSlot
+};
 
 // Each entry brings the schema from version (index) to version (index + 1).
 const char *const kMigrations[] = {
@@ -88,8 +97,7 @@ std::unique_ptr<UsageStore> UsageStore::open(const QString &path, QString *error
     const int rc = sqlite3_open_v2(QFile::encodeName(path).constData(), &db, flags, nullptr);
     std::unique_ptr<UsageStore> store(new UsageStore(db));
     if (rc != SQLITE_OK) {
-        if (error)
-            *error = db ? store->lastError() : QString::fromUtf8(sqlite3_errstr(rc));
+        if (error) *error = db ? store->lastError() : QString::fromUtf8(sqlite3_errstr(rc));
         return nullptr;
     }
     sqlite3_extended_result_codes(db, 1);
@@ -109,10 +117,8 @@ bool UsageStore::switchToWal(QString *error)
     QElapsedTimer waited;
     waited.start();
     for (int pause = 1;; pause = std::min(pause * 2, 50)) {
-        if (exec("PRAGMA journal_mode=WAL", error))
-            return true;
-        if (sqlite3_errcode(m_db) != SQLITE_BUSY || waited.elapsed() > kBusyTimeoutMs)
-            return false;
+        if (exec("PRAGMA journal_mode=WAL", error)) return true;
+        if (sqlite3_errcode(m_db) != SQLITE_BUSY || waited.elapsed() > kBusyTimeoutMs) return false;
         QThread::msleep(pause);
     }
 }
@@ -121,7 +127,8 @@ int UsageStore::schemaVersion(QString *error)
 {
     sqlite3_stmt *s = nullptr;
     int version = -1;
-    if (sqlite3_prepare_v2(m_db, "PRAGMA user_version", -1, &s, nullptr) == SQLITE_OK && sqlite3_step(s) == SQLITE_ROW)
+    if (sqlite3_prepare_v2(m_db, "PRAGMA user_version", -1, &s, nullptr) == SQLITE_OK &&
+        sqlite3_step(s) == SQLITE_ROW)
         version = sqlite3_column_int(s, 0);
     else if (error)
         *error = lastError();
@@ -132,8 +139,7 @@ int UsageStore::schemaVersion(QString *error)
 bool UsageStore::checkVersion(QString *error)
 {
     const int version = schemaVersion(error);
-    if (version < 0 || !exec("SELECT count(*) FROM sqlite_schema", error))
-        return false;
+    if (version < 0 || !exec("SELECT count(*) FROM sqlite_schema", error)) return false;
     if (version > kSchemaVersion) {
         if (error)
             *error = QStringLiteral("written by a newer Tallymo (schema %1, this version reads up to %2)")
@@ -146,8 +152,7 @@ bool UsageStore::checkVersion(QString *error)
 
 bool UsageStore::migrate(QString *error)
 {
-    if (!exec("BEGIN IMMEDIATE", error))
-        return false;
+    if (!exec("BEGIN IMMEDIATE", error)) return false;
     // Another process may have migrated the store since the check.
     int version = schemaVersion(error);
     if (version < 0 || version > kSchemaVersion) {
@@ -172,10 +177,8 @@ bool UsageStore::migrate(QString *error)
 bool UsageStore::exec(const char *sql, QString *error)
 {
     char *message = nullptr;
-    if (sqlite3_exec(m_db, sql, nullptr, nullptr, &message) == SQLITE_OK)
-        return true;
-    if (error)
-        *error = QString::fromUtf8(message ? message : sqlite3_errmsg(m_db));
+    if (sqlite3_exec(m_db, sql, nullptr, nullptr, &message) == SQLITE_OK) return true;
+    if (error) *error = QString::fromUtf8(message ? message : sqlite3_errmsg(m_db));
     sqlite3_free(message);
     return false;
 }
@@ -187,8 +190,8 @@ QString UsageStore::lastError() const
 
 sqlite3_stmt *UsageStore::statement(int slot, const char *sql)
 {
-    if (!m_statements[slot] && sqlite3_prepare_v3(m_db, sql, -1, SQLITE_PREPARE_PERSISTENT, &m_statements[slot],
-                                                  nullptr) != SQLITE_OK) {
+    if (!m_statements[slot] && sqlite3_prepare_v3(m_db, sql, -1, SQLITE_PREPARE_PERSISTENT,
+                                                  &m_statements[slot], nullptr) != SQLITE_OK) {
         qCWarning(lcCore, "cannot prepare store query: %s", sqlite3_errmsg(m_db));
         return nullptr;
     }
@@ -197,11 +200,11 @@ sqlite3_stmt *UsageStore::statement(int slot, const char *sql)
 
 std::optional<UsageSums> UsageStore::sum(const QDateTime &start, const QDateTime &end)
 {
-    sqlite3_stmt *s = statement(SumSlot, "SELECT total(cellIn), total(cellOut), total(wifiIn), total(wifiOut) "
-                                         "FROM Event WHERE timeStamp >= ?1 AND timeStamp < ?2");
+    sqlite3_stmt *s =
+        statement(SumSlot, "SELECT total(cellIn), total(cellOut), total(wifiIn), total(wifiOut) "
+                           "FROM Event WHERE timeStamp >= ?1 AND timeStamp < ?2");
     Reset reset{s};
-    if (!s)
-        return std::nullopt;
+    if (!s) return std::nullopt;
     bindRange(s, start, end);
     if (sqlite3_step(s) != SQLITE_ROW) {
         qCWarning(lcCore, "usage sum failed: %s", sqlite3_errmsg(m_db));
@@ -215,24 +218,21 @@ std::optional<double> UsageStore::sumNetBytes(const QDateTime &start, const QDat
     sqlite3_stmt *s =
         statement(NetSumSlot, "SELECT total(bytes) FROM Netevent WHERE timeStamp >= ?1 AND timeStamp < ?2");
     Reset reset{s};
-    if (!s)
-        return std::nullopt;
+    if (!s) return std::nullopt;
     bindRange(s, start, end);
-    if (sqlite3_step(s) != SQLITE_ROW)
-        return std::nullopt;
+    if (sqlite3_step(s) != SQLITE_ROW) return std::nullopt;
     return sqlite3_column_double(s, 0);
 }
 
 QList<HourSums> UsageStore::hourlySums(const QDateTime &start, const QDateTime &end)
 {
-    sqlite3_stmt *s = statement(HourlySlot,
-                                "SELECT timeStamp, total(cellIn), total(cellOut), total(wifiIn), total(wifiOut) "
-                                "FROM Event WHERE timeStamp >= ?1 AND timeStamp < ?2 "
-                                "GROUP BY timeStamp ORDER BY timeStamp");
+    sqlite3_stmt *s = statement(
+        HourlySlot, "SELECT timeStamp, total(cellIn), total(cellOut), total(wifiIn), total(wifiOut) "
+                    "FROM Event WHERE timeStamp >= ?1 AND timeStamp < ?2 "
+                    "GROUP BY timeStamp ORDER BY timeStamp");
     Reset reset{s};
     QList<HourSums> rows;
-    if (!s)
-        return rows;
+    if (!s) return rows;
     bindRange(s, start, end);
     int rc;
     while ((rc = sqlite3_step(s)) == SQLITE_ROW)
@@ -246,13 +246,12 @@ QList<HourSums> UsageStore::hourlySums(const QDateTime &start, const QDateTime &
 
 QList<Event> UsageStore::events(const QDateTime &start, const QDateTime &end)
 {
-    sqlite3_stmt *s = statement(EventsSlot,
-                                "SELECT timeStamp, cellIn, cellOut, wifiIn, wifiOut, latitude, longitude "
-                                "FROM Event WHERE timeStamp >= ?1 AND timeStamp < ?2 ORDER BY timeStamp, id");
+    sqlite3_stmt *s =
+        statement(EventsSlot, "SELECT timeStamp, cellIn, cellOut, wifiIn, wifiOut, latitude, longitude "
+                              "FROM Event WHERE timeStamp >= ?1 AND timeStamp < ?2 ORDER BY timeStamp, id");
     Reset reset{s};
     QList<Event> rows;
-    if (!s)
-        return rows;
+    if (!s) return rows;
     bindRange(s, start, end);
     int rc;
     while ((rc = sqlite3_step(s)) == SQLITE_ROW) {
@@ -271,15 +270,13 @@ std::optional<TimeStampRange> UsageStore::timeStampRange()
 {
     sqlite3_stmt *s = statement(RangeSlot, "SELECT min(timeStamp), max(timeStamp) FROM Event");
     Reset reset{s};
-    if (!s || sqlite3_step(s) != SQLITE_ROW || sqlite3_column_type(s, 0) == SQLITE_NULL)
-        return std::nullopt;
+    if (!s || sqlite3_step(s) != SQLITE_ROW || sqlite3_column_type(s, 0) == SQLITE_NULL) return std::nullopt;
     return TimeStampRange{fromSeconds(sqlite3_column_double(s, 0)), fromSeconds(sqlite3_column_double(s, 1))};
 }
 
 bool UsageStore::apply(const QList<Change> &changes, QString *error)
 {
-    if (!exec("BEGIN IMMEDIATE", error))
-        return false;
+    if (!exec("BEGIN IMMEDIATE", error)) return false;
     for (const Change &change : changes) {
         sqlite3_stmt *s = nullptr;
         if (const Event *e = std::get_if<Event>(&change)) {
@@ -287,12 +284,14 @@ bool UsageStore::apply(const QList<Change> &changes, QString *error)
                                            "latitude, longitude) VALUES (?1, ?2, ?3, ?4, ?5, ?6, ?7)");
             if (s) {
                 sqlite3_bind_double(s, 1, toSeconds(e->timeStamp));
-                const double values[] = {e->cellIn, e->cellOut, e->wifiIn, e->wifiOut, e->latitude, e->longitude};
+                const double values[] = {e->cellIn,  e->cellOut,  e->wifiIn,
+                                         e->wifiOut, e->latitude, e->longitude};
                 for (int i = 0; i < 6; ++i)
                     sqlite3_bind_double(s, i + 2, values[i]);
             }
         } else if (const Netevent *n = std::get_if<Netevent>(&change)) {
-            s = statement(InsertNetSlot, "INSERT INTO Netevent(timeStamp, ipaddress, bytes) VALUES (?1, ?2, ?3)");
+            s = statement(InsertNetSlot,
+                          "INSERT INTO Netevent(timeStamp, ipaddress, bytes) VALUES (?1, ?2, ?3)");
             if (s) {
                 const QByteArray ip = n->ipaddress.toUtf8();
                 sqlite3_bind_double(s, 1, toSeconds(n->timeStamp));
@@ -302,13 +301,11 @@ bool UsageStore::apply(const QList<Change> &changes, QString *error)
         } else {
             const DeleteRange &d = std::get<DeleteRange>(change);
             s = statement(DeleteSlot, "DELETE FROM Event WHERE timeStamp >= ?1 AND timeStamp < ?2");
-            if (s)
-                bindRange(s, d.start, d.end);
+            if (s) bindRange(s, d.start, d.end);
         }
         Reset reset{s};
         if (!s || sqlite3_step(s) != SQLITE_DONE) {
-            if (error)
-                *error = lastError();
+            if (error) *error = lastError();
             exec("ROLLBACK", nullptr);
             return false;
         }

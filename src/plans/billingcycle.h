@@ -17,10 +17,10 @@ enum PlanType { Monthly = 0, Days30 = 1, Weekly = 2, Days28 = 3, NDays = 4 };
 struct Settings
 {
     qint64 type = Monthly;
-    qint64 billDay = 0;            // Monthly: day of month the period starts on
+    qint64 billDay = 0;              // Monthly: day of month the period starts on
     std::optional<QDateTime> anchor; // 30/28/N Days: a period starts here
-    qint64 nDays = 0;              // N Days: the length; 0 means 30
-    qint64 weekStart = 0;          // Weekly: 1 = Sunday ... 7 = Saturday
+    qint64 nDays = 0;                // N Days: the length; 0 means 30
+    qint64 weekStart = 0;            // Weekly: 1 = Sunday ... 7 = Saturday
 };
 
 // The period containing `date`.

@@ -20,9 +20,11 @@ private slots:
     {
         const QByteArray text =
             "Inter-|   Receive                                                |  Transmit\n"
-            " face |bytes    packets errs drop fifo frame compressed multicast|bytes    packets errs drop fifo "
+            " face |bytes    packets errs drop fifo frame compressed multicast|bytes    packets errs drop "
+            "fifo "
             "colls carrier compressed\n"
-            "    lo:    3267      29    0    0    0     0          0         0     3267      29    0    0    0     "
+            "    lo:    3267      29    0    0    0     0          0         0     3267      29    0    0    "
+            "0     "
             "0       0          0\n"
             "wwan0: 5026379344 3711 0 0 0 0 0 0 18446744073709551615 12 0 0 0 0 0 0\n";
         const auto counters = LinuxNetworkInterfaces::parseProcNetDev(text);
@@ -44,10 +46,14 @@ private slots:
     {
         QTest::addColumn<QString>("a");
         QTest::addColumn<QString>("b");
-        QTest::newRow("numbers by value") << "ww2" << "ww10";
-        QTest::newRow("prefix first") << "ppp" << "ppp0";
-        QTest::newRow("letters") << "ppp9" << "wwan0";
-        QTest::newRow("leading zeros") << "ww02" << "ww3";
+        QTest::newRow("numbers by value") << "ww2"
+                                          << "ww10";
+        QTest::newRow("prefix first") << "ppp"
+                                      << "ppp0";
+        QTest::newRow("letters") << "ppp9"
+                                 << "wwan0";
+        QTest::newRow("leading zeros") << "ww02"
+                                       << "ww3";
     }
 
     void naturalOrder()
@@ -68,17 +74,16 @@ private slots:
         QTest::newRow("detected by name, natural order")
             << QStringList{"wlan0", "wwan10", "wwan2", "eth0"} << QStringList() << QStringList()
             << QStringList{"wlan0", "pdp_ip1", "pdp_ip0", "eth0"};
-        QTest::newRow("detected by sysfs")
-            << QStringList{"usb0", "enx00", "lo"} << QStringList() << QStringList{"enx00"}
-            << QStringList{"usb0", "pdp_ip0", "lo"};
+        QTest::newRow("detected by sysfs") << QStringList{"usb0", "enx00", "lo"} << QStringList()
+                                           << QStringList{"enx00"} << QStringList{"usb0", "pdp_ip0", "lo"};
         QTest::newRow("configured order decides the primary")
             << QStringList{"wwan0", "ppp0", "eth0"} << QStringList{"ppp0", "eth0", "absent"} << QStringList()
             << QStringList{"wwan0", "pdp_ip0", "pdp_ip1"};
         QTest::newRow("pdp_ip names keep their number")
             << QStringList{"pdp_ip0", "wwan0", "pdp_ip1"} << QStringList() << QStringList()
             << QStringList{"pdp_ip0", "pdp_ip2", "pdp_ip1"};
-        QTest::newRow("nothing cellular") << QStringList{"lo", "eth0"} << QStringList() << QStringList()
-                                          << QStringList{"lo", "eth0"};
+        QTest::newRow("nothing cellular")
+            << QStringList{"lo", "eth0"} << QStringList() << QStringList() << QStringList{"lo", "eth0"};
     }
 
     void cellularNaming()

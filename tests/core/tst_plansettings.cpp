@@ -26,8 +26,9 @@ private slots:
         QVERIFY(shared->processPlanID(QString()).isNull());
         QVERIFY(shared->getForPlan(QString(), Keys::PREF_BILLDAY).isNull());
         shared->setForPlan(QStringLiteral("NEW"), Keys::PREF_BILLDAY, 12);
-        QCOMPARE(shared->userPref().dictionaryForKey(Keys::PREF_ALL_PLANS).value(QStringLiteral("NEW")).toMap(),
-                 (QVariantMap{{Keys::PREF_BILLDAY, 12}}));
+        QCOMPARE(
+            shared->userPref().dictionaryForKey(Keys::PREF_ALL_PLANS).value(QStringLiteral("NEW")).toMap(),
+            (QVariantMap{{Keys::PREF_BILLDAY, 12}}));
         shared->userPref().setValue(Keys::PREF_ACTIVE_PLAN, QStringLiteral("NEW"));
         QCOMPARE(shared->integerForPlan(QString(), Keys::PREF_BILLDAY), 12);
         QVERIFY(shared->getForPlan(QStringLiteral("OTHER"), Keys::PREF_BILLDAY).isNull());
@@ -45,7 +46,8 @@ private slots:
         QCOMPARE(id.size(), 36);
         QCOMPARE(id, id.toUpper());
         QCOMPARE(shared->getForPlan(QString(), Keys::PREF_PLAN_LABEL).toString(), QStringLiteral("Default"));
-        QCOMPARE(shared->getForPlan(QString(), Keys::PREF_PLAN_DBNAME).toString(), id + QStringLiteral(".sqlite"));
+        QCOMPARE(shared->getForPlan(QString(), Keys::PREF_PLAN_DBNAME).toString(),
+                 id + QStringLiteral(".sqlite"));
         QCOMPARE(shared->doubleForPlan(QString(), Keys::PREF_THRES_MONTHLY), 2147483648.0);
         QCOMPARE(shared->userPref().doubleForKey(Keys::PREF_ALERT3), 90.0);
         delegate.setupUserDefaultsForNewInstall(); // once there is an active plan: nothing
@@ -59,9 +61,9 @@ private slots:
         QTest::addColumn<bool>("migrates");
         const QDateTime anchor(QDate(2025, 5, 3), QTime());
         QTest::newRow("single-plan layout")
-            << QVariantMap{{Keys::PREF_BILLDAY, 15},         {Keys::PREF_BILLTYPE, 4},
-                           {Keys::PREF_NDAYS_N, 10},         {Keys::PREF_30DAY_START, anchor},
-                           {Keys::PREF_THRES_MONTHLY, 5e9},  {Keys::PREF_ROLLOVER_ON, true},
+            << QVariantMap{{Keys::PREF_BILLDAY, 15},        {Keys::PREF_BILLTYPE, 4},
+                           {Keys::PREF_NDAYS_N, 10},        {Keys::PREF_30DAY_START, anchor},
+                           {Keys::PREF_THRES_MONTHLY, 5e9}, {Keys::PREF_ROLLOVER_ON, true},
                            {Keys::PREF_TRACK_TETHER, true}}
             << true;
         QTest::newRow("no bill day: nothing to migrate") << QVariantMap{{Keys::PREF_BILLTYPE, 4}} << false;
@@ -82,11 +84,13 @@ private slots:
             if (migrates) {
                 QCOMPARE(shared->getForPlan(QString(), Keys::PREF_PLAN_DBNAME).toString(),
                          QStringLiteral("QXNData7.sqlite"));
-                QCOMPARE(shared->getForPlan(QString(), Keys::PREF_PLAN_LABEL).toString(), QStringLiteral("Default"));
-                QCOMPARE(shared->getForPlan(QString(), Keys::PREF_PLAN_ID).toString(), shared->activePlanID());
-                for (const Keys::Key &k : {Keys::PREF_BILLDAY, Keys::PREF_BILLTYPE, Keys::PREF_NDAYS_N,
-                                           Keys::PREF_30DAY_START, Keys::PREF_THRES_MONTHLY, Keys::PREF_ROLLOVER_ON,
-                                           Keys::PREF_TRACK_TETHER})
+                QCOMPARE(shared->getForPlan(QString(), Keys::PREF_PLAN_LABEL).toString(),
+                         QStringLiteral("Default"));
+                QCOMPARE(shared->getForPlan(QString(), Keys::PREF_PLAN_ID).toString(),
+                         shared->activePlanID());
+                for (const Keys::Key &k :
+                     {Keys::PREF_BILLDAY, Keys::PREF_BILLTYPE, Keys::PREF_NDAYS_N, Keys::PREF_30DAY_START,
+                      Keys::PREF_THRES_MONTHLY, Keys::PREF_ROLLOVER_ON, Keys::PREF_TRACK_TETHER})
                     QCOMPARE(shared->getForPlan(QString(), k), old.value(k));
                 QVERIFY(!shared->getForPlan(QString(), Keys::PREF_DATA_DISPLAY_CAP).isValid());
                 QCOMPARE(shared->userPref().integerForKey(Keys::PREF_BILLDAY), 15); // left in place

@@ -55,7 +55,9 @@ private slots:
         QTest::newRow("all deltas zero: no event")
             << QList<Step>{{{link("pdp_ip0", 1000, 500)}}, {{link("pdp_ip0", 1000, 500)}}} << QStringList();
         QTest::newRow("a counter at 0 is no previous value")
-            << QList<Step>{{{link("pdp_ip0", 0, 0)}}, {{link("pdp_ip0", 70, 30)}}, {{link("pdp_ip0", 90, 40)}, {}, {20, 10, 0, 0}}}
+            << QList<Step>{{{link("pdp_ip0", 0, 0)}},
+                           {{link("pdp_ip0", 70, 30)}},
+                           {{link("pdp_ip0", 90, 40)}, {}, {20, 10, 0, 0}}}
             << QStringList();
         QTest::newRow("two samples in one hour make two events")
             << QList<Step>{{{link("pdp_ip0", 10, 10)}},
@@ -76,11 +78,14 @@ private slots:
                            {{link("pdp_ip0", 1010, 500), link("pdp_ip1", 160, 90)}, true, {20, 20, 0, 0}}}
             << QStringList();
         QTest::newRow("pdp_ip10 is tethering, not the primary interface")
-            << QList<Step>{{{link("pdp_ip10", 100, 100)}, true}, {{link("pdp_ip10", 50, 300)}, true, {50, 300, 0, 0}}}
+            << QList<Step>{{{link("pdp_ip10", 100, 100)}, true},
+                           {{link("pdp_ip10", 50, 300)}, true, {50, 300, 0, 0}}}
             << QStringList();
         QTest::newRow("counters past 32 bits are exact")
             << QList<Step>{{{link("pdp_ip0", 4294967000.0, 1)}},
-                           {{link("pdp_ip0", 9000000000123.0, 1)}, {}, {9000000000123.0 - 4294967000.0, 0, 0, 0}}}
+                           {{link("pdp_ip0", 9000000000123.0, 1)},
+                            {},
+                            {9000000000123.0 - 4294967000.0, 0, 0, 0}}}
             << QStringList();
     }
 
@@ -97,16 +102,16 @@ private slots:
 
         QList<QList<double>> expected;
         for (const Step &step : steps) {
-            if (step.tether)
-                shared->setForPlan(QString(), Keys::PREF_TRACK_TETHER, *step.tether);
+            if (step.tether) shared->setForPlan(QString(), Keys::PREF_TRACK_TETHER, *step.tether);
             c.interfaces.counters = step.counters;
-            const SampleResult r = onQueue(*context, [&] { return shared->saveUsageGasp(context.get(), {}); });
+            const SampleResult r =
+                onQueue(*context, [&] { return shared->saveUsageGasp(context.get(), {}); });
             QVERIFY(r.locked);
             QCOMPARE(r.event.has_value(), !step.event.isEmpty());
-            if (!step.event.isEmpty())
-                expected.append(step.event);
+            if (!step.event.isEmpty()) expected.append(step.event);
         }
-        const QList<Event> events = onQueue(*context, [&] { return context->events(QDateTime(), QDateTime(QDate(2100, 1, 1), QTime())); });
+        const QList<Event> events = onQueue(
+            *context, [&] { return context->events(QDateTime(), QDateTime(QDate(2100, 1, 1), QTime())); });
         QList<QList<double>> stored;
         for (const Event &e : events) {
             stored.append({e.cellIn, e.cellOut, e.wifiIn, e.wifiOut});
@@ -141,7 +146,9 @@ private slots:
         c.interfaces.counters = QList<LinkCounters>{link("pdp_ip0", 10, 10), link("pdp_ip1", 10, 10)};
         onQueue(*context, [&] { return shared->saveUsageGasp(context.get(), {}); });
         c.interfaces.counters = QList<LinkCounters>{link("pdp_ip0", 20, 15), link("pdp_ip1", 110, 10)};
-        const SampleResult r = onQueue(*context, [&] { return shared->saveUsageGasp(context.get(), {45.5, 7.25}); });
+        const SampleResult r = onQueue(*context, [&] {
+            return shared->saveUsageGasp(context.get(), {45.5, 7.25});
+        });
         QCOMPARE(r.usage.cell, 15.0);
         QCOMPARE(r.event->cellIn, 110.0);
         QCOMPARE(r.event->latitude, 45.5);
@@ -190,7 +197,9 @@ private slots:
             onQueue(ctx, [&] { return s.saveUsageGasp(&ctx, {}); });
             in += 100;
         }
-        const auto sums = onQueue(*ca, [&] { return ca->sum(QDateTime(QDate(2000, 1, 1), QTime()), QDateTime(QDate(2100, 1, 1), QTime())); });
+        const auto sums = onQueue(*ca, [&] {
+            return ca->sum(QDateTime(QDate(2000, 1, 1), QTime()), QDateTime(QDate(2100, 1, 1), QTime()));
+        });
         QCOMPARE(sums->cellIn, 500.0);
     }
 

@@ -29,11 +29,12 @@ private slots:
         QTest::newRow("tiny double") << QVariant(1e-300);
         QTest::newRow("true") << QVariant(true);
         QTest::newRow("false") << QVariant(false);
-        QTest::newRow("date in a repeated hour") << QVariant(QDateTime::fromSecsSinceEpoch(1729992615)); // 02:30 CET
+        QTest::newRow("date in a repeated hour")
+            << QVariant(QDateTime::fromSecsSinceEpoch(1729992615)); // 02:30 CET
         QTest::newRow("array") << QVariant(QVariantList{QStringLiteral("2"), qlonglong(1), 0.5, false});
-        QTest::newRow("nested dictionary")
-            << QVariant(QVariantMap{{QStringLiteral("A"), QVariantMap{{QStringLiteral("x"), QVariantList{1.5, 2.5}}}},
-                                    {QStringLiteral("B"), QVariantMap()}});
+        QTest::newRow("nested dictionary") << QVariant(
+            QVariantMap{{QStringLiteral("A"), QVariantMap{{QStringLiteral("x"), QVariantList{1.5, 2.5}}}},
+                        {QStringLiteral("B"), QVariantMap()}});
         QTest::newRow("data") << QVariant(QByteArray("\x00\x01\xff", 3));
     }
 
@@ -58,7 +59,8 @@ private slots:
         const QDateTime t(QDate(2026, 11, 30), QTime(23, 59, 59, 999));
         const QByteArray xml = PropertyList::toXml({{QStringLiteral("d"), t}});
         QVERIFY2(xml.contains("<date>2026-11-30T22:59:59Z</date>"), xml.constData());
-        QCOMPARE(PropertyList::fromXml(xml, nullptr)->value(QStringLiteral("d")).toDateTime(), t.addMSecs(-999));
+        QCOMPARE(PropertyList::fromXml(xml, nullptr)->value(QStringLiteral("d")).toDateTime(),
+                 t.addMSecs(-999));
     }
 
     void typedReadersOfAbsentValues()
@@ -104,8 +106,8 @@ private slots:
         QTest::newRow("empty") << QByteArray();
         QTest::newRow("root is an array")
             << QByteArray("<?xml version=\"1.0\"?><plist version=\"1.0\"><array/></plist>");
-        QTest::newRow("bad integer")
-            << QByteArray("<plist version=\"1.0\"><dict><key>a</key><integer>x1</integer></dict></plist>");
+        QTest::newRow("bad integer") << QByteArray(
+            "<plist version=\"1.0\"><dict><key>a</key><integer>x1</integer></dict></plist>");
     }
 
     void unreadableFileIsMovedAsideAndKept()

@@ -126,8 +126,10 @@ private slots:
         QCOMPARE(sqlite3_column_int(s, 0), UsageStore::kSchemaVersion);
         sqlite3_finalize(s);
         // The range sum reads the covering index only.
-        sqlite3_prepare_v2(db, "EXPLAIN QUERY PLAN SELECT total(cellIn), total(wifiOut) FROM Event "
-                               "WHERE timeStamp >= 1 AND timeStamp < 2", -1, &s, nullptr);
+        sqlite3_prepare_v2(db,
+                           "EXPLAIN QUERY PLAN SELECT total(cellIn), total(wifiOut) FROM Event "
+                           "WHERE timeStamp >= 1 AND timeStamp < 2",
+                           -1, &s, nullptr);
         QCOMPARE(sqlite3_step(s), SQLITE_ROW);
         const QByteArray plan(reinterpret_cast<const char *>(sqlite3_column_text(s, 3)));
         QVERIFY2(plan.contains("COVERING INDEX"), plan.constData());

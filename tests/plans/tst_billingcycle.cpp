@@ -39,57 +39,158 @@ private slots:
         const QString none;
 
         // Monthly on a bill day.
-        QTest::newRow("monthly day 1") << utc << 0 << 1 << none << "2026-11-22T15:00" << "2026-11-01T00:00:00Z" << "2026-12-01T00:00:00Z";
-        QTest::newRow("monthly: end belongs to the next") << utc << 0 << 1 << none << "2026-12-01T00:00" << "2026-12-01T00:00:00Z" << "2027-01-01T00:00:00Z";
-        QTest::newRow("monthly day 15 across the year") << utc << 0 << 15 << none << "2026-01-10" << "2025-12-15T00:00:00Z" << "2026-01-15T00:00:00Z";
-        QTest::newRow("day 31 in a leap February") << utc << 0 << 31 << none << "2024-02-29" << "2024-01-31T00:00:00Z" << "2024-03-01T00:00:00Z";
-        QTest::newRow("day 31 on 15 February") << utc << 0 << 31 << none << "2023-02-15" << "2023-01-31T00:00:00Z" << "2023-03-01T00:00:00Z";
-        QTest::newRow("day 31 on 1 March") << utc << 0 << 31 << none << "2024-03-01" << "2024-03-01T00:00:00Z" << "2024-03-31T00:00:00Z";
-        QTest::newRow("day 31 on 31 March") << utc << 0 << 31 << none << "2023-03-31" << "2023-03-31T00:00:00Z" << "2023-05-01T00:00:00Z";
-        QTest::newRow("day 31 on 1 May") << utc << 0 << 31 << none << "2023-05-01" << "2023-05-01T00:00:00Z" << "2023-05-31T00:00:00Z";
-        QTest::newRow("day 30 on 31 January") << utc << 0 << 30 << none << "2023-01-31" << "2023-01-30T00:00:00Z" << "2023-03-01T00:00:00Z";
-        QTest::newRow("day 29, common year") << utc << 0 << 29 << none << "2023-02-28" << "2023-01-29T00:00:00Z" << "2023-03-01T00:00:00Z";
-        QTest::newRow("day 29, leap year") << utc << 0 << 29 << none << "2024-02-29" << "2024-02-29T00:00:00Z" << "2024-03-29T00:00:00Z";
-        QTest::newRow("day 28") << utc << 0 << 28 << none << "2025-12-28" << "2025-12-28T00:00:00Z" << "2026-01-28T00:00:00Z";
-        QTest::newRow("unknown type is monthly") << utc << 9 << 10 << none << "2026-11-22" << "2026-11-10T00:00:00Z" << "2026-12-10T00:00:00Z";
+        QTest::newRow("monthly day 1") << utc << 0 << 1 << none << "2026-11-22T15:00"
+                                       << "2026-11-01T00:00:00Z"
+                                       << "2026-12-01T00:00:00Z";
+        QTest::newRow("monthly: end belongs to the next") << utc << 0 << 1 << none << "2026-12-01T00:00"
+                                                          << "2026-12-01T00:00:00Z"
+                                                          << "2027-01-01T00:00:00Z";
+        QTest::newRow("monthly day 15 across the year") << utc << 0 << 15 << none << "2026-01-10"
+                                                        << "2025-12-15T00:00:00Z"
+                                                        << "2026-01-15T00:00:00Z";
+        QTest::newRow("day 31 in a leap February") << utc << 0 << 31 << none << "2024-02-29"
+                                                   << "2024-01-31T00:00:00Z"
+                                                   << "2024-03-01T00:00:00Z";
+        QTest::newRow("day 31 on 15 February") << utc << 0 << 31 << none << "2023-02-15"
+                                               << "2023-01-31T00:00:00Z"
+                                               << "2023-03-01T00:00:00Z";
+        QTest::newRow("day 31 on 1 March") << utc << 0 << 31 << none << "2024-03-01"
+                                           << "2024-03-01T00:00:00Z"
+                                           << "2024-03-31T00:00:00Z";
+        QTest::newRow("day 31 on 31 March") << utc << 0 << 31 << none << "2023-03-31"
+                                            << "2023-03-31T00:00:00Z"
+                                            << "2023-05-01T00:00:00Z";
+        QTest::newRow("day 31 on 1 May") << utc << 0 << 31 << none << "2023-05-01"
+                                         << "2023-05-01T00:00:00Z"
+                                         << "2023-05-31T00:00:00Z";
+        QTest::newRow("day 30 on 31 January") << utc << 0 << 30 << none << "2023-01-31"
+                                              << "2023-01-30T00:00:00Z"
+                                              << "2023-03-01T00:00:00Z";
+        QTest::newRow("day 29, common year") << utc << 0 << 29 << none << "2023-02-28"
+                                             << "2023-01-29T00:00:00Z"
+                                             << "2023-03-01T00:00:00Z";
+        QTest::newRow("day 29, leap year") << utc << 0 << 29 << none << "2024-02-29"
+                                           << "2024-02-29T00:00:00Z"
+                                           << "2024-03-29T00:00:00Z";
+        QTest::newRow("day 28") << utc << 0 << 28 << none << "2025-12-28"
+                                << "2025-12-28T00:00:00Z"
+                                << "2026-01-28T00:00:00Z";
+        QTest::newRow("unknown type is monthly") << utc << 9 << 10 << none << "2026-11-22"
+                                                 << "2026-11-10T00:00:00Z"
+                                                 << "2026-12-10T00:00:00Z";
         // Weekly: the most recent week-start day on or before the date (1 = Sunday).
-        QTest::newRow("week start Monday, on a Monday") << utc << 2 << 2 << none << "2026-11-23" << "2026-11-23T00:00:00Z" << "2026-11-30T00:00:00Z";
-        QTest::newRow("week start Monday, on a Sunday") << utc << 2 << 2 << none << "2026-11-22" << "2026-11-16T00:00:00Z" << "2026-11-23T00:00:00Z";
-        QTest::newRow("week start Sunday, on a Sunday") << utc << 2 << 1 << none << "2026-11-22T23:59" << "2026-11-22T00:00:00Z" << "2026-11-29T00:00:00Z";
-        QTest::newRow("week start Tuesday, on a Saturday") << utc << 2 << 3 << none << "2026-11-28" << "2026-11-24T00:00:00Z" << "2026-12-01T00:00:00Z";
-        QTest::newRow("week start Wednesday, on a Wednesday") << utc << 2 << 4 << none << "2026-11-25" << "2026-11-25T00:00:00Z" << "2026-12-02T00:00:00Z";
-        QTest::newRow("week start Thursday, on a Monday") << utc << 2 << 5 << none << "2026-11-23" << "2026-11-19T00:00:00Z" << "2026-11-26T00:00:00Z";
-        QTest::newRow("week start Friday, on a Friday") << utc << 2 << 6 << none << "2026-11-27" << "2026-11-27T00:00:00Z" << "2026-12-04T00:00:00Z";
-        QTest::newRow("week start Saturday, on a Sunday") << utc << 2 << 7 << none << "2026-11-22" << "2026-11-21T00:00:00Z" << "2026-11-28T00:00:00Z";
-        QTest::newRow("week start unset, on a Saturday") << utc << 2 << 0 << none << "2026-11-28" << "2026-11-21T00:00:00Z" << "2026-11-28T00:00:00Z";
+        QTest::newRow("week start Monday, on a Monday") << utc << 2 << 2 << none << "2026-11-23"
+                                                        << "2026-11-23T00:00:00Z"
+                                                        << "2026-11-30T00:00:00Z";
+        QTest::newRow("week start Monday, on a Sunday") << utc << 2 << 2 << none << "2026-11-22"
+                                                        << "2026-11-16T00:00:00Z"
+                                                        << "2026-11-23T00:00:00Z";
+        QTest::newRow("week start Sunday, on a Sunday") << utc << 2 << 1 << none << "2026-11-22T23:59"
+                                                        << "2026-11-22T00:00:00Z"
+                                                        << "2026-11-29T00:00:00Z";
+        QTest::newRow("week start Tuesday, on a Saturday") << utc << 2 << 3 << none << "2026-11-28"
+                                                           << "2026-11-24T00:00:00Z"
+                                                           << "2026-12-01T00:00:00Z";
+        QTest::newRow("week start Wednesday, on a Wednesday") << utc << 2 << 4 << none << "2026-11-25"
+                                                              << "2026-11-25T00:00:00Z"
+                                                              << "2026-12-02T00:00:00Z";
+        QTest::newRow("week start Thursday, on a Monday") << utc << 2 << 5 << none << "2026-11-23"
+                                                          << "2026-11-19T00:00:00Z"
+                                                          << "2026-11-26T00:00:00Z";
+        QTest::newRow("week start Friday, on a Friday") << utc << 2 << 6 << none << "2026-11-27"
+                                                        << "2026-11-27T00:00:00Z"
+                                                        << "2026-12-04T00:00:00Z";
+        QTest::newRow("week start Saturday, on a Sunday") << utc << 2 << 7 << none << "2026-11-22"
+                                                          << "2026-11-21T00:00:00Z"
+                                                          << "2026-11-28T00:00:00Z";
+        QTest::newRow("week start unset, on a Saturday") << utc << 2 << 0 << none << "2026-11-28"
+                                                         << "2026-11-21T00:00:00Z"
+                                                         << "2026-11-28T00:00:00Z";
         // Every 30, 28 or N days from an anchor.
-        QTest::newRow("30 days, first period") << utc << 1 << 0 << "2026-11-01" << "2026-11-22" << "2026-11-01T00:00:00Z" << "2026-12-01T00:00:00Z";
-        QTest::newRow("30 days, second period") << utc << 1 << 0 << "2026-10-01" << "2026-11-22" << "2026-10-31T00:00:00Z" << "2026-11-30T00:00:00Z";
-        QTest::newRow("30 days, anchor 10 days ahead") << utc << 1 << 0 << "2026-12-02" << "2026-11-22" << "2026-11-02T00:00:00Z" << "2026-12-02T00:00:00Z";
-        QTest::newRow("30 days, anchor months ahead") << utc << 1 << 0 << "2027-03-01" << "2026-11-22" << "2026-11-01T00:00:00Z" << "2026-12-01T00:00:00Z";
-        QTest::newRow("30 days, no anchor") << utc << 1 << 0 << none << "2026-11-22T08:00" << "2026-11-22T00:00:00Z" << "2026-12-22T00:00:00Z";
-        QTest::newRow("30 days, anchor with a time of day") << utc << 1 << 0 << "2026-11-01T10:00" << "2026-11-22" << "2026-11-01T10:00:00Z" << "2026-12-01T10:00:00Z";
-        QTest::newRow("28 days, eleventh period") << utc << 3 << 0 << "2026-01-01" << "2026-11-22" << "2026-11-05T00:00:00Z" << "2026-12-03T00:00:00Z";
-        QTest::newRow("N days, N unset is 30") << utc << 4 << 0 << "2026-11-01" << "2026-11-22" << "2026-11-01T00:00:00Z" << "2026-12-01T00:00:00Z";
-        QTest::newRow("daily") << utc << 4 << 1 << "2020-01-01" << "2026-11-22T15:00" << "2026-11-22T00:00:00Z" << "2026-11-23T00:00:00Z";
-        QTest::newRow("7 days over a leap day") << utc << 4 << 7 << "2024-02-26" << "2024-03-04" << "2024-03-04T00:00:00Z" << "2024-03-11T00:00:00Z";
-        QTest::newRow("10 days from today") << utc << 4 << 10 << "2026-11-22" << "2026-11-22" << "2026-11-22T00:00:00Z" << "2026-12-02T00:00:00Z";
+        QTest::newRow("30 days, first period") << utc << 1 << 0 << "2026-11-01"
+                                               << "2026-11-22"
+                                               << "2026-11-01T00:00:00Z"
+                                               << "2026-12-01T00:00:00Z";
+        QTest::newRow("30 days, second period") << utc << 1 << 0 << "2026-10-01"
+                                                << "2026-11-22"
+                                                << "2026-10-31T00:00:00Z"
+                                                << "2026-11-30T00:00:00Z";
+        QTest::newRow("30 days, anchor 10 days ahead") << utc << 1 << 0 << "2026-12-02"
+                                                       << "2026-11-22"
+                                                       << "2026-11-02T00:00:00Z"
+                                                       << "2026-12-02T00:00:00Z";
+        QTest::newRow("30 days, anchor months ahead") << utc << 1 << 0 << "2027-03-01"
+                                                      << "2026-11-22"
+                                                      << "2026-11-01T00:00:00Z"
+                                                      << "2026-12-01T00:00:00Z";
+        QTest::newRow("30 days, no anchor") << utc << 1 << 0 << none << "2026-11-22T08:00"
+                                            << "2026-11-22T00:00:00Z"
+                                            << "2026-12-22T00:00:00Z";
+        QTest::newRow("30 days, anchor with a time of day") << utc << 1 << 0 << "2026-11-01T10:00"
+                                                            << "2026-11-22"
+                                                            << "2026-11-01T10:00:00Z"
+                                                            << "2026-12-01T10:00:00Z";
+        QTest::newRow("28 days, eleventh period") << utc << 3 << 0 << "2026-01-01"
+                                                  << "2026-11-22"
+                                                  << "2026-11-05T00:00:00Z"
+                                                  << "2026-12-03T00:00:00Z";
+        QTest::newRow("N days, N unset is 30") << utc << 4 << 0 << "2026-11-01"
+                                               << "2026-11-22"
+                                               << "2026-11-01T00:00:00Z"
+                                               << "2026-12-01T00:00:00Z";
+        QTest::newRow("daily") << utc << 4 << 1 << "2020-01-01"
+                               << "2026-11-22T15:00"
+                               << "2026-11-22T00:00:00Z"
+                               << "2026-11-23T00:00:00Z";
+        QTest::newRow("7 days over a leap day") << utc << 4 << 7 << "2024-02-26"
+                                                << "2024-03-04"
+                                                << "2024-03-04T00:00:00Z"
+                                                << "2024-03-11T00:00:00Z";
+        QTest::newRow("10 days from today") << utc << 4 << 10 << "2026-11-22"
+                                            << "2026-11-22"
+                                            << "2026-11-22T00:00:00Z"
+                                            << "2026-12-02T00:00:00Z";
 
         // Daylight saving at 02:00 (Europe/Berlin: 31 March 2024 has 23 hours, 27 October 25).
         const QByteArray berlin = "Europe/Berlin";
-        QTest::newRow("Berlin monthly over spring change") << berlin << 0 << 1 << none << "2024-03-15" << "2024-03-01T00:00:00+01:00" << "2024-04-01T00:00:00+02:00";
-        QTest::newRow("Berlin daily, 23-hour day") << berlin << 4 << 1 << none << "2024-03-31T12:00" << "2024-03-31T00:00:00+01:00" << "2024-04-01T00:00:00+02:00";
-        QTest::newRow("Berlin 30 days over the 25-hour day") << berlin << 1 << 0 << "2024-10-01" << "2024-10-31" << "2024-10-31T00:00:00+01:00" << "2024-11-30T00:00:00+01:00";
-        QTest::newRow("Berlin weekly before autumn change") << berlin << 2 << 2 << none << "2024-10-27T23:00" << "2024-10-21T00:00:00+02:00" << "2024-10-28T00:00:00+01:00";
+        QTest::newRow("Berlin monthly over spring change") << berlin << 0 << 1 << none << "2024-03-15"
+                                                           << "2024-03-01T00:00:00+01:00"
+                                                           << "2024-04-01T00:00:00+02:00";
+        QTest::newRow("Berlin daily, 23-hour day") << berlin << 4 << 1 << none << "2024-03-31T12:00"
+                                                   << "2024-03-31T00:00:00+01:00"
+                                                   << "2024-04-01T00:00:00+02:00";
+        QTest::newRow("Berlin 30 days over the 25-hour day") << berlin << 1 << 0 << "2024-10-01"
+                                                             << "2024-10-31"
+                                                             << "2024-10-31T00:00:00+01:00"
+                                                             << "2024-11-30T00:00:00+01:00";
+        QTest::newRow("Berlin weekly before autumn change") << berlin << 2 << 2 << none << "2024-10-27T23:00"
+                                                            << "2024-10-21T00:00:00+02:00"
+                                                            << "2024-10-28T00:00:00+01:00";
         // Daylight saving at midnight: the day starts at 01:00 (America/Santiago, America/Havana).
         const QByteArray santiago = "America/Santiago";
-        QTest::newRow("Santiago daily, day starts at 01:00") << santiago << 4 << 1 << none << "2024-09-08T12:00" << "2024-09-08T01:00:00-03:00" << "2024-09-09T00:00:00-03:00";
-        QTest::newRow("Santiago monthly from a day without midnight") << santiago << 0 << 8 << none << "2024-09-20" << "2024-09-08T01:00:00-03:00" << "2024-10-08T00:00:00-03:00";
-        QTest::newRow("Santiago weekly from a day without midnight") << santiago << 2 << 1 << none << "2024-09-10" << "2024-09-08T01:00:00-03:00" << "2024-09-15T00:00:00-03:00";
-        QTest::newRow("Santiago daily, 25-hour day") << santiago << 4 << 1 << none << "2024-04-06T12:00" << "2024-04-06T00:00:00-03:00" << "2024-04-07T00:00:00-04:00";
+        QTest::newRow("Santiago daily, day starts at 01:00")
+            << santiago << 4 << 1 << none << "2024-09-08T12:00"
+            << "2024-09-08T01:00:00-03:00"
+            << "2024-09-09T00:00:00-03:00";
+        QTest::newRow("Santiago monthly from a day without midnight")
+            << santiago << 0 << 8 << none << "2024-09-20"
+            << "2024-09-08T01:00:00-03:00"
+            << "2024-10-08T00:00:00-03:00";
+        QTest::newRow("Santiago weekly from a day without midnight")
+            << santiago << 2 << 1 << none << "2024-09-10"
+            << "2024-09-08T01:00:00-03:00"
+            << "2024-09-15T00:00:00-03:00";
+        QTest::newRow("Santiago daily, 25-hour day") << santiago << 4 << 1 << none << "2024-04-06T12:00"
+                                                     << "2024-04-06T00:00:00-03:00"
+                                                     << "2024-04-07T00:00:00-04:00";
         const QByteArray havana = "America/Havana";
-        QTest::newRow("Havana 2 days over the change") << havana << 4 << 2 << "2024-03-09" << "2024-03-10T12:00" << "2024-03-09T00:00:00-05:00" << "2024-03-11T00:00:00-04:00";
-        QTest::newRow("Havana daily on the short day") << havana << 4 << 1 << none << "2024-03-10T08:00" << "2024-03-10T01:00:00-04:00" << "2024-03-11T00:00:00-04:00";
+        QTest::newRow("Havana 2 days over the change") << havana << 4 << 2 << "2024-03-09"
+                                                       << "2024-03-10T12:00"
+                                                       << "2024-03-09T00:00:00-05:00"
+                                                       << "2024-03-11T00:00:00-04:00";
+        QTest::newRow("Havana daily on the short day") << havana << 4 << 1 << none << "2024-03-10T08:00"
+                                                       << "2024-03-10T01:00:00-04:00"
+                                                       << "2024-03-11T00:00:00-04:00";
     }
 
     void periods()
@@ -112,8 +213,7 @@ private slots:
             shared->setForPlan(QString(), Keys::PREF_NDAYS_N, value);
         else if (type == 2)
             shared->userPref().setValue(Keys::PREF_WEEK_START, value);
-        if (!anchor.isEmpty())
-            shared->setForPlan(QString(), Keys::PREF_30DAY_START, local(anchor));
+        if (!anchor.isEmpty()) shared->setForPlan(QString(), Keys::PREF_30DAY_START, local(anchor));
 
         const QDateTime when = local(date);
         const Period p = shared->computeStartEndDates(when, QString());
@@ -134,10 +234,14 @@ private slots:
         QTest::addColumn<QByteArray>("zone");
         QTest::addColumn<QString>("nowUtc");
         QTest::addColumn<QString>("hourUtc");
-        QTest::newRow("plain") << QByteArray("UTC") << "2026-11-22T10:47:12Z" << "2026-11-22T10:00:00Z";
-        QTest::newRow("half-hour offset") << QByteArray("Asia/Kolkata") << "2026-11-22T05:17:00Z" << "2026-11-22T04:30:00Z";
-        QTest::newRow("repeated hour, first pass") << QByteArray("Europe/Berlin") << "2024-10-27T00:30:00Z" << "2024-10-27T00:00:00Z";
-        QTest::newRow("repeated hour, second pass") << QByteArray("Europe/Berlin") << "2024-10-27T01:30:00Z" << "2024-10-27T01:00:00Z";
+        QTest::newRow("plain") << QByteArray("UTC") << "2026-11-22T10:47:12Z"
+                               << "2026-11-22T10:00:00Z";
+        QTest::newRow("half-hour offset") << QByteArray("Asia/Kolkata") << "2026-11-22T05:17:00Z"
+                                          << "2026-11-22T04:30:00Z";
+        QTest::newRow("repeated hour, first pass") << QByteArray("Europe/Berlin") << "2024-10-27T00:30:00Z"
+                                                   << "2024-10-27T00:00:00Z";
+        QTest::newRow("repeated hour, second pass") << QByteArray("Europe/Berlin") << "2024-10-27T01:30:00Z"
+                                                    << "2024-10-27T01:00:00Z";
     }
 
     void nowAtHour()
@@ -155,21 +259,36 @@ private slots:
     {
         ZoneScope tz("Europe/Berlin");
         const QDateTime jan31(QDate(2023, 1, 31), QTime(9, 0));
-        QCOMPARE(SharedCode::dateByAddingUnit(CalendarUnit::Month, 1, jan31), QDateTime(QDate(2023, 2, 28), QTime(9, 0)));
+        QCOMPARE(SharedCode::dateByAddingUnit(CalendarUnit::Month, 1, jan31),
+                 QDateTime(QDate(2023, 2, 28), QTime(9, 0)));
         const QDateTime beforeChange(QDate(2024, 3, 30), QTime(12, 0));
-        QCOMPARE(SharedCode::dateByAddingUnit(CalendarUnit::Day, 1, beforeChange), QDateTime(QDate(2024, 3, 31), QTime(12, 0)));
-        QCOMPARE(SharedCode::dateByAddingUnit(CalendarUnit::Hour, 24, beforeChange), QDateTime(QDate(2024, 3, 31), QTime(13, 0)));
+        QCOMPARE(SharedCode::dateByAddingUnit(CalendarUnit::Day, 1, beforeChange),
+                 QDateTime(QDate(2024, 3, 31), QTime(12, 0)));
+        QCOMPARE(SharedCode::dateByAddingUnit(CalendarUnit::Hour, 24, beforeChange),
+                 QDateTime(QDate(2024, 3, 31), QTime(13, 0)));
         QCOMPARE(SharedCode::dateByAddingUnit(CalendarUnit::Minute, 5, beforeChange), beforeChange);
-        QCOMPARE(SharedCode::validDateForDay(0, QDateTime(QDate(2024, 3, 10), QTime())), QDateTime(QDate(2024, 2, 29), QTime()));
+        QCOMPARE(SharedCode::validDateForDay(0, QDateTime(QDate(2024, 3, 10), QTime())),
+                 QDateTime(QDate(2024, 2, 29), QTime()));
     }
 
     void texts_data()
     {
         QTest::addColumn<int>("day");
         QTest::addColumn<QString>("english");
-        for (auto [day, text] : std::initializer_list<std::pair<int, const char *>>{
-                 {1, "1st"}, {2, "2nd"}, {3, "3rd"}, {4, "4th"}, {11, "11th"}, {12, "12th"}, {13, "13th"},
-                 {20, "20th"}, {21, "21st"}, {22, "22nd"}, {23, "23rd"}, {24, "24th"}, {30, "30th"}, {31, "31st"}})
+        for (auto [day, text] : std::initializer_list<std::pair<int, const char *>>{{1, "1st"},
+                                                                                    {2, "2nd"},
+                                                                                    {3, "3rd"},
+                                                                                    {4, "4th"},
+                                                                                    {11, "11th"},
+                                                                                    {12, "12th"},
+                                                                                    {13, "13th"},
+                                                                                    {20, "20th"},
+                                                                                    {21, "21st"},
+                                                                                    {22, "22nd"},
+                                                                                    {23, "23rd"},
+                                                                                    {24, "24th"},
+                                                                                    {30, "30th"},
+                                                                                    {31, "31st"}})
             QTest::newRow(text) << day << QString::fromLatin1(text);
     }
 
@@ -178,7 +297,8 @@ private slots:
         QFETCH(int, day);
         QFETCH(QString, english);
         QCOMPARE(SettingsHelper::shortBillDateString(day, QStringLiteral("en")), english);
-        QCOMPARE(SettingsHelper::longBillDateString(day, QStringLiteral("fr")), english + QStringLiteral(" of the month"));
+        QCOMPARE(SettingsHelper::longBillDateString(day, QStringLiteral("fr")),
+                 english + QStringLiteral(" of the month"));
     }
 
     void languageTextsAndNames()
@@ -192,7 +312,8 @@ private slots:
         QCOMPARE(SettingsHelper::planNameForLength(0, 0), QStringLiteral("Monthly"));
         QCOMPARE(SettingsHelper::planNameForLength(3, 0), QStringLiteral("28 Days"));
         QCOMPARE(SettingsHelper::planNameForLength(4, 1), QStringLiteral("Daily"));
-        QCOMPARE(SettingsHelper::planNameForLength(4, 0), QStringLiteral("0 Days")); // while its period is 30 days
+        QCOMPARE(SettingsHelper::planNameForLength(4, 0),
+                 QStringLiteral("0 Days")); // while its period is 30 days
         QCOMPARE(SettingsHelper::planNameForLength(4, 45), QStringLiteral("45 Days"));
         QCOMPARE(SettingsHelper::planNameForLength(7, 45), QStringLiteral("Monthly"));
         QCOMPARE(SettingsHelper::capString({QStringLiteral("1.5"), 1}), QStringLiteral("1.5 GB"));

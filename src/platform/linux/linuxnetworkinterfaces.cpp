@@ -24,8 +24,7 @@ QByteArray readSmallFile(const QString &path)
 
 LinuxNetworkInterfaces::LinuxNetworkInterfaces(QString procNetDev, QString sysfsNet)
     : m_procNetDev(std::move(procNetDev)), m_sysfsNet(std::move(sysfsNet))
-{
-}
+{}
 
 LinuxNetworkInterfaces LinuxNetworkInterfaces::fromEnvironment()
 {
@@ -37,25 +36,21 @@ LinuxNetworkInterfaces LinuxNetworkInterfaces::fromEnvironment()
 std::optional<QList<LinkCounters>> LinuxNetworkInterfaces::parseProcNetDev(const QByteArray &text)
 {
     const QList<QByteArray> lines = text.split('\n');
-    if (lines.size() < 2 || !lines.at(0).contains('|') || !lines.at(1).contains('|'))
-        return std::nullopt;
+    if (lines.size() < 2 || !lines.at(0).contains('|') || !lines.at(1).contains('|')) return std::nullopt;
     QList<LinkCounters> result;
     for (qsizetype i = 2; i < lines.size(); ++i) {
         const QByteArray &line = lines.at(i);
         const qsizetype colon = line.indexOf(':');
         if (colon < 0) {
-            if (!line.trimmed().isEmpty())
-                return std::nullopt;
+            if (!line.trimmed().isEmpty()) return std::nullopt;
             continue;
         }
         const QList<QByteArray> fields = line.mid(colon + 1).simplified().split(' ');
-        if (fields.size() < 16)
-            return std::nullopt;
+        if (fields.size() < 16) return std::nullopt;
         bool okIn = false, okOut = false;
         const qulonglong in = fields.at(0).toULongLong(&okIn);
         const qulonglong out = fields.at(8).toULongLong(&okOut);
-        if (!okIn || !okOut)
-            return std::nullopt;
+        if (!okIn || !okOut) return std::nullopt;
         result.append(LinkCounters{QString::fromLatin1(line.left(colon).trimmed()), double(in), double(out)});
     }
     return result;
@@ -69,8 +64,7 @@ std::optional<QList<LinkCounters>> LinuxNetworkInterfaces::readCounters()
         return std::nullopt;
     }
     std::optional<QList<LinkCounters>> counters = parseProcNetDev(file.readAll());
-    if (!counters)
-        qCWarning(lcPlatform, "%s is not an interface statistics table", qPrintable(m_procNetDev));
+    if (!counters) qCWarning(lcPlatform, "%s is not an interface statistics table", qPrintable(m_procNetDev));
     return counters;
 }
 
@@ -80,7 +74,8 @@ QStringList LinuxNetworkInterfaces::wifiInterfaces()
     const QDir dir(m_sysfsNet);
     for (const QString &name : dir.entryList(QDir::Dirs | QDir::NoDotAndDotDot | QDir::System)) {
         const QString base = dir.filePath(name);
-        if (QFileInfo::exists(base + QStringLiteral("/wireless")) || QFileInfo::exists(base + QStringLiteral("/phy80211")))
+        if (QFileInfo::exists(base + QStringLiteral("/wireless")) ||
+            QFileInfo::exists(base + QStringLiteral("/phy80211")))
             names.append(name);
     }
     std::sort(names.begin(), names.end());
@@ -92,8 +87,7 @@ bool LinuxNetworkInterfaces::isCellularLink(const QString &name)
     const QString base = m_sysfsNet + QLatin1Char('/') + name;
     const QByteArray uevent = readSmallFile(base + QStringLiteral("/uevent"));
     for (const QByteArray &line : uevent.split('\n'))
-        if (line.trimmed() == "DEVTYPE=wwan")
-            return true;
+        if (line.trimmed() == "DEVTYPE=wwan") return true;
     const int type = readSmallFile(base + QStringLiteral("/type")).trimmed().toInt();
     return type == kArphrdPpp || type == kArphrdRawIp;
 }

@@ -7,8 +7,7 @@ namespace Paths {
 QString container()
 {
     const QString configured = qEnvironmentVariable("TALLYMO_CONTAINER");
-    if (!configured.isEmpty())
-        return configured;
+    if (!configured.isEmpty()) return configured;
     return QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) + QStringLiteral("/tallymo");
 }
 

@@ -27,16 +27,16 @@ void onSignal(int signo)
 
 void onTermination(std::function<void()> handler)
 {
-    if (g_pipe[0] < 0 && ::pipe2(g_pipe, O_CLOEXEC | O_NONBLOCK) != 0)
-        return;
+    if (g_pipe[0] < 0 && ::pipe2(g_pipe, O_CLOEXEC | O_NONBLOCK) != 0) return;
     auto *notifier = new QSocketNotifier(g_pipe[0], QSocketNotifier::Read, QCoreApplication::instance());
-    QObject::connect(notifier, &QSocketNotifier::activated, notifier, [handler = std::move(handler), notifier] {
-        char byte;
-        while (::read(g_pipe[0], &byte, 1) > 0) {
-        }
-        notifier->setEnabled(false);
-        handler();
-    });
+    QObject::connect(notifier, &QSocketNotifier::activated, notifier,
+                     [handler = std::move(handler), notifier] {
+                         char byte;
+                         while (::read(g_pipe[0], &byte, 1) > 0) {
+                         }
+                         notifier->setEnabled(false);
+                         handler();
+                     });
     struct sigaction sa = {};
     sa.sa_handler = onSignal;
     sigemptyset(&sa.sa_mask);

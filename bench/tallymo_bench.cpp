@@ -1,0 +1,132 @@
+// Benchmarks of the sampling path and the period sum. Prints medians; asserts nothing.
+#include "app/datausageappdelegate.h"
+#include "core/sharedcode.h"
+#include "platform/linux/linuxnetworkinterfaces.h"
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QTemporaryDir>
+
+#include <algorithm>
+#include <cstdio>
+#include <ctime>
+
+namespace {
+
+double cpuMicros()
+{
+    timespec ts;
+    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &ts);
+    return ts.tv_sec * 1e6 + ts.tv_nsec / 1e3;
+}
+
+double median(QList<double> v)
+{
+    std::sort(v.begin(), v.end());
+    return v.isEmpty() ? 0 : v[v.size() / 2];
+}
+
+void writeCounters(const QString &path, qint64 step)
+{
+    QFile f(path + QStringLiteral(".tmp"));
+    if (!f.open(QIODevice::WriteOnly)) qFatal("cannot write counters");
+    f.write(
+        "Inter-|   Receive                                                |  Transmit\n"
+        " face |bytes    packets errs drop fifo frame compressed multicast|bytes    packets errs drop fifo "
+        "colls carrier compressed\n");
+    const QByteArray in = QByteArray::number(1000 + step * 150000),
+                     out = QByteArray::number(1000 + step * 20000);
+    for (const char *name : {"lo", "eth0", "wwan0", "wlan0", "docker0", "virbr0"})
+        f.write(QByteArray(name) + ": " + in + " 10 0 0 0 0 0 0 " + out + " 10 0 0 0 0 0 0\n");
+    f.close();
+    QFile::remove(path);
+    f.rename(path);
+}
+
+// One locked sample as every wake-up takes it: lock, settings, counters, one insert, save.
+void benchSample(const QString &dir)
+{
+    const QString counters = dir + QStringLiteral("/net_dev");
+    writeCounters(counters, 0);
+    LinuxNetworkInterfaces interfaces(counters, dir + QStringLiteral("/sys"));
+    SharedCode shared({dir + QStringLiteral("/sample"), &interfaces});
+    DataUsageAppDelegate delegate(shared);
+    delegate.setupUserDefaultsForNewInstall();
+    shared.userPref().setValue(QStringLiteral("PREF_INTERFACE_NAME"), QStringLiteral("wlan0"));
+    auto context = shared.mocForActive();
+    QList<double> cpu, wall;
+    for (int i = 1; i <= 400; ++i) {
+        writeCounters(counters, i);
+        QElapsedTimer t;
+        double c0 = 0, c1 = 0;
+        context->performAndWait([&] {
+            c0 = cpuMicros();
+            t.start();
+            shared.saveUsageGasp(context.get(), Coordinate{});
+            wall.append(t.nsecsElapsed() / 1e3);
+            c1 = cpuMicros();
+        });
+        if (i > 20) // warm-up
+            cpu.append(c1 - c0);
+    }
+    std::printf(
+        "locked sample:             median CPU %.0f us, median wall %.0f us (with fsync), %lld samples\n",
+        median(cpu), median(wall), qlonglong(cpu.size()));
+}
+
+// The current period's sums over five years of 5-minute samples.
+void benchPeriodSum(const QString &dir)
+{
+    const QString path = dir + QStringLiteral("/five-years.sqlite");
+    QString error;
+    auto store = UsageStore::open(path, &error);
+    const QDateTime now = QDateTime::currentDateTime();
+    const qint64 end = now.toSecsSinceEpoch() / 300 * 300;
+    constexpr int kEvents = 525600;
+    QList<UsageStore::Change> changes;
+    changes.reserve(kEvents);
+    for (qint64 i = 0; i < kEvents; ++i) {
+        const qint64 t = end - i * 300;
+        const double v = double((i * 2654435761LL) % 4000037);
+        changes.append(Event{QDateTime::fromSecsSinceEpoch(t / 3600 * 3600), v, v / 8, v / 2, v / 16});
+    }
+    QElapsedTimer build;
+    build.start();
+    if (!store->apply(changes, &error)) qFatal("cannot fill the store: %s", qPrintable(error));
+    std::printf("store of %d events:    written in %.2f s (%.0f events/s), %.1f MB\n", kEvents,
+                build.nsecsElapsed() / 1e9, kEvents / (build.nsecsElapsed() / 1e9),
+                QFile(path).size() / 1048576.0);
+    const QDateTime start = QDate(now.date().year(), now.date().month(), 1).startOfDay();
+    const QDateTime stop = start.addMonths(1);
+    QList<double> times;
+    double cellIn = 0;
+    for (int i = 0; i < 200; ++i) {
+        QElapsedTimer t;
+        t.start();
+        cellIn = store->sum(start, stop)->cellIn;
+        times.append(t.nsecsElapsed() / 1e6);
+    }
+    std::printf("current-period sum:        median %.3f ms over %lld runs (cellIn %.0f)\n", median(times),
+                qlonglong(times.size()), cellIn);
+    times.clear();
+    const QDateTime fiveYearsAgo = now.addYears(-5).addDays(-1);
+    for (int i = 0; i < 20; ++i) {
+        QElapsedTimer t;
+        t.start();
+        store->sum(fiveYearsAgo, now.addDays(1));
+        times.append(t.nsecsElapsed() / 1e6);
+    }
+    std::printf("five-year sum (worst case): median %.2f ms\n", median(times));
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    QCoreApplication app(argc, argv);
+    QTemporaryDir dir;
+    benchSample(dir.path());
+    benchPeriodSum(dir.path());
+    return 0;
+}
