@@ -2,13 +2,51 @@
 #include "app/datausageappdelegate.h"
 #include "cli/cli.h"
 #include "core/sharedcode.h"
+#include "platform/dbus/freedesktopnotifications.h"
+#include "platform/dbus/sessionservices.h"
 #include "platform/linux/linuxnetworkinterfaces.h"
 #include "platform/linux/paths.h"
 #include "platform/linux/unixsignals.h"
 
 #include <QCoreApplication>
+#include <QDBusConnectionInterface>
 
+#include <cstdio>
 #include <memory>
+
+namespace {
+
+// TALLYMO_NOW replays another moment: the clock starts there and runs (for tests and demos).
+std::unique_ptr<Clock> clockFromEnvironment()
+{
+    const QString now = qEnvironmentVariable("TALLYMO_NOW");
+    if (now.isEmpty()) return nullptr;
+    const QDateTime start = QDateTime::fromString(now, Qt::ISODateWithMs);
+    if (!start.isValid()) {
+        std::fprintf(stderr, "tallymo: TALLYMO_NOW is not an ISO 8601 date and time: %s\n", qPrintable(now));
+        std::exit(2);
+    }
+    return std::make_unique<RunningClock>(start.toLocalTime());
+}
+
+// The desktop services, connected to the session bus on first use.
+struct Desktop
+{
+    explicit Desktop(const SharedCode &shared)
+        : bus(QDBusConnection::sessionBus()), notifications(shared.containerURL(), bus, shared.clock()),
+          badge(bus), refreshStatus(bus, LinuxBackgroundRefresh::defaultSystemdUserDir())
+    {
+        notifications.deliverDue();
+    }
+    ~Desktop() { SessionBus::flush(bus); }
+
+    QDBusConnection bus;
+    FreedesktopNotifications notifications;
+    LauncherEntryBadge badge;
+    LinuxBackgroundRefresh refreshStatus;
+};
+
+} // namespace
 
 int main(int argc, char **argv)
 {
@@ -16,15 +54,19 @@ int main(int argc, char **argv)
     QCoreApplication::setApplicationName(QStringLiteral("tallymo"));
     QCoreApplication::setApplicationVersion(QStringLiteral(TALLYMO_VERSION));
 
+    const std::unique_ptr<Clock> replayClock = clockFromEnvironment();
     LinuxNetworkInterfaces interfaces = LinuxNetworkInterfaces::fromEnvironment();
     std::unique_ptr<SharedCode> shared;
     std::unique_ptr<DataUsageAppDelegate> delegate;
+    std::unique_ptr<Desktop> desktop;
     std::optional<Cli::Services> services;
 
     Cli::Environment env;
     env.services = [&]() -> Cli::Services & {
         if (!services) {
-            shared = std::make_unique<SharedCode>(SharedCode::Services{Paths::container(), &interfaces});
+            SharedCode::Services s{Paths::container(), &interfaces};
+            if (replayClock) s.clock = replayClock.get();
+            shared = std::make_unique<SharedCode>(s);
             SharedCode::setSharedInstance(shared.get());
             delegate = std::make_unique<DataUsageAppDelegate>(*shared);
             delegate->setupUserDefaultsForNewInstall();
@@ -32,8 +74,25 @@ int main(int argc, char **argv)
         }
         return *services;
     };
+    env.desktopServices = [&]() -> Cli::Services & {
+        Cli::Services &s = env.services();
+        if (!desktop) {
+            desktop = std::make_unique<Desktop>(*shared);
+            delegate->setServices({&desktop->notifications, &desktop->badge, &desktop->refreshStatus});
+        }
+        return s;
+    };
     env.onTerminationRequest = UnixSignals::onTermination;
+    env.startBackgroundService = [&] {
+        if (desktop && desktop->bus.isConnected() &&
+            !desktop->bus.registerService(LinuxBackgroundRefresh::kServiceName))
+            std::fprintf(stderr, "tallymo: %s is already owned on the session bus; carrying on\n",
+                         LinuxBackgroundRefresh::kServiceName.data());
+    };
     const int status = Cli::run(app.arguments().mid(1), env);
     if (shared) shared->userPref().synchronize();
+    QCoreApplication::sendPostedEvents(); // badge and screen updates queued for the main thread
+    if (delegate) delegate->setServices({});
+    desktop.reset();
     return status;
 }

@@ -4,7 +4,11 @@
 
 #include <QStandardPaths>
 
-DataUsageAppDelegate::DataUsageAppDelegate(SharedCode &shared) : m_shared(shared) {}
+DataUsageAppDelegate::DataUsageAppDelegate(SharedCode &shared) : DataUsageAppDelegate(shared, Services()) {}
+
+DataUsageAppDelegate::DataUsageAppDelegate(SharedCode &shared, Services services)
+    : m_shared(shared), m_services(services)
+{}
 
 void DataUsageAppDelegate::setupUserDefaultsForNewInstall()
 {

@@ -1,36 +1,110 @@
 #pragma once
 
+#include "applicationservices.h"
 #include "core/sharedcode.h"
 
+#include <QMutex>
 #include <QVariantMap>
 
 #include <memory>
 
-// The application's delegate: owns what lives for the whole process beside the shared logic.
+// The figures of the active plan's current billing period.
+struct CurrentValues
+{
+    QDateTime monthStartDate;
+    QDateTime monthEndDate;
+    double monthCellIn = 0;
+    double monthCellOut = 0;
+    double monthCell = 0;
+    double monthWifiIn = 0;
+    double monthWifiOut = 0;
+    double monthWifi = 0;
+    double monthPercent = 0; // of the effective cap, unrounded; 0 without a cap
+};
+
+// The application's delegate: the current figures, the alerts and notifications, the plans, and
+// what lives for the whole process beside the shared logic.
 class DataUsageAppDelegate
 {
 public:
+    enum ApplicationState { Active = 0, Inactive = 1, Background = 2 };
+
+    struct Services
+    {
+        UserNotificationCenter *notifications = nullptr;
+        IconBadge *badge = nullptr;
+        BackgroundRefreshStatus *refreshStatus = nullptr;
+    };
+
     explicit DataUsageAppDelegate(SharedCode &shared);
+    DataUsageAppDelegate(SharedCode &shared, Services services);
 
     SharedCode &shared() const { return m_shared; }
+    void setServices(Services services) { m_services = services; }
+    int applicationState = Active;
+    RootController *rootController = nullptr;
 
     // First-install defaults: a "Default" plan made active and the four alert thresholds. Does
     // nothing once there is an active plan.
     void setupUserDefaultsForNewInstall();
 
-    // A new plan dictionary with the defaults; not stored.
+    // Plans.
     QVariantMap makeNewPlan() const;
-    // Stores the plan under its PREF_PLAN_ID.
     void addAPlan(const QVariantMap &plan);
-
-    // The active plan's context, or the cached context of one other plan.
     std::shared_ptr<StoreContext> mocForPlan(const QString &plan);
     std::shared_ptr<StoreContext> tempMOC() const { return m_tempMOC; }
     void dropTempMOC() { m_tempMOC.reset(); }
+
+    // Current figures. The compute functions run on the given (active plan's) context's queue.
+    CurrentValues values() const;
+    // Reads the figures from the store (a failed read keeps the previous ones) without telling anyone.
+    // For another plan than the active one, the figures are returned and not kept.
+    CurrentValues readCurrentValues(StoreContext *context, const QString &plan = QString());
+    void computeCurrentValues(StoreContext *context);
+    void computeCurrentValues(StoreContext *context, bool inBackground);
+    void doComputeValuesOnly();
+    void postNewValues();
+    void showBadge();
+    void refreshWidget();
+    void resetCache();
+    // The badge number the figures call for: the rounded percentage, or 0.
+    qint64 badgeNumber();
+    // Time left in the period: hours for a daily plan, else whole days; with its unit word.
+    std::pair<qint64, QString> timeLeft(const CurrentValues &v, const QString &plan = QString()) const;
+    // The forecast ratio of the figures at the clock's now.
+    double forecastRatio(const CurrentValues &v) const;
+
+    // Alerts and notifications.
+    void computeThresholdLevel();
+    // How many consecutive thresholds, from the first, the percentage reaches.
+    static qint64 thresholdLevelFor(double percent, const SettingsDomain &pref);
+    qint64 getCurrentThresholdLevel() const;
+    // Steps after the recomputation of the usage check: alert once when the level rose.
+    void applyUsageAlertRule(qint64 before, bool inBackground);
+    // One usage check as the command line runs it: sample, recompute, alert rule, settings flushed.
+    SampleResult runUsageCheck();
+    void showUsageAlertInFG();
+    void presentNotificationNow(const QString &body, const QString &title);
+    void presentNotificationLater(const QString &body, const QString &title, double delay);
+    void requestNotificationAuthorization();
+    void scheduleEndBillAlert();
+    bool setEndBillAlerts(const QDateTime &end);
+    void cancelEndBillAlert();
+    void clearOldNotifications();
+    void showAppSwitcherTip();
+    void checkRefreshStatusDidChange();
+    bool isPushOn();
+    bool canShowAlertOnRootView() const;
+    static AlertValue alertControllerWithTitle(const QString &title, const QString &message);
+    // ties to even, as the platform's rint
+    static qint64 roundedPercent(double percent);
 
     static QString applicationLibraryDirectory();
 
 private:
     SharedCode &m_shared;
+    Services m_services;
     std::shared_ptr<StoreContext> m_tempMOC;
+    mutable QMutex m_valuesMutex;
+    CurrentValues m_values;
 };

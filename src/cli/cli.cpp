@@ -14,6 +14,9 @@ const char kUsage[] = "usage: tallymo <command> [options]\n"
                       "  period [--date D] [--plan ID] [--json]  the billing period containing D\n"
                       "  defaults read [KEY] | write KEY VALUE [--type T] | delete KEY\n"
                       "  plans list | add [--label L] | show [ID] | set KEY VALUE [--type T] [--plan ID]\n"
+                      "  status [--json] [--plan ID]             the current period's figures\n"
+                      "  refresh                                 one usage check: sample, figures, alerts\n"
+                      "  alerts show | set N PERCENT             the four usage alert thresholds\n"
                       "  daemon [--interval SECONDS]             sample on a timer until stopped\n"
                       "\n"
                       "Dates are ISO 8601: YYYY-MM-DD (local midnight) or YYYY-MM-DDTHH:MM[+HH:MM].\n"
@@ -37,7 +40,8 @@ int run(const QStringList &args, Environment &env)
     static const QList<std::pair<QLatin1StringView, Command>> commands{
         {QLatin1StringView("sample"), sample},     {QLatin1StringView("period"), period},
         {QLatin1StringView("defaults"), defaults}, {QLatin1StringView("plans"), plans},
-        {QLatin1StringView("daemon"), daemon},
+        {QLatin1StringView("daemon"), daemon},     {QLatin1StringView("status"), status},
+        {QLatin1StringView("refresh"), refresh},   {QLatin1StringView("alerts"), alerts},
     };
     if (args.isEmpty() || args.first() == QLatin1StringView("--help") ||
         args.first() == QLatin1StringView("help")) {

@@ -21,8 +21,13 @@ struct Services
 struct Environment
 {
     std::function<Services &()> services;
+    // The same with the desktop services attached (notifications, badge, refresh status), for
+    // commands that notify; the others need not connect to the session bus.
+    std::function<Services &()> desktopServices;
     // Installs the handler run on the first SIGTERM/SIGINT (a second one ends the process).
     std::function<void(std::function<void()>)> onTerminationRequest;
+    // The background service is starting: claims its name on the session bus.
+    std::function<void()> startBackgroundService;
 };
 
 // Runs `tallymo <args>`; returns the exit status (2 for bad arguments).
@@ -38,5 +43,8 @@ int period(const QStringList &args, Environment &env);
 int defaults(const QStringList &args, Environment &env);
 int plans(const QStringList &args, Environment &env);
 int daemon(const QStringList &args, Environment &env);
+int status(const QStringList &args, Environment &env);
+int refresh(const QStringList &args, Environment &env);
+int alerts(const QStringList &args, Environment &env);
 
 } // namespace Cli

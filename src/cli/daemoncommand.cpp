@@ -17,22 +17,14 @@ namespace {
 class Sampler
 {
 public:
-    explicit Sampler(SharedCode &shared) : m_shared(shared) {}
+    explicit Sampler(DataUsageAppDelegate &delegate) : m_delegate(delegate) {}
 
-    // One sample into the active plan and a line saying what it did and where the period stands.
+    // One usage check and a line saying what it did and where the period stands.
     void sampleAndReport()
     {
-        const std::shared_ptr<StoreContext> context = m_shared.mocForActive();
-        SampleResult r;
-        std::optional<UsageSums> sums;
-        Period p;
-        context->performAndWait([&] {
-            r = m_shared.saveUsageGasp(context.get(), Coordinate{});
-            p = m_shared.computeStartEndDates(m_shared.clock().now(), QString());
-            sums = context->sum(p.start, p.end);
-        });
-        if (sums) m_sums = *sums;
-        const QString now = isoWithOffset(m_shared.clock().now());
+        const SampleResult r = m_delegate.runUsageCheck();
+        const CurrentValues v = m_delegate.values();
+        const QString now = isoWithOffset(m_delegate.shared().clock().now());
         QString what;
         if (!r.locked)
             what = QStringLiteral("skipped (another process is sampling)");
@@ -44,16 +36,18 @@ public:
             what = QStringLiteral("+cell %1 +wifi %2")
                        .arg(CommonShared::getDataBytesStr(r.event->cellIn + r.event->cellOut),
                             CommonShared::getDataBytesStr(r.event->wifiIn + r.event->wifiOut));
-        print(QStringLiteral("%1  %2 | period %3 → %4: cell %5 wifi %6\n")
-                  .arg(now, what, p.start.date().toString(Qt::ISODate), p.end.date().toString(Qt::ISODate),
-                       CommonShared::getDataBytesStr(m_sums.cellIn + m_sums.cellOut),
-                       CommonShared::getDataBytesStr(m_sums.wifiIn + m_sums.wifiOut)));
+        print(QStringLiteral("%1  %2 | period %3 → %4: cell %5 (%6%) wifi %7, level %8\n")
+                  .arg(now, what, v.monthStartDate.date().toString(Qt::ISODate),
+                       v.monthEndDate.date().toString(Qt::ISODate),
+                       CommonShared::getDataBytesStr(v.monthCell))
+                  .arg(DataUsageAppDelegate::roundedPercent(v.monthPercent))
+                  .arg(CommonShared::getDataBytesStr(v.monthWifi))
+                  .arg(m_delegate.getCurrentThresholdLevel()));
         std::fflush(stdout);
     }
 
 private:
-    SharedCode &m_shared;
-    UsageSums m_sums;
+    DataUsageAppDelegate &m_delegate;
 };
 
 } // namespace
@@ -69,8 +63,10 @@ int daemon(const QStringList &args, Environment &env)
         if (!ok || !(interval >= 1 && interval <= 86400))
             throw UsageError(QStringLiteral("--interval takes a number of seconds from 1 to 86400"));
     }
-    Services &s = env.services();
-    Sampler sampler(s.shared);
+    Services &s = env.desktopServices();
+    s.delegate.applicationState = DataUsageAppDelegate::Background;
+    if (env.startBackgroundService) env.startBackgroundService();
+    Sampler sampler(s.delegate);
     QTimer timer;
     timer.setInterval(int(interval * 1000));
     QObject::connect(&timer, &QTimer::timeout, [&] { sampler.sampleAndReport(); });

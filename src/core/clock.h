@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QDateTime>
+#include <QElapsedTimer>
 
 // The source of "now" for everything that stamps or compares times, so tests can pin it.
 class Clock
@@ -11,6 +12,18 @@ public:
 
     // The system clock in the local time zone.
     static const Clock &system();
+};
+
+// A clock that starts at a given moment and runs from there (a replay of another day).
+class RunningClock : public Clock
+{
+public:
+    explicit RunningClock(QDateTime start) : m_start(std::move(start)) { m_elapsed.start(); }
+    QDateTime now() const override { return m_start.addMSecs(m_elapsed.elapsed()); }
+
+private:
+    QDateTime m_start;
+    QElapsedTimer m_elapsed;
 };
 
 class FixedClock : public Clock

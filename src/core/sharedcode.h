@@ -7,6 +7,7 @@
 
 #include <QMutex>
 
+#include <array>
 #include <memory>
 #include <optional>
 
@@ -113,6 +114,22 @@ public:
     QDateTime todayAtZeroHour() const;
     QDateTime nowAtHour() const;
     const Clock &clock() const { return *m_clock; }
+
+    // Data cap, rollover and forecast.
+    double baseDataCapForPlan(const QString &plan) const;
+    bool isRolloverForPlan(const QString &plan) const;
+    // The cap of the current period with rollover; recomputes the rollover after a period
+    // boundary. With a context, runs on that context's queue.
+    double effectiveDataCap(StoreContext *context, const QString &plan);
+    void initRollover(StoreContext *context, const QString &plan);
+    static double forecastRatio(double timeLeft, double dataLeft);
+    static QString forecastText(double ratio);
+    static QString forecastIconCode(const QString &text);
+    static QString stringTwoDecimal(double x);
+
+    // Colours.
+    static const std::array<std::array<quint32, 6>, 25> &getColorsDBandRows(int *rows);
+    quint32 colorForRatio(double ratio) const;
 
 private:
     const QString m_container;

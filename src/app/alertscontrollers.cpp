@@ -1,0 +1,121 @@
+#include "alertscontrollers.h"
+
+#include "core/settingsdomain.h"
+
+#include <QCoreApplication>
+
+namespace {
+
+QString alertKey(quint32 number)
+{
+    return QStringLiteral("PREF_ALERT%1").arg(number);
+}
+
+QString percentText(const char *format, double value)
+{
+    return QCoreApplication::translate("ThresholdController", format)
+        .replace(QLatin1StringView("%.0f%%"), QString::asprintf("%.0f%%", value));
+}
+
+} // namespace
+
+AlertsController::AlertsController(SettingsDomain &pref, QObject *parent) : QObject(parent), m_pref(pref) {}
+
+QString AlertsController::alertName(quint32 index)
+{
+    static const char *const names[] = {
+        QT_TRANSLATE_NOOP("AlertsController", "First"), QT_TRANSLATE_NOOP("AlertsController", "Second"),
+        QT_TRANSLATE_NOOP("AlertsController", "Third"), QT_TRANSLATE_NOOP("AlertsController", "Fourth")};
+    return index < 4 ? QCoreApplication::translate("AlertsController", names[index]) : QString();
+}
+
+QString AlertsController::title() const
+{
+    return tr("Usage Alerts");
+}
+
+QStringList AlertsController::rowTexts() const
+{
+    QStringList rows;
+    for (quint32 r = 0; r < 4; ++r)
+        rows.append(alertName(r));
+    return rows;
+}
+
+QStringList AlertsController::rowDetails() const
+{
+    QStringList rows;
+    for (quint32 r = 0; r < 4; ++r)
+        rows.append(QString::asprintf("%.0f%%", m_pref.doubleForKey(alertKey(r + 1))));
+    return rows;
+}
+
+void AlertsController::tapRow(int row)
+{
+    if (row >= 0 && row < 4) m_tappedRow = quint32(row) + 1;
+}
+
+void AlertsController::viewWillAppear()
+{
+    if (m_tappedRow != 0) emit reloaded();
+}
+
+ThresholdController::ThresholdController(SettingsDomain &pref, quint32 thresholdType, QObject *parent)
+    : QObject(parent), m_pref(pref), m_thresholdType(thresholdType)
+{
+    const auto alert = [&](quint32 n) { return pref.doubleForKey(alertKey(n)); };
+    switch (thresholdType) {
+    case 0:
+        m_minlevel = 5;
+        m_maxlevel = alert(2);
+        break;
+    case 1:
+        m_minlevel = alert(1);
+        m_maxlevel = alert(3);
+        break;
+    case 2:
+        m_minlevel = alert(2);
+        m_maxlevel = alert(4);
+        break;
+    default:
+        m_minlevel = alert(3);
+        m_maxlevel = 200;
+    }
+    m_level = alert(thresholdType + 1);
+}
+
+QString ThresholdController::title() const
+{
+    return AlertsController::alertName(m_thresholdType);
+}
+
+QStringList ThresholdController::pickerRows() const
+{
+    QStringList rows;
+    const qint64 count = qint64((m_maxlevel - m_minlevel) * 0.2 + 1);
+    for (qint64 r = 0; r < count; ++r)
+        rows.append(QString::number(qint64(5 * r + m_minlevel)));
+    return rows;
+}
+
+int ThresholdController::selectedRow() const
+{
+    return int((m_level - m_minlevel) * 0.2);
+}
+
+QString ThresholdController::detailText() const
+{
+    return QString::asprintf("%.0f%%", m_level);
+}
+
+QString ThresholdController::footer() const
+{
+    return percentText("Alert you when you've used more than %.0f%% of your data cap.", m_level);
+}
+
+void ThresholdController::chooseRow(int row)
+{
+    m_level = m_minlevel + 5.0 * row;
+    m_pref.setValue(alertKey(m_thresholdType + 1), m_level);
+    emit levelChanged();
+}

@@ -1,0 +1,70 @@
+#pragma once
+
+#include <QDate>
+#include <QString>
+#include <QStringList>
+
+#include <functional>
+
+// The platform services the application delegate talks to. Each has a Linux implementation
+// under platform/ and a double in the tests; a missing service (nullptr) does nothing.
+
+struct NotificationRequest
+{
+    enum class Trigger { Now, AfterSeconds, AtCalendarHour };
+
+    QString identifier;
+    QString title;
+    QString body;
+    Trigger trigger = Trigger::Now;
+    double seconds = 0; // AfterSeconds
+    QDate date;         // AtCalendarHour: that day at `hour`:00, local time
+    int hour = 0;
+};
+
+class UserNotificationCenter
+{
+public:
+    virtual ~UserNotificationCenter() = default;
+    // A request replaces a pending or shown one with the same identifier.
+    virtual void addRequest(const NotificationRequest &request) = 0;
+    virtual void removePendingRequests(const QStringList &identifiers) = 0;
+    virtual void removeAllDeliveredNotifications() = 0;
+    virtual void requestAuthorization(std::function<void(bool granted)> answer) = 0;
+};
+
+class IconBadge
+{
+public:
+    virtual ~IconBadge() = default;
+    // 0 clears the badge.
+    virtual void setBadgeNumber(qint64 number) = 0;
+};
+
+class BackgroundRefreshStatus
+{
+public:
+    virtual ~BackgroundRefreshStatus() = default;
+    // Whether usage is refreshed while no window is open.
+    virtual bool isAvailable() = 0;
+};
+
+// A single-button ("OK") alert, as a value the user interface presents.
+struct AlertValue
+{
+    QString title;
+    QString message;
+    QString button;
+    bool operator==(const AlertValue &) const = default;
+};
+
+// The main screen as the delegate sees it.
+class RootController
+{
+public:
+    virtual ~RootController() = default;
+    virtual void reloadValues() = 0;
+    // Whether the root screen presents something (an alert or another screen) right now.
+    virtual bool isPresenting() const = 0;
+    virtual void presentAlert(const AlertValue &alert) = 0;
+};

@@ -1,0 +1,113 @@
+// The current period's figures of the active plan.
+#include "core/dispatchqueue.h"
+#include "core/settingskeys.h"
+#include "datausageappdelegate.h"
+#include "plans/billingcycle.h"
+
+#include <cmath>
+
+CurrentValues DataUsageAppDelegate::values() const
+{
+    QMutexLocker locker(&m_valuesMutex);
+    return m_values;
+}
+
+void DataUsageAppDelegate::computeCurrentValues(StoreContext *context)
+{
+    computeCurrentValues(context, false);
+}
+
+void DataUsageAppDelegate::computeCurrentValues(StoreContext *context, bool inBackground)
+{
+    readCurrentValues(context);
+    postNewValues();
+    computeThresholdLevel();
+    if (!inBackground) scheduleEndBillAlert();
+    showBadge();
+}
+
+CurrentValues DataUsageAppDelegate::readCurrentValues(StoreContext *context, const QString &plan)
+{
+    const bool active = plan.isNull() || plan == m_shared.activePlanID();
+    const Period period = m_shared.computeStartEndDates(m_shared.clock().now(), plan);
+    const std::optional<UsageSums> sums = context->sum(period.start, period.end);
+    const double cap = m_shared.effectiveDataCap(context, plan);
+    QMutexLocker locker(&m_valuesMutex);
+    CurrentValues v = active ? m_values : CurrentValues();
+    v.monthStartDate = period.start;
+    v.monthEndDate = period.end;
+    // A failed read keeps the previous figures rather than showing no usage.
+    if (sums) {
+        v.monthCellIn = sums->cellIn;
+        v.monthCellOut = sums->cellOut;
+        v.monthCell = sums->cellOut + sums->cellIn;
+        v.monthWifiIn = sums->wifiIn;
+        v.monthWifiOut = sums->wifiOut;
+        v.monthWifi = sums->wifiIn + sums->wifiOut;
+    }
+    v.monthPercent = cap > 0 ? v.monthCell * 100 / cap : 0;
+    if (active) m_values = v;
+    return v;
+}
+
+void DataUsageAppDelegate::doComputeValuesOnly()
+{
+    const std::shared_ptr<StoreContext> context = m_shared.mocForActive();
+    if (!context) return;
+    StoreContext *c = context.get();
+    context->perform([this, c] { computeCurrentValues(c); });
+}
+
+void DataUsageAppDelegate::postNewValues()
+{
+    dispatchMain([this] {
+        if (rootController) rootController->reloadValues();
+    });
+}
+
+qint64 DataUsageAppDelegate::badgeNumber()
+{
+    if (!isPushOn() || !m_shared.userPref().boolForKey(Keys::PREF_V7_BADGE)) return 0;
+    return roundedPercent(values().monthPercent);
+}
+
+void DataUsageAppDelegate::showBadge()
+{
+    dispatchMain([this] {
+        if (m_services.badge) m_services.badge->setBadgeNumber(badgeNumber());
+    });
+}
+
+void DataUsageAppDelegate::refreshWidget()
+{
+    // The widget record comes with the widget program.
+}
+
+void DataUsageAppDelegate::resetCache()
+{
+    // The host-name cache comes with the network view.
+}
+
+qint64 DataUsageAppDelegate::roundedPercent(double percent)
+{
+    const double r = std::nearbyint(percent);
+    return std::isfinite(r) ? qint64(r) : 0;
+}
+
+std::pair<qint64, QString> DataUsageAppDelegate::timeLeft(const CurrentValues &v, const QString &plan) const
+{
+    qint64 count;
+    if (m_shared.isDailyCycleForPlan(plan))
+        count = 24 - m_shared.clock().now().toLocalTime().time().hour();
+    else
+        count = BillingCycle::wholeDaysBetween(m_shared.todayAtZeroHour(), v.monthEndDate);
+    return {count, m_shared.timeUnitSingularOrPural(count, plan)};
+}
+
+double DataUsageAppDelegate::forecastRatio(const CurrentValues &v) const
+{
+    const double length = double(v.monthStartDate.msecsTo(v.monthEndDate));
+    const double left = double(m_shared.clock().now().msecsTo(v.monthEndDate));
+    const double timeLeft = length > 0 ? left * 100 / length : 0;
+    return SharedCode::forecastRatio(timeLeft, 100 - v.monthPercent);
+}

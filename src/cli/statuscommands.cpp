@@ -1,0 +1,197 @@
+// The status, refresh and alerts commands.
+#include "app/alertscontrollers.h"
+#include "app/datausageappdelegate.h"
+#include "arguments.h"
+#include "cli.h"
+#include "core/settingskeys.h"
+#include "core/sharedcode.h"
+#include "output.h"
+#include "plans/billingcycle.h"
+#include "sharing/commonshared.h"
+
+#include <QJsonObject>
+
+#include <cmath>
+#include <cstdio>
+#include <unistd.h>
+
+namespace Cli {
+namespace {
+
+struct Figures
+{
+    CurrentValues v;
+    double cap = 0;
+    double ratio = 0;
+    QString forecast;
+    quint32 color = 0;
+    qint64 level = 0;
+    std::pair<qint64, QString> timeLeft;
+};
+
+Figures readFigures(Services &s, const QString &plan)
+{
+    const std::shared_ptr<StoreContext> context =
+        s.delegate.mocForPlan(plan.isNull() ? s.shared.activePlanID() : plan);
+    Figures f;
+    context->performAndWait([&] {
+        f.v = s.delegate.readCurrentValues(context.get(), plan);
+        f.cap = s.shared.effectiveDataCap(context.get(), plan);
+    });
+    f.ratio = s.delegate.forecastRatio(f.v);
+    f.forecast = SharedCode::forecastText(f.ratio);
+    f.color = s.shared.colorForRatio(f.ratio);
+    f.level = DataUsageAppDelegate::thresholdLevelFor(f.v.monthPercent, s.shared.userPref());
+    f.timeLeft = s.delegate.timeLeft(f.v, plan);
+    return f;
+}
+
+QJsonObject figuresJson(const Figures &f)
+{
+    return QJsonObject{{QStringLiteral("monthStartDate"), isoWithOffset(f.v.monthStartDate)},
+                       {QStringLiteral("monthEndDate"), isoWithOffset(f.v.monthEndDate)},
+                       {QStringLiteral("monthCellIn"), f.v.monthCellIn},
+                       {QStringLiteral("monthCellOut"), f.v.monthCellOut},
+                       {QStringLiteral("monthCell"), f.v.monthCell},
+                       {QStringLiteral("monthWifiIn"), f.v.monthWifiIn},
+                       {QStringLiteral("monthWifiOut"), f.v.monthWifiOut},
+                       {QStringLiteral("monthWifi"), f.v.monthWifi},
+                       {QStringLiteral("effectiveDataCap"), f.cap},
+                       {QStringLiteral("monthPercent"), f.v.monthPercent},
+                       {QStringLiteral("forecastRatio"), f.ratio},
+                       {QStringLiteral("forecast"), f.forecast},
+                       {QStringLiteral("forecastIconCode"), SharedCode::forecastIconCode(f.forecast)},
+                       {QStringLiteral("color"), qint64(f.color)},
+                       {QStringLiteral("timeLeft"), f.timeLeft.first},
+                       {QStringLiteral("timeUnit"), f.timeLeft.second},
+                       {QStringLiteral("thresholdLevel"), f.level}};
+}
+
+bool useColor()
+{
+    return ::isatty(STDOUT_FILENO) && qEnvironmentVariableIsEmpty("NO_COLOR");
+}
+
+QString bar(double percent, int width)
+{
+    const int filled = int(std::clamp(percent, 0.0, 100.0) * width / 100 + 0.5);
+    return QString(filled, QChar(0x2588)) + QString(width - filled, QChar(0x2591));
+}
+
+QString humanStatus(Services &s, const Figures &f, const QString &planId)
+{
+    const QString plan = s.shared.getForPlan(planId, Keys::PREF_PLAN_LABEL).toString();
+    const QString type = SettingsHelper::planNameForLength(s.shared.dataPlanTypeForPlan(planId),
+                                                           s.shared.nForCycleForPlan(planId));
+    const QString dateFormat = QStringLiteral("d MMM yyyy");
+    QString out =
+        QStringLiteral("%1 (%2)  %3 → %4, %5 %6 left\n")
+            .arg(plan, type, f.v.monthStartDate.toString(dateFormat), f.v.monthEndDate.toString(dateFormat))
+            .arg(f.timeLeft.first)
+            .arg(f.timeLeft.second);
+    const auto row = [](const QString &name, double total, double in, double out) {
+        return QStringLiteral("  %1 %2   ↓ %3   ↑ %4\n")
+            .arg(name, -9)
+            .arg(CommonShared::getDataBytesStr(total), 10)
+            .arg(CommonShared::getDataBytesStr(in), 10)
+            .arg(CommonShared::getDataBytesStr(out), 10);
+    };
+    out += row(QStringLiteral("Cellular"), f.v.monthCell, f.v.monthCellIn, f.v.monthCellOut);
+    out += row(QStringLiteral("Wi-Fi"), f.v.monthWifi, f.v.monthWifiIn, f.v.monthWifiOut);
+    QString forecast = f.forecast;
+    if (useColor())
+        forecast = QString::asprintf("\x1b[1;38;2;%u;%u;%um", (f.color >> 16) & 0xFF, (f.color >> 8) & 0xFF,
+                                     f.color & 0xFF) +
+                   forecast + QStringLiteral("\x1b[0m");
+    if (f.cap > 0)
+        out += QStringLiteral("  %1 %2   %3 %4%  %5\n")
+                   .arg(QStringLiteral("Cap"), -9)
+                   .arg(CommonShared::getDataBytesStr(f.cap), 10)
+                   .arg(bar(f.v.monthPercent, 20))
+                   .arg(DataUsageAppDelegate::roundedPercent(f.v.monthPercent))
+                   .arg(forecast);
+    else
+        out += QStringLiteral("  %1 none set   %2\n").arg(QStringLiteral("Cap"), -9).arg(forecast);
+    return out;
+}
+
+} // namespace
+
+int status(const QStringList &args, Environment &env)
+{
+    const Arguments a(args, {QStringLiteral("plan")}, {QStringLiteral("json")});
+    a.expectPositional(0, 0, QStringLiteral("tallymo status [--json] [--plan ID]"));
+    Services &s = env.services();
+    QString plan;
+    if (a.has(QStringLiteral("plan"))) {
+        plan = a.option(QStringLiteral("plan"));
+        if (!s.shared.userPref().dictionaryForKey(Keys::PREF_ALL_PLANS).contains(plan))
+            throw UsageError(QStringLiteral("no plan with id %1 (see tallymo plans list)").arg(plan));
+    }
+    const Figures f = readFigures(s, plan);
+    print(a.flag(QStringLiteral("json")) ? QString::fromUtf8(jsonText(figuresJson(f), false))
+                                         : humanStatus(s, f, plan));
+    return 0;
+}
+
+int refresh(const QStringList &args, Environment &env)
+{
+    const Arguments a(args, {}, {});
+    a.expectPositional(0, 0, QStringLiteral("tallymo refresh"));
+    Services &s = env.desktopServices();
+    const SampleResult r = s.delegate.runUsageCheck();
+    const CurrentValues v = s.delegate.values();
+    print(QStringLiteral("%1; cellular %2 (%3%), Wi-Fi %4, alert level %5\n")
+              .arg(!r.locked ? QStringLiteral("sample skipped (another process is sampling)")
+                   : r.event ? QStringLiteral("new usage recorded")
+                             : QStringLiteral("no new usage"),
+                   CommonShared::getDataBytesStr(v.monthCell))
+              .arg(DataUsageAppDelegate::roundedPercent(v.monthPercent))
+              .arg(CommonShared::getDataBytesStr(v.monthWifi))
+              .arg(s.delegate.getCurrentThresholdLevel()));
+    return r.locked && !r.countersRead ? 1 : 0;
+}
+
+int alerts(const QStringList &args, Environment &env)
+{
+    const Arguments a(args, {}, {});
+    const QString usage = QStringLiteral("tallymo alerts show | set N PERCENT");
+    a.expectPositional(1, 3, usage);
+    const QString &verb = a.positional.first();
+    if (verb == QLatin1StringView("show")) {
+        a.expectPositional(1, 1, usage);
+        Services &s = env.services();
+        AlertsController alerts(s.shared.userPref());
+        const QStringList names = alerts.rowTexts(), details = alerts.rowDetails();
+        for (qsizetype i = 0; i < names.size(); ++i)
+            print(QStringLiteral("%1 %2  %3\n").arg(i + 1).arg(names[i], -7).arg(details[i], 5));
+        print(QStringLiteral("level %1\n").arg(s.delegate.getCurrentThresholdLevel()));
+        return 0;
+    }
+    if (verb != QLatin1StringView("set"))
+        throw UsageError(QStringLiteral("unknown alerts command \"%1\"; usage: %2").arg(verb, usage));
+    a.expectPositional(3, 3, usage);
+    bool ok = false;
+    const int n = a.positional.at(1).toInt(&ok);
+    if (!ok || n < 1 || n > 4) throw UsageError(QStringLiteral("the alert number N is 1, 2, 3 or 4"));
+    const QString text =
+        a.positional.at(2).endsWith(QLatin1Char('%')) ? a.positional.at(2).chopped(1) : a.positional.at(2);
+    const double percent = text.toDouble(&ok);
+    if (!ok || !std::isfinite(percent))
+        throw UsageError(QStringLiteral("\"%1\" is not a percentage").arg(a.positional.at(2)));
+    Services &s = env.services();
+    ThresholdController threshold(s.shared.userPref(), quint32(n - 1));
+    if (percent < threshold.minlevel() || percent > threshold.maxlevel())
+        throw UsageError(QStringLiteral("the %1 alert must be between %2% and %3%")
+                             .arg(threshold.title().toLower())
+                             .arg(threshold.minlevel())
+                             .arg(threshold.maxlevel()));
+    s.shared.userPref().setValue(QStringLiteral("PREF_ALERT%1").arg(n), percent);
+    if (!s.shared.userPref().synchronize()) {
+        printError(QStringLiteral("tallymo: cannot write the settings file\n"));
+        return 1;
+    }
+    return 0;
+}
+
+} // namespace Cli

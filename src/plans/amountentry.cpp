@@ -1,0 +1,61 @@
+#include "amountentry.h"
+
+#include "core/settingskeys.h"
+#include "core/sharedcode.h"
+
+#include <QLocale>
+
+#include <cmath>
+
+namespace AmountEntry {
+
+std::optional<double> parseNumber(const QString &text)
+{
+    const QString t = text.trimmed();
+    bool ok = false;
+    double x = QLocale::c().toDouble(t, &ok);
+    if (!ok) x = QLocale().toDouble(t, &ok);
+    return ok ? std::optional<double>(x) : std::nullopt;
+}
+
+double unitBytes(Unit unit)
+{
+    return unit == GB ? 1073741824.0 : 1048576.0;
+}
+
+namespace {
+
+std::optional<Amount> amountFrom(const QString &text, Unit unit, double minimum)
+{
+    const std::optional<double> x = parseNumber(text);
+    if (!x || !std::isfinite(*x) || *x < minimum) return std::nullopt;
+    return Amount{std::floor(*x * unitBytes(unit)),
+                  QVariantList{SharedCode::stringTwoDecimal(*x), qint64(unit)}};
+}
+
+} // namespace
+
+std::optional<Amount> capAmount(const QString &text, Unit unit)
+{
+    return amountFrom(text, unit, 0.001);
+}
+
+std::optional<Amount> rolloverAmount(const QString &text, Unit unit)
+{
+    return amountFrom(text, unit, 0);
+}
+
+void storeCap(SharedCode &shared, const QString &plan, const Amount &amount)
+{
+    shared.setForPlan(plan, Keys::PREF_THRES_MONTHLY, amount.bytes);
+    shared.setForPlan(plan, Keys::PREF_DATA_DISPLAY_CAP, amount.display);
+}
+
+void storeRollover(SharedCode &shared, const QString &plan, const Amount &amount)
+{
+    shared.setForPlan(plan, Keys::PREF_ROLLOVER_AMOUNT, amount.bytes);
+    shared.setForPlan(plan, Keys::PREF_ROLLOVER_TIMESTAMP, shared.clock().now());
+    shared.setForPlan(plan, Keys::PREF_ROLLOVER_DISPLAY, amount.display);
+}
+
+} // namespace AmountEntry

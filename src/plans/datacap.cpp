@@ -1,0 +1,92 @@
+// The data cap with rollover, the forecast and the number texts.
+#include "core/logging.h"
+#include "core/settingskeys.h"
+#include "core/sharedcode.h"
+
+#include <QCoreApplication>
+
+#include <cmath>
+
+namespace {
+constexpr double kMB = 1048576.0;
+} // namespace
+
+double SharedCode::baseDataCapForPlan(const QString &plan) const
+{
+    return doubleForPlan(plan, Keys::PREF_THRES_MONTHLY);
+}
+
+bool SharedCode::isRolloverForPlan(const QString &plan) const
+{
+    return boolForPlan(plan, Keys::PREF_ROLLOVER_ON);
+}
+
+double SharedCode::effectiveDataCap(StoreContext *context, const QString &plan)
+{
+    const double base = baseDataCapForPlan(plan);
+    if (!isRolloverForPlan(plan)) return base;
+    if (!context) return base + doubleForPlan(plan, Keys::PREF_ROLLOVER_AMOUNT);
+    const QVariant ts = getForPlan(plan, Keys::PREF_ROLLOVER_TIMESTAMP);
+    const Period current = computeStartEndDates(m_clock->now(), plan);
+    if (ts.typeId() == QMetaType::QDateTime && current.contains(ts.toDateTime()))
+        return base + doubleForPlan(plan, Keys::PREF_ROLLOVER_AMOUNT);
+    initRollover(context, plan);
+    return base + doubleForPlan(plan, Keys::PREF_ROLLOVER_AMOUNT);
+}
+
+void SharedCode::initRollover(StoreContext *context, const QString &plan)
+{
+    const QDateTime now = m_clock->now();
+    const QDateTime start = computeStartEndDates(now, plan).start;
+    const Period previous = computeStartEndDates(dateByAddingUnit(CalendarUnit::Day, -1, start), plan);
+    double used = 0;
+    if (context) {
+        if (const std::optional<UsageSums> sums = context->sum(previous.start, previous.end))
+            used = sums->cellIn + sums->cellOut;
+    }
+    const double left = std::max(baseDataCapForPlan(plan) - used, 0.0) + 0.0; // + 0.0 turns -0 into 0
+    const double mb = std::floor(left / kMB);
+    const bool inGB = mb > 10000;
+    setForPlan(plan, Keys::PREF_ROLLOVER_TIMESTAMP, now);
+    setForPlan(plan, Keys::PREF_ROLLOVER_AMOUNT, mb * kMB);
+    setForPlan(plan, Keys::PREF_ROLLOVER_DISPLAY,
+               QVariantList{stringTwoDecimal(inGB ? mb / 1024 : mb), qint64(inGB ? 1 : 0)});
+    qCDebug(lcCore, "rollover of %s recomputed: %.0f MB left of the previous period", qPrintable(plan), mb);
+}
+
+double SharedCode::forecastRatio(double timeLeft, double dataLeft)
+{
+    if (dataLeft <= 0) return 1.0;
+    const double s = timeLeft - dataLeft;
+    if (s <= 0) return 0.0;
+    if (timeLeft == 0) return 1.0;
+    return s / timeLeft;
+}
+
+QString SharedCode::forecastText(double q)
+{
+    if (std::isnan(q) || q <= 0) return QStringLiteral("safe");
+    if (q >= 1) return QStringLiteral("over");
+    return q < 0.5 ? QStringLiteral("caution") : QStringLiteral("danger");
+}
+
+QString SharedCode::forecastIconCode(const QString &text)
+{
+    if (text == QLatin1StringView("caution")) return QStringLiteral("2");
+    if (text == QLatin1StringView("danger")) return QStringLiteral("3");
+    if (text == QLatin1StringView("over")) return QStringLiteral("4");
+    return QStringLiteral("1");
+}
+
+QString SharedCode::stringTwoDecimal(double x)
+{
+    if (std::isnan(x)) return QStringLiteral("NaN");
+    if (std::isinf(x)) return x > 0 ? QStringLiteral("+Infinity") : QStringLiteral("-Infinity");
+    // Three fraction digits at most, ties to even, as a decimal formatter rounds.
+    const double rounded = std::fabs(x) < 1e15 ? std::nearbyint(x * 1000) / 1000 : std::nearbyint(x);
+    QString text = QString::number(rounded + 0.0, 'f', 3);
+    while (text.endsWith(QLatin1Char('0')))
+        text.chop(1);
+    if (text.endsWith(QLatin1Char('.'))) text.chop(1);
+    return text == QLatin1StringView("-0") ? QStringLiteral("0") : text;
+}
