@@ -1,0 +1,244 @@
+#include "core/settingskeys.h"
+#include "plans/amountentry.h"
+#include "sharing/commonshared.h"
+#include "testsupport.h"
+
+#include <QtTest>
+
+#include <cmath>
+
+namespace {
+constexpr double MB = 1048576.0;
+constexpr double GB = 1073741824.0;
+} // namespace
+
+class TestDataCap : public QObject
+{
+    Q_OBJECT
+
+    // A plan "P" with a monthly period starting on the 1st; now is 10 March 2026, 14:25 UTC.
+    std::unique_ptr<SharedCode> openPlan(TestContainer &c, double cap)
+    {
+        auto shared = c.open();
+        shared->userPref().setValue(Keys::PREF_ACTIVE_PLAN, QStringLiteral("P"));
+        shared->setForPlan(QString(), Keys::PREF_PLAN_DBNAME, QStringLiteral("P.sqlite"));
+        shared->setForPlan(QString(), Keys::PREF_BILLDAY, 1);
+        shared->setForPlan(QString(), Keys::PREF_THRES_MONTHLY, cap);
+        shared->setForPlan(QString(), Keys::PREF_ROLLOVER_ON, true);
+        return shared;
+    }
+
+private slots:
+    void initTestCase() { qputenv("TZ", "UTC"); }
+
+    void rollover_data()
+    {
+        QTest::addColumn<double>("cap");
+        QTest::addColumn<double>("usedBefore"); // cellular usage in February
+        QTest::addColumn<double>("amount");
+        QTest::addColumn<QVariantList>("display");
+        QTest::newRow("500 MB of 2 GB") << 2 * GB << 500 * MB << 1623195648.0 << QVariantList{"1548", 0};
+        QTest::newRow("over the cap") << 2 * GB << 3 * GB << 0.0 << QVariantList{"0", 0};
+        QTest::newRow("exactly the cap") << 2 * GB << 2 * GB << 0.0 << QVariantList{"0", 0};
+        QTest::newRow("part of a MB is dropped") << 2 * GB << 1.5 << 2147483648.0 - MB << QVariantList{"2047", 0};
+        QTest::newRow("10000 MB stays in MB") << 10000 * MB << 0.0 << 10000 * MB << QVariantList{"10000", 0};
+        QTest::newRow("10001 MB shows in GB") << 10001 * MB << 0.0 << 10001 * MB << QVariantList{"9.767", 1};
+        QTest::newRow("20480 MB") << 20 * GB << 0.0 << 20 * GB << QVariantList{"20", 1};
+    }
+
+    void rollover()
+    {
+        QFETCH(double, cap);
+        QFETCH(double, usedBefore);
+        QFETCH(double, amount);
+        QFETCH(QVariantList, display);
+        TestContainer c;
+        auto shared = openPlan(c, cap);
+        auto ctx = shared->mocForActive();
+        const double effective = onQueue(*ctx, [&] {
+            ctx->insertEvent(Event{QDateTime(QDate(2026, 2, 1), QTime()), usedBefore / 2, usedBefore / 2});
+            ctx->insertEvent(Event{QDateTime(QDate(2026, 3, 1), QTime()), 999 * GB}); // this period: ignored
+            ctx->insertEvent(Event{QDateTime(QDate(2026, 1, 31), QTime(23, 0)), 999 * GB}); // before: ignored
+            ctx->save();
+            return shared->effectiveDataCap(ctx.get(), QString());
+        });
+        QCOMPARE(effective, cap + amount);
+        QCOMPARE(shared->doubleForPlan(QString(), Keys::PREF_ROLLOVER_AMOUNT), amount);
+        QCOMPARE(shared->getForPlan(QString(), Keys::PREF_ROLLOVER_DISPLAY).toList(), display);
+        QCOMPARE(shared->getForPlan(QString(), Keys::PREF_ROLLOVER_TIMESTAMP).toDateTime(), c.clock.now());
+    }
+
+    // The stored amount holds while its time stamp lies in the current period.
+    void rolloverIsRecomputedOnlyAfterABoundary_data()
+    {
+        QTest::addColumn<QVariant>("timeStamp");
+        QTest::addColumn<bool>("recomputed");
+        QTest::newRow("at the period's start") << QVariant(QDateTime(QDate(2026, 3, 1), QTime())) << false;
+        QTest::newRow("at the period's end") << QVariant(QDateTime(QDate(2026, 4, 1), QTime())) << true;
+        QTest::newRow("in the previous period") << QVariant(QDateTime(QDate(2026, 2, 28), QTime(23, 59))) << true;
+        QTest::newRow("never computed") << QVariant() << true;
+    }
+
+    void rolloverIsRecomputedOnlyAfterABoundary()
+    {
+        QFETCH(QVariant, timeStamp);
+        QFETCH(bool, recomputed);
+        TestContainer c;
+        auto shared = openPlan(c, 100 * MB);
+        shared->setForPlan(QString(), Keys::PREF_ROLLOVER_AMOUNT, 7 * MB);
+        shared->setForPlan(QString(), Keys::PREF_ROLLOVER_TIMESTAMP, timeStamp);
+        QCOMPARE(shared->effectiveDataCap(nullptr, QString()), 107 * MB); // without a store: as stored
+        auto ctx = shared->mocForActive();
+        const double cap = onQueue(*ctx, [&] { return shared->effectiveDataCap(ctx.get(), QString()); });
+        QCOMPARE(cap, recomputed ? 200 * MB : 107 * MB);
+        shared->setForPlan(QString(), Keys::PREF_ROLLOVER_ON, false);
+        QCOMPARE(onQueue(*ctx, [&] { return shared->effectiveDataCap(ctx.get(), QString()); }), 100 * MB);
+    }
+
+    void forecast_data()
+    {
+        QTest::addColumn<double>("timeLeft");
+        QTest::addColumn<double>("dataLeft");
+        QTest::addColumn<double>("ratio");
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QString>("icon");
+        QTest::newRow("as much data as time") << 50.0 << 50.0 << 0.0 << "safe" << "1";
+        QTest::newRow("caution") << 50.0 << 30.0 << 0.4 << "caution" << "2";
+        QTest::newRow("danger") << 50.0 << 20.0 << 0.6 << "danger" << "3";
+        QTest::newRow("half way is danger") << 50.0 << 25.0 << 0.5 << "danger" << "3";
+        QTest::newRow("used up") << 50.0 << 0.0 << 1.0 << "over" << "4";
+        QTest::newRow("over the cap") << 80.0 << -50.0 << 1.0 << "over" << "4";
+        QTest::newRow("last moment with data left") << 0.0 << 10.0 << 0.0 << "safe" << "1";
+        QTest::newRow("not a number") << std::nan("") << 10.0 << std::nan("") << "safe" << "1";
+    }
+
+    void forecast()
+    {
+        QFETCH(double, timeLeft);
+        QFETCH(double, dataLeft);
+        QFETCH(double, ratio);
+        QFETCH(QString, text);
+        QFETCH(QString, icon);
+        const double q = SharedCode::forecastRatio(timeLeft, dataLeft);
+        if (std::isnan(ratio))
+            QVERIFY(std::isnan(q));
+        else
+            QCOMPARE(q, ratio);
+        QCOMPARE(SharedCode::forecastText(q), text);
+        QCOMPARE(SharedCode::forecastIconCode(text), icon);
+    }
+
+    void colors_data()
+    {
+        QTest::addColumn<double>("ratio");
+        QTest::addColumn<qint64>("row");
+        QTest::addColumn<quint32>("color");
+        QTest::newRow("0") << 0.0 << qint64(0) << 0x98D957u;
+        QTest::newRow("negative") << -0.3 << qint64(0) << 0x98D957u;
+        QTest::newRow("0.24") << 0.24 << qint64(0) << 0xC3D957u;
+        QTest::newRow("0.25") << 0.25 << qint64(0) << 0xFBBF45u;
+        QTest::newRow("0.999") << 0.999 << qint64(0) << 0xED0345u;
+        QTest::newRow("1") << 1.0 << qint64(0) << 0xA50026u;
+        QTest::newRow("7") << 7.0 << qint64(0) << 0xA50026u;
+        QTest::newRow("NaN") << std::nan("") << qint64(0) << 0x98D957u;
+        QTest::newRow("row 24") << 0.6 << qint64(24) << 0x746959u;
+        QTest::newRow("black scheme") << 0.6 << qint64(20) << 0x000000u;
+        QTest::newRow("row out of range reads row 0") << 0.6 << qint64(25) << 0xEF6A32u;
+    }
+
+    void colors()
+    {
+        QFETCH(double, ratio);
+        QFETCH(qint64, row);
+        QFETCH(quint32, color);
+        TestContainer c;
+        auto shared = c.open();
+        shared->userPref().setValue(Keys::PREF_THEME_COLOR, row);
+        QCOMPARE(shared->colorForRatio(ratio), color);
+        int rows = 0;
+        QCOMPARE(SharedCode::getColorsDBandRows(&rows).size(), size_t(25));
+        QCOMPARE(rows, 25);
+    }
+
+    void colorComponents()
+    {
+        QCOMPARE(CommonShared::colorWithHex(0xFF8000), (RgbColor{1.0, 128 / 255.0, 0.0}));
+        QCOMPARE(CommonShared::brightColorWithHex(0x000000), (RgbColor{0.5, 0.5, 0.5}));
+        const RgbColor bright = CommonShared::brightColorWithHex(0xE67333); // brightness 0.902
+        QVERIFY(qFuzzyCompare(bright.red, 0xE6 / 255.0 * 1.1));
+        // Hue and saturation stay: the components keep their proportions to the largest.
+        QVERIFY(qFuzzyCompare(bright.green / bright.red, double(0x73) / 0xE6));
+        QVERIFY(qFuzzyCompare(bright.blue / bright.red, double(0x33) / 0xE6));
+        QCOMPARE(CommonShared::brightColorWithHex(0xFFFFFF), (RgbColor{1.0, 1.0, 1.0}));
+    }
+
+    void texts_data()
+    {
+        QTest::addColumn<double>("value");
+        QTest::addColumn<QString>("twoDecimal");
+        QTest::addColumn<QString>("bytes");
+        QTest::newRow("2") << 2.0 << "2" << "0.0 KB";
+        QTest::newRow("1.5") << 1.5 << "1.5" << "0.0 KB";
+        QTest::newRow("0.1234") << 0.1234 << "0.123" << "0.0 KB";
+        QTest::newRow("tie to even") << 0.0625 << "0.062" << "0.0 KB";
+        QTest::newRow("negative zero") << -0.0 << "0" << "0.0 KB";
+        QTest::newRow("no grouping") << 1234567.0 << "1234567" << "1.2 MB";
+        QTest::newRow("just under a KB") << 999999.0 << "999999" << "976.6 KB";
+        QTest::newRow("decimal MB threshold") << 999000000.0 << "999000000" << "952.7 MB";
+        QTest::newRow("decimal GB threshold") << 1e9 << "1000000000" << "0.93 GB";
+        QTest::newRow("1 GiB") << GB << "1073741824" << "1.00 GB";
+        QTest::newRow("12.3 GiB") << 12.3 * GB << "13207024435.2" << "12.30 GB";
+        QTest::newRow("123.4 GiB") << 123.4 * GB << "132499741081.6" << "123.4 GB";
+        QTest::newRow("negative") << -2000.0 << "-2000" << "0.0 KB";
+    }
+
+    void texts()
+    {
+        QFETCH(double, value);
+        QFETCH(QString, twoDecimal);
+        QFETCH(QString, bytes);
+        QCOMPARE(SharedCode::stringTwoDecimal(value), twoDecimal);
+        QCOMPARE(CommonShared::getDataBytesStr(value), bytes);
+    }
+
+    void amountEntry_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<int>("unit");
+        QTest::addColumn<double>("capBytes"); // -1: refused
+        QTest::addColumn<double>("rolloverBytes");
+        QTest::newRow("1.5 GB") << "1.5" << 1 << 1610612736.0 << 1610612736.0;
+        QTest::newRow("smallest cap") << "0.001" << 0 << 1048.0 << 1048.0;
+        QTest::newRow("below the smallest cap") << "0.0009" << 0 << -1.0 << 943.0;
+        QTest::newRow("zero") << "0" << 1 << -1.0 << 0.0;
+        QTest::newRow("negative") << "-1" << 1 << -1.0 << -1.0;
+        QTest::newRow("infinite") << "inf" << 1 << -1.0 << -1.0;
+        QTest::newRow("not a number") << "12a" << 0 << -1.0 << -1.0;
+        QTest::newRow("empty") << "" << 0 << -1.0 << -1.0;
+    }
+
+    void amountEntry()
+    {
+        QFETCH(QString, text);
+        QFETCH(int, unit);
+        QFETCH(double, capBytes);
+        QFETCH(double, rolloverBytes);
+        const auto u = AmountEntry::Unit(unit);
+        const auto cap = AmountEntry::capAmount(text, u);
+        const auto rollover = AmountEntry::rolloverAmount(text, u);
+        QCOMPARE(cap ? cap->bytes : -1.0, capBytes);
+        QCOMPARE(rollover ? rollover->bytes : -1.0, rolloverBytes);
+        if (cap) {
+            TestContainer c;
+            auto shared = c.open();
+            shared->userPref().setValue(Keys::PREF_ACTIVE_PLAN, QStringLiteral("P"));
+            AmountEntry::storeCap(*shared, QString(), *cap);
+            QCOMPARE(shared->baseDataCapForPlan(QString()), capBytes);
+            QCOMPARE(shared->getForPlan(QString(), Keys::PREF_DATA_DISPLAY_CAP).toList(),
+                     (QVariantList{SharedCode::stringTwoDecimal(text.toDouble()), unit}));
+        }
+    }
+};
+
+QTEST_GUILESS_MAIN(TestDataCap)
+#include "tst_datacap.moc"
