@@ -2,7 +2,7 @@
 # Installs the Debian packages Tallymo builds, runs and tests with (only those missing).
 set -euo pipefail
 packages=(build-essential cmake pkg-config qt6-base-dev libsqlite3-dev libicu-dev
-          tzdata iproute2 python3 sqlite3 "$@")
+          tzdata iproute2 python3 sqlite3 dbus-daemon python3-dbus python3-dbusmock "$@")
 missing=()
 for p in "${packages[@]}"; do
     dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'install ok installed' || missing+=("$p")

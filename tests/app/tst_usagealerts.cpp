@@ -59,8 +59,7 @@ struct World
     double use(double bytes, bool inBackground = true)
     {
         context->performAndWait([&] {
-            if (bytes > 0)
-                context->insertEvent(Event{shared->nowAtHour(), bytes});
+            if (bytes > 0) context->insertEvent(Event{shared->nowAtHour(), bytes});
             context->save();
             const qint64 before = delegate.getCurrentThresholdLevel();
             delegate.computeCurrentValues(context.get(), inBackground);
@@ -156,7 +155,8 @@ private slots:
         QTest::newRow("below all") << defaults << 49.9 << qint64(0);
         QTest::newRow("all") << defaults << 100.0 << qint64(4);
         QTest::newRow("far above") << defaults << 400.0 << qint64(4);
-        QTest::newRow("stops at the first not reached") << QList<double>{50, 100, 90, 95} << 95.0 << qint64(1);
+        QTest::newRow("stops at the first not reached")
+            << QList<double>{50, 100, 90, 95} << 95.0 << qint64(1);
         QTest::newRow("not a number") << defaults << std::nan("") << qint64(0);
     }
 
@@ -177,7 +177,10 @@ private slots:
     {
         World w;
         const QList<std::pair<double, double>> steps{// bytes added (MB), expected percent
-                                                     {40, 40}, {55, 95}, {-1, 95}, {1, 96}};
+                                                     {40, 40},
+                                                     {55, 95},
+                                                     {-1, 95},
+                                                     {1, 96}};
         for (auto [add, percent] : steps)
             QCOMPARE(w.use(add * MB), percent);
         QCOMPARE(w.center.added.size(), 1);
@@ -187,7 +190,8 @@ private slots:
         QCOMPARE(w.center.added[0].trigger, NotificationRequest::Trigger::Now);
         // The period is reset: the level falls silently, and the next rise alerts again.
         w.context->performAndWait([&] {
-            w.context->deleteEvents(QDateTime(QDate(2026, 3, 1), QTime()), QDateTime(QDate(2026, 4, 1), QTime()));
+            w.context->deleteEvents(QDateTime(QDate(2026, 3, 1), QTime()),
+                                    QDateTime(QDate(2026, 4, 1), QTime()));
             w.context->save();
         });
         w.use(0);
@@ -223,18 +227,21 @@ private slots:
         QCOMPARE(w.center.added.size(), 2); // the bill-cycle pair only, no notification
         QCOMPARE(root.alerts.size(), shown ? 1 : 0);
         if (shown)
-            QCOMPARE(root.alerts[0], (AlertValue{QString(), QStringLiteral("You've used\n70% of your data cap."),
-                                                 QStringLiteral("OK")}));
+            QCOMPARE(root.alerts[0],
+                     (AlertValue{QString(), QStringLiteral("You've used\n70% of your data cap."),
+                                 QStringLiteral("OK")}));
     }
 
     void billCycleReminders_data()
     {
         QTest::addColumn<QDateTime>("now");
         QTest::addColumn<QDate>("lastDay");
-        QTest::newRow("20:59 on the last day") << QDateTime(QDate(2026, 3, 31), QTime(20, 59)) << QDate(2026, 3, 31);
+        QTest::newRow("20:59 on the last day")
+            << QDateTime(QDate(2026, 3, 31), QTime(20, 59)) << QDate(2026, 3, 31);
         QTest::newRow("21:00 on the last day: the next cycle's")
             << QDateTime(QDate(2026, 3, 31), QTime(21, 0)) << QDate(2026, 4, 30);
-        QTest::newRow("early in the cycle") << QDateTime(QDate(2026, 3, 2), QTime(8, 0)) << QDate(2026, 3, 31);
+        QTest::newRow("early in the cycle")
+            << QDateTime(QDate(2026, 3, 2), QTime(8, 0)) << QDate(2026, 3, 31);
     }
 
     void billCycleReminders()
@@ -243,8 +250,8 @@ private slots:
         QFETCH(QDate, lastDay);
         World w(now);
         w.use(0, false);
-        QCOMPARE(w.center.removed,
-                 (QList<QStringList>{{QStringLiteral("qx.noti.billalert.2100"), QStringLiteral("qx.noti.billalert.2300")}}));
+        QCOMPARE(w.center.removed, (QList<QStringList>{{QStringLiteral("qx.noti.billalert.2100"),
+                                                        QStringLiteral("qx.noti.billalert.2300")}}));
         QCOMPARE(w.center.added.size(), 2);
         const NotificationRequest &at21 = w.center.added[0], &at23 = w.center.added[1];
         QCOMPARE(at21.identifier, QStringLiteral("qx.noti.billalert.2100"));
@@ -256,7 +263,8 @@ private slots:
         QCOMPARE(at23.identifier, QStringLiteral("qx.noti.billalert.2300"));
         QCOMPARE(at23.date, lastDay);
         QCOMPARE(at23.hour, 23);
-        QCOMPARE(at23.body, QStringLiteral("Your bill cycle ends in one hour. Open Tallymo to check your usage."));
+        QCOMPARE(at23.body,
+                 QStringLiteral("Your bill cycle ends in one hour. Open Tallymo to check your usage."));
     }
 
     void oneTimeHints()
@@ -290,9 +298,11 @@ private slots:
         QTest::addColumn<int>("rows");
         QTest::addColumn<int>("selected");
         QTest::newRow("first") << 0u << QList<double>{50, 70, 90, 100} << QStringList{"5", "70"} << 14 << 9;
-        QTest::newRow("first, second at 5") << 0u << QList<double>{5, 5, 90, 100} << QStringList{"5", "5"} << 1 << 0;
+        QTest::newRow("first, second at 5")
+            << 0u << QList<double>{5, 5, 90, 100} << QStringList{"5", "5"} << 1 << 0;
         QTest::newRow("third") << 2u << QList<double>{50, 70, 90, 100} << QStringList{"70", "100"} << 7 << 4;
-        QTest::newRow("fourth") << 3u << QList<double>{50, 70, 90, 100} << QStringList{"90", "200"} << 23 << 2;
+        QTest::newRow("fourth") << 3u << QList<double>{50, 70, 90, 100} << QStringList{"90", "200"} << 23
+                                << 2;
     }
 
     void thresholdScreen()

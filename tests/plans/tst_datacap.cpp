@@ -40,7 +40,8 @@ private slots:
         QTest::newRow("500 MB of 2 GB") << 2 * GB << 500 * MB << 1623195648.0 << QVariantList{"1548", 0};
         QTest::newRow("over the cap") << 2 * GB << 3 * GB << 0.0 << QVariantList{"0", 0};
         QTest::newRow("exactly the cap") << 2 * GB << 2 * GB << 0.0 << QVariantList{"0", 0};
-        QTest::newRow("part of a MB is dropped") << 2 * GB << 1.5 << 2147483648.0 - MB << QVariantList{"2047", 0};
+        QTest::newRow("part of a MB is dropped")
+            << 2 * GB << 1.5 << 2147483648.0 - MB << QVariantList{"2047", 0};
         QTest::newRow("10000 MB stays in MB") << 10000 * MB << 0.0 << 10000 * MB << QVariantList{"10000", 0};
         QTest::newRow("10001 MB shows in GB") << 10001 * MB << 0.0 << 10001 * MB << QVariantList{"9.767", 1};
         QTest::newRow("20480 MB") << 20 * GB << 0.0 << 20 * GB << QVariantList{"20", 1};
@@ -75,7 +76,8 @@ private slots:
         QTest::addColumn<bool>("recomputed");
         QTest::newRow("at the period's start") << QVariant(QDateTime(QDate(2026, 3, 1), QTime())) << false;
         QTest::newRow("at the period's end") << QVariant(QDateTime(QDate(2026, 4, 1), QTime())) << true;
-        QTest::newRow("in the previous period") << QVariant(QDateTime(QDate(2026, 2, 28), QTime(23, 59))) << true;
+        QTest::newRow("in the previous period")
+            << QVariant(QDateTime(QDate(2026, 2, 28), QTime(23, 59))) << true;
         QTest::newRow("never computed") << QVariant() << true;
     }
 
@@ -102,14 +104,22 @@ private slots:
         QTest::addColumn<double>("ratio");
         QTest::addColumn<QString>("text");
         QTest::addColumn<QString>("icon");
-        QTest::newRow("as much data as time") << 50.0 << 50.0 << 0.0 << "safe" << "1";
-        QTest::newRow("caution") << 50.0 << 30.0 << 0.4 << "caution" << "2";
-        QTest::newRow("danger") << 50.0 << 20.0 << 0.6 << "danger" << "3";
-        QTest::newRow("half way is danger") << 50.0 << 25.0 << 0.5 << "danger" << "3";
-        QTest::newRow("used up") << 50.0 << 0.0 << 1.0 << "over" << "4";
-        QTest::newRow("over the cap") << 80.0 << -50.0 << 1.0 << "over" << "4";
-        QTest::newRow("last moment with data left") << 0.0 << 10.0 << 0.0 << "safe" << "1";
-        QTest::newRow("not a number") << std::nan("") << 10.0 << std::nan("") << "safe" << "1";
+        QTest::newRow("as much data as time") << 50.0 << 50.0 << 0.0 << "safe"
+                                              << "1";
+        QTest::newRow("caution") << 50.0 << 30.0 << 0.4 << "caution"
+                                 << "2";
+        QTest::newRow("danger") << 50.0 << 20.0 << 0.6 << "danger"
+                                << "3";
+        QTest::newRow("half way is danger") << 50.0 << 25.0 << 0.5 << "danger"
+                                            << "3";
+        QTest::newRow("used up") << 50.0 << 0.0 << 1.0 << "over"
+                                 << "4";
+        QTest::newRow("over the cap") << 80.0 << -50.0 << 1.0 << "over"
+                                      << "4";
+        QTest::newRow("last moment with data left") << 0.0 << 10.0 << 0.0 << "safe"
+                                                    << "1";
+        QTest::newRow("not a number") << std::nan("") << 10.0 << std::nan("") << "safe"
+                                      << "1";
     }
 
     void forecast()
@@ -177,19 +187,32 @@ private slots:
         QTest::addColumn<double>("value");
         QTest::addColumn<QString>("twoDecimal");
         QTest::addColumn<QString>("bytes");
-        QTest::newRow("2") << 2.0 << "2" << "0.0 KB";
-        QTest::newRow("1.5") << 1.5 << "1.5" << "0.0 KB";
-        QTest::newRow("0.1234") << 0.1234 << "0.123" << "0.0 KB";
-        QTest::newRow("tie to even") << 0.0625 << "0.062" << "0.0 KB";
-        QTest::newRow("negative zero") << -0.0 << "0" << "0.0 KB";
-        QTest::newRow("no grouping") << 1234567.0 << "1234567" << "1.2 MB";
-        QTest::newRow("just under a KB") << 999999.0 << "999999" << "976.6 KB";
-        QTest::newRow("decimal MB threshold") << 999000000.0 << "999000000" << "952.7 MB";
-        QTest::newRow("decimal GB threshold") << 1e9 << "1000000000" << "0.93 GB";
-        QTest::newRow("1 GiB") << GB << "1073741824" << "1.00 GB";
-        QTest::newRow("12.3 GiB") << 12.3 * GB << "13207024435.2" << "12.30 GB";
-        QTest::newRow("123.4 GiB") << 123.4 * GB << "132499741081.6" << "123.4 GB";
-        QTest::newRow("negative") << -2000.0 << "-2000" << "0.0 KB";
+        QTest::newRow("2") << 2.0 << "2"
+                           << "0.0 KB";
+        QTest::newRow("1.5") << 1.5 << "1.5"
+                             << "0.0 KB";
+        QTest::newRow("0.1234") << 0.1234 << "0.123"
+                                << "0.0 KB";
+        QTest::newRow("tie to even") << 0.0625 << "0.062"
+                                     << "0.0 KB";
+        QTest::newRow("negative zero") << -0.0 << "0"
+                                       << "0.0 KB";
+        QTest::newRow("no grouping") << 1234567.0 << "1234567"
+                                     << "1.2 MB";
+        QTest::newRow("just under a KB") << 999999.0 << "999999"
+                                         << "976.6 KB";
+        QTest::newRow("decimal MB threshold") << 999000000.0 << "999000000"
+                                              << "952.7 MB";
+        QTest::newRow("decimal GB threshold") << 1e9 << "1000000000"
+                                              << "0.93 GB";
+        QTest::newRow("1 GiB") << GB << "1073741824"
+                               << "1.00 GB";
+        QTest::newRow("12.3 GiB") << 12.3 * GB << "13207024435.2"
+                                  << "12.30 GB";
+        QTest::newRow("123.4 GiB") << 123.4 * GB << "132499741081.6"
+                                   << "123.4 GB";
+        QTest::newRow("negative") << -2000.0 << "-2000"
+                                  << "0.0 KB";
     }
 
     void texts()
