@@ -75,15 +75,15 @@ void benchSample(const QString &dir)
         median(cpu), median(wall), qlonglong(cpu.size()));
 }
 
-// The current period's sums over five years of 5-minute samples.
-void benchPeriodSum(const QString &dir)
+constexpr int kEvents = 525600;
+
+// Five years of 5-minute samples up to now, written in one transaction.
+std::unique_ptr<UsageStore> fiveYearStore(const QString &path, bool report)
 {
-    const QString path = dir + QStringLiteral("/five-years.sqlite");
     QString error;
     auto store = UsageStore::open(path, &error);
-    const QDateTime now = QDateTime::currentDateTime();
-    const qint64 end = now.toSecsSinceEpoch() / 300 * 300;
-    constexpr int kEvents = 525600;
+    if (!store) qFatal("cannot open %s: %s", qPrintable(path), qPrintable(error));
+    const qint64 end = QDateTime::currentSecsSinceEpoch() / 300 * 300;
     QList<UsageStore::Change> changes;
     changes.reserve(kEvents);
     for (qint64 i = 0; i < kEvents; ++i) {
@@ -94,9 +94,28 @@ void benchPeriodSum(const QString &dir)
     QElapsedTimer build;
     build.start();
     if (!store->apply(changes, &error)) qFatal("cannot fill the store: %s", qPrintable(error));
-    std::printf("store of %d events:    written in %.2f s (%.0f events/s), %.1f MB\n", kEvents,
-                build.nsecsElapsed() / 1e9, kEvents / (build.nsecsElapsed() / 1e9),
-                QFile(path).size() / 1048576.0);
+    if (report)
+        std::printf("store of %d events:    written in %.2f s (%.0f events/s), %.1f MB\n", kEvents,
+                    build.nsecsElapsed() / 1e9, kEvents / (build.nsecsElapsed() / 1e9),
+                    QFile(path).size() / 1048576.0);
+    return store;
+}
+
+// A container whose active plan holds the five-year store, for timing whole commands.
+void makeContainer(const QString &dir)
+{
+    SharedCode shared({dir, nullptr});
+    DataUsageAppDelegate delegate(shared);
+    delegate.setupUserDefaultsForNewInstall();
+    shared.userPref().synchronize();
+    fiveYearStore(shared.sqliteURLForPlan(QString()), false);
+}
+
+// The current period's sums over five years of 5-minute samples.
+void benchPeriodSum(const QString &dir)
+{
+    auto store = fiveYearStore(dir + QStringLiteral("/five-years.sqlite"), true);
+    const QDateTime now = QDateTime::currentDateTime();
     const QDateTime start = QDate(now.date().year(), now.date().month(), 1).startOfDay();
     const QDateTime stop = start.addMonths(1);
     QList<double> times;
@@ -125,6 +144,10 @@ void benchPeriodSum(const QString &dir)
 int main(int argc, char **argv)
 {
     QCoreApplication app(argc, argv);
+    if (argc == 3 && QByteArrayView(argv[1]) == "--make-container") {
+        makeContainer(QString::fromLocal8Bit(argv[2]));
+        return 0;
+    }
     QTemporaryDir dir;
     benchSample(dir.path());
     benchPeriodSum(dir.path());

@@ -2,14 +2,12 @@
 #include "app/datausageappdelegate.h"
 #include "cli/cli.h"
 #include "core/sharedcode.h"
-#include "platform/dbus/freedesktopnotifications.h"
-#include "platform/dbus/sessionservices.h"
 #include "platform/linux/linuxnetworkinterfaces.h"
 #include "platform/linux/paths.h"
 #include "platform/linux/unixsignals.h"
 
 #include <QCoreApplication>
-#include <QDBusConnectionInterface>
+#include <QLibrary>
 
 #include <cstdio>
 #include <memory>
@@ -29,22 +27,25 @@ std::unique_ptr<Clock> clockFromEnvironment()
     return std::make_unique<RunningClock>(start.toLocalTime());
 }
 
-// The desktop services, connected to the session bus on first use.
-struct Desktop
+// The desktop services live in a module loaded on demand: beside the program in a build tree,
+// under the library directory once installed.
+std::unique_ptr<DesktopServices> loadDesktopServices(const SharedCode &shared)
 {
-    explicit Desktop(const SharedCode &shared)
-        : bus(QDBusConnection::sessionBus()), notifications(shared.containerURL(), bus, shared.clock()),
-          badge(bus), refreshStatus(bus, LinuxBackgroundRefresh::defaultSystemdUserDir())
-    {
-        notifications.deliverDue();
+    using Factory = DesktopServices *(*)(const QString &, const Clock &);
+    const QString dir = QCoreApplication::applicationDirPath();
+    QString errors;
+    for (const QString &path :
+         {dir + QStringLiteral("/libtallymo_desktop.so"),
+          dir + QStringLiteral("/../" TALLYMO_LIBDIR "/tallymo/libtallymo_desktop.so")}) {
+        QLibrary module(path);
+        if (const auto factory = reinterpret_cast<Factory>(module.resolve("tallymo_desktop_services")))
+            return std::unique_ptr<DesktopServices>(factory(shared.containerURL(), shared.clock()));
+        errors += QStringLiteral("\n  ") + module.errorString();
     }
-    ~Desktop() { SessionBus::flush(bus); }
-
-    QDBusConnection bus;
-    FreedesktopNotifications notifications;
-    LauncherEntryBadge badge;
-    LinuxBackgroundRefresh refreshStatus;
-};
+    std::fprintf(stderr, "tallymo: desktop services unavailable (no notifications or badge):%s\n",
+                 qPrintable(errors));
+    return nullptr;
+}
 
 } // namespace
 
@@ -58,7 +59,7 @@ int main(int argc, char **argv)
     LinuxNetworkInterfaces interfaces = LinuxNetworkInterfaces::fromEnvironment();
     std::unique_ptr<SharedCode> shared;
     std::unique_ptr<DataUsageAppDelegate> delegate;
-    std::unique_ptr<Desktop> desktop;
+    std::unique_ptr<DesktopServices> desktop;
     std::optional<Cli::Services> services;
 
     Cli::Environment env;
@@ -74,20 +75,20 @@ int main(int argc, char **argv)
         }
         return *services;
     };
+    bool desktopLoaded = false;
     env.desktopServices = [&]() -> Cli::Services & {
         Cli::Services &s = env.services();
-        if (!desktop) {
-            desktop = std::make_unique<Desktop>(*shared);
-            delegate->setServices({&desktop->notifications, &desktop->badge, &desktop->refreshStatus});
+        if (!desktopLoaded) {
+            desktopLoaded = true;
+            desktop = loadDesktopServices(*shared);
+            if (desktop)
+                delegate->setServices({desktop->notifications(), desktop->badge(), desktop->refreshStatus()});
         }
         return s;
     };
     env.onTerminationRequest = UnixSignals::onTermination;
     env.startBackgroundService = [&] {
-        if (desktop && desktop->bus.isConnected() &&
-            !desktop->bus.registerService(LinuxBackgroundRefresh::kServiceName))
-            std::fprintf(stderr, "tallymo: %s is already owned on the session bus; carrying on\n",
-                         LinuxBackgroundRefresh::kServiceName.data());
+        if (desktop) desktop->registerBackgroundService();
     };
     const int status = Cli::run(app.arguments().mid(1), env);
     if (shared) shared->userPref().synchronize();

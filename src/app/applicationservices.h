@@ -68,3 +68,16 @@ public:
     virtual bool isPresenting() const = 0;
     virtual void presentAlert(const AlertValue &alert) = 0;
 };
+
+// The desktop's services as one bundle, for programs that load them only when a command needs
+// them (connecting to the session bus and loading its libraries costs every short command).
+class DesktopServices
+{
+public:
+    virtual ~DesktopServices() = default;
+    virtual UserNotificationCenter *notifications() = 0;
+    virtual IconBadge *badge() = 0;
+    virtual BackgroundRefreshStatus *refreshStatus() = 0;
+    // The background service announces itself (so the refresh status reads as available).
+    virtual bool registerBackgroundService() = 0;
+};

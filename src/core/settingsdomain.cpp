@@ -74,8 +74,7 @@ bool toBool(const QVariant &v)
 SettingsDomain::SettingsDomain(QString filePath) : m_path(std::move(filePath))
 {
     QMutexLocker locker(&m_mutex);
-    FileLock lock(m_path + QStringLiteral(".lock"));
-    reloadLocked();
+    reload(false);
 }
 
 SettingsDomain::~SettingsDomain()
@@ -155,8 +154,16 @@ QVariantMap SettingsDomain::dictionaryForKey(const QString &key) const
 bool SettingsDomain::synchronize()
 {
     QMutexLocker locker(&m_mutex);
+    if (m_pending.isEmpty()) {
+        // Reading takes no lock: the file is only ever replaced whole.
+        if (stampOf() != m_stamp) reload(false);
+        return true;
+    }
     FileLock lock(m_path + QStringLiteral(".lock"));
-    return syncLocked();
+    if (stampOf() != m_stamp) reload(true);
+    if (!writeLocked(m_values)) return false;
+    m_pending.clear();
+    return true;
 }
 
 QString SettingsDomain::lastMovedAside() const
@@ -165,17 +172,9 @@ QString SettingsDomain::lastMovedAside() const
     return m_movedAside;
 }
 
-bool SettingsDomain::syncLocked()
-{
-    if (stampOf() != m_stamp) reloadLocked();
-    if (m_pending.isEmpty()) return true;
-    if (!writeLocked(m_values)) return false;
-    m_pending.clear();
-    return true;
-}
-
-// Reads the file into m_values and lays the pending changes over it. Caller holds both locks.
-void SettingsDomain::reloadLocked()
+// Reads the file into m_values and lays the pending changes over it. Moving an unreadable file
+// aside needs the lock shared by all processes, taken here unless the caller holds it.
+void SettingsDomain::reload(bool locked)
 {
     m_stamp = stampOf();
     QVariantMap values;
@@ -189,6 +188,10 @@ void SettingsDomain::reloadLocked()
             parsed = PropertyList::fromXml(file.readAll(), &error);
         if (parsed) {
             values = std::move(*parsed);
+        } else if (!locked) {
+            FileLock lock(m_path + QStringLiteral(".lock"));
+            reload(true);
+            return;
         } else {
             const QString aside =
                 m_path + QStringLiteral(".corrupt-") +

@@ -60,8 +60,7 @@ private:
         bool operator==(const FileStamp &) const = default;
     };
 
-    bool syncLocked();
-    void reloadLocked();
+    void reload(bool locked);
     bool writeLocked(const QVariantMap &values);
     std::optional<FileStamp> stampOf() const;
 

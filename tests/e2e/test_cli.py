@@ -1,6 +1,9 @@
 """The command line as scripts use it: exit statuses, one-line errors, settings shared between
 processes, stores and settings that cannot be read, and the service's start and stop."""
 import json
+import random
+import sqlite3
+from datetime import datetime
 import os
 import signal
 import subprocess
@@ -75,6 +78,32 @@ class CommandLine(unittest.TestCase):
         self.assertEqual([r["active"] for r in rows], [True, False])
         plan = json.loads(self.c.run("plans", "show", new, "--json").stdout)
         self.assertEqual((plan["PREF_BILLDAY"], plan["PREF_PLAN_DBNAME"]), (9, new + ".sqlite"))
+
+    # After a replay of samples (a counter restart among them) the figures are the store's, to the byte.
+    def test_status_agrees_with_the_store(self):
+        rng = random.Random(5)
+        cell, wifi = [1000, 1000], [1000, 1000]
+        for step in range(40):
+            if step == 25:
+                cell = [0, 0]  # the modem restarted
+            cell = [cell[0] + rng.randrange(1, 3_000_000), cell[1] + rng.randrange(0, 300_000)]
+            wifi = [wifi[0] + rng.randrange(0, 9_000_000_000), wifi[1] + rng.randrange(0, 900_000)]
+            self.c.write_counters({"wwan0": tuple(cell), "wlan0": tuple(wifi)})
+            self.c.run("sample")
+        self.c.run("plans", "set", "PREF_THRES_MONTHLY", "123456789")
+        status = json.loads(self.c.run("status", "--json").stdout)
+        db = sqlite3.connect(self.c.store_path())
+        start = datetime.fromisoformat(status["monthStartDate"]).timestamp()
+        end = datetime.fromisoformat(status["monthEndDate"]).timestamp()
+        row = db.execute("SELECT total(cellIn), total(cellOut), total(wifiIn), total(wifiOut) FROM Event "
+                         "WHERE timeStamp >= ? AND timeStamp < ?", (start, end)).fetchone()
+        db.close()
+        self.assertEqual([status[k] for k in ("monthCellIn", "monthCellOut", "monthWifiIn", "monthWifiOut")],
+                         list(row))
+        self.assertEqual(status["monthCell"], row[0] + row[1])
+        self.assertEqual(status["effectiveDataCap"], 123456789)
+        self.assertEqual(status["monthPercent"], (row[0] + row[1]) * 100 / 123456789)
+        self.assertGreater(status["monthWifi"], 2**32)  # beyond 32 bits, nothing wrapped
 
     # Many processes writing different keys at once: none is lost.
     def test_concurrent_writers_keep_every_key(self):

@@ -1,0 +1,31 @@
+#pragma once
+
+#include "app/applicationservices.h"
+#include "freedesktopnotifications.h"
+#include "sessionservices.h"
+
+class Clock;
+
+// The desktop services on the session bus. Pending notifications that fell due while no Tallymo
+// process ran are delivered on creation; whatever was sent reaches the bus before destruction.
+class SessionDesktop : public DesktopServices
+{
+public:
+    SessionDesktop(const QString &container, const Clock &clock);
+    ~SessionDesktop() override;
+
+    UserNotificationCenter *notifications() override { return &m_notifications; }
+    IconBadge *badge() override { return &m_badge; }
+    BackgroundRefreshStatus *refreshStatus() override { return &m_refreshStatus; }
+    bool registerBackgroundService() override;
+
+private:
+    QDBusConnection m_bus;
+    FreedesktopNotifications m_notifications;
+    LauncherEntryBadge m_badge;
+    LinuxBackgroundRefresh m_refreshStatus;
+};
+
+// The entry point of the loadable desktop module.
+extern "C" Q_DECL_EXPORT DesktopServices *tallymo_desktop_services(const QString &container,
+                                                                   const Clock &clock);
