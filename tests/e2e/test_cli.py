@@ -34,6 +34,8 @@ class CommandLine(unittest.TestCase):
             ["plans", "set", "PREF_BILLDAY", "32"], ["plans", "set", "PREF_BILLTYPE", "5"],
             ["plans", "set", "PREF_ALERT1", "5"], ["plans", "set", "PREF_PLAN_ID", "X"],
             ["plans", "show", "NO-SUCH-PLAN"], ["daemon", "--interval", "0"], ["plans", "frobnicate"],
+            ["alerts", "set", "2", "95"], ["alerts", "set", "1", "4"], ["alerts", "set", "5", "50"],
+            ["alerts", "set", "1", "half"], ["alerts", "mute"], ["status", "--plan", "NO-SUCH-PLAN"],
         ]
         for args in cases:
             with self.subTest(args=args):
