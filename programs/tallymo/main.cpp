@@ -1,4 +1,5 @@
 // The command line and background service: wires the Linux services into the core and runs a command.
+#include "app/backgroundtasks.h"
 #include "app/datausageappdelegate.h"
 #include "cli/cli.h"
 #include "core/sharedcode.h"
@@ -60,6 +61,7 @@ int main(int argc, char **argv)
     std::unique_ptr<SharedCode> shared;
     std::unique_ptr<DataUsageAppDelegate> delegate;
     std::unique_ptr<DesktopServices> desktop;
+    TimedBackgroundTasks tasks;
     std::optional<Cli::Services> services;
 
     Cli::Environment env;
@@ -81,8 +83,14 @@ int main(int argc, char **argv)
         if (!desktopLoaded) {
             desktopLoaded = true;
             desktop = loadDesktopServices(*shared);
-            if (desktop)
-                delegate->setServices({desktop->notifications(), desktop->badge(), desktop->refreshStatus()});
+            DataUsageAppDelegate::Services services;
+            services.application = &tasks;
+            if (desktop) {
+                services.notifications = desktop->notifications();
+                services.badge = desktop->badge();
+                services.refreshStatus = desktop->refreshStatus();
+            }
+            delegate->setServices(services);
         }
         return s;
     };

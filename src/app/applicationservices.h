@@ -81,3 +81,32 @@ public:
     // The background service announces itself (so the refresh status reads as available).
     virtual bool registerBackgroundService() = 0;
 };
+
+// What a background fetch or push tells the platform it found.
+enum class FetchResult { NewData = 0, NoData = 1, Failed = 2 };
+using CompletionHandler = std::function<void(FetchResult)>;
+
+// The platform's application object: background tasks, fetch scheduling, remote notifications.
+class PlatformApplication
+{
+public:
+    static constexpr int kInvalidTask = 0;
+    virtual ~PlatformApplication() = default;
+    // A task keeps the process alive until it is ended or its time runs out, when `expiry` runs.
+    virtual int beginBackgroundTask(std::function<void()> expiry) = 0;
+    virtual void endBackgroundTask(int task) = 0;
+    // Ask for background fetches as often as allowed.
+    virtual void setMinimumBackgroundFetchInterval() = 0;
+    virtual void registerForRemoteNotifications() = 0;
+};
+
+// The cloud push subscription: silent pushes that wake the service.
+class PushSubscriptions
+{
+public:
+    virtual ~PushSubscriptions() = default;
+    // Saves (or replaces) the subscription; `done` gets an empty text or the error.
+    virtual void save(const QString &identifier, std::function<void(const QString &error)> done) = 0;
+    virtual void fetchAll(std::function<void(const QStringList &identifiers, const QString &error)> done) = 0;
+    virtual void remove(const QStringList &identifiers) = 0;
+};

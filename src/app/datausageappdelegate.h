@@ -34,6 +34,8 @@ public:
         UserNotificationCenter *notifications = nullptr;
         IconBadge *badge = nullptr;
         BackgroundRefreshStatus *refreshStatus = nullptr;
+        PlatformApplication *application = nullptr;
+        PushSubscriptions *push = nullptr;
     };
 
     explicit DataUsageAppDelegate(SharedCode &shared);
@@ -74,6 +76,38 @@ public:
     // The forecast ratio of the figures at the clock's now.
     double forecastRatio(const CurrentValues &v) const;
 
+    // Lifecycle: called by the platform on the main thread.
+    bool applicationWillFinishLaunching();
+    bool applicationDidFinishLaunching();
+    void applicationDidBecomeActive();
+    void applicationWillResignActive();
+    void applicationWillEnterForeground();
+    void applicationDidEnterBackground();
+    void applicationWillTerminate();
+    void applicationPerformFetch(CompletionHandler handler);
+    void applicationDidReceiveRemoteNotification(CompletionHandler handler);
+    void initPush();
+    void initRemoteNotification();
+    // The usage check every wake-up runs: sample, figures, alert; answers `handler` when done.
+    void checkDataUsageWithCompletionHandler(CompletionHandler handler);
+    // The one-in-three "new data" answer from the clock (seconds since 2001 divisible by 3).
+    void callCompletionHandler(const CompletionHandler &handler) const;
+    bool isCheckingUsage() const { return m_bgTaskUpdateUsage != PlatformApplication::kInvalidTask; }
+    Coordinate getCurrentCoordinate();
+    void showWhatsNew();
+    static QString getBundleVersion();
+    void cleanupPref();
+
+    // The cloud push subscription.
+    static constexpr QLatin1StringView kSubscriptionId{"tallymo_push_subscription2"};
+    void initCloud();
+    void renewCloudKitSubscription();
+    void cloudAccountChanged();
+    void startCloudKitSubscription();
+    void stopCloudKitSubscription();
+    void killAllCloudKitSubscriptions();
+    void checkCloudKitSubscriptions();
+
     // Alerts and notifications.
     void computeThresholdLevel();
     // How many consecutive thresholds, from the first, the percentage reaches.
@@ -81,8 +115,8 @@ public:
     qint64 getCurrentThresholdLevel() const;
     // Steps after the recomputation of the usage check: alert once when the level rose.
     void applyUsageAlertRule(qint64 before, bool inBackground);
-    // One usage check as the command line runs it: sample, recompute, alert rule, settings flushed.
-    SampleResult runUsageCheck();
+    // The last sample the usage check took (for what the command line reports).
+    SampleResult lastSample() const;
     void showUsageAlertInFG();
     void presentNotificationNow(const QString &body, const QString &title);
     void presentNotificationLater(const QString &body, const QString &title, double delay);
@@ -107,4 +141,7 @@ private:
     std::shared_ptr<StoreContext> m_tempMOC;
     mutable QMutex m_valuesMutex;
     CurrentValues m_values;
+    SampleResult m_lastSample;
+    int m_bgTaskUpdateUsage = PlatformApplication::kInvalidTask;
+    int m_enterGBTaskID = PlatformApplication::kInvalidTask;
 };

@@ -65,22 +65,6 @@ void DataUsageAppDelegate::applyUsageAlertRule(qint64 before, bool inBackground)
     m_shared.userPref().synchronize();
 }
 
-SampleResult DataUsageAppDelegate::runUsageCheck()
-{
-    const std::shared_ptr<StoreContext> context = m_shared.mocForActive();
-    SampleResult result;
-    if (!context) return result;
-    context->performAndWait([&] {
-        result = m_shared.saveUsageGasp(context.get(), Coordinate{});
-        const qint64 before = getCurrentThresholdLevel();
-        const bool inBackground = applicationState == Background;
-        computeCurrentValues(context.get(), inBackground);
-        // Without a window there is no screen to alert on: the alert is a notification.
-        applyUsageAlertRule(before, inBackground || !rootController);
-    });
-    return result;
-}
-
 void DataUsageAppDelegate::showUsageAlertInFG()
 {
     const qint64 percent = roundedPercent(values().monthPercent);

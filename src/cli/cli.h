@@ -30,6 +30,9 @@ struct Environment
     std::function<void()> startBackgroundService;
 };
 
+// `tallymo refresh` when the fetch found no new data (0 is new data, 1 a failure).
+inline constexpr int kExitNoData = 10;
+
 // Runs `tallymo <args>`; returns the exit status (2 for bad arguments).
 int run(const QStringList &args, Environment &env);
 

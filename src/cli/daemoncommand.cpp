@@ -14,41 +14,31 @@
 namespace Cli {
 namespace {
 
-class Sampler
+// Prints a line for each wake-up: what triggered it, what the sample recorded, the figures.
+void report(DataUsageAppDelegate &delegate, const QString &trigger)
 {
-public:
-    explicit Sampler(DataUsageAppDelegate &delegate) : m_delegate(delegate) {}
-
-    // One usage check and a line saying what it did and where the period stands.
-    void sampleAndReport()
-    {
-        const SampleResult r = m_delegate.runUsageCheck();
-        const CurrentValues v = m_delegate.values();
-        const QString now = isoWithOffset(m_delegate.shared().clock().now());
-        QString what;
-        if (!r.locked)
-            what = QStringLiteral("skipped (another process is sampling)");
-        else if (!r.countersRead)
-            what = QStringLiteral("counters unreadable");
-        else if (!r.event)
-            what = QStringLiteral("no new usage");
-        else
-            what = QStringLiteral("+cell %1 +wifi %2")
-                       .arg(CommonShared::getDataBytesStr(r.event->cellIn + r.event->cellOut),
-                            CommonShared::getDataBytesStr(r.event->wifiIn + r.event->wifiOut));
-        print(QStringLiteral("%1  %2 | period %3 → %4: cell %5 (%6%) wifi %7, level %8\n")
-                  .arg(now, what, v.monthStartDate.date().toString(Qt::ISODate),
-                       v.monthEndDate.date().toString(Qt::ISODate),
-                       CommonShared::getDataBytesStr(v.monthCell))
-                  .arg(DataUsageAppDelegate::roundedPercent(v.monthPercent))
-                  .arg(CommonShared::getDataBytesStr(v.monthWifi))
-                  .arg(m_delegate.getCurrentThresholdLevel()));
-        std::fflush(stdout);
-    }
-
-private:
-    DataUsageAppDelegate &m_delegate;
-};
+    const SampleResult r = delegate.lastSample();
+    const CurrentValues v = delegate.values();
+    QString what;
+    if (!r.locked)
+        what = QStringLiteral("skipped (another process is sampling)");
+    else if (!r.countersRead)
+        what = QStringLiteral("counters unreadable");
+    else if (!r.event)
+        what = QStringLiteral("no new usage");
+    else
+        what = QStringLiteral("+cell %1 +wifi %2")
+                   .arg(CommonShared::getDataBytesStr(r.event->cellIn + r.event->cellOut),
+                        CommonShared::getDataBytesStr(r.event->wifiIn + r.event->wifiOut));
+    print(QStringLiteral("%1  %2: %3 | period %4 → %5: cell %6 (%7%) wifi %8, level %9\n")
+              .arg(isoWithOffset(delegate.shared().clock().now()), trigger, what,
+                   v.monthStartDate.date().toString(Qt::ISODate), v.monthEndDate.date().toString(Qt::ISODate),
+                   CommonShared::getDataBytesStr(v.monthCell))
+              .arg(DataUsageAppDelegate::roundedPercent(v.monthPercent))
+              .arg(CommonShared::getDataBytesStr(v.monthWifi))
+              .arg(delegate.getCurrentThresholdLevel()));
+    std::fflush(stdout);
+}
 
 } // namespace
 
@@ -64,18 +54,23 @@ int daemon(const QStringList &args, Environment &env)
             throw UsageError(QStringLiteral("--interval takes a number of seconds from 1 to 86400"));
     }
     Services &s = env.desktopServices();
-    s.delegate.applicationState = DataUsageAppDelegate::Background;
+    DataUsageAppDelegate &delegate = s.delegate;
+    delegate.applicationWillFinishLaunching(); // the service runs in the background state
+    delegate.applicationDidFinishLaunching();
     if (env.startBackgroundService) env.startBackgroundService();
-    Sampler sampler(s.delegate);
+    const auto wake = [&delegate](const QString &trigger) {
+        delegate.applicationPerformFetch([&delegate, trigger](FetchResult) { report(delegate, trigger); });
+    };
     QTimer timer;
     timer.setInterval(int(interval * 1000));
-    QObject::connect(&timer, &QTimer::timeout, [&] { sampler.sampleAndReport(); });
+    QObject::connect(&timer, &QTimer::timeout, [&] { wake(QStringLiteral("fetch")); });
     env.onTerminationRequest([&] {
         timer.stop();
-        sampler.sampleAndReport();
+        delegate.applicationWillTerminate();
+        report(delegate, QStringLiteral("terminate"));
         QCoreApplication::quit();
     });
-    sampler.sampleAndReport();
+    wake(QStringLiteral("launch"));
     timer.start();
     return QCoreApplication::exec();
 }

@@ -9,6 +9,7 @@
 #include "plans/billingcycle.h"
 #include "sharing/commonshared.h"
 
+#include <QCoreApplication>
 #include <QJsonObject>
 
 #include <cmath>
@@ -139,7 +140,18 @@ int refresh(const QStringList &args, Environment &env)
     const Arguments a(args, {}, {});
     a.expectPositional(0, 0, QStringLiteral("tallymo refresh"));
     Services &s = env.desktopServices();
-    const SampleResult r = s.delegate.runUsageCheck();
+    s.delegate.applicationWillFinishLaunching();
+    s.delegate.applicationDidFinishLaunching();
+    // A command typed or run by a timer counts as in front: the bill-cycle reminders are
+    // rescheduled (with no window, alerts still come as notifications).
+    s.delegate.applicationWillEnterForeground();
+    std::optional<FetchResult> result;
+    s.delegate.applicationPerformFetch([&](FetchResult r) {
+        result = r;
+        QCoreApplication::exit();
+    });
+    if (!result) QCoreApplication::exec();
+    const SampleResult r = s.delegate.lastSample();
     const CurrentValues v = s.delegate.values();
     print(QStringLiteral("%1; cellular %2 (%3%), Wi-Fi %4, alert level %5\n")
               .arg(!r.locked ? QStringLiteral("sample skipped (another process is sampling)")
@@ -149,7 +161,8 @@ int refresh(const QStringList &args, Environment &env)
               .arg(DataUsageAppDelegate::roundedPercent(v.monthPercent))
               .arg(CommonShared::getDataBytesStr(v.monthWifi))
               .arg(s.delegate.getCurrentThresholdLevel()));
-    return r.locked && !r.countersRead ? 1 : 0;
+    if (r.locked && !r.countersRead) return 1;
+    return result == FetchResult::NewData ? 0 : kExitNoData;
 }
 
 int alerts(const QStringList &args, Environment &env)
