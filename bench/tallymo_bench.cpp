@@ -30,7 +30,8 @@ double median(QList<double> v)
 void writeCounters(const QString &path, qint64 step)
 {
     QFile f(path + QStringLiteral(".tmp"));
-    if (!f.open(QIODevice::WriteOnly)) qFatal("cannot write counters");
+    if (!f.open(QIODevice::WriteOnly))
+        qFatal("cannot write counters");
     f.write(
         "Inter-|   Receive                                                |  Transmit\n"
         " face |bytes    packets errs drop fifo frame compressed multicast|bytes    packets errs drop fifo "
@@ -82,7 +83,8 @@ std::unique_ptr<UsageStore> fiveYearStore(const QString &path, bool report)
 {
     QString error;
     auto store = UsageStore::open(path, &error);
-    if (!store) qFatal("cannot open %s: %s", qPrintable(path), qPrintable(error));
+    if (!store)
+        qFatal("cannot open %s: %s", qPrintable(path), qPrintable(error));
     const qint64 end = QDateTime::currentSecsSinceEpoch() / 300 * 300;
     QList<UsageStore::Change> changes;
     changes.reserve(kEvents);
@@ -93,7 +95,8 @@ std::unique_ptr<UsageStore> fiveYearStore(const QString &path, bool report)
     }
     QElapsedTimer build;
     build.start();
-    if (!store->apply(changes, &error)) qFatal("cannot fill the store: %s", qPrintable(error));
+    if (!store->apply(changes, &error))
+        qFatal("cannot fill the store: %s", qPrintable(error));
     if (report)
         std::printf("store of %d events:    written in %.2f s (%.0f events/s), %.1f MB\n", kEvents,
                     build.nsecsElapsed() / 1e9, kEvents / (build.nsecsElapsed() / 1e9),

@@ -19,7 +19,8 @@ namespace {
 std::unique_ptr<Clock> clockFromEnvironment()
 {
     const QString now = qEnvironmentVariable("TALLYMO_NOW");
-    if (now.isEmpty()) return nullptr;
+    if (now.isEmpty())
+        return nullptr;
     const QDateTime start = QDateTime::fromString(now, Qt::ISODateWithMs);
     if (!start.isValid()) {
         std::fprintf(stderr, "tallymo: TALLYMO_NOW is not an ISO 8601 date and time: %s\n", qPrintable(now));
@@ -68,7 +69,8 @@ int main(int argc, char **argv)
     env.services = [&]() -> Cli::Services & {
         if (!services) {
             SharedCode::Services s{Paths::container(), &interfaces};
-            if (replayClock) s.clock = replayClock.get();
+            if (replayClock)
+                s.clock = replayClock.get();
             shared = std::make_unique<SharedCode>(s);
             SharedCode::setSharedInstance(shared.get());
             delegate = std::make_unique<DataUsageAppDelegate>(*shared);
@@ -95,13 +97,16 @@ int main(int argc, char **argv)
         return s;
     };
     env.onTerminationRequest = UnixSignals::onTermination;
-    env.startBackgroundService = [&] {
-        if (desktop) desktop->registerBackgroundService();
+    env.startBackgroundService = [&](std::function<void()> onPush, std::function<void()> onWake) {
+        return desktop && desktop->registerBackgroundService(std::move(onPush), std::move(onWake));
     };
+    env.pushToBackgroundService = [&] { return desktop && desktop->pushToBackgroundService(); };
     const int status = Cli::run(app.arguments().mid(1), env);
-    if (shared) shared->userPref().synchronize();
+    if (shared)
+        shared->userPref().synchronize();
     QCoreApplication::sendPostedEvents(); // badge and screen updates queued for the main thread
-    if (delegate) delegate->setServices({});
+    if (delegate)
+        delegate->setServices({});
     desktop.reset();
     return status;
 }

@@ -52,12 +52,14 @@ QStringList AlertsController::rowDetails() const
 
 void AlertsController::tapRow(int row)
 {
-    if (row >= 0 && row < 4) m_tappedRow = quint32(row) + 1;
+    if (row >= 0 && row < 4)
+        m_tappedRow = quint32(row) + 1;
 }
 
 void AlertsController::viewWillAppear()
 {
-    if (m_tappedRow != 0) emit reloaded();
+    if (m_tappedRow != 0)
+        emit reloaded();
 }
 
 ThresholdController::ThresholdController(SettingsDomain &pref, quint32 thresholdType, QObject *parent)

@@ -78,8 +78,11 @@ public:
     virtual UserNotificationCenter *notifications() = 0;
     virtual IconBadge *badge() = 0;
     virtual BackgroundRefreshStatus *refreshStatus() = 0;
-    // The background service announces itself (so the refresh status reads as available).
-    virtual bool registerBackgroundService() = 0;
+    // The background service announces itself (so the refresh status reads as available) and
+    // takes wake-ups from outside: a silent push, or a plain request to sample now.
+    virtual bool registerBackgroundService(std::function<void()> onPush, std::function<void()> onWake) = 0;
+    // Asks a running background service for a silent push; false when none runs.
+    virtual bool pushToBackgroundService() = 0;
 };
 
 // What a background fetch or push tells the platform it found.

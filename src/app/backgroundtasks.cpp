@@ -17,7 +17,8 @@ int TimedBackgroundTasks::beginBackgroundTask(std::function<void()> expiry)
     auto *timer = new QTimer;
     timer->setSingleShot(true);
     connect(timer, &QTimer::timeout, this, [this, task, expiry = std::move(expiry)] {
-        if (expiry) expiry(); // the handler normally ends the task itself
+        if (expiry)
+            expiry(); // the handler normally ends the task itself
         endBackgroundTask(task);
     });
     m_tasks.insert(task, timer);
@@ -28,10 +29,12 @@ int TimedBackgroundTasks::beginBackgroundTask(std::function<void()> expiry)
 void TimedBackgroundTasks::endBackgroundTask(int task)
 {
     QTimer *timer = m_tasks.take(task);
-    if (!timer) return;
+    if (!timer)
+        return;
     timer->stop();
     timer->deleteLater();
-    if (m_tasks.isEmpty()) emit allTasksEnded();
+    if (m_tasks.isEmpty())
+        emit allTasksEnded();
 }
 
 void TimedBackgroundTasks::setMinimumBackgroundFetchInterval()

@@ -22,7 +22,8 @@ void DataUsageAppDelegate::computeCurrentValues(StoreContext *context, bool inBa
     readCurrentValues(context);
     postNewValues();
     computeThresholdLevel();
-    if (!inBackground) scheduleEndBillAlert();
+    if (!inBackground)
+        scheduleEndBillAlert();
     showBadge();
 }
 
@@ -46,14 +47,16 @@ CurrentValues DataUsageAppDelegate::readCurrentValues(StoreContext *context, con
         v.monthWifi = sums->wifiIn + sums->wifiOut;
     }
     v.monthPercent = cap > 0 ? v.monthCell * 100 / cap : 0;
-    if (active) m_values = v;
+    if (active)
+        m_values = v;
     return v;
 }
 
 void DataUsageAppDelegate::doComputeValuesOnly()
 {
     const std::shared_ptr<StoreContext> context = m_shared.mocForActive();
-    if (!context) return;
+    if (!context)
+        return;
     StoreContext *c = context.get();
     context->perform([this, c] { computeCurrentValues(c); });
 }
@@ -61,20 +64,23 @@ void DataUsageAppDelegate::doComputeValuesOnly()
 void DataUsageAppDelegate::postNewValues()
 {
     dispatchMain([this] {
-        if (rootController) rootController->reloadValues();
+        if (rootController)
+            rootController->reloadValues();
     });
 }
 
 qint64 DataUsageAppDelegate::badgeNumber()
 {
-    if (!isPushOn() || !m_shared.userPref().boolForKey(Keys::PREF_V7_BADGE)) return 0;
+    if (!isPushOn() || !m_shared.userPref().boolForKey(Keys::PREF_V7_BADGE))
+        return 0;
     return roundedPercent(values().monthPercent);
 }
 
 void DataUsageAppDelegate::showBadge()
 {
     dispatchMain([this] {
-        if (m_services.badge) m_services.badge->setBadgeNumber(badgeNumber());
+        if (m_services.badge)
+            m_services.badge->setBadgeNumber(badgeNumber());
     });
 }
 

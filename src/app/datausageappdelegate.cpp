@@ -12,7 +12,8 @@ DataUsageAppDelegate::DataUsageAppDelegate(SharedCode &shared, Services services
 
 void DataUsageAppDelegate::setupUserDefaultsForNewInstall()
 {
-    if (!m_shared.activePlanID().isNull()) return;
+    if (!m_shared.activePlanID().isNull())
+        return;
     QVariantMap plan = makeNewPlan();
     plan.insert(Keys::PREF_PLAN_LABEL, QStringLiteral("Default"));
     addAPlan(plan);
@@ -49,9 +50,12 @@ void DataUsageAppDelegate::addAPlan(const QVariantMap &plan)
 
 std::shared_ptr<StoreContext> DataUsageAppDelegate::mocForPlan(const QString &plan)
 {
-    if (plan.isEmpty()) return nullptr;
-    if (plan == m_shared.activePlanID()) return m_shared.mocForActive();
-    if (m_tempMOC && m_tempMOC->name() == plan) return m_tempMOC;
+    if (plan.isEmpty())
+        return nullptr;
+    if (plan == m_shared.activePlanID())
+        return m_shared.mocForActive();
+    if (m_tempMOC && m_tempMOC->name() == plan)
+        return m_tempMOC;
     m_tempMOC = m_shared.makeMOCForPlan(plan);
     return m_tempMOC;
 }

@@ -45,8 +45,10 @@ void DataUsageAppDelegate::applicationDidBecomeActive()
     setupUserDefaultsForNewInstall();
     clearOldNotifications();
     checkDataUsageWithCompletionHandler(nullptr);
-    if (canShowAlertOnRootView()) showWhatsNew();
-    if (canShowAlertOnRootView()) checkRefreshStatusDidChange();
+    if (canShowAlertOnRootView())
+        showWhatsNew();
+    if (canShowAlertOnRootView())
+        checkRefreshStatusDidChange();
 }
 
 void DataUsageAppDelegate::applicationWillResignActive()
@@ -66,13 +68,15 @@ void DataUsageAppDelegate::applicationDidEnterBackground()
     dropTempMOC();
     resetCache();
     PlatformApplication *app = m_services.application;
-    if (!app || m_enterGBTaskID != PlatformApplication::kInvalidTask) return;
+    if (!app || m_enterGBTaskID != PlatformApplication::kInvalidTask)
+        return;
     m_enterGBTaskID = app->beginBackgroundTask([this, app] {
         app->endBackgroundTask(m_enterGBTaskID);
         m_enterGBTaskID = PlatformApplication::kInvalidTask;
     });
     const std::shared_ptr<StoreContext> context = m_shared.mocForActive();
-    if (!context) return;
+    if (!context)
+        return;
     context->perform([this, app] {
         m_shared.userPref().synchronize();
         dispatchMain([this, app] {
@@ -85,7 +89,8 @@ void DataUsageAppDelegate::applicationDidEnterBackground()
 void DataUsageAppDelegate::applicationWillTerminate()
 {
     const std::shared_ptr<StoreContext> context = m_shared.mocForActive();
-    if (!context) return;
+    if (!context)
+        return;
     const Coordinate loc = getCurrentCoordinate();
     QSemaphore done;
     context->perform([&] {
@@ -109,12 +114,14 @@ void DataUsageAppDelegate::applicationDidReceiveRemoteNotification(CompletionHan
 
 void DataUsageAppDelegate::initPush()
 {
-    if (m_services.application) m_services.application->setMinimumBackgroundFetchInterval();
+    if (m_services.application)
+        m_services.application->setMinimumBackgroundFetchInterval();
 }
 
 void DataUsageAppDelegate::initRemoteNotification()
 {
-    if (m_services.application) m_services.application->registerForRemoteNotifications();
+    if (m_services.application)
+        m_services.application->registerForRemoteNotifications();
 }
 
 void DataUsageAppDelegate::checkDataUsageWithCompletionHandler(CompletionHandler handler)
@@ -126,7 +133,8 @@ void DataUsageAppDelegate::checkDataUsageWithCompletionHandler(CompletionHandler
     }
     PlatformApplication *app = m_services.application;
     const auto finish = [this, app, handler] {
-        if (app) app->endBackgroundTask(m_bgTaskUpdateUsage);
+        if (app)
+            app->endBackgroundTask(m_bgTaskUpdateUsage);
         m_bgTaskUpdateUsage = PlatformApplication::kInvalidTask;
         callCompletionHandler(handler);
     };
@@ -159,7 +167,8 @@ void DataUsageAppDelegate::checkDataUsageWithCompletionHandler(CompletionHandler
 
 void DataUsageAppDelegate::callCompletionHandler(const CompletionHandler &handler) const
 {
-    if (!handler) return;
+    if (!handler)
+        return;
     static const QDateTime reference(QDate(2001, 1, 1), QTime(0, 0), Qt::UTC);
     const qint64 s = reference.msecsTo(m_shared.clock().now()) / 1000; // truncated towards zero
     handler(s % 3 == 0 ? FetchResult::NewData : FetchResult::NoData);
@@ -191,7 +200,8 @@ void DataUsageAppDelegate::showWhatsNew()
         pref.setValue(kWhatsNewKey, current);
         return;
     }
-    if (seen.toString() == current) return;
+    if (seen.toString() == current)
+        return;
     pref.setValue(kWhatsNewKey, current);
     pref.setValue(Keys::PREF_UPDATE_PREVIOUS_VERSION, seen.toString());
     if (rootController)
@@ -212,7 +222,8 @@ void DataUsageAppDelegate::initCloud()
 
 void DataUsageAppDelegate::renewCloudKitSubscription()
 {
-    if (m_services.push) m_services.push->save(kSubscriptionId, [](const QString &) {});
+    if (m_services.push)
+        m_services.push->save(kSubscriptionId, [](const QString &) {});
 }
 
 void DataUsageAppDelegate::cloudAccountChanged()
@@ -222,7 +233,8 @@ void DataUsageAppDelegate::cloudAccountChanged()
 
 void DataUsageAppDelegate::startCloudKitSubscription()
 {
-    if (!m_services.push) return;
+    if (!m_services.push)
+        return;
     m_services.push->save(kSubscriptionId, [](const QString &error) {
         if (error.isEmpty())
             qCInfo(lcCore, "qx_marker_log sub.ok - %s", kSubscriptionId.data());
@@ -233,21 +245,25 @@ void DataUsageAppDelegate::startCloudKitSubscription()
 
 void DataUsageAppDelegate::stopCloudKitSubscription()
 {
-    if (m_services.push) m_services.push->remove({kSubscriptionId});
+    if (m_services.push)
+        m_services.push->remove({kSubscriptionId});
 }
 
 void DataUsageAppDelegate::killAllCloudKitSubscriptions()
 {
-    if (!m_services.push) return;
+    if (!m_services.push)
+        return;
     PushSubscriptions *push = m_services.push;
     push->fetchAll([push](const QStringList &ids, const QString &error) {
-        if (error.isEmpty() && !ids.isEmpty()) push->remove(ids);
+        if (error.isEmpty() && !ids.isEmpty())
+            push->remove(ids);
     });
 }
 
 void DataUsageAppDelegate::checkCloudKitSubscriptions()
 {
-    if (!m_services.push) return;
+    if (!m_services.push)
+        return;
     m_services.push->fetchAll([](const QStringList &ids, const QString &error) {
         if (!error.isEmpty()) {
             qCWarning(lcCore, "qx_marker_log sub.check.error - %s", qPrintable(error));

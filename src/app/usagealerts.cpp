@@ -69,7 +69,8 @@ void DataUsageAppDelegate::showUsageAlertInFG()
 {
     const qint64 percent = roundedPercent(values().monthPercent);
     dispatchMain([this, percent] {
-        if (!canShowAlertOnRootView()) return;
+        if (!canShowAlertOnRootView())
+            return;
         rootController->presentAlert(alertControllerWithTitle(
             QString(), withPercent(tr("You've used\n%d%% of your data cap."), percent)));
     });
@@ -82,7 +83,8 @@ void DataUsageAppDelegate::presentNotificationNow(const QString &body, const QSt
 
 void DataUsageAppDelegate::presentNotificationLater(const QString &body, const QString &title, double delay)
 {
-    if (!m_services.notifications) return;
+    if (!m_services.notifications)
+        return;
     NotificationRequest request;
     request.identifier = kAnyId;
     request.title = title;
@@ -96,7 +98,8 @@ void DataUsageAppDelegate::presentNotificationLater(const QString &body, const Q
 
 void DataUsageAppDelegate::requestNotificationAuthorization()
 {
-    if (!m_shared.userPref().boolForKey(Keys::PREF_SHOWED_SETUP) || !m_services.notifications) return;
+    if (!m_shared.userPref().boolForKey(Keys::PREF_SHOWED_SETUP) || !m_services.notifications)
+        return;
     m_services.notifications->requestAuthorization([](bool) {});
 }
 
@@ -105,8 +108,10 @@ void DataUsageAppDelegate::scheduleEndBillAlert()
     requestNotificationAuthorization();
     cancelEndBillAlert();
     const QDateTime end = values().monthEndDate;
-    if (!end.isValid()) return;
-    if (setEndBillAlerts(end)) return;
+    if (!end.isValid())
+        return;
+    if (setEndBillAlerts(end))
+        return;
     setEndBillAlerts(m_shared.computeStartEndDates(end, QString()).end);
 }
 
@@ -114,8 +119,10 @@ bool DataUsageAppDelegate::setEndBillAlerts(const QDateTime &end)
 {
     const QDate lastDay = SharedCode::dateByAddingUnit(CalendarUnit::Day, -1, end).toLocalTime().date();
     const QDateTime at2100(lastDay, QTime(21, 0));
-    if (m_shared.clock().now().msecsTo(at2100) <= 0) return false;
-    if (!m_services.notifications) return true;
+    if (m_shared.clock().now().msecsTo(at2100) <= 0)
+        return false;
+    if (!m_services.notifications)
+        return true;
     NotificationRequest request;
     request.identifier = kBill2100;
     request.title = tr("Bill Cycle");
@@ -133,18 +140,21 @@ bool DataUsageAppDelegate::setEndBillAlerts(const QDateTime &end)
 
 void DataUsageAppDelegate::cancelEndBillAlert()
 {
-    if (m_services.notifications) m_services.notifications->removePendingRequests({kBill2100, kBill2300});
+    if (m_services.notifications)
+        m_services.notifications->removePendingRequests({kBill2100, kBill2300});
 }
 
 void DataUsageAppDelegate::clearOldNotifications()
 {
-    if (m_services.notifications) m_services.notifications->removeAllDeliveredNotifications();
+    if (m_services.notifications)
+        m_services.notifications->removeAllDeliveredNotifications();
 }
 
 void DataUsageAppDelegate::showAppSwitcherTip()
 {
     SettingsDomain &pref = m_shared.userPref();
-    if (!isPushOn() || pref.boolForKey(Keys::PREF_TIP_APPSWITCHER)) return;
+    if (!isPushOn() || pref.boolForKey(Keys::PREF_TIP_APPSWITCHER))
+        return;
     pref.setValue(Keys::PREF_TIP_APPSWITCHER, true);
     presentNotificationLater(tr("Keep Tallymo in iOS multitasking screen to allow background app refresh."),
                              tr("ⓘ %@").replace(QLatin1StringView("%@"), tr("QUICK TIP")), 0.75);
@@ -157,7 +167,8 @@ void DataUsageAppDelegate::checkRefreshStatusDidChange()
         pref.removeValue(Keys::PREF_FETCH_DONT_SHOW);
         return;
     }
-    if (pref.boolForKey(Keys::PREF_FETCH_DONT_SHOW)) return;
+    if (pref.boolForKey(Keys::PREF_FETCH_DONT_SHOW))
+        return;
     pref.setValue(Keys::PREF_FETCH_DONT_SHOW, true);
     pref.removeValue(Keys::PREF_TIP_APPSWITCHER);
     if (rootController)

@@ -45,7 +45,8 @@ Arguments::Arguments(const QStringList &words, const QStringList &withValue, con
 
 void Arguments::expectPositional(qsizetype min, qsizetype max, const QString &usage) const
 {
-    if (positional.size() < min) throw UsageError(QStringLiteral("missing arguments; usage: %1").arg(usage));
+    if (positional.size() < min)
+        throw UsageError(QStringLiteral("missing arguments; usage: %1").arg(usage));
     if (positional.size() > max)
         throw UsageError(
             QStringLiteral("unexpected argument \"%1\"; usage: %2").arg(positional.at(max), usage));
@@ -60,10 +61,13 @@ QDateTime parseDate(const QString &text)
         throw UsageError(
             QStringLiteral("\"%1\" is not a date (use YYYY-MM-DD or YYYY-MM-DDTHH:MM)").arg(text));
     const QDate date = QDate::fromString(m.captured(1), Qt::ISODate);
-    if (!date.isValid()) throw UsageError(QStringLiteral("\"%1\" is not a valid date").arg(text));
-    if (m.captured(2).isEmpty()) return date.startOfDay();
+    if (!date.isValid())
+        throw UsageError(QStringLiteral("\"%1\" is not a valid date").arg(text));
+    if (m.captured(2).isEmpty())
+        return date.startOfDay();
     QDateTime dt = QDateTime::fromString(text, Qt::ISODateWithMs);
-    if (!dt.isValid()) throw UsageError(QStringLiteral("\"%1\" is not a valid date and time").arg(text));
+    if (!dt.isValid())
+        throw UsageError(QStringLiteral("\"%1\" is not a valid date and time").arg(text));
     return dt.toLocalTime();
 }
 
@@ -76,7 +80,8 @@ QVariant parseJson(const QString &text)
     if (error.error != QJsonParseError::NoError || doc.array().size() != 1)
         throw UsageError(QStringLiteral("\"%1\" is not a JSON value").arg(text));
     const QJsonValue v = doc.array().at(0);
-    if (v.isNull()) throw UsageError(QStringLiteral("null cannot be stored; use delete"));
+    if (v.isNull())
+        throw UsageError(QStringLiteral("null cannot be stored; use delete"));
     return v.toVariant();
 }
 
@@ -102,10 +107,12 @@ QVariant parseValue(const QString &key, const QString &text, const QString &type
 {
     const QString type = typeName.isEmpty() ? defaultTypeName(key) : typeName;
     bool ok = false;
-    if (type == QLatin1StringView("string")) return text;
+    if (type == QLatin1StringView("string"))
+        return text;
     if (type == QLatin1StringView("int")) {
         const qlonglong n = text.toLongLong(&ok);
-        if (!ok) throw UsageError(QStringLiteral("\"%1\" is not a whole number").arg(text));
+        if (!ok)
+            throw UsageError(QStringLiteral("\"%1\" is not a whole number").arg(text));
         return n;
     }
     if (type == QLatin1StringView("double")) {
@@ -114,9 +121,12 @@ QVariant parseValue(const QString &key, const QString &text, const QString &type
             throw UsageError(QStringLiteral("\"%1\" is not a finite number").arg(text));
         return d;
     }
-    if (type == QLatin1StringView("bool")) return parseBool(text);
-    if (type == QLatin1StringView("date")) return parseDate(text);
-    if (type == QLatin1StringView("json")) return parseJson(text);
+    if (type == QLatin1StringView("bool"))
+        return parseBool(text);
+    if (type == QLatin1StringView("date"))
+        return parseDate(text);
+    if (type == QLatin1StringView("json"))
+        return parseJson(text);
     throw UsageError(
         QStringLiteral("unknown type \"%1\" (string, int, double, bool, date or json)").arg(type));
 }

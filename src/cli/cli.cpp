@@ -18,6 +18,7 @@ const char kUsage[] = "usage: tallymo <command> [options]\n"
                       "  refresh                                 one usage check: sample, figures, alerts\n"
                       "  alerts show | set N PERCENT             the four usage alert thresholds\n"
                       "  daemon [--interval SECONDS]             sample on a timer until stopped\n"
+                      "  push                                    wake the running service (a silent push)\n"
                       "\n"
                       "Dates are ISO 8601: YYYY-MM-DD (local midnight) or YYYY-MM-DDTHH:MM[+HH:MM].\n"
                       "Types: string, int, double, bool, date, json.\n";
@@ -42,6 +43,7 @@ int run(const QStringList &args, Environment &env)
         {QLatin1StringView("defaults"), defaults}, {QLatin1StringView("plans"), plans},
         {QLatin1StringView("daemon"), daemon},     {QLatin1StringView("status"), status},
         {QLatin1StringView("refresh"), refresh},   {QLatin1StringView("alerts"), alerts},
+        {QLatin1StringView("push"), push},
     };
     if (args.isEmpty() || args.first() == QLatin1StringView("--help") ||
         args.first() == QLatin1StringView("help")) {
@@ -54,7 +56,8 @@ int run(const QStringList &args, Environment &env)
     }
     try {
         for (const auto &[name, command] : commands)
-            if (args.first() == name) return command(args.mid(1), env);
+            if (args.first() == name)
+                return command(args.mid(1), env);
         throw UsageError(QStringLiteral("unknown command \"%1\" (try tallymo --help)").arg(args.first()));
     } catch (const UsageError &e) {
         printError(QStringLiteral("tallymo: %1\n").arg(e.message()));

@@ -26,8 +26,11 @@ struct Environment
     std::function<Services &()> desktopServices;
     // Installs the handler run on the first SIGTERM/SIGINT (a second one ends the process).
     std::function<void(std::function<void()>)> onTerminationRequest;
-    // The background service is starting: claims its name on the session bus.
-    std::function<void()> startBackgroundService;
+    // The background service is starting: claims its name on the session bus and takes
+    // wake-ups from it (a silent push, a plain wake-up).
+    std::function<bool(std::function<void()> onPush, std::function<void()> onWake)> startBackgroundService;
+    // Asks the running background service for a silent push; false when none runs.
+    std::function<bool()> pushToBackgroundService;
 };
 
 // `tallymo refresh` when the fetch found no new data (0 is new data, 1 a failure).
@@ -49,5 +52,6 @@ int daemon(const QStringList &args, Environment &env);
 int status(const QStringList &args, Environment &env);
 int refresh(const QStringList &args, Environment &env);
 int alerts(const QStringList &args, Environment &env);
+int push(const QStringList &args, Environment &env);
 
 } // namespace Cli

@@ -35,7 +35,8 @@ QString planTypeName(SharedCode &shared, const QString &plan)
 
 int synchronized(SharedCode &shared)
 {
-    if (shared.userPref().synchronize()) return 0;
+    if (shared.userPref().synchronize())
+        return 0;
     printError(
         QStringLiteral("tallymo: cannot write the settings file %1\n").arg(shared.userPref().filePath()));
     return 1;
@@ -153,7 +154,8 @@ void checkPlanValue(const QString &key, const QVariant &value)
     const Keys::Key *k = Keys::find(key);
     if (k && k->scope == Keys::Scope::Global)
         throw UsageError(QStringLiteral("%1 is not a plan setting (use tallymo defaults write)").arg(key));
-    if (key == Keys::PREF_PLAN_ID) throw UsageError(QStringLiteral("a plan's identifier cannot be changed"));
+    if (key == Keys::PREF_PLAN_ID)
+        throw UsageError(QStringLiteral("a plan's identifier cannot be changed"));
     const auto range = [&](qint64 lo, qint64 hi) {
         const qint64 n = value.toLongLong();
         if (n < lo || n > hi)
@@ -228,7 +230,8 @@ int plans(const QStringList &args, Environment &env)
         if (a.has(QStringLiteral("label")))
             plan.insert(Keys::PREF_PLAN_LABEL, a.option(QStringLiteral("label")));
         s.delegate.addAPlan(plan);
-        if (const int rc = synchronized(s.shared)) return rc;
+        if (const int rc = synchronized(s.shared))
+            return rc;
         const QString id = plan.value(Keys::PREF_PLAN_ID).toString();
         print(json ? QString::fromUtf8(jsonText(planSummary(s.shared, id), false)) : id + QLatin1Char('\n'));
         return 0;

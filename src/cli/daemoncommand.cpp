@@ -57,10 +57,25 @@ int daemon(const QStringList &args, Environment &env)
     DataUsageAppDelegate &delegate = s.delegate;
     delegate.applicationWillFinishLaunching(); // the service runs in the background state
     delegate.applicationDidFinishLaunching();
-    if (env.startBackgroundService) env.startBackgroundService();
-    const auto wake = [&delegate](const QString &trigger) {
-        delegate.applicationPerformFetch([&delegate, trigger](FetchResult) { report(delegate, trigger); });
+    // Every wake-up runs the usage check; one that comes while a check runs is answered at once.
+    const auto wakeUp = [&delegate](const QString &trigger, bool push) {
+        const bool covered = delegate.isCheckingUsage();
+        CompletionHandler done = [&delegate, trigger, covered](FetchResult) {
+            if (covered)
+                print(QStringLiteral("%1  %2: answered at once, a check is running\n")
+                          .arg(isoWithOffset(delegate.shared().clock().now()), trigger));
+            else
+                report(delegate, trigger);
+        };
+        if (push)
+            delegate.applicationDidReceiveRemoteNotification(std::move(done));
+        else
+            delegate.applicationPerformFetch(std::move(done));
     };
+    const auto wake = [wakeUp](const QString &trigger) { wakeUp(trigger, false); };
+    const auto push = [wakeUp] { wakeUp(QStringLiteral("push"), true); };
+    if (env.startBackgroundService)
+        env.startBackgroundService(push, [wake] { wake(QStringLiteral("wake")); });
     QTimer timer;
     timer.setInterval(int(interval * 1000));
     QObject::connect(&timer, &QTimer::timeout, [&] { wake(QStringLiteral("fetch")); });
@@ -73,6 +88,18 @@ int daemon(const QStringList &args, Environment &env)
     wake(QStringLiteral("launch"));
     timer.start();
     return QCoreApplication::exec();
+}
+
+int push(const QStringList &args, Environment &env)
+{
+    const Arguments a(args, {}, {});
+    a.expectPositional(0, 0, QStringLiteral("tallymo push"));
+    env.desktopServices();
+    if (env.pushToBackgroundService && env.pushToBackgroundService())
+        return 0;
+    printError(QStringLiteral(
+        "tallymo: no Tallymo background service is running (start one with tallymo daemon)\n"));
+    return 1;
 }
 
 } // namespace Cli

@@ -47,8 +47,10 @@ QByteArray jsonText(const QJsonValue &v, bool indented)
 {
     const auto format = indented ? QJsonDocument::Indented : QJsonDocument::Compact;
     const QByteArray end = indented ? QByteArray() : QByteArray("\n");
-    if (v.isObject()) return QJsonDocument(v.toObject()).toJson(format) + end;
-    if (v.isArray()) return QJsonDocument(v.toArray()).toJson(format) + end;
+    if (v.isObject())
+        return QJsonDocument(v.toObject()).toJson(format) + end;
+    if (v.isArray())
+        return QJsonDocument(v.toArray()).toJson(format) + end;
     // A scalar: wrap it and take it out again.
     const QByteArray wrapped = QJsonDocument(QJsonArray{v}).toJson(QJsonDocument::Compact);
     return wrapped.mid(1, wrapped.size() - 2) + '\n';

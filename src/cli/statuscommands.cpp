@@ -150,7 +150,8 @@ int refresh(const QStringList &args, Environment &env)
         result = r;
         QCoreApplication::exit();
     });
-    if (!result) QCoreApplication::exec();
+    if (!result)
+        QCoreApplication::exec();
     const SampleResult r = s.delegate.lastSample();
     const CurrentValues v = s.delegate.values();
     print(QStringLiteral("%1; cellular %2 (%3%), Wi-Fi %4, alert level %5\n")
@@ -161,7 +162,8 @@ int refresh(const QStringList &args, Environment &env)
               .arg(DataUsageAppDelegate::roundedPercent(v.monthPercent))
               .arg(CommonShared::getDataBytesStr(v.monthWifi))
               .arg(s.delegate.getCurrentThresholdLevel()));
-    if (r.locked && !r.countersRead) return 1;
+    if (r.locked && !r.countersRead)
+        return 1;
     return result == FetchResult::NewData ? 0 : kExitNoData;
 }
 
@@ -186,7 +188,8 @@ int alerts(const QStringList &args, Environment &env)
     a.expectPositional(3, 3, usage);
     bool ok = false;
     const int n = a.positional.at(1).toInt(&ok);
-    if (!ok || n < 1 || n > 4) throw UsageError(QStringLiteral("the alert number N is 1, 2, 3 or 4"));
+    if (!ok || n < 1 || n > 4)
+        throw UsageError(QStringLiteral("the alert number N is 1, 2, 3 or 4"));
     const QString text =
         a.positional.at(2).endsWith(QLatin1Char('%')) ? a.positional.at(2).chopped(1) : a.positional.at(2);
     const double percent = text.toDouble(&ok);

@@ -35,13 +35,16 @@ bool naturalLess(const QString &a, const QString &b)
                 da = da.mid(1);
             while (db.size() > 1 && db.front() == u'0')
                 db = db.mid(1);
-            if (da.size() != db.size()) return da.size() < db.size();
-            if (const int c = da.compare(db); c != 0) return c < 0;
+            if (da.size() != db.size())
+                return da.size() < db.size();
+            if (const int c = da.compare(db); c != 0)
+                return c < 0;
             i = ei;
             j = ej;
             continue;
         }
-        if (a[i] != b[j]) return a[i] < b[j];
+        if (a[i] != b[j])
+            return a[i] < b[j];
         ++i;
         ++j;
     }
@@ -60,11 +63,13 @@ QStringList cellularInterfaces(const QStringList &present, const QStringList &co
     QStringList result;
     if (!configured.isEmpty()) {
         for (const QString &name : configured)
-            if (present.contains(name) && !result.contains(name)) result.append(name);
+            if (present.contains(name) && !result.contains(name))
+                result.append(name);
         return result;
     }
     for (const QString &name : present)
-        if (hasCellularName(name) || isCellular(name)) result.append(name);
+        if (hasCellularName(name) || isCellular(name))
+            result.append(name);
     std::sort(result.begin(), result.end(), naturalLess);
     return result;
 }
@@ -73,11 +78,13 @@ QList<LinkCounters> withCellularNames(QList<LinkCounters> counters, const QStrin
 {
     QSet<int> taken;
     for (const QString &name : cellular)
-        if (const int n = phoneIndex(name); n >= 0) taken.insert(n);
+        if (const int n = phoneIndex(name); n >= 0)
+            taken.insert(n);
     QHash<QString, QString> renamed;
     int next = 0;
     for (const QString &name : cellular) {
-        if (phoneIndex(name) >= 0) continue;
+        if (phoneIndex(name) >= 0)
+            continue;
         while (taken.contains(next))
             ++next;
         renamed.insert(name, kCellularPrefix + QString::number(next));

@@ -13,8 +13,10 @@ namespace {
 
 QString realText(double d)
 {
-    if (std::isnan(d)) return QStringLiteral("nan");
-    if (std::isinf(d)) return d > 0 ? QStringLiteral("+infinity") : QStringLiteral("-infinity");
+    if (std::isnan(d))
+        return QStringLiteral("nan");
+    if (std::isinf(d))
+        return d > 0 ? QStringLiteral("+infinity") : QStringLiteral("-infinity");
     return QString::number(d, 'g', QLocale::FloatingPointShortest);
 }
 
@@ -78,14 +80,16 @@ public:
     {
         if (!m_xml.readNextStartElement() || m_xml.name() != QLatin1String("plist"))
             return fail(error, QStringLiteral("no <plist> root element"));
-        if (!m_xml.readNextStartElement()) return fail(error, QStringLiteral("empty <plist>"));
+        if (!m_xml.readNextStartElement())
+            return fail(error, QStringLiteral("empty <plist>"));
         std::optional<QVariant> root = value();
         if (!root || root->typeId() != QMetaType::QVariantMap)
             return fail(error, m_error.isEmpty() ? QStringLiteral("root is not a dictionary") : m_error);
         m_xml.skipCurrentElement(); // </plist>
         while (!m_xml.atEnd())
             m_xml.readNext();
-        if (m_xml.hasError()) return fail(error, m_xml.errorString());
+        if (m_xml.hasError())
+            return fail(error, m_xml.errorString());
         return root->toMap();
     }
 
@@ -101,7 +105,8 @@ private:
 
     std::optional<QVariant> bad(const QString &why)
     {
-        if (m_error.isEmpty()) m_error = why;
+        if (m_error.isEmpty())
+            m_error = why;
         return std::nullopt;
     }
 
@@ -109,36 +114,45 @@ private:
     std::optional<QVariant> value()
     {
         const QString tag = m_xml.name().toString();
-        if (tag == QLatin1String("dict")) return dict();
-        if (tag == QLatin1String("array")) return array();
+        if (tag == QLatin1String("dict"))
+            return dict();
+        if (tag == QLatin1String("array"))
+            return array();
         if (tag == QLatin1String("true") || tag == QLatin1String("false")) {
             m_xml.skipCurrentElement();
             return QVariant(tag == QLatin1String("true"));
         }
         const QString text = m_xml.readElementText();
-        if (m_xml.hasError()) return std::nullopt;
-        if (tag == QLatin1String("string")) return QVariant(text);
+        if (m_xml.hasError())
+            return std::nullopt;
+        if (tag == QLatin1String("string"))
+            return QVariant(text);
         if (tag == QLatin1String("integer")) {
             bool ok = false;
             const qlonglong n = text.trimmed().toLongLong(&ok);
             return ok ? std::optional<QVariant>(QVariant(n)) : bad(QStringLiteral("bad integer: ") + text);
         }
-        if (tag == QLatin1String("real")) return real(text.trimmed());
+        if (tag == QLatin1String("real"))
+            return real(text.trimmed());
         if (tag == QLatin1String("date")) {
             QDateTime d = QDateTime::fromString(text.trimmed(), Qt::ISODateWithMs);
-            if (!d.isValid()) return bad(QStringLiteral("bad date: ") + text);
+            if (!d.isValid())
+                return bad(QStringLiteral("bad date: ") + text);
             return QVariant(d.toLocalTime());
         }
-        if (tag == QLatin1String("data")) return QVariant(QByteArray::fromBase64(text.toLatin1()));
+        if (tag == QLatin1String("data"))
+            return QVariant(QByteArray::fromBase64(text.toLatin1()));
         return bad(QStringLiteral("unknown element <") + tag + QLatin1Char('>'));
     }
 
     std::optional<QVariant> real(const QString &text)
     {
-        if (text == QLatin1String("nan")) return QVariant(std::nan(""));
+        if (text == QLatin1String("nan"))
+            return QVariant(std::nan(""));
         if (text == QLatin1String("+infinity") || text == QLatin1String("infinity"))
             return QVariant(HUGE_VAL);
-        if (text == QLatin1String("-infinity")) return QVariant(-HUGE_VAL);
+        if (text == QLatin1String("-infinity"))
+            return QVariant(-HUGE_VAL);
         bool ok = false;
         const double d = text.toDouble(&ok);
         return ok ? std::optional<QVariant>(QVariant(d)) : bad(QStringLiteral("bad real: ") + text);
@@ -149,7 +163,8 @@ private:
         QVariantList list;
         while (m_xml.readNextStartElement()) {
             std::optional<QVariant> item = value();
-            if (!item) return std::nullopt;
+            if (!item)
+                return std::nullopt;
             list.append(*item);
         }
         return m_xml.hasError() ? std::nullopt : std::optional<QVariant>(QVariant(list));
@@ -162,9 +177,11 @@ private:
             if (m_xml.name() != QLatin1String("key"))
                 return bad(QStringLiteral("dictionary entry without <key>"));
             const QString key = m_xml.readElementText();
-            if (!m_xml.readNextStartElement()) return bad(QStringLiteral("key without a value: ") + key);
+            if (!m_xml.readNextStartElement())
+                return bad(QStringLiteral("key without a value: ") + key);
             std::optional<QVariant> item = value();
-            if (!item) return std::nullopt;
+            if (!item)
+                return std::nullopt;
             map.insert(key, *item);
         }
         return m_xml.hasError() ? std::nullopt : std::optional<QVariant>(QVariant(map));
@@ -214,12 +231,14 @@ bool isPropertyListValue(const QVariant &value)
         return true;
     case QMetaType::QVariantList:
         for (const QVariant &item : value.toList())
-            if (!isPropertyListValue(item)) return false;
+            if (!isPropertyListValue(item))
+                return false;
         return true;
     case QMetaType::QVariantMap: {
         const QVariantMap map = value.toMap();
         for (auto it = map.cbegin(); it != map.cend(); ++it)
-            if (!isPropertyListValue(it.value())) return false;
+            if (!isPropertyListValue(it.value()))
+                return false;
         return true;
     }
     default:

@@ -32,7 +32,8 @@ public:
     }
     ~FileLock()
     {
-        if (m_fd >= 0) ::close(m_fd);
+        if (m_fd >= 0)
+            ::close(m_fd);
     }
     FileLock(const FileLock &) = delete;
     FileLock &operator=(const FileLock &) = delete;
@@ -51,7 +52,8 @@ qint64 toInteger(const QVariant &v)
         const double d = v.toDouble();
         return std::isfinite(d) ? static_cast<qint64>(d) : 0;
     }
-    if (v.typeId() == QMetaType::QString) return static_cast<qint64>(v.toString().toDouble());
+    if (v.typeId() == QMetaType::QString)
+        return static_cast<qint64>(v.toString().toDouble());
     return v.toLongLong();
 }
 
@@ -156,12 +158,15 @@ bool SettingsDomain::synchronize()
     QMutexLocker locker(&m_mutex);
     if (m_pending.isEmpty()) {
         // Reading takes no lock: the file is only ever replaced whole.
-        if (stampOf() != m_stamp) reload(false);
+        if (stampOf() != m_stamp)
+            reload(false);
         return true;
     }
     FileLock lock(m_path + QStringLiteral(".lock"));
-    if (stampOf() != m_stamp) reload(true);
-    if (!writeLocked(m_values)) return false;
+    if (stampOf() != m_stamp)
+        reload(true);
+    if (!writeLocked(m_values))
+        return false;
     m_pending.clear();
     return true;
 }
@@ -231,7 +236,8 @@ bool SettingsDomain::writeLocked(const QVariantMap &values)
 std::optional<SettingsDomain::FileStamp> SettingsDomain::stampOf() const
 {
     struct stat st;
-    if (::stat(QFile::encodeName(m_path).constData(), &st) != 0) return std::nullopt;
+    if (::stat(QFile::encodeName(m_path).constData(), &st) != 0)
+        return std::nullopt;
     FileStamp s;
     s.dev = st.st_dev;
     s.ino = st.st_ino;

@@ -61,7 +61,8 @@ const QList<Key> &all()
 const Key *find(QStringView name)
 {
     for (const Key &key : all())
-        if (key.name == name) return &key;
+        if (key.name == name)
+            return &key;
     return nullptr;
 }
 

@@ -22,7 +22,8 @@ SharedCode::SharedCode(Services services)
 
 SharedCode::~SharedCode()
 {
-    if (g_instance == this) g_instance = nullptr;
+    if (g_instance == this)
+        g_instance = nullptr;
 }
 
 SharedCode &SharedCode::sharedInstance()
@@ -50,14 +51,16 @@ QString SharedCode::processPlanID(const QString &plan) const
 QVariant SharedCode::getForPlan(const QString &plan, const QString &key) const
 {
     const QString id = processPlanID(plan);
-    if (id.isNull()) return {};
+    if (id.isNull())
+        return {};
     return m_settings.dictionaryForKey(Keys::PREF_ALL_PLANS).value(id).toMap().value(key);
 }
 
 void SharedCode::setForPlan(const QString &plan, const QString &key, const QVariant &object)
 {
     const QString id = processPlanID(plan);
-    if (id.isNull()) return;
+    if (id.isNull())
+        return;
     QVariantMap plans = m_settings.dictionaryForKey(Keys::PREF_ALL_PLANS);
     QVariantMap planDict = plans.value(id).toMap();
     if (object.isNull())
@@ -71,7 +74,8 @@ void SharedCode::setForPlan(const QString &plan, const QString &key, const QVari
 void SharedCode::checkAndSetObjectForKey(const QString &key, QVariantMap &dict, const SettingsDomain &pref)
 {
     const QVariant v = pref.value(key);
-    if (!v.isNull()) dict.insert(key, v);
+    if (!v.isNull())
+        dict.insert(key, v);
 }
 
 qint64 SharedCode::integerForPlan(const QString &plan, const QString &key) const
@@ -97,7 +101,8 @@ QString SharedCode::newPlanIdentifier()
 void SharedCode::migratePlan()
 {
     SettingsDomain &pref = m_settings;
-    if (pref.boolForKey(Keys::PREF_PLAN_MIGRATE_CHECK)) return;
+    if (pref.boolForKey(Keys::PREF_PLAN_MIGRATE_CHECK))
+        return;
     pref.setValue(Keys::PREF_PLAN_MIGRATE_CHECK, true);
     const bool hasPlans = pref.value(Keys::PREF_ALL_PLANS).typeId() == QMetaType::QVariantMap;
     if (pref.integerForKey(Keys::PREF_BILLDAY) != 0 && !hasPlans) {
@@ -133,9 +138,11 @@ QString SharedCode::currentEN()
 QString SharedCode::savedEN()
 {
     const QVariant stored = m_settings.value(Keys::PREF_INTERFACE_NAME);
-    if (stored.typeId() == QMetaType::QString) return stored.toString();
+    if (stored.typeId() == QMetaType::QString)
+        return stored.toString();
     QString name = currentEN();
-    if (name.isEmpty()) name = QStringLiteral("en0");
+    if (name.isEmpty())
+        name = QStringLiteral("en0");
     m_settings.setValue(Keys::PREF_INTERFACE_NAME, name);
     if (name != QLatin1StringView("en0")) {
         m_settings.removeValue(Keys::PREF_prevWifiIn);
@@ -148,7 +155,8 @@ void SharedCode::checkEN()
 {
     const QString stored = m_settings.stringForKey(Keys::PREF_INTERFACE_NAME);
     const QString current = currentEN();
-    if (current.isEmpty() || current == stored) return;
+    if (current.isEmpty() || current == stored)
+        return;
     m_settings.setValue(Keys::PREF_INTERFACE_NAME, current);
     m_settings.removeValue(Keys::PREF_prevWifiIn);
     m_settings.removeValue(Keys::PREF_prevWifiOut);
@@ -161,9 +169,11 @@ bool SharedCode::isTrackTetherForPlan(const QString &plan) const
 
 std::optional<QList<LinkCounters>> SharedCode::readLinkCounters()
 {
-    if (!m_interfaces) return std::nullopt;
+    if (!m_interfaces)
+        return std::nullopt;
     std::optional<QList<LinkCounters>> counters = m_interfaces->readCounters();
-    if (!counters) return std::nullopt;
+    if (!counters)
+        return std::nullopt;
     QStringList present;
     for (const LinkCounters &c : *counters)
         present.append(c.name);
@@ -182,7 +192,8 @@ QString SharedCode::sqliteURLForPlan(const QString &plan) const
 
 std::shared_ptr<StoreContext> SharedCode::makeMOCForPlan(const QString &plan)
 {
-    if (plan.isEmpty()) return nullptr;
+    if (plan.isEmpty())
+        return nullptr;
     return std::make_shared<StoreContext>(plan, sqliteURLForPlan(plan), m_onStoreOpenFailure);
 }
 
@@ -190,7 +201,8 @@ std::shared_ptr<StoreContext> SharedCode::mocForActive()
 {
     const QString active = activePlanID();
     QMutexLocker locker(&m_contextMutex);
-    if (m_dataMOC && m_dataMOC->name() == active) return m_dataMOC;
+    if (m_dataMOC && m_dataMOC->name() == active)
+        return m_dataMOC;
     m_dataMOC = makeMOCForPlan(active);
     return m_dataMOC;
 }

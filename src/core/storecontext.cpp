@@ -58,7 +58,8 @@ void StoreContext::deleteEvents(const QDateTime &start, const QDateTime &end)
 bool StoreContext::save()
 {
     Q_ASSERT(isCurrent());
-    if (m_changes.isEmpty()) return true;
+    if (m_changes.isEmpty())
+        return true;
     QString error;
     const bool ok = m_store && m_store->apply(m_changes, &error);
     if (!ok)

@@ -60,7 +60,8 @@ struct Descriptor
     int fd;
     ~Descriptor()
     {
-        if (fd >= 0) ::close(fd);
+        if (fd >= 0)
+            ::close(fd);
     }
 };
 
@@ -92,7 +93,8 @@ SampleResult SharedCode::saveUsageGasp(StoreContext *context, Coordinate loc)
             result.event.reset();
             return result;
         }
-        if (!context->save()) result.event.reset();
+        if (!context->save())
+            result.event.reset();
     } catch (const std::exception &e) {
         qCWarning(lcCore, "sample failed: %s", e.what());
     }

@@ -97,7 +97,8 @@ std::unique_ptr<UsageStore> UsageStore::open(const QString &path, QString *error
     const int rc = sqlite3_open_v2(QFile::encodeName(path).constData(), &db, flags, nullptr);
     std::unique_ptr<UsageStore> store(new UsageStore(db));
     if (rc != SQLITE_OK) {
-        if (error) *error = db ? store->lastError() : QString::fromUtf8(sqlite3_errstr(rc));
+        if (error)
+            *error = db ? store->lastError() : QString::fromUtf8(sqlite3_errstr(rc));
         return nullptr;
     }
     sqlite3_extended_result_codes(db, 1);
@@ -126,8 +127,10 @@ bool UsageStore::switchToWal(QString *error)
     QElapsedTimer waited;
     waited.start();
     for (int pause = 1;; pause = std::min(pause * 2, 50)) {
-        if (exec("PRAGMA journal_mode=WAL", error)) return true;
-        if (sqlite3_errcode(m_db) != SQLITE_BUSY || waited.elapsed() > kBusyTimeoutMs) return false;
+        if (exec("PRAGMA journal_mode=WAL", error))
+            return true;
+        if (sqlite3_errcode(m_db) != SQLITE_BUSY || waited.elapsed() > kBusyTimeoutMs)
+            return false;
         QThread::msleep(pause);
     }
 }
@@ -148,7 +151,8 @@ int UsageStore::schemaVersion(QString *error)
 bool UsageStore::checkVersion(QString *error)
 {
     const int version = schemaVersion(error);
-    if (version < 0 || !exec("SELECT count(*) FROM sqlite_schema", error)) return false;
+    if (version < 0 || !exec("SELECT count(*) FROM sqlite_schema", error))
+        return false;
     if (version > kSchemaVersion) {
         if (error)
             *error = QStringLiteral("written by a newer Tallymo (schema %1, this version reads up to %2)")
@@ -161,8 +165,10 @@ bool UsageStore::checkVersion(QString *error)
 
 bool UsageStore::migrate(QString *error)
 {
-    if (schemaVersion(error) == kSchemaVersion) return true; // the common case: nothing to write
-    if (!exec("BEGIN IMMEDIATE", error)) return false;
+    if (schemaVersion(error) == kSchemaVersion)
+        return true; // the common case: nothing to write
+    if (!exec("BEGIN IMMEDIATE", error))
+        return false;
     // Another process may have migrated the store since the check.
     int version = schemaVersion(error);
     if (version < 0 || version > kSchemaVersion) {
@@ -187,8 +193,10 @@ bool UsageStore::migrate(QString *error)
 bool UsageStore::exec(const char *sql, QString *error)
 {
     char *message = nullptr;
-    if (sqlite3_exec(m_db, sql, nullptr, nullptr, &message) == SQLITE_OK) return true;
-    if (error) *error = QString::fromUtf8(message ? message : sqlite3_errmsg(m_db));
+    if (sqlite3_exec(m_db, sql, nullptr, nullptr, &message) == SQLITE_OK)
+        return true;
+    if (error)
+        *error = QString::fromUtf8(message ? message : sqlite3_errmsg(m_db));
     sqlite3_free(message);
     return false;
 }
@@ -214,7 +222,8 @@ std::optional<UsageSums> UsageStore::sum(const QDateTime &start, const QDateTime
         statement(SumSlot, "SELECT total(cellIn), total(cellOut), total(wifiIn), total(wifiOut) "
                            "FROM Event WHERE timeStamp >= ?1 AND timeStamp < ?2");
     Reset reset{s};
-    if (!s) return std::nullopt;
+    if (!s)
+        return std::nullopt;
     bindRange(s, start, end);
     if (sqlite3_step(s) != SQLITE_ROW) {
         qCWarning(lcCore, "usage sum failed: %s", sqlite3_errmsg(m_db));
@@ -228,9 +237,11 @@ std::optional<double> UsageStore::sumNetBytes(const QDateTime &start, const QDat
     sqlite3_stmt *s =
         statement(NetSumSlot, "SELECT total(bytes) FROM Netevent WHERE timeStamp >= ?1 AND timeStamp < ?2");
     Reset reset{s};
-    if (!s) return std::nullopt;
+    if (!s)
+        return std::nullopt;
     bindRange(s, start, end);
-    if (sqlite3_step(s) != SQLITE_ROW) return std::nullopt;
+    if (sqlite3_step(s) != SQLITE_ROW)
+        return std::nullopt;
     return sqlite3_column_double(s, 0);
 }
 
@@ -242,7 +253,8 @@ QList<HourSums> UsageStore::hourlySums(const QDateTime &start, const QDateTime &
                     "GROUP BY timeStamp ORDER BY timeStamp");
     Reset reset{s};
     QList<HourSums> rows;
-    if (!s) return rows;
+    if (!s)
+        return rows;
     bindRange(s, start, end);
     int rc;
     while ((rc = sqlite3_step(s)) == SQLITE_ROW)
@@ -261,7 +273,8 @@ QList<Event> UsageStore::events(const QDateTime &start, const QDateTime &end)
                               "FROM Event WHERE timeStamp >= ?1 AND timeStamp < ?2 ORDER BY timeStamp, id");
     Reset reset{s};
     QList<Event> rows;
-    if (!s) return rows;
+    if (!s)
+        return rows;
     bindRange(s, start, end);
     int rc;
     while ((rc = sqlite3_step(s)) == SQLITE_ROW) {
@@ -280,13 +293,15 @@ std::optional<TimeStampRange> UsageStore::timeStampRange()
 {
     sqlite3_stmt *s = statement(RangeSlot, "SELECT min(timeStamp), max(timeStamp) FROM Event");
     Reset reset{s};
-    if (!s || sqlite3_step(s) != SQLITE_ROW || sqlite3_column_type(s, 0) == SQLITE_NULL) return std::nullopt;
+    if (!s || sqlite3_step(s) != SQLITE_ROW || sqlite3_column_type(s, 0) == SQLITE_NULL)
+        return std::nullopt;
     return TimeStampRange{fromSeconds(sqlite3_column_double(s, 0)), fromSeconds(sqlite3_column_double(s, 1))};
 }
 
 bool UsageStore::apply(const QList<Change> &changes, QString *error)
 {
-    if (!exec("BEGIN IMMEDIATE", error)) return false;
+    if (!exec("BEGIN IMMEDIATE", error))
+        return false;
     for (const Change &change : changes) {
         sqlite3_stmt *s = nullptr;
         if (const Event *e = std::get_if<Event>(&change)) {
@@ -311,11 +326,13 @@ bool UsageStore::apply(const QList<Change> &changes, QString *error)
         } else {
             const DeleteRange &d = std::get<DeleteRange>(change);
             s = statement(DeleteSlot, "DELETE FROM Event WHERE timeStamp >= ?1 AND timeStamp < ?2");
-            if (s) bindRange(s, d.start, d.end);
+            if (s)
+                bindRange(s, d.start, d.end);
         }
         Reset reset{s};
         if (!s || sqlite3_step(s) != SQLITE_DONE) {
-            if (error) *error = lastError();
+            if (error)
+                *error = lastError();
             exec("ROLLBACK", nullptr);
             return false;
         }

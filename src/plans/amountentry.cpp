@@ -14,7 +14,8 @@ std::optional<double> parseNumber(const QString &text)
     const QString t = text.trimmed();
     bool ok = false;
     double x = QLocale::c().toDouble(t, &ok);
-    if (!ok) x = QLocale().toDouble(t, &ok);
+    if (!ok)
+        x = QLocale().toDouble(t, &ok);
     return ok ? std::optional<double>(x) : std::nullopt;
 }
 
@@ -28,7 +29,8 @@ namespace {
 std::optional<Amount> amountFrom(const QString &text, Unit unit, double minimum)
 {
     const std::optional<double> x = parseNumber(text);
-    if (!x || !std::isfinite(*x) || *x < minimum) return std::nullopt;
+    if (!x || !std::isfinite(*x) || *x < minimum)
+        return std::nullopt;
     return Amount{std::floor(*x * unitBytes(unit)),
                   QVariantList{SharedCode::stringTwoDecimal(*x), qint64(unit)}};
 }

@@ -20,7 +20,8 @@ QDateTime addDays(const QDateTime &date, qint64 days)
     const QDateTime local = date.toLocalTime();
     const QDate day = local.date().addDays(days);
     // The start of a day moves to the start of a day, even where one of them is not at 00:00.
-    if (local == local.date().startOfDay()) return day.startOfDay();
+    if (local == local.date().startOfDay())
+        return day.startOfDay();
     const QDateTime result(day, local.time());
     // A time of day that does not exist on that day (inside a daylight-saving gap) moves on.
     return result.isValid() ? result : QDateTime(day, local.time().addSecs(3600));
@@ -43,7 +44,8 @@ QDateTime validDateForDay(qint64 day, const QDateTime &date)
     const QDate d = date.toLocalTime().date();
     if (day < 1) // as a calendar resolves day 0 (and below): days before the 1st
         return QDate(d.year(), d.month(), 1).addDays(day - 1).startOfDay();
-    if (d.daysInMonth() >= day) return QDate(d.year(), d.month(), int(day)).startOfDay();
+    if (d.daysInMonth() >= day)
+        return QDate(d.year(), d.month(), int(day)).startOfDay();
     return QDate(d.year(), d.month(), 1).addMonths(1).startOfDay();
 }
 
@@ -54,7 +56,8 @@ Period weekly(const QDateTime &t, qint64 weekStart)
     constexpr qint64 week = 7;
     const qint64 weekday = t.date().dayOfWeek() % 7 + 1; // 1 = Sunday
     qint64 k = weekStart - weekday;
-    if (k <= 0) k += week;
+    if (k <= 0)
+        k += week;
     const QDateTime end = addDays(t, k);
     return Period{addDays(end, -week), end};
 }
@@ -201,7 +204,8 @@ QString SettingsHelper::planNameForLength(int type, qint64 n)
     case BillingCycle::Days28:
         return QCoreApplication::translate("SettingsHelper", "28 Days");
     case BillingCycle::NDays:
-        if (n == 1) return QCoreApplication::translate("SettingsHelper", "Daily");
+        if (n == 1)
+            return QCoreApplication::translate("SettingsHelper", "Daily");
         return QCoreApplication::translate("SettingsHelper", "%d Days")
             .replace(QLatin1StringView("%d"), QString::number(n));
     default:
@@ -232,11 +236,16 @@ QString SettingsHelper::shortBillDateString(qint64 day)
 QString SettingsHelper::shortBillDateString(qint64 day, const QString &lang)
 {
     const QString n = QString::number(day);
-    if (lang == QLatin1StringView("zh") || lang == QLatin1StringView("ja")) return n + QStringLiteral("日");
-    if (lang == QLatin1StringView("de")) return n + QStringLiteral(".");
-    if (lang == QLatin1StringView("es")) return n + QStringLiteral(".º");
-    if (lang == QLatin1StringView("nl")) return n + QStringLiteral("e");
-    if (lang == QLatin1StringView("it")) return n + QStringLiteral("º");
+    if (lang == QLatin1StringView("zh") || lang == QLatin1StringView("ja"))
+        return n + QStringLiteral("日");
+    if (lang == QLatin1StringView("de"))
+        return n + QStringLiteral(".");
+    if (lang == QLatin1StringView("es"))
+        return n + QStringLiteral(".º");
+    if (lang == QLatin1StringView("nl"))
+        return n + QStringLiteral("e");
+    if (lang == QLatin1StringView("it"))
+        return n + QStringLiteral("º");
     return n + suffixEN(day);
 }
 
@@ -248,10 +257,12 @@ QString SettingsHelper::longBillDateString(qint64 day)
 QString SettingsHelper::longBillDateString(qint64 day, const QString &lang)
 {
     const QString s = shortBillDateString(day, lang);
-    if (lang == QLatin1StringView("zh")) return QStringLiteral("每月") + s;
+    if (lang == QLatin1StringView("zh"))
+        return QStringLiteral("每月") + s;
     static const QStringList plain{QStringLiteral("ja"), QStringLiteral("de"), QStringLiteral("nl"),
                                    QStringLiteral("es"), QStringLiteral("it")};
-    if (plain.contains(lang)) return s;
+    if (plain.contains(lang))
+        return s;
     return QCoreApplication::translate("SettingsHelper", "%@ of the month")
         .replace(QLatin1StringView("%@"), s);
 }

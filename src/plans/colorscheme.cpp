@@ -43,14 +43,17 @@ const Table &table()
 
 int bucketForRatio(double q)
 {
-    if (q <= 0 || std::isnan(q)) return 0;
-    if (q >= 1) return 5;
+    if (q <= 0 || std::isnan(q))
+        return 0;
+    if (q >= 1)
+        return 5;
     return int(std::floor(q * 4)) + 1;
 }
 
 quint32 colorForRatio(double ratio, qint64 row)
 {
-    if (row < 0 || row >= kRows) row = 0;
+    if (row < 0 || row >= kRows)
+        row = 0;
     return table()[size_t(row)][size_t(bucketForRatio(ratio))];
 }
 
@@ -58,7 +61,8 @@ quint32 colorForRatio(double ratio, qint64 row)
 
 const ColorScheme::Table &SharedCode::getColorsDBandRows(int *rows)
 {
-    if (rows) *rows = ColorScheme::kRows;
+    if (rows)
+        *rows = ColorScheme::kRows;
     return ColorScheme::table();
 }
 
@@ -80,7 +84,8 @@ RgbColor CommonShared::brightColorWithHex(quint32 hex)
     const double min = std::min({c.red, c.green, c.blue});
     const double saturation = max > 0 ? (max - min) / max : 0;
     const double brightness = std::clamp(max * 1.1, 0.5, 1.0);
-    if (max <= min) return RgbColor{brightness, brightness, brightness};
+    if (max <= min)
+        return RgbColor{brightness, brightness, brightness};
     // Each component keeps its place between the smallest and the largest.
     const auto scale = [&](double v) {
         const double relative = (max - v) / (max - min); // 0 for the largest, 1 for the smallest

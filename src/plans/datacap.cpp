@@ -24,8 +24,10 @@ bool SharedCode::isRolloverForPlan(const QString &plan) const
 double SharedCode::effectiveDataCap(StoreContext *context, const QString &plan)
 {
     const double base = baseDataCapForPlan(plan);
-    if (!isRolloverForPlan(plan)) return base;
-    if (!context) return base + doubleForPlan(plan, Keys::PREF_ROLLOVER_AMOUNT);
+    if (!isRolloverForPlan(plan))
+        return base;
+    if (!context)
+        return base + doubleForPlan(plan, Keys::PREF_ROLLOVER_AMOUNT);
     const QVariant ts = getForPlan(plan, Keys::PREF_ROLLOVER_TIMESTAMP);
     const Period current = computeStartEndDates(m_clock->now(), plan);
     if (ts.typeId() == QMetaType::QDateTime && current.contains(ts.toDateTime()))
@@ -56,37 +58,48 @@ void SharedCode::initRollover(StoreContext *context, const QString &plan)
 
 double SharedCode::forecastRatio(double timeLeft, double dataLeft)
 {
-    if (dataLeft <= 0) return 1.0;
+    if (dataLeft <= 0)
+        return 1.0;
     const double s = timeLeft - dataLeft;
-    if (s <= 0) return 0.0;
-    if (timeLeft == 0) return 1.0;
+    if (s <= 0)
+        return 0.0;
+    if (timeLeft == 0)
+        return 1.0;
     return s / timeLeft;
 }
 
 QString SharedCode::forecastText(double q)
 {
-    if (std::isnan(q) || q <= 0) return QStringLiteral("safe");
-    if (q >= 1) return QStringLiteral("over");
+    if (std::isnan(q) || q <= 0)
+        return QStringLiteral("safe");
+    if (q >= 1)
+        return QStringLiteral("over");
     return q < 0.5 ? QStringLiteral("caution") : QStringLiteral("danger");
 }
 
 QString SharedCode::forecastIconCode(const QString &text)
 {
-    if (text == QLatin1StringView("caution")) return QStringLiteral("2");
-    if (text == QLatin1StringView("danger")) return QStringLiteral("3");
-    if (text == QLatin1StringView("over")) return QStringLiteral("4");
+    if (text == QLatin1StringView("caution"))
+        return QStringLiteral("2");
+    if (text == QLatin1StringView("danger"))
+        return QStringLiteral("3");
+    if (text == QLatin1StringView("over"))
+        return QStringLiteral("4");
     return QStringLiteral("1");
 }
 
 QString SharedCode::stringTwoDecimal(double x)
 {
-    if (std::isnan(x)) return QStringLiteral("NaN");
-    if (std::isinf(x)) return x > 0 ? QStringLiteral("+Infinity") : QStringLiteral("-Infinity");
+    if (std::isnan(x))
+        return QStringLiteral("NaN");
+    if (std::isinf(x))
+        return x > 0 ? QStringLiteral("+Infinity") : QStringLiteral("-Infinity");
     // Three fraction digits at most, ties to even, as a decimal formatter rounds.
     const double rounded = std::fabs(x) < 1e15 ? std::nearbyint(x * 1000) / 1000 : std::nearbyint(x);
     QString text = QString::number(rounded + 0.0, 'f', 3);
     while (text.endsWith(QLatin1Char('0')))
         text.chop(1);
-    if (text.endsWith(QLatin1Char('.'))) text.chop(1);
+    if (text.endsWith(QLatin1Char('.')))
+        text.chop(1);
     return text == QLatin1StringView("-0") ? QStringLiteral("0") : text;
 }

@@ -59,7 +59,8 @@ struct World
     double use(double bytes, bool inBackground = true)
     {
         context->performAndWait([&] {
-            if (bytes > 0) context->insertEvent(Event{shared->nowAtHour(), bytes});
+            if (bytes > 0)
+                context->insertEvent(Event{shared->nowAtHour(), bytes});
             context->save();
             const qint64 before = delegate.getCurrentThresholdLevel();
             delegate.computeCurrentValues(context.get(), inBackground);

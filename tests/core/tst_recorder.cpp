@@ -102,13 +102,15 @@ private slots:
 
         QList<QList<double>> expected;
         for (const Step &step : steps) {
-            if (step.tether) shared->setForPlan(QString(), Keys::PREF_TRACK_TETHER, *step.tether);
+            if (step.tether)
+                shared->setForPlan(QString(), Keys::PREF_TRACK_TETHER, *step.tether);
             c.interfaces.counters = step.counters;
             const SampleResult r =
                 onQueue(*context, [&] { return shared->saveUsageGasp(context.get(), {}); });
             QVERIFY(r.locked);
             QCOMPARE(r.event.has_value(), !step.event.isEmpty());
-            if (!step.event.isEmpty()) expected.append(step.event);
+            if (!step.event.isEmpty())
+                expected.append(step.event);
         }
         const QList<Event> events = onQueue(
             *context, [&] { return context->events(QDateTime(), QDateTime(QDate(2100, 1, 1), QTime())); });

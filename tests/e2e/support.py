@@ -57,7 +57,7 @@ class Container:
 
     def totals(self):
         """Sums of the active plan's stored usage, read straight from the SQLite file."""
-        db = sqlite3.connect(self.store_path())
+        db = sqlite3.connect(f"file:{self.store_path()}?mode=ro", uri=True)  # never creates it
         try:
             row = db.execute("SELECT total(cellIn), total(cellOut), total(wifiIn), total(wifiOut), count(*) "
                              "FROM Event").fetchone()

@@ -213,7 +213,8 @@ private slots:
             shared->setForPlan(QString(), Keys::PREF_NDAYS_N, value);
         else if (type == 2)
             shared->userPref().setValue(Keys::PREF_WEEK_START, value);
-        if (!anchor.isEmpty()) shared->setForPlan(QString(), Keys::PREF_30DAY_START, local(anchor));
+        if (!anchor.isEmpty())
+            shared->setForPlan(QString(), Keys::PREF_30DAY_START, local(anchor));
 
         const QDateTime when = local(date);
         const Period p = shared->computeStartEndDates(when, QString());

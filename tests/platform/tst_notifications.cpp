@@ -18,7 +18,8 @@ QList<QVariantList> mockCalls(const QString &method)
     call << method;
     const QDBusMessage reply = QDBusConnection::sessionBus().call(call);
     QList<QVariantList> calls;
-    if (reply.type() != QDBusMessage::ReplyMessage) return calls;
+    if (reply.type() != QDBusMessage::ReplyMessage)
+        return calls;
     const QDBusArgument arg = reply.arguments().value(0).value<QDBusArgument>();
     arg.beginArray();
     while (!arg.atEnd()) {

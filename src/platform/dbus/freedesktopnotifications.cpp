@@ -50,13 +50,15 @@ public:
         while (m_fd >= 0 && ::flock(m_fd, LOCK_EX) != 0 && errno == EINTR) {
         }
         QFile f(path);
-        if (f.open(QIODevice::ReadOnly)) m_doc = QJsonDocument::fromJson(f.readAll()).object();
+        if (f.open(QIODevice::ReadOnly))
+            m_doc = QJsonDocument::fromJson(f.readAll()).object();
         pending = m_doc.value(QStringLiteral("pending")).toArray();
         shown = m_doc.value(QStringLiteral("shown")).toObject();
     }
     ~State()
     {
-        if (m_fd >= 0) ::close(m_fd);
+        if (m_fd >= 0)
+            ::close(m_fd);
     }
     State(const State &) = delete;
     State &operator=(const State &) = delete;
@@ -147,7 +149,8 @@ void FreedesktopNotifications::removePendingRequests(const QStringList &identifi
 void FreedesktopNotifications::removeAllDeliveredNotifications()
 {
     State state(m_statePath, m_lockPath);
-    if (state.shown.isEmpty()) return;
+    if (state.shown.isEmpty())
+        return;
     for (auto it = state.shown.begin(); it != state.shown.end(); ++it) {
         QDBusMessage call =
             QDBusMessage::createMethodCall(kService, kPath, kService, QStringLiteral("CloseNotification"));
@@ -185,7 +188,8 @@ void FreedesktopNotifications::deliverDue()
             state.pending.removeAt(i);
             changed = true;
         }
-        if (changed) state.save();
+        if (changed)
+            state.save();
     }
     armTimer(nextDue());
 }
@@ -193,13 +197,15 @@ void FreedesktopNotifications::deliverDue()
 QDateTime FreedesktopNotifications::nextDue() const
 {
     QFile f(m_statePath);
-    if (!f.open(QIODevice::ReadOnly)) return {};
+    if (!f.open(QIODevice::ReadOnly))
+        return {};
     QDateTime next;
     for (const QJsonValue &v :
          QJsonDocument::fromJson(f.readAll()).object().value(QStringLiteral("pending")).toArray()) {
         const QDateTime at =
             QDateTime::fromString(v.toObject().value(QStringLiteral("fireAt")).toString(), Qt::ISODateWithMs);
-        if (at.isValid() && (!next.isValid() || at < next)) next = at;
+        if (at.isValid() && (!next.isValid() || at < next))
+            next = at;
     }
     return next;
 }

@@ -1,6 +1,10 @@
 #include "sessiondesktop.h"
 
+#include "backgroundserviceobject.h"
+
+#include <QDBusConnectionInterface>
 #include <QDBusError>
+#include <QDBusMessage>
 #include <QLoggingCategory>
 
 Q_LOGGING_CATEGORY(lcDesktop, "tallymo.platform.desktop", QtWarningMsg)
@@ -20,13 +24,31 @@ SessionDesktop::~SessionDesktop()
     SessionBus::flush(m_bus);
 }
 
-bool SessionDesktop::registerBackgroundService()
+bool SessionDesktop::registerBackgroundService(std::function<void()> onPush, std::function<void()> onWake)
 {
-    if (!m_bus.isConnected()) return false;
-    if (m_bus.registerService(LinuxBackgroundRefresh::kServiceName)) return true;
+    if (!m_bus.isConnected())
+        return false;
+    // The object first: a call that activated this service is delivered once the name is owned.
+    m_backgroundObject = std::make_unique<BackgroundServiceObject>(std::move(onPush), std::move(onWake));
+    m_bus.registerObject(BackgroundServiceObject::kPath, m_backgroundObject.get(),
+                         QDBusConnection::ExportAllSlots);
+    if (m_bus.registerService(LinuxBackgroundRefresh::kServiceName))
+        return true;
     qCWarning(lcDesktop, "%s is already owned on the session bus; carrying on without it",
               LinuxBackgroundRefresh::kServiceName.data());
     return false;
+}
+
+bool SessionDesktop::pushToBackgroundService()
+{
+    if (!m_bus.isConnected() || !m_bus.interface() ||
+        !m_bus.interface()->isServiceRegistered(LinuxBackgroundRefresh::kServiceName))
+        return false;
+    const QDBusMessage reply = m_bus.call(
+        QDBusMessage::createMethodCall(LinuxBackgroundRefresh::kServiceName, BackgroundServiceObject::kPath,
+                                       BackgroundServiceObject::kInterface, QStringLiteral("Push")),
+        QDBus::Block, 5000);
+    return reply.type() == QDBusMessage::ReplyMessage;
 }
 
 DesktopServices *tallymo_desktop_services(const QString &container, const Clock &clock)

@@ -4,6 +4,8 @@
 #include "freedesktopnotifications.h"
 #include "sessionservices.h"
 
+#include <memory>
+
 class Clock;
 
 // The desktop services on the session bus. Pending notifications that fell due while no Tallymo
@@ -17,13 +19,15 @@ public:
     UserNotificationCenter *notifications() override { return &m_notifications; }
     IconBadge *badge() override { return &m_badge; }
     BackgroundRefreshStatus *refreshStatus() override { return &m_refreshStatus; }
-    bool registerBackgroundService() override;
+    bool registerBackgroundService(std::function<void()> onPush, std::function<void()> onWake) override;
+    bool pushToBackgroundService() override;
 
 private:
     QDBusConnection m_bus;
     FreedesktopNotifications m_notifications;
     LauncherEntryBadge m_badge;
     LinuxBackgroundRefresh m_refreshStatus;
+    std::unique_ptr<QObject> m_backgroundObject;
 };
 
 // The entry point of the loadable desktop module.

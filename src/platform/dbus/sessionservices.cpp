@@ -10,7 +10,8 @@ LauncherEntryBadge::LauncherEntryBadge(QDBusConnection bus) : m_bus(std::move(bu
 
 void LauncherEntryBadge::setBadgeNumber(qint64 number)
 {
-    if (!m_bus.isConnected()) return;
+    if (!m_bus.isConnected())
+        return;
     QDBusMessage signal = QDBusMessage::createSignal(QStringLiteral("/org/tallymo/Tallymo"),
                                                      QStringLiteral("com.canonical.Unity.LauncherEntry"),
                                                      QStringLiteral("Update"));
@@ -46,7 +47,8 @@ namespace SessionBus {
 
 void flush(QDBusConnection bus)
 {
-    if (!bus.isConnected()) return;
+    if (!bus.isConnected())
+        return;
     // A call is answered only after the messages queued before it went out.
     bus.call(QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.DBus"),
                                             QStringLiteral("/org/freedesktop/DBus"),

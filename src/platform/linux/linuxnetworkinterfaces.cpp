@@ -36,21 +36,25 @@ LinuxNetworkInterfaces LinuxNetworkInterfaces::fromEnvironment()
 std::optional<QList<LinkCounters>> LinuxNetworkInterfaces::parseProcNetDev(const QByteArray &text)
 {
     const QList<QByteArray> lines = text.split('\n');
-    if (lines.size() < 2 || !lines.at(0).contains('|') || !lines.at(1).contains('|')) return std::nullopt;
+    if (lines.size() < 2 || !lines.at(0).contains('|') || !lines.at(1).contains('|'))
+        return std::nullopt;
     QList<LinkCounters> result;
     for (qsizetype i = 2; i < lines.size(); ++i) {
         const QByteArray &line = lines.at(i);
         const qsizetype colon = line.indexOf(':');
         if (colon < 0) {
-            if (!line.trimmed().isEmpty()) return std::nullopt;
+            if (!line.trimmed().isEmpty())
+                return std::nullopt;
             continue;
         }
         const QList<QByteArray> fields = line.mid(colon + 1).simplified().split(' ');
-        if (fields.size() < 16) return std::nullopt;
+        if (fields.size() < 16)
+            return std::nullopt;
         bool okIn = false, okOut = false;
         const qulonglong in = fields.at(0).toULongLong(&okIn);
         const qulonglong out = fields.at(8).toULongLong(&okOut);
-        if (!okIn || !okOut) return std::nullopt;
+        if (!okIn || !okOut)
+            return std::nullopt;
         result.append(LinkCounters{QString::fromLatin1(line.left(colon).trimmed()), double(in), double(out)});
     }
     return result;
@@ -64,7 +68,8 @@ std::optional<QList<LinkCounters>> LinuxNetworkInterfaces::readCounters()
         return std::nullopt;
     }
     std::optional<QList<LinkCounters>> counters = parseProcNetDev(file.readAll());
-    if (!counters) qCWarning(lcPlatform, "%s is not an interface statistics table", qPrintable(m_procNetDev));
+    if (!counters)
+        qCWarning(lcPlatform, "%s is not an interface statistics table", qPrintable(m_procNetDev));
     return counters;
 }
 
@@ -87,7 +92,8 @@ bool LinuxNetworkInterfaces::isCellularLink(const QString &name)
     const QString base = m_sysfsNet + QLatin1Char('/') + name;
     const QByteArray uevent = readSmallFile(base + QStringLiteral("/uevent"));
     for (const QByteArray &line : uevent.split('\n'))
-        if (line.trimmed() == "DEVTYPE=wwan") return true;
+        if (line.trimmed() == "DEVTYPE=wwan")
+            return true;
     const int type = readSmallFile(base + QStringLiteral("/type")).trimmed().toInt();
     return type == kArphrdPpp || type == kArphrdRawIp;
 }

@@ -7,7 +7,8 @@ namespace Paths {
 QString container()
 {
     const QString configured = qEnvironmentVariable("TALLYMO_CONTAINER");
-    if (!configured.isEmpty()) return configured;
+    if (!configured.isEmpty())
+        return configured;
     return QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) + QStringLiteral("/tallymo");
 }
 

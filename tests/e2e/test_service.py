@@ -1,0 +1,144 @@
+"""The background service on a private session bus: a silent push makes it sample, a level rise
+during a background wake-up sends one notification, and D-Bus activation starts it."""
+import os
+import signal
+import sqlite3
+import subprocess
+import sys
+import tempfile
+import threading
+import time
+import unittest
+
+import dbus
+
+sys.path.insert(0, os.path.dirname(__file__))
+from session import SessionBus  # noqa: E402
+from support import TALLYMO, Container  # noqa: E402
+
+SERVICE = "org.tallymo.Tallymo.Background"
+PATH = "/org/tallymo/Tallymo/Background"
+
+
+class Daemon:
+    """tallymo daemon, its output read line by line."""
+
+    def __init__(self, env):
+        self.proc = subprocess.Popen([TALLYMO, "daemon", "--interval", "3600"], env=env, stdout=subprocess.PIPE,
+                                     stderr=subprocess.PIPE, text=True)
+        self.lines = []
+        self.reader = threading.Thread(target=lambda: self.lines.extend(self.proc.stdout))
+        self.reader.start()
+
+    def wait_for(self, trigger, count=1, timeout=10):
+        deadline = time.time() + timeout
+        while time.time() < deadline:
+            found = [line for line in self.lines if f"  {trigger}: " in line]
+            if len(found) >= count:
+                return found[count - 1]
+            time.sleep(0.05)
+        raise AssertionError(f"no {trigger} line; output: {self.lines}")
+
+    def stop(self):
+        self.proc.send_signal(signal.SIGTERM)
+        self.proc.wait(timeout=10)
+        self.reader.join()
+        self.proc.stdout.close()
+        self.proc.stderr.close()
+
+
+class BackgroundService(unittest.TestCase):
+    def setUp(self):
+        self.session = SessionBus().__enter__()
+        self.c = Container()
+        self.c.env.update(DBUS_SESSION_BUS_ADDRESS=self.session.address)
+        self.c.write_counters({"wwan0": (1000, 1000)})
+
+    def tearDown(self):
+        self.session.__exit__(None, None, None)
+        self.c.cleanup()
+
+    def test_push_samples_and_alerts_once(self):
+        self.c.run("plans", "set", "PREF_THRES_MONTHLY", "1000000")
+        daemon = Daemon(self.c.env)
+        try:
+            daemon.wait_for("launch")
+            self.assertTrue(self.session.bus.name_has_owner(SERVICE))
+            self.c.write_counters({"wwan0": (1000 + 600_000, 1000)})
+            self.c.run("push")
+            self.assertIn("+cell 585.9 KB", daemon.wait_for("push"))
+            self.c.run("push")
+            self.assertIn("no new usage", daemon.wait_for("push", 2))
+            alerts = [c for c in self.session.calls("Notify") if c[3] == "Usage Alert"]
+            self.assertEqual([c[4] for c in alerts], ["You've used 60%."])
+        finally:
+            daemon.stop()
+        self.assertIn("  terminate: ", daemon.lines[-1])
+        self.assertEqual(self.c.totals()["cellIn"], 600_000)
+        p = self.c.run("push", check=False)
+        self.assertEqual((p.returncode, p.stderr.splitlines()[-1]),
+                         (1, "tallymo: no Tallymo background service is running (start one with tallymo daemon)"))
+
+
+def events(c):
+    try:
+        return c.totals()["events"]
+    except sqlite3.OperationalError:  # not created yet
+        return 0
+
+
+class Activation(unittest.TestCase):
+    def test_a_call_starts_the_service(self):
+        c = Container()
+        work = tempfile.TemporaryDirectory()
+        try:
+            c.write_counters({"wwan0": (1000, 1000)})
+            services = os.path.join(work.name, "services")
+            os.makedirs(services)
+            with open(os.path.join(services, SERVICE + ".service"), "w") as f:
+                f.write(f"[D-BUS Service]\nName={SERVICE}\nExec=/bin/sh -c 'exec {TALLYMO} daemon --interval 3600 >{work.name}/out.txt 2>&1'\n")
+            config = os.path.join(work.name, "session.conf")
+            with open(config, "w") as f:
+                f.write(f"""<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
+ "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
+<busconfig><type>session</type><listen>unix:tmpdir={work.name}</listen><servicedir>{services}</servicedir>
+<policy context="default"><allow send_destination="*" eavesdrop="true"/><allow eavesdrop="true"/>
+<allow own="*"/></policy></busconfig>""")
+            # An activated service inherits the bus's environment.
+            out = subprocess.check_output(["dbus-daemon", "--config-file", config, "--fork", "--print-address=1",
+                                           "--print-pid=1"], env=c.env, text=True).split()
+            address, bus_pid = out[0], int(out[1])
+            bus = dbus.bus.BusConnection(address)
+            try:
+                self.assertFalse(bus.name_has_owner(SERVICE))
+                c.write_counters({"wwan0": (5000, 1000)})
+                bus.get_object(SERVICE, PATH).Push(dbus_interface=SERVICE, timeout=20)
+                self.assertTrue(bus.name_has_owner(SERVICE))
+                pid = bus.call_blocking("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
+                                        "GetConnectionUnixProcessID", "s", [SERVICE])
+                try:
+                    out = os.path.join(work.name, "out.txt")
+                    deadline = time.time() + 10
+                    while time.time() < deadline and "  launch: " not in open(out).read():
+                        time.sleep(0.05)
+                    c.write_counters({"wwan0": (9000, 1000)})
+                    # A wake-up that arrives while a check runs is answered without a new one.
+                    deadline = time.time() + 10
+                    while time.time() < deadline and events(c) == 0:
+                        bus.get_object(SERVICE, PATH).Wake(dbus_interface=SERVICE)
+                        time.sleep(0.2)
+                    with open(os.path.join(work.name, "out.txt")) as f:
+                        output = f.read()
+                    self.assertEqual(c.totals()["cellIn"], 4000, output)
+                finally:
+                    os.kill(pid, signal.SIGTERM)
+            finally:
+                bus.close()
+                os.kill(bus_pid, signal.SIGTERM)
+        finally:
+            work.cleanup()
+            c.cleanup()
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)
