@@ -2,6 +2,7 @@
 
 #include "applicationservices.h"
 #include "core/sharedcode.h"
+#include "location.h"
 
 #include <QMutex>
 #include <QVariantMap>
@@ -36,6 +37,7 @@ public:
         BackgroundRefreshStatus *refreshStatus = nullptr;
         PlatformApplication *application = nullptr;
         PushSubscriptions *push = nullptr;
+        LocationService *location = nullptr;
     };
 
     explicit DataUsageAppDelegate(SharedCode &shared);
@@ -98,6 +100,16 @@ public:
     static QString getBundleVersion();
     void cleanupPref();
 
+    // Location: visits are wake-ups; samples carry the coordinate of getCurrentCoordinate.
+    bool isMapTracking();
+    void initLocation();
+    void turnOnLocation();
+    void killLocation();
+    void locationManagerDidVisit(const Visit &visit);
+    void locationManagerDidFailWithError(const QString &error);
+    void locationManagerDidChangeAuthorization();
+    std::function<void(const Visit &)> visitObserver; // told of every visit before its check
+
     // The cloud push subscription.
     static constexpr QLatin1StringView kSubscriptionId{"tallymo_push_subscription2"};
     void initCloud();
@@ -144,4 +156,6 @@ private:
     SampleResult m_lastSample;
     int m_bgTaskUpdateUsage = PlatformApplication::kInvalidTask;
     int m_enterGBTaskID = PlatformApplication::kInvalidTask;
+    bool m_locationOn = false;
+    std::optional<Visit> m_lastVisit;
 };

@@ -27,8 +27,8 @@ bool DataUsageAppDelegate::applicationWillFinishLaunching()
         m_values.monthEndDate = QDateTime();
     }
     initPush();
-    // Without a window there is no main screen to create; the watch link and location come with
-    // their own services.
+    initLocation();
+    // Without a window there is no main screen to create; the watch link comes with its service.
     initCloud();
     return true;
 }
@@ -178,12 +178,6 @@ SampleResult DataUsageAppDelegate::lastSample() const
 {
     QMutexLocker locker(&m_valuesMutex);
     return m_lastSample;
-}
-
-Coordinate DataUsageAppDelegate::getCurrentCoordinate()
-{
-    // Location comes with the location service; without it every sample carries the unknown one.
-    return Coordinate{};
 }
 
 QString DataUsageAppDelegate::getBundleVersion()

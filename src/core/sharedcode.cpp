@@ -6,6 +6,9 @@
 #include <QDir>
 #include <QUuid>
 
+#include <algorithm>
+#include <cmath>
+
 namespace {
 SharedCode *g_instance = nullptr;
 } // namespace
@@ -211,4 +214,27 @@ std::shared_ptr<StoreContext> SharedCode::dataMOC() const
 {
     QMutexLocker locker(&m_contextMutex);
     return m_dataMOC;
+}
+
+bool isValidCoordinate(double latitude, double longitude)
+{
+    return latitude >= -90 && latitude <= 90 && longitude >= -180 && longitude <= 180;
+}
+
+double metersBetween(double lat1, double lon1, double lat2, double lon2)
+{
+    constexpr double kEarthRadius = 6371008.8;
+    constexpr double kRad = M_PI / 180;
+    const double dLat = (lat2 - lat1) * kRad, dLon = (lon2 - lon1) * kRad;
+    const double a = std::sin(dLat / 2) * std::sin(dLat / 2) +
+                     std::cos(lat1 * kRad) * std::cos(lat2 * kRad) * std::sin(dLon / 2) * std::sin(dLon / 2);
+    return 2 * kEarthRadius * std::asin(std::min(1.0, std::sqrt(a)));
+}
+
+Coordinate SharedCode::coordinatFromLocationManager(const std::optional<LocationFix> &last)
+{
+    if (!last || !(last->horizontalAccuracy >= 0 && last->horizontalAccuracy <= 500) ||
+        !isValidCoordinate(last->latitude, last->longitude))
+        return Coordinate{};
+    return Coordinate{last->latitude, last->longitude};
 }

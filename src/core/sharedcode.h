@@ -33,6 +33,19 @@ struct SampleResult
     std::optional<Event> event; // the record stored, when any delta was positive
 };
 
+// A position from the location service; a negative accuracy means none is known.
+struct LocationFix
+{
+    double latitude = kUnknownCoordinate;
+    double longitude = kUnknownCoordinate;
+    double horizontalAccuracy = -1; // metres
+    QDateTime timestamp;
+};
+
+bool isValidCoordinate(double latitude, double longitude);
+// Great-circle distance in metres.
+double metersBetween(double lat1, double lon1, double lat2, double lon2);
+
 // A billing period: the half-open range [start, end).
 struct Period
 {
@@ -126,6 +139,9 @@ public:
     static QString forecastText(double ratio);
     static QString forecastIconCode(const QString &text);
     static QString stringTwoDecimal(double x);
+
+    // The last known position when it is good enough to store with usage (accuracy 0 to 500 m).
+    static Coordinate coordinatFromLocationManager(const std::optional<LocationFix> &last);
 
     // Colours.
     static const std::array<std::array<quint32, 6>, 25> &getColorsDBandRows(int *rows);
