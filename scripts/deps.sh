@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Installs the Debian packages Tallymo builds, runs and tests with (only those missing).
 set -euo pipefail
-packages=(build-essential cmake pkg-config qt6-base-dev libsqlite3-dev libicu-dev
+packages=(build-essential cmake pkg-config qt6-base-dev qt6-positioning-dev libqt6positioning6-plugins
+          libsqlite3-dev libicu-dev
           tzdata iproute2 python3 sqlite3 dbus-daemon python3-dbus python3-dbusmock "$@")
 missing=()
 for p in "${packages[@]}"; do

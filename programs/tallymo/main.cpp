@@ -91,6 +91,7 @@ int main(int argc, char **argv)
                 services.notifications = desktop->notifications();
                 services.badge = desktop->badge();
                 services.refreshStatus = desktop->refreshStatus();
+                services.location = desktop->location();
             }
             delegate->setServices(services);
         }

@@ -78,6 +78,7 @@ public:
     virtual UserNotificationCenter *notifications() = 0;
     virtual IconBadge *badge() = 0;
     virtual BackgroundRefreshStatus *refreshStatus() = 0;
+    virtual class LocationService *location() = 0;
     // The background service announces itself (so the refresh status reads as available) and
     // takes wake-ups from outside: a silent push, or a plain request to sample now.
     virtual bool registerBackgroundService(std::function<void()> onPush, std::function<void()> onWake) = 0;

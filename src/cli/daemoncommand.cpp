@@ -74,6 +74,14 @@ int daemon(const QStringList &args, Environment &env)
     };
     const auto wake = [wakeUp](const QString &trigger) { wakeUp(trigger, false); };
     const auto push = [wakeUp] { wakeUp(QStringLiteral("push"), true); };
+    delegate.visitObserver = [&delegate](const Visit &v) {
+        print(QStringLiteral("%1  visit: %2 at %3, %4\n")
+                  .arg(isoWithOffset(delegate.shared().clock().now()),
+                       v.departureDate.isValid() ? QStringLiteral("departure") : QStringLiteral("arrival"))
+                  .arg(v.latitude, 0, 'f', 5)
+                  .arg(v.longitude, 0, 'f', 5));
+        std::fflush(stdout);
+    };
     if (env.startBackgroundService)
         env.startBackgroundService(push, [wake] { wake(QStringLiteral("wake")); });
     QTimer timer;

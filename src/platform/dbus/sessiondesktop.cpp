@@ -11,7 +11,8 @@ Q_LOGGING_CATEGORY(lcDesktop, "tallymo.platform.desktop", QtWarningMsg)
 
 SessionDesktop::SessionDesktop(const QString &container, const Clock &clock)
     : m_bus(QDBusConnection::sessionBus()), m_notifications(container, m_bus, clock), m_badge(m_bus),
-      m_refreshStatus(m_bus, LinuxBackgroundRefresh::defaultSystemdUserDir())
+      m_refreshStatus(m_bus, LinuxBackgroundRefresh::defaultSystemdUserDir()),
+      m_location(qEnvironmentVariable("TALLYMO_NMEA"))
 {
     if (!m_bus.isConnected())
         qCWarning(lcDesktop, "no session bus (%s): no notifications, badge or background service name",

@@ -2,6 +2,7 @@
 
 #include "app/applicationservices.h"
 #include "freedesktopnotifications.h"
+#include "platform/positioning/positioninglocation.h"
 #include "sessionservices.h"
 
 #include <memory>
@@ -19,6 +20,7 @@ public:
     UserNotificationCenter *notifications() override { return &m_notifications; }
     IconBadge *badge() override { return &m_badge; }
     BackgroundRefreshStatus *refreshStatus() override { return &m_refreshStatus; }
+    LocationService *location() override { return &m_location; }
     bool registerBackgroundService(std::function<void()> onPush, std::function<void()> onWake) override;
     bool pushToBackgroundService() override;
 
@@ -27,6 +29,7 @@ private:
     FreedesktopNotifications m_notifications;
     LauncherEntryBadge m_badge;
     LinuxBackgroundRefresh m_refreshStatus;
+    PositioningLocation m_location;
     std::unique_ptr<QObject> m_backgroundObject;
 };
 

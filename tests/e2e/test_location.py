@@ -1,0 +1,113 @@
+"""Location from a GPS receiver behind a stand-in gpsd on loopback: samples taken while moving
+carry coordinates, a stationary spell makes a visit and a wake-up, and a fix coarser than 500 m
+gives the unknown coordinate."""
+import os
+import socket
+import sqlite3
+import sys
+import threading
+import time
+import unittest
+from datetime import datetime, timedelta, timezone
+
+sys.path.insert(0, os.path.dirname(__file__))
+from session import SessionBus  # noqa: E402
+from support import Container  # noqa: E402
+from test_service import Daemon  # noqa: E402
+
+
+def sentence(body):
+    checksum = 0
+    for ch in body:
+        checksum ^= ord(ch)
+    return f"${body}*{checksum:02X}\r\n"
+
+
+def fix(when, lat, lon, hdop):
+    def dm(value, width):
+        deg = int(abs(value))
+        return f"{deg:0{width}d}{(abs(value) - deg) * 60:07.4f}"
+    t = when.strftime("%H%M%S.00")
+    return (sentence(f"GPGGA,{t},{dm(lat, 2)},{'N' if lat >= 0 else 'S'},{dm(lon, 3)},{'E' if lon >= 0 else 'W'},"
+                     f"1,08,{hdop:.1f},34.0,M,0.0,M,,") +
+            sentence(f"GPRMC,{t},A,{dm(lat, 2)},{'N' if lat >= 0 else 'S'},{dm(lon, 3)},{'E' if lon >= 0 else 'W'},"
+                     f"0.0,0.0,{when.strftime('%d%m%y')},,,A"))
+
+
+class FakeGpsd:
+    """Answers ?WATCH with a stream of NMEA sentences, released in steps by the test."""
+
+    def __init__(self):
+        self.server = socket.socket()
+        self.server.bind(("127.0.0.1", 0))
+        self.server.listen(1)
+        self.port = self.server.getsockname()[1]
+        self.conn = None
+        self.ready = threading.Event()
+        threading.Thread(target=self.accept, daemon=True).start()
+
+    def accept(self):
+        self.conn, _ = self.server.accept()
+        self.conn.recv(1024)  # ?WATCH={...};
+        self.ready.set()
+
+    def send(self, text):
+        assert self.ready.wait(10), "tallymo never asked gpsd to watch"
+        self.conn.sendall(text.encode())
+
+    def close(self):
+        if self.conn:
+            self.conn.close()
+        self.server.close()
+
+
+class Location(unittest.TestCase):
+    def test_positions_visits_and_accuracy(self):
+        gpsd = FakeGpsd()
+        c = Container()
+        with SessionBus() as session:
+            try:
+                c.env.update(DBUS_SESSION_BUS_ADDRESS=session.address, TALLYMO_NMEA=f"gpsd://127.0.0.1:{gpsd.port}")
+                counters = [1000, 1000]
+                c.write_counters({"wwan0": tuple(counters)})
+                c.run("defaults", "write", "PREF_V7_GEO", "true")
+                daemon = Daemon(c.env)
+                start = datetime.now(timezone.utc).replace(microsecond=0) - timedelta(minutes=20)
+                try:
+                    daemon.wait_for("launch")
+                    # Moving north, a position a minute, 300 m apart.
+                    gpsd.send("".join(fix(start + timedelta(minutes=i), 52.50 + 0.0027 * i, 13.40, 0.9)
+                                      for i in range(4)))
+                    time.sleep(0.5)
+                    counters[0] += 5000
+                    c.write_counters({"wwan0": tuple(counters)})
+                    c.run("push")
+                    daemon.wait_for("push")
+                    # Staying put for six minutes makes a visit, which wakes the service up.
+                    here = 52.50 + 0.0027 * 4
+                    gpsd.send("".join(fix(start + timedelta(minutes=4 + i), here, 13.40, 0.9) for i in range(7)))
+                    visit = daemon.wait_for("visit")
+                    self.assertIn(f"arrival at {here:.5f}, 13.40000", visit)
+                    # A coarse fix (HDOP 120 is 600 m) is not stored with usage.
+                    gpsd.send(fix(start + timedelta(minutes=12), here, 13.40, 120.0))
+                    time.sleep(0.5)
+                    counters[0] += 7000
+                    c.write_counters({"wwan0": tuple(counters)})
+                    c.run("push")
+                    daemon.wait_for("push", 2)
+                finally:
+                    daemon.stop()
+                db = sqlite3.connect(f"file:{c.store_path()}?mode=ro", uri=True)
+                rows = db.execute("SELECT cellIn, latitude, longitude FROM Event ORDER BY id").fetchall()
+                db.close()
+                self.assertEqual(rows[0][0], 5000)
+                self.assertAlmostEqual(rows[0][1], 52.5 + 0.0027 * 3, places=6)  # the last position
+                self.assertAlmostEqual(rows[0][2], 13.4, places=6)
+                self.assertEqual(rows[-1], (7000, -180, -180))
+            finally:
+                gpsd.close()
+                c.cleanup()
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)
