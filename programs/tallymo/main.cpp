@@ -99,7 +99,12 @@ int main(int argc, char **argv)
     };
     env.onTerminationRequest = UnixSignals::onTermination;
     env.startBackgroundService = [&](std::function<void()> onPush, std::function<void()> onWake) {
-        return desktop && desktop->registerBackgroundService(std::move(onPush), std::move(onWake));
+        if (!desktop)
+            return false;
+        DataUsageAppDelegate::Services services = delegate->services();
+        services.push = desktop->push(onPush, [&] { delegate->cloudAccountChanged(); });
+        delegate->setServices(services);
+        return desktop->registerBackgroundService(std::move(onPush), std::move(onWake));
     };
     env.pushToBackgroundService = [&] { return desktop && desktop->pushToBackgroundService(); };
     const int status = Cli::run(app.arguments().mid(1), env);

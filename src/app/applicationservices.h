@@ -69,23 +69,6 @@ public:
     virtual void presentAlert(const AlertValue &alert) = 0;
 };
 
-// The desktop's services as one bundle, for programs that load them only when a command needs
-// them (connecting to the session bus and loading its libraries costs every short command).
-class DesktopServices
-{
-public:
-    virtual ~DesktopServices() = default;
-    virtual UserNotificationCenter *notifications() = 0;
-    virtual IconBadge *badge() = 0;
-    virtual BackgroundRefreshStatus *refreshStatus() = 0;
-    virtual class LocationService *location() = 0;
-    // The background service announces itself (so the refresh status reads as available) and
-    // takes wake-ups from outside: a silent push, or a plain request to sample now.
-    virtual bool registerBackgroundService(std::function<void()> onPush, std::function<void()> onWake) = 0;
-    // Asks a running background service for a silent push; false when none runs.
-    virtual bool pushToBackgroundService() = 0;
-};
-
 // What a background fetch or push tells the platform it found.
 enum class FetchResult { NewData = 0, NoData = 1, Failed = 2 };
 using CompletionHandler = std::function<void(FetchResult)>;
@@ -113,4 +96,26 @@ public:
     virtual void save(const QString &identifier, std::function<void(const QString &error)> done) = 0;
     virtual void fetchAll(std::function<void(const QStringList &identifiers, const QString &error)> done) = 0;
     virtual void remove(const QStringList &identifiers) = 0;
+};
+
+class LocationService;
+
+// The desktop's services as one bundle, for programs that load them only when a command needs
+// them (connecting to the session bus and loading its libraries costs every short command).
+class DesktopServices
+{
+public:
+    virtual ~DesktopServices() = default;
+    virtual UserNotificationCenter *notifications() = 0;
+    virtual IconBadge *badge() = 0;
+    virtual BackgroundRefreshStatus *refreshStatus() = 0;
+    virtual LocationService *location() = 0;
+    // The push subscription; `onPush` runs for each message, `onAccountChanged` when the push
+    // provider changed (a distributor appeared).
+    virtual PushSubscriptions *push(std::function<void()> onPush, std::function<void()> onAccountChanged) = 0;
+    // The background service announces itself (so the refresh status reads as available) and
+    // takes wake-ups from outside: a silent push, or a plain request to sample now.
+    virtual bool registerBackgroundService(std::function<void()> onPush, std::function<void()> onWake) = 0;
+    // Asks a running background service for a silent push; false when none runs.
+    virtual bool pushToBackgroundService() = 0;
 };

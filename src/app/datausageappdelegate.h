@@ -45,6 +45,7 @@ public:
 
     SharedCode &shared() const { return m_shared; }
     void setServices(Services services) { m_services = services; }
+    Services services() const { return m_services; }
     int applicationState = Active;
     RootController *rootController = nullptr;
 

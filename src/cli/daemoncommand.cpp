@@ -55,8 +55,6 @@ int daemon(const QStringList &args, Environment &env)
     }
     Services &s = env.desktopServices();
     DataUsageAppDelegate &delegate = s.delegate;
-    delegate.applicationWillFinishLaunching(); // the service runs in the background state
-    delegate.applicationDidFinishLaunching();
     // Every wake-up runs the usage check; one that comes while a check runs is answered at once.
     const auto wakeUp = [&delegate](const QString &trigger, bool push) {
         const bool covered = delegate.isCheckingUsage();
@@ -82,8 +80,13 @@ int daemon(const QStringList &args, Environment &env)
                   .arg(v.longitude, 0, 'f', 5));
         std::fflush(stdout);
     };
+    // On the bus first, so the push registration made at launch names a service that answers.
     if (env.startBackgroundService)
         env.startBackgroundService(push, [wake] { wake(QStringLiteral("wake")); });
+    delegate.applicationWillFinishLaunching(); // the service runs in the background state
+    delegate.applicationDidFinishLaunching();
+    // Whether a push distributor is there is known from now on, as after an account change.
+    delegate.cloudAccountChanged();
     QTimer timer;
     timer.setInterval(int(interval * 1000));
     QObject::connect(&timer, &QTimer::timeout, [&] { wake(QStringLiteral("fetch")); });

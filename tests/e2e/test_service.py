@@ -43,6 +43,7 @@ class Daemon:
         self.proc.send_signal(signal.SIGTERM)
         self.proc.wait(timeout=10)
         self.reader.join()
+        self.err = self.proc.stderr.read()
         self.proc.stdout.close()
         self.proc.stderr.close()
 
@@ -74,10 +75,16 @@ class BackgroundService(unittest.TestCase):
         finally:
             daemon.stop()
         self.assertIn("  terminate: ", daemon.lines[-1])
+        self.assertIn("qx_marker_log sub.error - no UnifiedPush distributor on the session bus", daemon.err)
         self.assertEqual(self.c.totals()["cellIn"], 600_000)
         p = self.c.run("push", check=False)
         self.assertEqual((p.returncode, p.stderr.splitlines()[-1]),
                          (1, "tallymo: no Tallymo background service is running (start one with tallymo daemon)"))
+
+
+def read(path):
+    with open(path) as f:
+        return f.read()
 
 
 def events(c):
@@ -85,6 +92,42 @@ def events(c):
         return c.totals()["events"]
     except sqlite3.OperationalError:  # not created yet
         return 0
+
+
+class UnifiedPush(unittest.TestCase):
+    def test_distributor_registration_and_message(self):
+        with SessionBus(notification_server=False) as session:
+            c = Container()
+            distributor = subprocess.Popen(["/usr/bin/python3", "-m", "dbusmock", "org.unifiedpush.Distributor.fake",
+                                            "/org/unifiedpush/Distributor", "org.unifiedpush.Distributor1"],
+                                           env=session.env, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+            try:
+                deadline = time.time() + 10
+                while not session.bus.name_has_owner("org.unifiedpush.Distributor.fake") and time.time() < deadline:
+                    time.sleep(0.05)
+                mock = session.bus.get_object("org.unifiedpush.Distributor.fake", "/org/unifiedpush/Distributor")
+                mock.AddMethod("", "Register", "sss", "ss", 'ret = ("REGISTRATION_SUCCEEDED", "")',
+                               dbus_interface="org.freedesktop.DBus.Mock")
+                mock.AddMethod("", "Unregister", "s", "", "", dbus_interface="org.freedesktop.DBus.Mock")
+                c.env.update(DBUS_SESSION_BUS_ADDRESS=session.address)
+                c.write_counters({"wwan0": (1000, 1000)})
+                daemon = Daemon(c.env)
+                try:
+                    daemon.wait_for("launch")
+                    calls = mock.GetMethodCalls("Register", dbus_interface="org.freedesktop.DBus.Mock")
+                    self.assertEqual([list(args[:2]) for _, args in calls][0], [SERVICE, "tallymo_push_subscription2"])
+                    c.write_counters({"wwan0": (4000, 1000)})
+                    session.bus.get_object(SERVICE, "/org/unifiedpush/Connector").Message(
+                        "tallymo_push_subscription2", dbus.ByteArray(b"{}"), "m1",
+                        dbus_interface="org.unifiedpush.Connector1")
+                    self.assertIn("+cell 2.9 KB", daemon.wait_for("push"))
+                finally:
+                    daemon.stop()
+                self.assertNotIn("sub.error", daemon.err)
+            finally:
+                distributor.terminate()
+                distributor.wait()
+                c.cleanup()
 
 
 class Activation(unittest.TestCase):
@@ -119,7 +162,7 @@ class Activation(unittest.TestCase):
                 try:
                     out = os.path.join(work.name, "out.txt")
                     deadline = time.time() + 10
-                    while time.time() < deadline and "  launch: " not in open(out).read():
+                    while time.time() < deadline and "  launch: " not in read(out):
                         time.sleep(0.05)
                     c.write_counters({"wwan0": (9000, 1000)})
                     # A wake-up that arrives while a check runs is answered without a new one.
@@ -127,9 +170,7 @@ class Activation(unittest.TestCase):
                     while time.time() < deadline and events(c) == 0:
                         bus.get_object(SERVICE, PATH).Wake(dbus_interface=SERVICE)
                         time.sleep(0.2)
-                    with open(os.path.join(work.name, "out.txt")) as f:
-                        output = f.read()
-                    self.assertEqual(c.totals()["cellIn"], 4000, output)
+                    self.assertEqual(c.totals()["cellIn"], 4000, read(out))
                 finally:
                     os.kill(pid, signal.SIGTERM)
             finally:

@@ -12,7 +12,7 @@ Q_LOGGING_CATEGORY(lcDesktop, "tallymo.platform.desktop", QtWarningMsg)
 SessionDesktop::SessionDesktop(const QString &container, const Clock &clock)
     : m_bus(QDBusConnection::sessionBus()), m_notifications(container, m_bus, clock), m_badge(m_bus),
       m_refreshStatus(m_bus, LinuxBackgroundRefresh::defaultSystemdUserDir()),
-      m_location(qEnvironmentVariable("TALLYMO_NMEA"))
+      m_location(qEnvironmentVariable("TALLYMO_NMEA")), m_push(m_bus, LinuxBackgroundRefresh::kServiceName)
 {
     if (!m_bus.isConnected())
         qCWarning(lcDesktop, "no session bus (%s): no notifications, badge or background service name",
@@ -38,6 +38,13 @@ bool SessionDesktop::registerBackgroundService(std::function<void()> onPush, std
     qCWarning(lcDesktop, "%s is already owned on the session bus; carrying on without it",
               LinuxBackgroundRefresh::kServiceName.data());
     return false;
+}
+
+PushSubscriptions *SessionDesktop::push(std::function<void()> onPush, std::function<void()> onAccountChanged)
+{
+    m_push.onMessage = std::move(onPush);
+    m_push.onDistributorChanged = std::move(onAccountChanged);
+    return &m_push;
 }
 
 bool SessionDesktop::pushToBackgroundService()

@@ -4,6 +4,7 @@
 #include "freedesktopnotifications.h"
 #include "platform/positioning/positioninglocation.h"
 #include "sessionservices.h"
+#include "unifiedpush.h"
 
 #include <memory>
 
@@ -21,6 +22,7 @@ public:
     IconBadge *badge() override { return &m_badge; }
     BackgroundRefreshStatus *refreshStatus() override { return &m_refreshStatus; }
     LocationService *location() override { return &m_location; }
+    PushSubscriptions *push(std::function<void()> onPush, std::function<void()> onAccountChanged) override;
     bool registerBackgroundService(std::function<void()> onPush, std::function<void()> onWake) override;
     bool pushToBackgroundService() override;
 
@@ -30,6 +32,7 @@ private:
     LauncherEntryBadge m_badge;
     LinuxBackgroundRefresh m_refreshStatus;
     PositioningLocation m_location;
+    UnifiedPushSubscriptions m_push;
     std::unique_ptr<QObject> m_backgroundObject;
 };
 
