@@ -44,8 +44,9 @@ void report(DataUsageAppDelegate &delegate, const QString &trigger)
 
 int daemon(const QStringList &args, Environment &env)
 {
-    const Arguments a(args, {QStringLiteral("interval")}, {});
-    a.expectPositional(0, 0, QStringLiteral("tallymo daemon [--interval SECONDS]"));
+    // --foreground is accepted for service managers that pass it: the service never detaches.
+    const Arguments a(args, {QStringLiteral("interval")}, {QStringLiteral("foreground")});
+    a.expectPositional(0, 0, QStringLiteral("tallymo daemon [--interval SECONDS] [--foreground]"));
     double interval = 300;
     if (a.has(QStringLiteral("interval"))) {
         bool ok = false;

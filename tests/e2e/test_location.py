@@ -108,6 +108,35 @@ class Location(unittest.TestCase):
                 gpsd.close()
                 c.cleanup()
 
+    def test_recorded_track(self):
+        """A recorded NMEA file, replayed at its own pace, gives the samples its last position."""
+        c = Container()
+        with SessionBus(notification_server=False) as session:
+            try:
+                start = datetime.now(timezone.utc).replace(microsecond=0)
+                track = os.path.join(c.root, "track.nmea")
+                with open(track, "w") as f:
+                    f.write("".join(fix(start + timedelta(seconds=i), 48.1 + 0.001 * i, 11.5, 0.9) for i in range(3)))
+                c.env.update(DBUS_SESSION_BUS_ADDRESS=session.address, TALLYMO_NMEA=f"file://{track}")
+                c.write_counters({"wwan0": (1000, 1000)})
+                c.run("defaults", "write", "PREF_V7_GEO", "true")
+                daemon = Daemon(c.env)
+                try:
+                    daemon.wait_for("launch")
+                    time.sleep(3)  # the replay keeps the recording's one-second pace
+                    c.write_counters({"wwan0": (3000, 1000)})
+                    c.run("push")
+                    daemon.wait_for("push")
+                finally:
+                    daemon.stop()
+                db = sqlite3.connect(f"file:{c.store_path()}?mode=ro", uri=True)
+                lat, lon = db.execute("SELECT latitude, longitude FROM Event").fetchone()
+                db.close()
+                self.assertAlmostEqual(lat, 48.102, places=6)
+                self.assertAlmostEqual(lon, 11.5, places=6)
+            finally:
+                c.cleanup()
+
 
 if __name__ == "__main__":
     unittest.main(verbosity=2)
