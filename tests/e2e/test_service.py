@@ -82,6 +82,18 @@ class BackgroundService(unittest.TestCase):
                          (1, "tallymo: no Tallymo background service is running (start one with tallymo daemon)"))
 
 
+def wait_gone(pid, timeout=20):
+    """Waits for a process that is not our child (the bus started it) to end."""
+    deadline = time.time() + timeout
+    while time.time() < deadline:
+        try:
+            os.kill(pid, 0)
+        except ProcessLookupError:
+            return
+        time.sleep(0.05)
+    raise AssertionError(f"process {pid} did not end")
+
+
 def read(path):
     with open(path) as f:
         return f.read()
@@ -173,6 +185,7 @@ class Activation(unittest.TestCase):
                     self.assertEqual(c.totals()["cellIn"], 4000, read(out))
                 finally:
                     os.kill(pid, signal.SIGTERM)
+                    wait_gone(pid)
             finally:
                 bus.close()
                 os.kill(bus_pid, signal.SIGTERM)
