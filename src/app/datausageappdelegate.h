@@ -56,6 +56,15 @@ public:
     // Plans.
     QVariantMap makeNewPlan() const;
     void addAPlan(const QVariantMap &plan);
+    // Never the active plan; the store file goes first, then the settings.
+    void removeAPlan(const QString &plan);
+    void removeSQLFileForPlan(const QString &plan);
+    // A last sample into the active plan, then (on the main queue) the switch; `done` after it.
+    void switchPlan(const QString &plan, std::function<void()> done = nullptr);
+    // Deletes the active plan's usage of the current period (as last computed).
+    void resetCurrent();
+    // A cellular record of that many bytes, stamped now; nothing for 0 or less.
+    void addUsageToCurrent(double bytes);
     std::shared_ptr<StoreContext> mocForPlan(const QString &plan);
     std::shared_ptr<StoreContext> tempMOC() const { return m_tempMOC; }
     void dropTempMOC() { m_tempMOC.reset(); }

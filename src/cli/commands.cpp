@@ -7,11 +7,17 @@
 #include "output.h"
 #include "plans/billingcycle.h"
 
+#include "plans/amountentry.h"
+
 #include <QCollator>
+#include <QCoreApplication>
 #include <QJsonArray>
 #include <QJsonObject>
+#include <QRegularExpression>
 
 #include <algorithm>
+#include <cstdio>
+#include <unistd.h>
 
 namespace Cli {
 namespace {
@@ -171,6 +177,98 @@ void checkPlanValue(const QString &key, const QVariant &value)
         throw UsageError(QStringLiteral("a store file name must be a plain, non-empty file name"));
 }
 
+// Asks on a terminal; --yes answers for scripts.
+bool confirm(const Arguments &a, const QString &question)
+{
+    if (a.flag(QStringLiteral("yes")))
+        return true;
+    if (!::isatty(STDIN_FILENO))
+        throw UsageError(question + QStringLiteral(" (no terminal to ask on: add --yes)"));
+    print(question + QStringLiteral(" [y/N] "));
+    std::fflush(stdout);
+    char answer[16] = {};
+    if (!std::fgets(answer, sizeof answer, stdin))
+        return false;
+    return answer[0] == 'y' || answer[0] == 'Y';
+}
+
+// Runs the block on the active plan's queue and waits for the queue to be done with it.
+void drainActiveQueue(SharedCode &shared)
+{
+    if (const std::shared_ptr<StoreContext> context = shared.mocForActive())
+        context->performAndWait([] {});
+}
+
+// switch, remove, reset and add-usage; -1 for another verb.
+int planChange(const Arguments &a, Environment &env, const QString &usage)
+{
+    const QString verb = a.positional.first();
+    if (verb == QLatin1StringView("switch")) {
+        a.expectPositional(2, 2, usage);
+        Services &s = env.services();
+        const QString id = requirePlan(s.shared, a.positional.at(1));
+        bool switched = false;
+        s.delegate.switchPlan(id, [&] {
+            switched = true;
+            QCoreApplication::exit();
+        });
+        if (!switched)
+            QCoreApplication::exec();
+        drainActiveQueue(s.shared);
+        return synchronized(s.shared);
+    }
+    if (verb == QLatin1StringView("remove")) {
+        a.expectPositional(2, 2, usage);
+        Services &s = env.services();
+        const QString id = requirePlan(s.shared, a.positional.at(1));
+        if (id == s.shared.activePlanID())
+            throw UsageError(
+                QStringLiteral("the active plan cannot be deleted (switch to another plan first)"));
+        if (!confirm(a, QCoreApplication::translate("PlanController", "Do you want to delete this plan?")))
+            return 1;
+        s.delegate.removeAPlan(id);
+        return synchronized(s.shared);
+    }
+    if (verb == QLatin1StringView("reset")) {
+        a.expectPositional(1, 1, usage);
+        Services &s = env.services();
+        if (!confirm(a, QCoreApplication::translate("ResetController",
+                                                    "This will delete current usage statistics.")))
+            return 1;
+        const std::shared_ptr<StoreContext> context = s.shared.mocForActive();
+        context->performAndWait([&] { s.delegate.readCurrentValues(context.get()); });
+        s.delegate.resetCurrent();
+        drainActiveQueue(s.shared);
+        return 0;
+    }
+    if (verb == QLatin1StringView("add-usage")) {
+        a.expectPositional(2, 2, usage);
+        static const QRegularExpression re(QStringLiteral("^\\s*([^a-zA-Z]+?)\\s*(MB|GB)?\\s*$"),
+                                           QRegularExpression::CaseInsensitiveOption);
+        const QRegularExpressionMatch m = re.match(a.positional.at(1));
+        const AmountEntry::Unit unit =
+            m.captured(2).compare(QLatin1StringView("GB"), Qt::CaseInsensitive) == 0 ? AmountEntry::GB
+                                                                                     : AmountEntry::MB;
+        const std::optional<AmountEntry::Amount> amount =
+            m.hasMatch() ? AmountEntry::capAmount(m.captured(1), unit) : std::nullopt;
+        if (!amount)
+            throw UsageError(
+                QStringLiteral("\"%1\" is not an amount of at least 0.001 MB (for example 500MB or 1.5GB)")
+                    .arg(a.positional.at(1)));
+        Services &s = env.services();
+        const QString question =
+            QCoreApplication::translate("AddController",
+                                        "Do you want to add %@ to your current cellular usage?")
+                .replace(QLatin1StringView("%@"), SettingsHelper::capString(amount->display));
+        if (!confirm(a, question))
+            return 1;
+        s.delegate.addUsageToCurrent(amount->bytes);
+        drainActiveQueue(s.shared);
+        return 0;
+    }
+    return -1;
+}
+
 QJsonObject planSummary(SharedCode &shared, const QString &id)
 {
     return QJsonObject{{QStringLiteral("id"), id},
@@ -213,9 +311,10 @@ int listPlans(SharedCode &shared, bool json)
 int plans(const QStringList &args, Environment &env)
 {
     const Arguments a(args, {QStringLiteral("label"), QStringLiteral("type"), QStringLiteral("plan")},
-                      {QStringLiteral("json")});
-    const QString usage = QStringLiteral(
-        "tallymo plans list | add [--label L] | show [ID] | set KEY VALUE [--type T] [--plan ID]");
+                      {QStringLiteral("json"), QStringLiteral("yes")});
+    const QString usage = QStringLiteral("tallymo plans list | add [--label L] | show [ID] | set KEY VALUE "
+                                         "[--type T] [--plan ID] | switch ID | remove ID | reset | "
+                                         "add-usage AMOUNT[MB|GB] [--yes]");
     a.expectPositional(1, 3, usage);
     const QString verb = a.positional.first();
     const bool json = a.flag(QStringLiteral("json"));
@@ -259,6 +358,8 @@ int plans(const QStringList &args, Environment &env)
         s.shared.setForPlan(planOption(s.shared, a), key, value);
         return synchronized(s.shared);
     }
+    if (const int rc = planChange(a, env, usage); rc >= 0)
+        return rc;
     throw UsageError(QStringLiteral("unknown plans command \"%1\"; usage: %2").arg(verb, usage));
 }
 

@@ -36,6 +36,8 @@ class CommandLine(unittest.TestCase):
             ["plans", "show", "NO-SUCH-PLAN"], ["daemon", "--interval", "0"], ["plans", "frobnicate"],
             ["alerts", "set", "2", "95"], ["alerts", "set", "1", "4"], ["alerts", "set", "5", "50"],
             ["alerts", "set", "1", "half"], ["alerts", "mute"], ["status", "--plan", "NO-SUCH-PLAN"],
+            ["plans", "add-usage", "12a", "--yes"], ["plans", "add-usage", "0.0001GB", "--yes"],
+            ["plans", "reset"], ["plans", "switch", "NO-SUCH-PLAN"], ["plans", "remove"],
         ]
         for args in cases:
             with self.subTest(args=args):
@@ -106,6 +108,21 @@ class CommandLine(unittest.TestCase):
         self.assertEqual(status["effectiveDataCap"], 123456789)
         self.assertEqual(status["monthPercent"], (row[0] + row[1]) * 100 / 123456789)
         self.assertGreater(status["monthWifi"], 2**32)  # beyond 32 bits, nothing wrapped
+
+    def test_plan_changes(self):
+        other = self.c.run("plans", "add", "--label", "Travel").stdout.strip()
+        active = json.loads(self.c.run("plans", "show", "--json").stdout)["PREF_PLAN_ID"]
+        p = self.c.run("plans", "remove", active, "--yes", check=False)
+        self.assertEqual((p.returncode, p.stderr),
+                         (2, "tallymo: the active plan cannot be deleted (switch to another plan first)\n"))
+        self.c.run("plans", "add-usage", "1.5GB", "--yes")
+        self.assertEqual(json.loads(self.c.run("status", "--json").stdout)["monthCellIn"], 1610612736)
+        self.c.run("plans", "reset", "--yes")
+        self.assertEqual(json.loads(self.c.run("status", "--json").stdout)["monthCellIn"], 0)
+        self.c.run("plans", "switch", other)
+        self.c.run("plans", "remove", active, "--yes")
+        self.assertEqual([r["id"] for r in json.loads(self.c.run("plans", "list", "--json").stdout)], [other])
+        self.assertFalse(os.path.exists(os.path.join(self.c.path, active + ".sqlite")))
 
     # Many processes writing different keys at once: none is lost.
     def test_concurrent_writers_keep_every_key(self):
