@@ -4,7 +4,7 @@
 #   bench/run.sh quick    the in-process benchmarks only (no vnStat comparison)
 set -euo pipefail
 cd "$(dirname "$0")/.."
-scripts/deps.sh vnstat hyperfine
+scripts/deps.sh vnstat hyperfine time
 cmake -S . -B build-bench -DCMAKE_BUILD_TYPE=Release -DTALLYMO_TESTS=OFF -DTALLYMO_BENCH=ON >/dev/null
 cmake --build build-bench -j"$(nproc)" --target tallymo_bench tallymo >/dev/null
 echo "== in-process"
@@ -33,3 +33,20 @@ import json, sys
 for r in json.load(open(sys.argv[1]))["results"]:
     print(f"  {r['median'] * 1000:7.2f} ms median  {r['command'].split('/')[-1]}")
 PY
+echo "== export of the whole five-year store (61 monthly cycles)"
+tallymo=build-bench/programs/tallymo/tallymo
+hyperfine -N --warmup 1 --runs 5 --export-json "$work/export.json" "$tallymo export --cycles 61 -o $work/export.json.out" >/dev/null
+peak=$(/usr/bin/time -f %M "$tallymo" export --cycles 61 -o "$work/export.json.out" 2>&1 >/dev/null | tail -1)
+peak3=$(/usr/bin/time -f %M "$tallymo" export --cycles 3 -o "$work/small.json.out" 2>&1 >/dev/null | tail -1)
+python3 - "$work/export.json" "$work/export.json.out" "$peak" "$peak3" <<'PY'
+import json, os, sys
+median = json.load(open(sys.argv[1]))["results"][0]["median"]
+size = os.path.getsize(sys.argv[2]) / 1e6
+print(f"  {median * 1000:7.0f} ms median for {size:.1f} MB: {size / median:.0f} MB/s; "
+      f"peak memory {int(sys.argv[3]) / 1024:.1f} MB (3 cycles: {int(sys.argv[4]) / 1024:.1f} MB)")
+PY
+if [ -d "$vn" ]; then
+    hyperfine -N --warmup 1 --runs 3 --export-json "$work/vnjson.json" \
+        "vnstat --config $work/vnstat.conf -i eth0 --json" >/dev/null
+    python3 -c "import json,sys; print(f\"  {json.load(open(sys.argv[1]))['results'][0]['median']*1000:7.0f} ms median  vnstat --json\")" "$work/vnjson.json"
+fi

@@ -6,6 +6,7 @@
 #include "platform/linux/linuxnetworkinterfaces.h"
 #include "platform/linux/paths.h"
 #include "platform/linux/unixsignals.h"
+#include "platform/linux/xdgmail.h"
 
 #include <QCoreApplication>
 #include <QLibrary>
@@ -98,6 +99,8 @@ int main(int argc, char **argv)
         return s;
     };
     env.onTerminationRequest = UnixSignals::onTermination;
+    XdgMail mail;
+    env.mail = &mail;
     env.startBackgroundService = [&](std::function<void()> onPush, std::function<void()> onWake) {
         if (!desktop)
             return false;

@@ -6,6 +6,7 @@
 
 class SharedCode;
 class DataUsageAppDelegate;
+class MailComposer;
 
 namespace Cli {
 
@@ -31,6 +32,8 @@ struct Environment
     std::function<bool(std::function<void()> onPush, std::function<void()> onWake)> startBackgroundService;
     // Asks the running background service for a silent push; false when none runs.
     std::function<bool()> pushToBackgroundService;
+    // The user's mail program, for an export sent by mail.
+    MailComposer *mail = nullptr;
 };
 
 // `tallymo refresh` when the fetch found no new data (0 is new data, 1 a failure).
@@ -53,5 +56,6 @@ int status(const QStringList &args, Environment &env);
 int refresh(const QStringList &args, Environment &env);
 int alerts(const QStringList &args, Environment &env);
 int push(const QStringList &args, Environment &env);
+int exportUsage(const QStringList &args, Environment &env);
 
 } // namespace Cli

@@ -22,8 +22,11 @@ enum Slot {
     RangeSlot,
     InsertEventSlot,
     InsertNetSlot,
-    DeleteSlot
+    DeleteSlot,
+    StreamSlot,
+    SlotCount
 };
+static_assert(SlotCount <= 9, "one prepared statement each");
 
 // Each entry brings the schema from version (index) to version (index + 1).
 const char *const kMigrations[] = {
@@ -287,6 +290,25 @@ QList<Event> UsageStore::events(const QDateTime &start, const QDateTime &end)
         return {};
     }
     return rows;
+}
+
+bool UsageStore::forEachEvent(const QDateTime &start, const QDateTime &end,
+                              const std::function<bool(double, const double (&)[4])> &visit)
+{
+    sqlite3_stmt *s = statement(StreamSlot, "SELECT timeStamp, cellIn, cellOut, wifiIn, wifiOut FROM Event "
+                                            "WHERE timeStamp >= ?1 AND timeStamp < ?2");
+    Reset reset{s};
+    if (!s)
+        return false;
+    bindRange(s, start, end);
+    int rc;
+    while ((rc = sqlite3_step(s)) == SQLITE_ROW) {
+        const double counters[4] = {sqlite3_column_double(s, 1), sqlite3_column_double(s, 2),
+                                    sqlite3_column_double(s, 3), sqlite3_column_double(s, 4)};
+        if (!visit(sqlite3_column_double(s, 0), counters))
+            return true;
+    }
+    return rc == SQLITE_DONE;
 }
 
 std::optional<TimeStampRange> UsageStore::timeStampRange()

@@ -4,6 +4,7 @@
 #include <QList>
 #include <QString>
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <variant>
@@ -74,6 +75,11 @@ public:
     QList<HourSums> hourlySums(const QDateTime &start, const QDateTime &end);
     QList<Event> events(const QDateTime &start, const QDateTime &end);
     std::optional<TimeStampRange> timeStampRange();
+    // Streams the events of a range in the store's order without building a list: the time
+    // stamp in seconds and the four counters. The visitor returns false to stop. False when the
+    // fetch failed.
+    bool forEachEvent(const QDateTime &start, const QDateTime &end,
+                      const std::function<bool(double timeStamp, const double (&counters)[4])> &visit);
 
     struct DeleteRange
     {
@@ -98,5 +104,5 @@ private:
     QString lastError() const;
 
     sqlite3 *m_db = nullptr;
-    sqlite3_stmt *m_statements[8] = {};
+    sqlite3_stmt *m_statements[9] = {};
 };

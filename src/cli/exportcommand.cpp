@@ -1,0 +1,80 @@
+// The export command: one plan's usage, cycle by cycle, as JSON.
+#include "app/datausageappdelegate.h"
+#include "arguments.h"
+#include "cli.h"
+#include "core/settingskeys.h"
+#include "history/exportcontroller.h"
+
+#include <QCoreApplication>
+#include <QRegularExpression>
+
+#include <cstdio>
+#include <unistd.h>
+
+namespace Cli {
+
+int exportUsage(const QStringList &rawArgs, Environment &env)
+{
+    QStringList args = rawArgs;
+    args.replaceInStrings(QRegularExpression(QStringLiteral("^-o$")), QStringLiteral("--output"));
+    const Arguments a(
+        args,
+        {QStringLiteral("cycles"), QStringLiteral("row"), QStringLiteral("plan"), QStringLiteral("output")},
+        {QStringLiteral("mail")});
+    const QString usage =
+        QStringLiteral("tallymo export (--cycles N | --row R) [--plan ID] [-o FILE] [--mail]");
+    a.expectPositional(0, 0, usage);
+    if (a.has(QStringLiteral("cycles")) == a.has(QStringLiteral("row")))
+        throw UsageError(QStringLiteral("give either --cycles N or --row R; usage: %1").arg(usage));
+    bool ok = false;
+    const qint64 number = (a.has(QStringLiteral("cycles")) ? a.option(QStringLiteral("cycles"))
+                                                           : a.option(QStringLiteral("row")))
+                              .toLongLong(&ok);
+    if (!ok || number < (a.has(QStringLiteral("row")) ? 0 : 1) ||
+        (a.has(QStringLiteral("row")) && number > 3))
+        throw UsageError(a.has(QStringLiteral("row"))
+                             ? QStringLiteral("--row takes 0, 1, 2 or 3")
+                             : QStringLiteral("--cycles takes a whole number from 1 up"));
+    Services &s = env.services();
+    QString plan = s.shared.activePlanID();
+    if (a.has(QStringLiteral("plan"))) {
+        plan = a.option(QStringLiteral("plan"));
+        if (!s.shared.userPref().dictionaryForKey(Keys::PREF_ALL_PLANS).contains(plan))
+            throw UsageError(QStringLiteral("no plan with id %1 (see tallymo plans list)").arg(plan));
+    }
+    const QString path = a.has(QStringLiteral("output")) ? a.option(QStringLiteral("output"))
+                                                         : ExportController::exportFilePath();
+    ExportController controller(s.shared, plan);
+    const qint64 cycles = a.has(QStringLiteral("cycles")) ? number : controller.exportPeriod(quint32(number));
+    if (::isatty(STDERR_FILENO))
+        controller.progress = [](qint64 rows) {
+            std::fprintf(stderr, "\rexporting: %lld records", qlonglong(rows));
+            std::fflush(stderr);
+        };
+    env.onTerminationRequest([&controller] { controller.cancelExport(); });
+    std::optional<ExportController::Outcome> outcome;
+    controller.processCycles(cycles, path, a.flag(QStringLiteral("mail")) ? env.mail : nullptr,
+                             [&](const ExportController::Outcome &o) {
+                                 outcome = o;
+                                 QCoreApplication::exit();
+                             });
+    if (!outcome)
+        QCoreApplication::exec();
+    if (controller.progress)
+        std::fputs("\n", stderr);
+    switch (outcome->kind) {
+    case ExportController::Outcome::Finished:
+        print(
+            QStringLiteral("%1: %2 cycles, %3 records\n").arg(path).arg(outcome->cycles).arg(outcome->rows));
+        return 0;
+    case ExportController::Outcome::Cancelled:
+        printError(QStringLiteral("tallymo: export cancelled; %1 is incomplete\n").arg(path));
+        return 130;
+    case ExportController::Outcome::Failed:
+        break;
+    }
+    printError(QStringLiteral("tallymo: %1 (%2)\n").arg(outcome->message, path));
+    return 1;
+}
+
+} // namespace Cli

@@ -1,0 +1,70 @@
+#pragma once
+
+#include "core/sharedcode.h"
+
+#include <QObject>
+
+#include <atomic>
+#include <functional>
+
+class UsageStore;
+
+// Hands an exported file to the user's mail program.
+class MailComposer
+{
+public:
+    virtual ~MailComposer() = default;
+    virtual bool canSendMail() = 0;
+    // Opens a new message with the subject and the file attached under `attachmentName`.
+    virtual bool compose(const QString &subject, const QString &file, const QString &attachmentName) = 0;
+};
+
+// The export screen: one plan's usage, cycle by cycle, as JSON streamed to a file.
+class ExportController : public QObject
+{
+    Q_OBJECT
+    Q_PROPERTY(QString title READ title CONSTANT)
+    Q_PROPERTY(QString footer READ footer CONSTANT)
+
+public:
+    struct Outcome
+    {
+        enum Kind { Finished, Failed, Cancelled };
+        Kind kind = Failed;
+        QString message;   // for Failed: what to tell the user
+        QString timestamp; // for Finished: the export's time stamp text
+        qint64 cycles = 0;
+        qint64 rows = 0;
+    };
+
+    ExportController(SharedCode &shared, QString planID, QObject *parent = nullptr);
+
+    static qint64 exportPeriod(quint32 row, int planType);
+    qint64 exportPeriod(quint32 row) const;
+    QString exportString(quint32 row) const;
+    QString title() const;
+    QString footer() const;
+    static QString exportFilePath();
+    static QString dateText(double secondsSinceEpoch);
+    static QString mailSubject(const QString &timestamp);
+    static QString attachmentName(const QString &timestamp);
+
+    // The export of `cycles` cycles over an open store, on the calling thread; `progress` gets the
+    // rows written so far after each cycle.
+    Outcome runExport(UsageStore *store, qint64 cycles, const QString &path,
+                      const std::function<void(qint64 rows)> &progress = {});
+    // The same on a private context of the plan's store; `done` runs on the main thread, where a
+    // finished export is handed to the mail program when one is given.
+    void processExport(quint32 row, const QString &path, MailComposer *mail,
+                       std::function<void(Outcome)> done);
+    void processCycles(qint64 cycles, const QString &path, MailComposer *mail,
+                       std::function<void(Outcome)> done);
+    void cancelExport() { m_exportCancel = true; }
+    // Told the rows written so far after each cycle, on the export's queue.
+    std::function<void(qint64 rows)> progress;
+
+private:
+    SharedCode &m_shared;
+    QString m_planID;
+    std::atomic<bool> m_exportCancel{false};
+};
