@@ -57,5 +57,6 @@ int refresh(const QStringList &args, Environment &env);
 int alerts(const QStringList &args, Environment &env);
 int push(const QStringList &args, Environment &env);
 int exportUsage(const QStringList &args, Environment &env);
+int history(const QStringList &args, Environment &env);
 
 } // namespace Cli

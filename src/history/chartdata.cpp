@@ -1,0 +1,108 @@
+#include "chartdata.h"
+
+#include "core/sharedcode.h"
+#include "core/storecontext.h"
+#include "plans/billingcycle.h"
+
+#include <algorithm>
+
+QString ChartData::description() const
+{
+    return QString::asprintf("c:%.1f w:%.1f", sumCell, sumWifi);
+}
+
+namespace History {
+
+ChartRanges findRanges(const ChartBuckets &buckets)
+{
+    ChartRanges r;
+    for (const ChartData &d : buckets) {
+        r.cellMaximum = std::max(r.cellMaximum, d.sumCell);
+        r.wifiMaximum = std::max(r.wifiMaximum, d.sumWifi);
+        if (d.sumCell > kTrickleBytes)
+            r.cellNonZeroMinimum = std::min(r.cellNonZeroMinimum, d.sumCell);
+        if (d.sumWifi > kTrickleBytes)
+            r.wifiNonZeroMinimum = std::min(r.wifiNonZeroMinimum, d.sumWifi);
+    }
+    return r;
+}
+
+double widthPercent(double v, double min, double max)
+{
+    if (min > max)
+        return -1;
+    if (min == max)
+        return v < min ? -1 : 0.8;
+    return v < min ? -1 : (v - min) / (max - min);
+}
+
+RowLayout rowLayout(double w, double p, double q)
+{
+    const double c = w / 2;
+    const double pp = std::max(p, 0.0), qq = std::max(q, 0.0);
+    RowLayout l;
+    l.cellAmountX = (c - 100) + pp * (106 - c);
+    l.wifiAmountX = (c + 32) + qq * (w - 74 - (c + 32));
+    l.cellBarWidth = p < 0 ? 0 : 15 + pp * (c - 51);
+    l.cellBarX = (c - 26) - l.cellBarWidth;
+    l.wifiBarX = c + 26;
+    l.wifiBarWidth = q < 0 ? 0 : 15 + qq * (c - 51);
+    return l;
+}
+
+ChartBuckets bucketSums(StoreContext &context, const QDateTime &start, const QDateTime &end, Bucket bucket)
+{
+    ChartBuckets buckets;
+    for (const HourSums &h : context.hourlySums(start, end)) {
+        const QDateTime local = h.timeStamp.toLocalTime();
+        const QTime t = local.time();
+        // The hour's own start (exact in a repeated hour), or the start of its day.
+        const QDateTime key = bucket == Bucket::Hour
+                                  ? local.addMSecs(-qint64(t.minute() * 60000 + t.second() * 1000 + t.msec()))
+                                  : local.date().startOfDay();
+        ChartData &d = buckets[key];
+        d.sumCell += h.sums.cellIn + h.sums.cellOut;
+        d.sumWifi += h.sums.wifiIn + h.sums.wifiOut;
+    }
+    return buckets;
+}
+
+std::optional<ChartData> computeUsage(StoreContext &context, const QDateTime &start, const QDateTime &end)
+{
+    const std::optional<UsageSums> s = context.sum(start, end);
+    if (!s)
+        return std::nullopt;
+    const ChartData d{s->cellIn + s->cellOut, s->wifiIn + s->wifiOut};
+    if (!(d.sumCell > 0) && !(d.sumWifi > 0))
+        return std::nullopt;
+    return d;
+}
+
+QList<PeriodRow> periods(SharedCode &shared, StoreContext &context, const QString &plan)
+{
+    QList<PeriodRow> rows;
+    const std::optional<TimeStampRange> range = context.timeStampRange();
+    if (!range)
+        return rows;
+    const int steps =
+        shared.dataPlanTypeForPlan(plan) == BillingCycle::NDays && shared.nForCycleForPlan(plan) < 3 ? 30
+                                                                                                     : 12;
+    QDateTime d = shared.clock().now();
+    for (int i = 0; i < steps; ++i) {
+        const Period p = shared.computeStartEndDates(d, plan);
+        if (range->minDate > p.end)
+            break;
+        d = SharedCode::dateByAddingUnit(CalendarUnit::Day, -1, p.start);
+        if (const std::optional<ChartData> data = computeUsage(context, p.start, p.end))
+            rows.append(PeriodRow{p.start, p.end, *data});
+    }
+    return rows;
+}
+
+} // namespace History
+
+QList<QDateTime> DayChildHelper::reverseSortArrayUsingCompare(QList<QDateTime> dates)
+{
+    std::sort(dates.begin(), dates.end(), std::greater<>());
+    return dates;
+}
