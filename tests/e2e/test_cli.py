@@ -4,6 +4,7 @@ import json
 import random
 import sqlite3
 from datetime import datetime
+from urllib.parse import unquote
 import os
 import signal
 import subprocess
@@ -38,6 +39,9 @@ class CommandLine(unittest.TestCase):
             ["alerts", "set", "1", "half"], ["alerts", "mute"], ["status", "--plan", "NO-SUCH-PLAN"],
             ["plans", "add-usage", "12a", "--yes"], ["plans", "add-usage", "0.0001GB", "--yes"],
             ["plans", "reset"], ["plans", "switch", "NO-SUCH-PLAN"], ["plans", "remove"],
+            ["export"], ["export", "--row", "4"], ["export", "--cycles", "0"], ["export", "--row", "1", "--cycles", "2"],
+            ["history"], ["history", "weeks"], ["history", "cycles", "--date", "2026-01-01"],
+            ["history", "hours", "--date", "2026-01-01"],
         ]
         for args in cases:
             with self.subTest(args=args):
@@ -123,6 +127,34 @@ class CommandLine(unittest.TestCase):
         self.c.run("plans", "remove", active, "--yes")
         self.assertEqual([r["id"] for r in json.loads(self.c.run("plans", "list", "--json").stdout)], [other])
         self.assertFalse(os.path.exists(os.path.join(self.c.path, active + ".sqlite")))
+
+    def test_export_and_mail(self):
+        p = self.c.run("export", "--row", "0", "-o", os.path.join(self.c.root, "none.json"), check=False)
+        self.assertEqual((p.returncode, p.stderr.split(" (")[0]), (1, "tallymo: No statistics to export."))
+        self.c.run("plans", "add-usage", "2MB", "--yes")
+        recorder = os.path.join(self.c.root, "mailer.sh")
+        calls = os.path.join(self.c.root, "mailer.log")
+        with open(recorder, "w") as f:
+            f.write(f"#!/bin/sh\nprintf '%s\\n' \"$@\" >> {calls}\n")
+        os.chmod(recorder, 0o755)
+        out = os.path.join(self.c.root, "export.json")
+        self.c.run("export", "--row", "0", "-o", out, "--mail", env=dict(self.c.env, MAILER=recorder))
+        with open(out) as f:
+            doc = json.load(f)
+        self.assertEqual(doc["exportData"][0]["usageStatistics"]["rows"][0][1:], [2097152, 0, 0, 0])
+        with open(calls) as f:
+            uri = unquote(f.read().strip())
+        stamp = doc["exportTimestamp"]
+        self.assertTrue(uri.startswith("mailto:?subject=Tallymo Export " + stamp + "&attach="), uri)
+        attachment = uri.split("&attach=")[1]
+        self.assertTrue(attachment.endswith("/" + stamp.replace(" ", "_") + ".json"), uri)
+        with open(attachment) as a, open(out) as o:
+            self.assertEqual(a.read(), o.read())
+        # No mail program: one line, and no export is started.
+        env = {k: v for k, v in self.c.env.items() if k != "MAILER"}
+        env["XDG_DATA_HOME"] = env["XDG_CONFIG_HOME"] = os.path.join(self.c.root, "empty")
+        p = self.c.run("export", "--row", "0", "-o", out, "--mail", env=env, check=False)
+        self.assertEqual((p.returncode, p.stderr.split(" (")[0]), (1, "tallymo: Your email is not set up."))
 
     # Many processes writing different keys at once: none is lost.
     def test_concurrent_writers_keep_every_key(self):
