@@ -311,9 +311,17 @@ bool UsageStore::forEachEvent(const QDateTime &start, const QDateTime &end,
     return rc == SQLITE_DONE;
 }
 
+void UsageStore::setMemoryMapLimit(qint64 bytes)
+{
+    const QByteArray sql = "PRAGMA mmap_size=" + QByteArray::number(bytes);
+    exec(sql.constData(), nullptr);
+}
+
 std::optional<TimeStampRange> UsageStore::timeStampRange()
 {
-    sqlite3_stmt *s = statement(RangeSlot, "SELECT min(timeStamp), max(timeStamp) FROM Event");
+    // Two subqueries: each is answered from one end of the index; min and max in one query scan it.
+    sqlite3_stmt *s =
+        statement(RangeSlot, "SELECT (SELECT min(timeStamp) FROM Event), (SELECT max(timeStamp) FROM Event)");
     Reset reset{s};
     if (!s || sqlite3_step(s) != SQLITE_ROW || sqlite3_column_type(s, 0) == SQLITE_NULL)
         return std::nullopt;

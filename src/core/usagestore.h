@@ -90,6 +90,10 @@ public:
     // Applies the changes in one transaction; on failure none of them is applied.
     bool apply(const QList<Change> &changes, QString *error);
 
+    // Reads through a memory map of at most `bytes` (0: plain reads, so a scan of the whole store
+    // does not keep it all resident).
+    void setMemoryMapLimit(qint64 bytes);
+
     static double toSeconds(const QDateTime &t);
     static QDateTime fromSeconds(double seconds);
 

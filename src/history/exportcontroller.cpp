@@ -9,6 +9,7 @@
 #include <QDir>
 #include <QFile>
 
+#include <charconv>
 #include <ctime>
 
 namespace {
@@ -97,14 +98,17 @@ ExportController::Outcome ExportController::runExport(UsageStore *store, qint64 
         QDir().mkpath(QFileInfo(path).path());
         if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate))
             throw ExportException{false, tr("Export file creation error.")};
+        if (store)
+            store->setMemoryMapLimit(0); // memory stays flat whatever the store's size
         const std::optional<TimeStampRange> range = store ? store->timeStampRange() : std::nullopt;
         if (!range)
             throw ExportException{false, tr("No statistics to export.")};
         QByteArray out;
+        out.reserve(1 << 17);
         const auto flush = [&] {
             if (file.write(out) != out.size())
                 throw std::runtime_error(file.errorString().toStdString());
-            out.clear();
+            out.resize(0); // keeps the buffer
         };
         out += "{\"exportData\":[";
         QDateTime cursor = range->maxDate;
@@ -140,9 +144,10 @@ ExportController::Outcome ExportController::runExport(UsageStore *store, qint64 
                 out += '"';
                 // Whole bytes as they are: no 32-bit wrap.
                 for (double v : c) {
-                    char number[24];
-                    const int n = std::snprintf(number, sizeof number, ",%lld", static_cast<long long>(v));
-                    out.append(number, n);
+                    char number[24] = {','};
+                    const auto end =
+                        std::to_chars(number + 1, number + sizeof number, static_cast<long long>(v)).ptr;
+                    out.append(number, end - number);
                 }
                 out += ']';
                 ++outcome.rows;
