@@ -1,5 +1,6 @@
 // The sample, period, defaults and plans commands.
 #include "app/datausageappdelegate.h"
+#include "app/selectplancontroller.h"
 #include "arguments.h"
 #include "cli.h"
 #include "core/settingskeys.h"
@@ -9,7 +10,6 @@
 
 #include "plans/amountentry.h"
 
-#include <QCollator>
 #include <QCoreApplication>
 #include <QJsonArray>
 #include <QJsonObject>
@@ -278,17 +278,10 @@ QJsonObject planSummary(SharedCode &shared, const QString &id)
                        {QStringLiteral("active"), id == shared.activePlanID()}};
 }
 
-int listPlans(SharedCode &shared, bool json)
+int listPlans(DataUsageAppDelegate &delegate, bool json)
 {
-    const QVariantMap all = shared.userPref().dictionaryForKey(Keys::PREF_ALL_PLANS);
-    QStringList ids = all.keys();
-    QCollator collator;
-    collator.setNumericMode(true);
-    collator.setCaseSensitivity(Qt::CaseInsensitive);
-    std::stable_sort(ids.begin(), ids.end(), [&](const QString &a, const QString &b) {
-        return collator.compare(all.value(a).toMap().value(Keys::PREF_PLAN_LABEL).toString(),
-                                all.value(b).toMap().value(Keys::PREF_PLAN_LABEL).toString()) < 0;
-    });
+    SharedCode &shared = delegate.shared();
+    const QStringList ids = SelectPlanController(delegate).planIDs();
     QJsonArray rows;
     for (const QString &id : ids)
         rows.append(planSummary(shared, id));
@@ -320,7 +313,7 @@ int plans(const QStringList &args, Environment &env)
     const bool json = a.flag(QStringLiteral("json"));
     if (verb == QLatin1StringView("list")) {
         a.expectPositional(1, 1, usage);
-        return listPlans(env.services().shared, json);
+        return listPlans(env.services().delegate, json);
     }
     if (verb == QLatin1StringView("add")) {
         a.expectPositional(1, 1, usage);

@@ -1,4 +1,5 @@
 #include "app/datausageappdelegate.h"
+#include "app/selectplancontroller.h"
 #include "core/settingskeys.h"
 #include "testsupport.h"
 
@@ -82,6 +83,29 @@ private slots:
         bool again = false;
         p.delegate.switchPlan(p.second, [&] { again = true; }); // already active: nothing to do
         QVERIFY(again);
+    }
+
+    void planList()
+    {
+        Plans p;
+        p.shared->setForPlan(p.first, Keys::PREF_PLAN_LABEL, QStringLiteral("b"));
+        p.shared->setForPlan(p.second, Keys::PREF_PLAN_LABEL, QStringLiteral("A"));
+        for (const char *label : {"a10", "a9"}) {
+            QVariantMap plan = p.delegate.makeNewPlan();
+            plan.insert(Keys::PREF_PLAN_LABEL, QString::fromLatin1(label));
+            p.delegate.addAPlan(plan);
+        }
+        SelectPlanController list(p.delegate);
+        QCOMPARE(list.labels(), (QStringList{"A", "a9", "a10", "b"}));
+        QCOMPARE(list.checkedRow(), 3);
+        QSignalSpy back(&list, &SelectPlanController::goBack),
+            switched(&list, &SelectPlanController::switched);
+        list.tapRow(3);
+        QCOMPARE(back.size(), 1);
+        list.tapRow(0);
+        QTRY_COMPARE(switched.size(), 1);
+        QCOMPARE(p.shared->activePlanID(), p.second);
+        QCOMPARE(list.checkedRow(), 0);
     }
 
     void correctingTheCurrentPeriod()

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <QObject>
+#include <QStringList>
+
+class DataUsageAppDelegate;
+
+// The plan list: plans ordered by label (localised, case-insensitive, digit-aware), the active
+// one checked; choosing another plan switches to it.
+class SelectPlanController : public QObject
+{
+    Q_OBJECT
+    Q_PROPERTY(QString title READ title CONSTANT)
+    Q_PROPERTY(QStringList planIDs READ planIDs NOTIFY reloaded)
+    Q_PROPERTY(QStringList labels READ labels NOTIFY reloaded)
+    Q_PROPERTY(int checkedRow READ checkedRow NOTIFY reloaded)
+
+public:
+    explicit SelectPlanController(DataUsageAppDelegate &delegate, QObject *parent = nullptr);
+
+    QString title() const;
+    QStringList planIDs() const { return m_ids; }
+    QStringList labels() const { return m_labels; }
+    int checkedRow() const;
+
+    Q_INVOKABLE void reload();
+    // The active plan's row only goes back; another row switches to that plan.
+    Q_INVOKABLE void tapRow(int row);
+
+signals:
+    void reloaded();
+    void goBack();
+    void switched();
+
+private:
+    DataUsageAppDelegate &m_delegate;
+    QStringList m_ids;
+    QStringList m_labels;
+};
