@@ -9,6 +9,8 @@
 
 #include <stdexcept>
 
+class SharedCode;
+
 namespace Cli {
 
 // Bad input on the command line: one line for the user, exit status 2.
@@ -45,6 +47,9 @@ QDateTime parseDate(const QString &text);
 // Converts command-line text to a settings value of the named type (string, int, double, bool,
 // date, json). An empty type name takes the key's declared type, or string for unknown keys.
 QVariant parseValue(const QString &key, const QString &text, const QString &typeName);
+
+// The plan id itself, when a plan with that id exists; a usage error otherwise.
+QString requirePlan(SharedCode &shared, const QString &id);
 
 // The type name a key takes when none is given.
 QString defaultTypeName(const QString &key);

@@ -20,7 +20,6 @@
 #include <unistd.h>
 
 namespace Cli {
-namespace {
 
 QString requirePlan(SharedCode &shared, const QString &id)
 {
@@ -28,6 +27,8 @@ QString requirePlan(SharedCode &shared, const QString &id)
         throw UsageError(QStringLiteral("no plan with id %1 (see tallymo plans list)").arg(id));
     return id;
 }
+
+namespace {
 
 QString planOption(SharedCode &shared, const Arguments &a)
 {

@@ -36,12 +36,9 @@ int exportUsage(const QStringList &rawArgs, Environment &env)
                              ? QStringLiteral("--row takes 0, 1, 2 or 3")
                              : QStringLiteral("--cycles takes a whole number from 1 up"));
     Services &s = env.services();
-    QString plan = s.shared.activePlanID();
-    if (a.has(QStringLiteral("plan"))) {
-        plan = a.option(QStringLiteral("plan"));
-        if (!s.shared.userPref().dictionaryForKey(Keys::PREF_ALL_PLANS).contains(plan))
-            throw UsageError(QStringLiteral("no plan with id %1 (see tallymo plans list)").arg(plan));
-    }
+    const QString plan = a.has(QStringLiteral("plan"))
+                             ? requirePlan(s.shared, a.option(QStringLiteral("plan")))
+                             : s.shared.activePlanID();
     const QString path = a.has(QStringLiteral("output")) ? a.option(QStringLiteral("output"))
                                                          : ExportController::exportFilePath();
     ExportController controller(s.shared, plan);

@@ -54,12 +54,9 @@ int history(const QStringList &args, Environment &env)
     const std::optional<QDateTime> date =
         a.has(dateOption) ? std::optional(parseDate(a.option(dateOption))) : std::nullopt;
     Services &s = env.services();
-    QString plan = s.shared.activePlanID();
-    if (a.has(QStringLiteral("plan"))) {
-        plan = a.option(QStringLiteral("plan"));
-        if (!s.shared.userPref().dictionaryForKey(Keys::PREF_ALL_PLANS).contains(plan))
-            throw UsageError(QStringLiteral("no plan with id %1 (see tallymo plans list)").arg(plan));
-    }
+    const QString plan = a.has(QStringLiteral("plan"))
+                             ? requirePlan(s.shared, a.option(QStringLiteral("plan")))
+                             : s.shared.activePlanID();
     const QDateTime when = date.value_or(s.shared.clock().now());
     const std::shared_ptr<StoreContext> context = s.delegate.mocForPlan(plan);
     QList<Row> rows;

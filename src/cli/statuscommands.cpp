@@ -123,12 +123,8 @@ int status(const QStringList &args, Environment &env)
     const Arguments a(args, {QStringLiteral("plan")}, {QStringLiteral("json")});
     a.expectPositional(0, 0, QStringLiteral("tallymo status [--json] [--plan ID]"));
     Services &s = env.services();
-    QString plan;
-    if (a.has(QStringLiteral("plan"))) {
-        plan = a.option(QStringLiteral("plan"));
-        if (!s.shared.userPref().dictionaryForKey(Keys::PREF_ALL_PLANS).contains(plan))
-            throw UsageError(QStringLiteral("no plan with id %1 (see tallymo plans list)").arg(plan));
-    }
+    const QString plan =
+        a.has(QStringLiteral("plan")) ? requirePlan(s.shared, a.option(QStringLiteral("plan"))) : QString();
     const Figures f = readFigures(s, plan);
     print(a.flag(QStringLiteral("json")) ? QString::fromUtf8(jsonText(figuresJson(f), false))
                                          : humanStatus(s, f, plan));
