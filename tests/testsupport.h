@@ -1,5 +1,6 @@
 #pragma once
 
+#include "app/applicationservices.h"
 #include "core/networkinterfaces.h"
 #include "core/sharedcode.h"
 
@@ -20,11 +21,47 @@ public:
     bool isCellularLink(const QString &name) override { return cellularLinks.contains(name); }
 };
 
+// Doubles of the desktop services that record what the delegate asked of them.
+struct RecordingCenter : UserNotificationCenter
+{
+    QList<NotificationRequest> added;
+    QList<QStringList> removed;
+    int clears = 0;
+    void addRequest(const NotificationRequest &r) override { added.append(r); }
+    void removePendingRequests(const QStringList &ids) override { removed.append(ids); }
+    void removeAllDeliveredNotifications() override { ++clears; }
+    void requestAuthorization(std::function<void(bool)> answer) override { answer(true); }
+};
+
+struct FakeBadge : IconBadge
+{
+    qint64 number = -1;
+    void setBadgeNumber(qint64 n) override { number = n; }
+};
+
+struct FakeRefresh : BackgroundRefreshStatus
+{
+    bool available = true;
+    bool isAvailable() override { return available; }
+};
+
+struct FakeRoot : RootController
+{
+    int reloads = 0;
+    bool presenting = false;
+    QList<AlertValue> alerts;
+    void reloadValues() override { ++reloads; }
+    bool isPresenting() const override { return presenting; }
+    void presentAlert(const AlertValue &a) override { alerts.append(a); }
+};
+
 // A temporary container with a SharedCode over it, pinned to a fixed clock.
 struct TestContainer
 {
     explicit TestContainer(const QDateTime &now = QDateTime(QDate(2026, 3, 10), QTime(14, 25)));
     std::unique_ptr<SharedCode> open();
+    // The same with an active plan "P" whose store is P.sqlite.
+    std::unique_ptr<SharedCode> openPlan();
 
     QTemporaryDir dir;
     FakeInterfaces interfaces;

@@ -24,29 +24,6 @@ struct ManualApplication : PlatformApplication
     void expire(int task) { open.value(task)(); }
 };
 
-struct CountingCenter : UserNotificationCenter
-{
-    QList<NotificationRequest> added;
-    int clears = 0;
-    void addRequest(const NotificationRequest &r) override { added.append(r); }
-    void removePendingRequests(const QStringList &) override {}
-    void removeAllDeliveredNotifications() override { ++clears; }
-    void requestAuthorization(std::function<void(bool)> answer) override { answer(true); }
-};
-
-struct Available : BackgroundRefreshStatus
-{
-    bool isAvailable() override { return true; }
-};
-
-struct Root : RootController
-{
-    QList<AlertValue> alerts;
-    void reloadValues() override {}
-    bool isPresenting() const override { return false; }
-    void presentAlert(const AlertValue &a) override { alerts.append(a); }
-};
-
 QDateTime sinceReference(double seconds)
 {
     return QDateTime(QDate(2001, 1, 1), QTime(0, 0), Qt::UTC).addMSecs(qint64(seconds * 1000)).toLocalTime();
@@ -82,8 +59,8 @@ struct World
     TestContainer container;
     std::unique_ptr<SharedCode> shared;
     ManualApplication app;
-    CountingCenter center;
-    Available refresh;
+    RecordingCenter center;
+    FakeRefresh refresh;
     std::unique_ptr<DataUsageAppDelegate> delegate;
     QSemaphore gate;
 };
@@ -177,7 +154,7 @@ private slots:
     void activationAndTermination()
     {
         World w;
-        Root root;
+        FakeRoot root;
         w.delegate->rootController = &root;
         w.shared->userPref().setValue(Keys::PREF_SHOWED_SETUP, true);
         w.delegate->applicationDidBecomeActive();

@@ -7,39 +7,6 @@
 
 namespace {
 
-struct RecordingCenter : UserNotificationCenter
-{
-    QList<NotificationRequest> added;
-    QList<QStringList> removed;
-    int clears = 0;
-    void addRequest(const NotificationRequest &r) override { added.append(r); }
-    void removePendingRequests(const QStringList &ids) override { removed.append(ids); }
-    void removeAllDeliveredNotifications() override { ++clears; }
-    void requestAuthorization(std::function<void(bool)> answer) override { answer(true); }
-};
-
-struct FakeBadge : IconBadge
-{
-    qint64 number = -1;
-    void setBadgeNumber(qint64 n) override { number = n; }
-};
-
-struct FakeRefresh : BackgroundRefreshStatus
-{
-    bool available = true;
-    bool isAvailable() override { return available; }
-};
-
-struct FakeRoot : RootController
-{
-    int reloads = 0;
-    bool presenting = false;
-    QList<AlertValue> alerts;
-    void reloadValues() override { ++reloads; }
-    bool isPresenting() const override { return presenting; }
-    void presentAlert(const AlertValue &a) override { alerts.append(a); }
-};
-
 constexpr double MB = 1048576.0;
 
 // A delegate over a fresh container: plan "P", monthly from the 1st, a 100 MB cap, the default

@@ -95,9 +95,7 @@ private slots:
         QFETCH(QStringList, wifi);
         TestContainer c;
         c.interfaces.wifi = wifi;
-        auto shared = c.open();
-        shared->userPref().setValue(Keys::PREF_ACTIVE_PLAN, QStringLiteral("P"));
-        shared->setForPlan(QStringLiteral("P"), Keys::PREF_PLAN_DBNAME, QStringLiteral("P.sqlite"));
+        auto shared = c.openPlan();
         auto context = shared->mocForActive();
 
         QList<QList<double>> expected;
@@ -140,9 +138,7 @@ private slots:
     void resultExcludesTethering()
     {
         TestContainer c;
-        auto shared = c.open();
-        shared->userPref().setValue(Keys::PREF_ACTIVE_PLAN, QStringLiteral("P"));
-        shared->setForPlan(QString(), Keys::PREF_PLAN_DBNAME, QStringLiteral("P.sqlite"));
+        auto shared = c.openPlan();
         shared->setForPlan(QString(), Keys::PREF_TRACK_TETHER, true);
         auto context = shared->mocForActive();
         c.interfaces.counters = QList<LinkCounters>{link("pdp_ip0", 10, 10), link("pdp_ip1", 10, 10)};
@@ -161,9 +157,7 @@ private slots:
     void busyLockSkipsTheSample()
     {
         TestContainer c;
-        auto shared = c.open();
-        shared->userPref().setValue(Keys::PREF_ACTIVE_PLAN, QStringLiteral("P"));
-        shared->setForPlan(QString(), Keys::PREF_PLAN_DBNAME, QStringLiteral("P.sqlite"));
+        auto shared = c.openPlan();
         auto context = shared->mocForActive();
         c.interfaces.counters = QList<LinkCounters>{link("pdp_ip0", 10, 10)};
         const int fd = ::open(QFile::encodeName(shared->flockPath()).constData(), O_RDWR | O_CREAT, 0666);
@@ -184,9 +178,7 @@ private slots:
     void samplersShareThePreviousValues()
     {
         TestContainer c;
-        auto a = c.open();
-        a->userPref().setValue(Keys::PREF_ACTIVE_PLAN, QStringLiteral("P"));
-        a->setForPlan(QString(), Keys::PREF_PLAN_DBNAME, QStringLiteral("P.sqlite"));
+        auto a = c.openPlan();
         a->userPref().synchronize();
         auto b = c.open();
         auto ca = a->mocForActive();
@@ -208,9 +200,7 @@ private slots:
     void unreadableCountersChangeNothing()
     {
         TestContainer c;
-        auto shared = c.open();
-        shared->userPref().setValue(Keys::PREF_ACTIVE_PLAN, QStringLiteral("P"));
-        shared->setForPlan(QString(), Keys::PREF_PLAN_DBNAME, QStringLiteral("P.sqlite"));
+        auto shared = c.openPlan();
         shared->userPref().setValue(Keys::PREF_prevCellIn, 5.0);
         auto context = shared->mocForActive();
         c.interfaces.counters = std::nullopt;

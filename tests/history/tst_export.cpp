@@ -19,10 +19,8 @@ QByteArray readAll(const QString &path)
 
 struct Exporting
 {
-    Exporting() : shared(container.open())
+    Exporting() : shared(container.openPlan())
     {
-        shared->userPref().setValue(Keys::PREF_ACTIVE_PLAN, QStringLiteral("P"));
-        shared->setForPlan(QString(), Keys::PREF_PLAN_DBNAME, QStringLiteral("P.sqlite"));
         shared->setForPlan(QString(), Keys::PREF_BILLDAY, 1);
         store = UsageStore::open(shared->sqliteURLForPlan(QString()), nullptr);
     }

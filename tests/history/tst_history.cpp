@@ -101,9 +101,7 @@ private slots:
         QFETCH(int, rows);
         qputenv("TZ", "UTC");
         TestContainer c; // now: 10 March 2026
-        auto shared = c.open();
-        shared->userPref().setValue(Keys::PREF_ACTIVE_PLAN, QStringLiteral("P"));
-        shared->setForPlan(QString(), Keys::PREF_PLAN_DBNAME, QStringLiteral("P.sqlite"));
+        auto shared = c.openPlan();
         shared->setForPlan(QString(), Keys::PREF_BILLTYPE, type);
         shared->setForPlan(QString(), Keys::PREF_BILLDAY, 1);
         shared->setForPlan(QString(), Keys::PREF_NDAYS_N, n);

@@ -19,9 +19,7 @@ class TestDataCap : public QObject
     // A plan "P" with a monthly period starting on the 1st; now is 10 March 2026, 14:25 UTC.
     std::unique_ptr<SharedCode> openPlan(TestContainer &c, double cap)
     {
-        auto shared = c.open();
-        shared->userPref().setValue(Keys::PREF_ACTIVE_PLAN, QStringLiteral("P"));
-        shared->setForPlan(QString(), Keys::PREF_PLAN_DBNAME, QStringLiteral("P.sqlite"));
+        auto shared = c.openPlan();
         shared->setForPlan(QString(), Keys::PREF_BILLDAY, 1);
         shared->setForPlan(QString(), Keys::PREF_THRES_MONTHLY, cap);
         shared->setForPlan(QString(), Keys::PREF_ROLLOVER_ON, true);
