@@ -33,14 +33,11 @@ void TimedBackgroundTasks::endBackgroundTask(int task)
         return;
     timer->stop();
     timer->deleteLater();
-    if (m_tasks.isEmpty())
-        emit allTasksEnded();
 }
 
 void TimedBackgroundTasks::setMinimumBackgroundFetchInterval()
 {
-    m_fetchAtMinimum = true;
-    emit fetchIntervalChanged();
+    // The service's timer already runs at its configured interval, its minimum.
 }
 
 void TimedBackgroundTasks::registerForRemoteNotifications()

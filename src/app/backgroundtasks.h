@@ -22,16 +22,8 @@ public:
     void setMinimumBackgroundFetchInterval() override;
     void registerForRemoteNotifications() override;
 
-    int openTasks() const { return int(m_tasks.size()); }
-    bool fetchIntervalAtMinimum() const { return m_fetchAtMinimum; }
-
-signals:
-    void allTasksEnded();
-    void fetchIntervalChanged();
-
 private:
     int m_expiryMs;
     int m_next = 0;
     QHash<int, QTimer *> m_tasks;
-    bool m_fetchAtMinimum = false;
 };

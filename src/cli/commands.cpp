@@ -193,7 +193,7 @@ bool confirm(const Arguments &a, const QString &question)
     return answer[0] == 'y' || answer[0] == 'Y';
 }
 
-// Runs the block on the active plan's queue and waits for the queue to be done with it.
+// Waits until the active plan's queue has run everything submitted to it so far.
 void drainActiveQueue(SharedCode &shared)
 {
     if (const std::shared_ptr<StoreContext> context = shared.mocForActive())

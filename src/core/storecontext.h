@@ -37,7 +37,6 @@ public:
     void insertNetevent(const Netevent &event);
     // Removes the events of [start, end) at the next save.
     void deleteEvents(const QDateTime &start, const QDateTime &end);
-    bool hasChanges() const { return !m_changes.isEmpty(); }
     void rollback() { m_changes.clear(); }
     // Writes the pending changes; a failure is logged and the changes are dropped.
     bool save();
