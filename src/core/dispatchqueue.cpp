@@ -15,6 +15,8 @@ DispatchQueue::DispatchQueue(const QString &label)
 
 DispatchQueue::~DispatchQueue()
 {
+    // A queue cannot wait for its own thread: the last owner must let go from another thread.
+    Q_ASSERT_X(!isCurrent(), "DispatchQueue", "destroyed from its own thread");
     // Queued blocks run first: quit is itself a block at the end of the queue.
     QThread *thread = m_thread.get();
     QMetaObject::invokeMethod(

@@ -27,6 +27,8 @@ ExportController::ExportController(SharedCode &shared, QString planID, QObject *
     : QObject(parent), m_shared(shared), m_planID(std::move(planID))
 {}
 
+ExportController::~ExportController() = default;
+
 qint64 ExportController::exportPeriod(quint32 row, int planType)
 {
     if (row < 1 || row > 3)
@@ -194,11 +196,14 @@ void ExportController::processCycles(qint64 cycles, const QString &path, MailCom
         return;
     }
     m_exportCancel = false;
-    // A private context of its own on the plan's store, so the plan's queue stays free.
-    auto context = std::make_shared<StoreContext>(m_planID, m_shared.sqliteURLForPlan(m_planID));
+    // A private context of its own on the plan's store, so the plan's queue stays free. It is
+    // released on the main thread: a queue cannot be stopped from its own thread.
+    m_context = std::make_unique<StoreContext>(m_planID, m_shared.sqliteURLForPlan(m_planID));
+    StoreContext *context = m_context.get();
     context->perform([this, context, cycles, path, mail, done = std::move(done)] {
         const Outcome outcome = runExport(context->store(), cycles, path, progress);
-        dispatchMain([outcome, path, mail, done, context] {
+        dispatchMain([this, outcome, path, mail, done] {
+            m_context.reset();
             if (outcome.kind == Outcome::Finished && mail)
                 mail->compose(mailSubject(outcome.timestamp), path, attachmentName(outcome.timestamp));
             done(outcome);

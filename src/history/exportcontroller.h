@@ -6,7 +6,9 @@
 
 #include <atomic>
 #include <functional>
+#include <memory>
 
+class StoreContext;
 class UsageStore;
 
 // Hands an exported file to the user's mail program.
@@ -38,6 +40,7 @@ public:
     };
 
     ExportController(SharedCode &shared, QString planID, QObject *parent = nullptr);
+    ~ExportController() override;
 
     static qint64 exportPeriod(quint32 row, int planType);
     qint64 exportPeriod(quint32 row) const;
@@ -67,4 +70,5 @@ private:
     SharedCode &m_shared;
     QString m_planID;
     std::atomic<bool> m_exportCancel{false};
+    std::unique_ptr<StoreContext> m_context; // the running export's own context
 };
