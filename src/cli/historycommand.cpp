@@ -3,24 +3,17 @@
 #include "arguments.h"
 #include "cli.h"
 #include "core/settingskeys.h"
-#include "history/chartdata.h"
+#include "history/historycontrollers.h"
 #include "output.h"
 #include "plans/billingcycle.h"
 #include "sharing/commonshared.h"
 
-#include <QCoreApplication>
+#include <QEventLoop>
 #include <QJsonArray>
 #include <QJsonObject>
 
 namespace Cli {
 namespace {
-
-struct Row
-{
-    QDateTime key;
-    QString label;
-    ChartData data;
-};
 
 QString bar(double fraction, int span, bool leftward)
 {
@@ -58,50 +51,57 @@ int history(const QStringList &args, Environment &env)
                              ? requirePlan(s.shared, a.option(QStringLiteral("plan")))
                              : s.shared.activePlanID();
     const QDateTime when = date.value_or(s.shared.clock().now());
-    const std::shared_ptr<StoreContext> context = s.delegate.mocForPlan(plan);
-    QList<Row> rows;
+    // The screens' own controllers compute the rows; the command waits for them.
+    std::unique_ptr<DayViewController> day;
+    std::unique_ptr<TimeChartViewController> owned;
+    TimeChartViewController *list = nullptr;
+    QString title;
     QDateTime start, end;
-    const bool monthly = s.shared.dataPlanTypeForPlan(plan) == BillingCycle::Monthly;
-    context->performAndWait([&] {
-        if (view == QLatin1StringView("cycles")) {
-            for (const History::PeriodRow &p : History::periods(s.shared, *context, plan))
-                rows.append(Row{p.start,
-                                p.start.toString(monthly ? QStringLiteral("MMM") : QStringLiteral("d")),
-                                p.data});
-            return;
-        }
-        const bool hours = view == QLatin1StringView("hours");
-        if (hours) {
-            start = BillingCycle::midnightOf(when);
-            end = BillingCycle::addDays(start, 1);
-        } else {
-            const Period p = s.shared.computeStartEndDates(when, plan);
-            start = p.start;
-            end = p.end;
-        }
-        const ChartBuckets buckets =
-            History::bucketSums(*context, start, end, hours ? History::Bucket::Hour : History::Bucket::Day);
-        for (const QDateTime &key : DayChildHelper::reverseSortArrayUsingCompare(buckets.keys()))
-            rows.append(Row{key, key.toString(hours ? QStringLiteral("HH") : QStringLiteral("d")),
-                            buckets.value(key)});
-    });
-    ChartBuckets all;
-    for (const Row &r : rows)
-        all.insert(r.key, r.data);
-    const ChartRanges range = History::findRanges(all);
+    if (view == QLatin1StringView("hours")) {
+        day = std::make_unique<DayViewController>(s.delegate, plan);
+        day->reloadWithDate(when);
+        list = static_cast<TimeChartViewController *>(day->child(0));
+        title = day->title();
+        start = day->thisDay();
+        end = BillingCycle::addDays(start, 1);
+    } else if (view == QLatin1StringView("days")) {
+        auto *cycle = new CycleViewController(s.delegate, plan, when);
+        owned.reset(cycle);
+        list = cycle;
+        title = cycle->title();
+        start = cycle->cycleStartDate();
+        end = cycle->cycleEndDate();
+    } else {
+        auto *multi = new MultiCyclesController(s.delegate, plan);
+        owned.reset(multi);
+        list = multi;
+        title = multi->title();
+    }
+    if (list->busy()) {
+        QEventLoop loop;
+        QObject::connect(list, &TimeChartViewController::loaded, &loop, &QEventLoop::quit);
+        loop.exec();
+    }
+    QList<ChartRow> rows;
+    for (int i = 0; i < list->rowCount(); ++i)
+        rows.append(list->row(i));
     if (a.flag(QStringLiteral("json"))) {
-        QJsonArray list;
-        for (const Row &r : rows)
-            list.append(QJsonObject{
-                {QStringLiteral("key"), isoWithOffset(r.key)},
-                {QStringLiteral("label"), r.label},
-                {QStringLiteral("cell"), r.data.sumCell},
-                {QStringLiteral("wifi"), r.data.sumWifi},
-                {QStringLiteral("cellFraction"),
-                 History::widthPercent(r.data.sumCell, range.cellNonZeroMinimum, range.cellMaximum)},
-                {QStringLiteral("wifiFraction"),
-                 History::widthPercent(r.data.sumWifi, range.wifiNonZeroMinimum, range.wifiMaximum)}});
-        QJsonObject o{{QStringLiteral("rows"), list}};
+        QJsonArray json;
+        for (const ChartRow &r : rows) {
+            const ChartData d = list->dataForChart.value(r.key);
+            QJsonObject row{{QStringLiteral("key"), isoWithOffset(r.key)},
+                            {QStringLiteral("label"), r.timeLabel},
+                            {QStringLiteral("cell"), d.sumCell},
+                            {QStringLiteral("wifi"), d.sumWifi},
+                            {QStringLiteral("cellFraction"), r.cellPercent},
+                            {QStringLiteral("wifiFraction"), r.wifiPercent}};
+            if (list->showSubLabel)
+                row.insert(QStringLiteral("subLabel"), r.subLabel);
+            json.append(row);
+        }
+        QJsonObject o{{QStringLiteral("title"), title}, {QStringLiteral("rows"), json}};
+        if (!list->periodLabel().isEmpty())
+            o.insert(QStringLiteral("periodLabel"), list->periodLabel());
         if (start.isValid()) {
             o.insert(QStringLiteral("start"), isoWithOffset(start));
             o.insert(QStringLiteral("end"), isoWithOffset(end));
@@ -109,23 +109,24 @@ int history(const QStringList &args, Environment &env)
         print(QString::fromUtf8(jsonText(o, false)));
         return 0;
     }
+    print(title + QLatin1Char('\n'));
     if (rows.isEmpty()) {
-        print(QCoreApplication::translate("TimeChartViewController", "No Usage") + QLatin1Char('\n'));
+        print(TimeChartViewController::noUsageText() + QLatin1Char('\n'));
         return 0;
     }
     print(QStringLiteral("%1%2%3\n")
               .arg(QStringLiteral("cellular"), 31)
               .arg(QStringLiteral("  "), 6)
               .arg(QStringLiteral("Wi-Fi")));
-    for (const Row &r : rows) {
-        const double p = History::widthPercent(r.data.sumCell, range.cellNonZeroMinimum, range.cellMaximum);
-        const double q = History::widthPercent(r.data.sumWifi, range.wifiNonZeroMinimum, range.wifiMaximum);
+    for (const ChartRow &r : rows) {
+        const ChartData d = list->dataForChart.value(r.key);
+        const QString label = list->showSubLabel ? r.subLabel + QLatin1Char(' ') + r.timeLabel : r.timeLabel;
         print(QStringLiteral("%1 %2 %3 %4 %5\n")
-                  .arg(CommonShared::getDataBytesStr(r.data.sumCell), 9)
-                  .arg(bar(p, 20, true))
-                  .arg(r.label.left(3), 4)
-                  .arg(bar(q, 20, false))
-                  .arg(CommonShared::getDataBytesStr(r.data.sumWifi)));
+                  .arg(CommonShared::getDataBytesStr(d.sumCell), 9)
+                  .arg(bar(r.cellPercent, 20, true))
+                  .arg(label, list->showSubLabel ? 7 : 4)
+                  .arg(bar(r.wifiPercent, 20, false))
+                  .arg(CommonShared::getDataBytesStr(d.sumWifi)));
     }
     return 0;
 }

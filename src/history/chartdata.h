@@ -65,8 +65,15 @@ std::optional<ChartData> computeUsage(StoreContext &context, const QDateTime &st
 
 } // namespace History
 
+// Operations shared by the history screens.
 class DayChildHelper
 {
 public:
     static QList<QDateTime> reverseSortArrayUsingCompare(QList<QDateTime> dates);
+    // Whether the locale's short time shows no AM/PM marker.
+    static bool timeIs24HourFormat(const QDateTime &now);
+    // The locale's pattern for "HHmm" on a 24-hour clock, for "ha" otherwise.
+    static QString hourFormat(const QDateTime &now);
+    // A list pulled down by more than 100 points while the finger is still on it closes the history.
+    static bool dismissScrollViewGesture(bool tracking, double contentOffsetY);
 };

@@ -13,3 +13,9 @@ QString CommonShared::getDataBytesStr(double b)
         return QString::asprintf("%.1f KB", b / 1024.0);
     return QStringLiteral("0.0 KB");
 }
+
+CommonShared::SplitAmount CommonShared::getMBString(double bytes)
+{
+    const QString text = getDataBytesStr(bytes);
+    return SplitAmount{text.chopped(2), text.right(2)};
+}

@@ -1,9 +1,50 @@
+#include "app/datausageappdelegate.h"
 #include "core/settingskeys.h"
-#include "history/chartdata.h"
+#include "history/historycontrollers.h"
 #include "plans/billingcycle.h"
 #include "testsupport.h"
 
 #include <QtTest>
+
+namespace {
+
+void waitLoaded(TimeChartViewController *list)
+{
+    QVERIFY(list);
+    QTRY_VERIFY(!list->busy());
+}
+
+// A monthly plan "P" (bill day 1) with some usage, and the delegate the screens work with.
+struct Screens
+{
+    explicit Screens(int type = 0, int n = 0) : shared(container.openPlan()), delegate(*shared)
+    {
+        shared->setForPlan(QString(), Keys::PREF_BILLTYPE, type);
+        shared->setForPlan(QString(), Keys::PREF_BILLDAY, 1);
+        shared->setForPlan(QString(), Keys::PREF_NDAYS_N, n);
+        shared->setForPlan(QString(), Keys::PREF_30DAY_START, QDateTime(QDate(2026, 1, 1), QTime()));
+        shared->userPref().setValue(Keys::PREF_WEEK_START, 1); // global
+    }
+    void add(const QList<Event> &events)
+    {
+        auto ctx = delegate.mocForPlan(QStringLiteral("P"));
+        onQueue(*ctx, [&] {
+            for (const Event &e : events)
+                ctx->insertEvent(e);
+            return ctx->save();
+        });
+    }
+    TestContainer container; // now: Tuesday 10 March 2026, 14:25
+    std::unique_ptr<SharedCode> shared;
+    DataUsageAppDelegate delegate;
+};
+
+QDateTime at(int month, int day, int hour)
+{
+    return QDateTime(QDate(2026, month, day), QTime(hour, 0));
+}
+
+} // namespace
 
 class TestHistory : public QObject
 {
@@ -117,6 +158,156 @@ private slots:
         QCOMPARE(got.size(), rows);
         QVERIFY(rows == 1 || got.first().start > got.last().start); // newest first
         QVERIFY(got.first().data.sumCell > 0);
+    }
+
+    void localeFormats_data()
+    {
+        QTest::addColumn<QString>("locale");
+        QTest::addColumn<bool>("clock24");
+        QTest::addColumn<QString>("hourFormat");
+        QTest::addColumn<QString>("dayTitle");
+        QTest::addColumn<QString>("hourLabel");
+        QTest::addColumn<QString>("monthRow"); // September as a periods row, cut to 3 characters
+        QTest::newRow("en_US") << "en_US" << false << "h\u202Fa"
+                               << "Sunday, September 6"
+                               << "2"
+                               << "Sep";
+        QTest::newRow("en_GB") << "en_GB" << true << "HH:mm"
+                               << "Sunday, 6 September"
+                               << "14"
+                               << "Sep";
+        QTest::newRow("de_DE") << "de_DE" << true << "HH:mm"
+                               << "Sonntag, 6. September"
+                               << "14"
+                               << "Sep";
+        QTest::newRow("fr_FR") << "fr_FR" << true << "HH:mm"
+                               << "dimanche 6 septembre"
+                               << "14"
+                               << "sep";
+    }
+
+    void localeFormats()
+    {
+        QFETCH(QString, locale);
+        QFETCH(bool, clock24);
+        QFETCH(QString, hourFormat);
+        QFETCH(QString, dayTitle);
+        QFETCH(QString, hourLabel);
+        QFETCH(QString, monthRow);
+        ZoneScope tz("UTC");
+        QLocale::setDefault(QLocale(locale));
+        const QDateTime now = QDateTime(QDate(2026, 9, 6), QTime(14, 5));
+        QCOMPARE(DayChildHelper::timeIs24HourFormat(now), clock24);
+        QCOMPARE(DayChildHelper::hourFormat(now), hourFormat);
+        QCOMPARE(DateFormatter::withTemplate(QStringLiteral("EEEEMMMMd")).toString(now), dayTitle);
+
+        Screens s;
+        s.container.clock.set(now);
+        s.add({Event{now, 1000}, Event{at(8, 30, 9), 5000}});
+        DayViewController day(s.delegate, QStringLiteral("P"));
+        QCOMPARE(day.title(), dayTitle);
+        auto *hours = static_cast<TimeChartViewController *>(day.child(0));
+        waitLoaded(hours);
+        QCOMPARE(hours->row(0).timeLabel, hourLabel);
+        QCOMPARE(hours->periodLabel(), clock24 ? QString() : QStringLiteral("PM"));
+        QCOMPARE(hours->headerHeight(), clock24 ? 1.0 : 30.0);
+        MultiCyclesController periods(s.delegate, QStringLiteral("P"));
+        waitLoaded(&periods);
+        QCOMPARE(periods.rowCount(), 2);
+        QCOMPARE(periods.row(0).timeLabel, monthRow);
+        QLocale::setDefault(QLocale::c());
+    }
+
+    void periodsRows_data()
+    {
+        QTest::addColumn<int>("type");
+        QTest::addColumn<int>("n");
+        QTest::addColumn<QString>("label");
+        QTest::addColumn<QString>("subLabel");
+        QTest::addColumn<double>("rowHeight");
+        QTest::addColumn<double>("fontSize");
+        QTest::newRow("monthly") << 0 << 0 << "Mar"
+                                 << "" << 77.0 << 22.0;
+        QTest::newRow("weekly") << 2 << 0 << "8"
+                                << "Mar" << 95.0 << 26.0; // weeks from Sunday
+        QTest::newRow("daily") << 4 << 1 << "10"
+                               << "" << 77.0 << 26.0;
+    }
+
+    void periodsRows()
+    {
+        QFETCH(int, type);
+        QFETCH(int, n);
+        QFETCH(QString, label);
+        QFETCH(QString, subLabel);
+        QFETCH(double, rowHeight);
+        QFETCH(double, fontSize);
+        qputenv("TZ", "UTC");
+        Screens s(type, n);
+        s.add({Event{at(3, 10, 9), 1000}});
+        MultiCyclesController periods(s.delegate, QStringLiteral("P"));
+        waitLoaded(&periods);
+        QCOMPARE(periods.rowCount(), 1);
+        QCOMPARE(periods.row(0).timeLabel, label);
+        QCOMPARE(periods.row(0).subLabel, subLabel);
+        QCOMPARE(periods.rowHeight, rowHeight);
+        QCOMPARE(periods.timeLabelFontsize, fontSize);
+        QVERIFY(periods.isSelectable);
+        // A daily plan's day view goes back to the periods, the others to the period's days.
+        DayViewController day(s.delegate, QStringLiteral("P"));
+        QCOMPARE(qobject_cast<MultiCyclesController *>(day.cycleController()) != nullptr,
+                 type == 4 && n == 1);
+        QCOMPARE(day.cycleController(), day.cycleController()); // made once
+    }
+
+    // The day screen: the stored child, swipes, the totals line, and a day tapped in the period view.
+    void dayNavigation()
+    {
+        qputenv("TZ", "UTC");
+        Screens s;
+        s.shared->userPref().setValue(Keys::PREF_DAYVIEW_TYPE, 5);
+        s.add({Event{at(3, 10, 9), 1000, 0, 3000}, Event{at(3, 10, 9), 24}, Event{at(3, 2, 23), 700}});
+        DayViewController day(s.delegate, QStringLiteral("P"));
+        QCOMPARE(day.activeIndex(), 0);
+        QTRY_VERIFY(!day.busy());
+        QCOMPARE(day.usageLabel(), (StyledText{{QStringLiteral("c "), TextRun::Glyph},
+                                               {QStringLiteral("1.0 "), TextRun::Number},
+                                               {QStringLiteral("KB"), TextRun::Unit},
+                                               {QStringLiteral("  w "), TextRun::Glyph},
+                                               {QStringLiteral("2.9 "), TextRun::Number},
+                                               {QStringLiteral("KB"), TextRun::Unit}}));
+        day.setSegment(1);
+        QCOMPARE(s.shared->userPref().integerForKey(Keys::PREF_DAYVIEW_TYPE), 1);
+        QCOMPARE(day.child(1), nullptr); // no map screen in this program
+
+        QVERIFY(day.swipe(DayViewController::Right));
+        QVERIFY(!day.swipe(DayViewController::Right)); // still sliding
+        day.slideFinished();
+        QCOMPARE(day.thisDay(), at(3, 9, 0));
+        QTRY_VERIFY(day.noUsage());
+
+        auto *cycle = qobject_cast<CycleViewController *>(day.cycleController());
+        waitLoaded(cycle);
+        QCOMPARE(cycle->title(), QStringLiteral("Mar 1 - Mar 31"));
+        QCOMPARE(cycle->periodLabel(), QStringLiteral("Mar"));
+        QCOMPARE(cycle->rowCount(), 2);
+        cycle->tapRow(1);
+        QCOMPARE(day.thisDay(), at(3, 2, 0));
+        auto *hours = static_cast<TimeChartViewController *>(day.child(0));
+        waitLoaded(hours);
+        QCOMPARE(hours->keysForChart, QList<QDateTime>{at(3, 2, 23)});
+
+        // The periods view below the period view: its first rows show the tip, once.
+        MultiCyclesController *multi = cycle->multiCycleController();
+        QSignalSpy tip(multi, &MultiCyclesController::showTip);
+        waitLoaded(multi);
+        QCOMPARE(tip.size(), 1);
+        MultiCyclesController again(s.delegate, QStringLiteral("P"));
+        QSignalSpy noTip(&again, &MultiCyclesController::showTip);
+        waitLoaded(&again);
+        QCOMPARE(noTip.size(), 0);
+        QVERIFY(DayChildHelper::dismissScrollViewGesture(true, -100.5));
+        QVERIFY(!DayChildHelper::dismissScrollViewGesture(false, -300));
     }
 };
 

@@ -1,0 +1,379 @@
+#include "historycontrollers.h"
+
+#include "app/datausageappdelegate.h"
+#include "core/settingskeys.h"
+#include "core/storecontext.h"
+#include "plans/billingcycle.h"
+#include "sharing/commonshared.h"
+
+#include <QCoreApplication>
+
+// ---- TimeChartViewController ----
+
+TimeChartViewController::TimeChartViewController(DataUsageAppDelegate &delegate, const QString &plan,
+                                                 const QString &mainPattern, QObject *parent)
+    : QObject(parent), planID(plan), m_delegate(delegate), m_context(delegate.mocForPlan(plan)),
+      m_mainDF(DateFormatter::withPattern(mainPattern))
+{}
+
+TimeChartViewController::~TimeChartViewController() = default;
+
+QString TimeChartViewController::noUsageText()
+{
+    return QCoreApplication::translate("TimeChartViewController", "No Usage");
+}
+
+StyledText TimeChartViewController::getMBString(double bytes)
+{
+    const CommonShared::SplitAmount a = CommonShared::getMBString(bytes);
+    return {TextRun{a.number, TextRun::Number}, TextRun{a.unit, TextRun::Unit}};
+}
+
+ChartRow TimeChartViewController::row(int index) const
+{
+    ChartRow r;
+    if (index < 0 || index >= keysForChart.size())
+        return r;
+    r.key = keysForChart.at(index);
+    r.timeLabel = m_mainDF.toString(r.key);
+    if (r.timeLabel.size() >= 4)
+        r.timeLabel.truncate(3);
+    if (showSubLabel && m_subDF)
+        r.subLabel = m_subDF->toString(r.key);
+    const ChartData d = dataForChart.value(r.key);
+    r.cellAmount = getMBString(d.sumCell);
+    r.wifiAmount = getMBString(d.sumWifi);
+    r.cellPercent = History::widthPercent(d.sumCell, chartRange.cellNonZeroMinimum, chartRange.cellMaximum);
+    r.wifiPercent = History::widthPercent(d.sumWifi, chartRange.wifiNonZeroMinimum, chartRange.wifiMaximum);
+    return r;
+}
+
+void TimeChartViewController::reload()
+{
+    // Cleared before the store is asked, so a reload never shows the previous view's rows.
+    keysForChart.clear();
+    dataForChart.clear();
+    chartRange = ChartRanges();
+    m_busy = true;
+    const quint64 generation = ++m_generation;
+    if (!m_context) {
+        setBuckets({});
+        return;
+    }
+    QPointer<TimeChartViewController> self(this);
+    StoreContext *context = m_context.get();
+    context->perform([self, context, generation, job = bucketsJob()] {
+        const ChartBuckets buckets = job(*context);
+        dispatchMain([self, generation, buckets] {
+            if (self && self->m_generation == generation)
+                self->setBuckets(buckets);
+        });
+    });
+}
+
+void TimeChartViewController::setBuckets(const ChartBuckets &buckets)
+{
+    dataForChart = buckets;
+    keysForChart = DayChildHelper::reverseSortArrayUsingCompare(buckets.keys());
+    chartRange = History::findRanges(buckets);
+    m_busy = false;
+    didLoad();
+    emit loaded();
+}
+
+// ---- TimeViewController ----
+
+TimeViewController::TimeViewController(DataUsageAppDelegate &delegate, const QString &plan,
+                                       std::shared_ptr<const ChartBuckets> hoursOnQueue, QObject *parent)
+    : TimeChartViewController(delegate, plan, QString(), parent), m_hours(std::move(hoursOnQueue)),
+      m_24Hour(DayChildHelper::timeIs24HourFormat(delegate.shared().clock().now()))
+{
+    setMainPattern(m_24Hour ? QStringLiteral("HH") : QStringLiteral("h"));
+    reload();
+}
+
+QString TimeViewController::periodLabel() const
+{
+    if (m_24Hour || keysForChart.isEmpty())
+        return QString();
+    return DateFormatter::withPattern(QStringLiteral("a")).toString(keysForChart.first());
+}
+
+TimeChartViewController::BucketsJob TimeViewController::bucketsJob() const
+{
+    return [hours = m_hours](StoreContext &) { return hours ? *hours : ChartBuckets(); };
+}
+
+// ---- CycleViewController ----
+
+CycleViewController::CycleViewController(DataUsageAppDelegate &delegate, const QString &plan,
+                                         const QDateTime &date, QObject *parent)
+    : TimeChartViewController(delegate, plan, QStringLiteral("d"), parent)
+{
+    isSelectable = true;
+    m_date = date;
+    const Period p = delegate.shared().computeStartEndDates(date, plan);
+    m_start = p.start;
+    m_end = p.end;
+    reload();
+}
+
+QString CycleViewController::title() const
+{
+    const DateFormatter df = DateFormatter::withTemplate(QStringLiteral("MMMd"));
+    return QStringLiteral("%1 - %2").arg(
+        df.toString(m_start), df.toString(SharedCode::dateByAddingUnit(CalendarUnit::Day, -1, m_end)));
+}
+
+QString CycleViewController::periodLabel() const
+{
+    if (keysForChart.isEmpty())
+        return QString();
+    return DateFormatter::withPattern(QStringLiteral("MMM")).toString(keysForChart.first());
+}
+
+void CycleViewController::reloadWithDate(const QDateTime &date)
+{
+    if (date == m_date)
+        return;
+    m_date = date;
+    const Period p = m_delegate.shared().computeStartEndDates(date, planID);
+    m_start = p.start;
+    m_end = p.end;
+    m_usage.clear();
+    reload();
+}
+
+MultiCyclesController *CycleViewController::multiCycleController()
+{
+    if (!m_multi) {
+        m_multi = new MultiCyclesController(m_delegate, planID, this);
+        connect(m_multi, &MultiCyclesController::periodSelected, this,
+                [this](const QDateTime &start) { reloadWithDate(start); });
+    }
+    return m_multi;
+}
+
+void CycleViewController::tapRow(int row)
+{
+    if (row >= 0 && row < keysForChart.size())
+        emit daySelected(keysForChart.at(row));
+}
+
+TimeChartViewController::BucketsJob CycleViewController::bucketsJob() const
+{
+    return [start = m_start, end = m_end](StoreContext &context) {
+        return History::bucketSums(context, start, end, History::Bucket::Day);
+    };
+}
+
+void CycleViewController::didLoad()
+{
+    double cell = 0, wifi = 0;
+    for (const ChartData &d : std::as_const(dataForChart)) {
+        cell += d.sumCell;
+        wifi += d.sumWifi;
+    }
+    m_usage = keysForChart.isEmpty() ? StyledText() : DayViewController::headerUsageStringForCell(cell, wifi);
+}
+
+// ---- MultiCyclesController ----
+
+MultiCyclesController::MultiCyclesController(DataUsageAppDelegate &delegate, const QString &plan,
+                                             QObject *parent)
+    : TimeChartViewController(delegate, plan, QString(), parent),
+      m_planType(delegate.shared().dataPlanTypeForPlan(plan))
+{
+    isSelectable = true;
+    if (m_planType == BillingCycle::Monthly) {
+        setMainPattern(QStringLiteral("MMM"));
+        timeLabelFontsize = 22;
+    } else if (!delegate.shared().isDailyCycleForPlan(plan)) {
+        setMainPattern(QStringLiteral("d"));
+        m_subDF = DateFormatter::withPattern(QStringLiteral("MMM"));
+        showSubLabel = true;
+        rowHeight = 95;
+    } else {
+        setMainPattern(QStringLiteral("d"));
+    }
+    reload();
+}
+
+void MultiCyclesController::tapRow(int row)
+{
+    if (row >= 0 && row < keysForChart.size())
+        emit periodSelected(keysForChart.at(row));
+}
+
+TimeChartViewController::BucketsJob MultiCyclesController::bucketsJob() const
+{
+    // The settings domain is safe to read from any thread; the delegate outlives every screen.
+    return [shared = &m_delegate.shared(), plan = planID](StoreContext &context) {
+        ChartBuckets buckets;
+        for (const History::PeriodRow &p : History::periods(*shared, context, plan))
+            buckets.insert(p.start, p.data);
+        return buckets;
+    };
+}
+
+QDateTime MultiCyclesController::periodEnd(const QDateTime &start) const
+{
+    return m_delegate.shared().computeStartEndDates(start, planID).end;
+}
+
+void MultiCyclesController::didLoad()
+{
+    SettingsDomain &pref = m_delegate.shared().userPref();
+    if (keysForChart.isEmpty() || pref.boolForKey(Keys::PREF_TIP_DISMISS))
+        return;
+    pref.setValue(Keys::PREF_TIP_DISMISS, true);
+    pref.synchronize();
+    emit showTip(tr("QUICK TIP"), tr("Pull down to dismiss."));
+}
+
+// ---- DayViewController ----
+
+DayViewController::ChildFactory DayViewController::mapFactory;
+
+DayViewController::DayViewController(DataUsageAppDelegate &delegate, const QString &plan, QObject *parent)
+    : QObject(parent), planID(plan), m_delegate(delegate), m_context(delegate.mocForPlan(plan)),
+      m_day(delegate.shared().todayAtZeroHour()), m_queueHours(std::make_shared<ChartBuckets>())
+{
+    const qint64 stored = delegate.shared().userPref().integerForKey(Keys::PREF_DAYVIEW_TYPE);
+    m_active = stored == 1 ? 1 : 0;
+    compute();
+}
+
+DayViewController::~DayViewController() = default;
+
+QString DayViewController::title() const
+{
+    return DateFormatter::withTemplate(QStringLiteral("EEEEMMMMd")).toString(m_day);
+}
+
+QObject *DayViewController::child(int index)
+{
+    if (index < 0 || index > 1)
+        return nullptr;
+    if (!m_children[index]) {
+        if (index == 0)
+            m_children[0] = new TimeViewController(m_delegate, planID, m_queueHours, this);
+        else if (mapFactory)
+            m_children[1] = mapFactory(*this);
+    }
+    return m_children[index];
+}
+
+void DayViewController::setSegment(int index)
+{
+    if (index != 0 && index != 1)
+        return;
+    m_active = index;
+    m_delegate.shared().userPref().setValue(Keys::PREF_DAYVIEW_TYPE, index);
+    m_delegate.shared().userPref().synchronize();
+    child(index);
+    emit activeChanged();
+}
+
+void DayViewController::reloadWithDate(const QDateTime &date)
+{
+    const QDateTime day = BillingCycle::midnightOf(date);
+    if (day == m_day)
+        return;
+    m_day = day;
+    for (QPointer<QObject> &c : m_children) {
+        delete c.data();
+        c = nullptr;
+    }
+    compute();
+    child(m_active);
+    emit activeChanged();
+}
+
+bool DayViewController::swipe(Swipe direction)
+{
+    if (m_sliding)
+        return false;
+    m_sliding = true;
+    reloadWithDate(BillingCycle::addDays(m_day, direction == Left ? 1 : -1));
+    return true;
+}
+
+TimeChartViewController *DayViewController::cycleController()
+{
+    if (!m_cycle) {
+        if (m_delegate.shared().isDailyCycleForPlan(planID)) {
+            auto *multi = new MultiCyclesController(m_delegate, planID, this);
+            connect(multi, &MultiCyclesController::periodSelected, this,
+                    [this](const QDateTime &start) { reloadWithDate(start); });
+            m_cycle = multi;
+        } else {
+            auto *cycle =
+                new CycleViewController(m_delegate, planID, m_delegate.shared().clock().now(), this);
+            connect(cycle, &CycleViewController::daySelected, this,
+                    [this](const QDateTime &day) { reloadWithDate(day); });
+            m_cycle = cycle;
+        }
+    }
+    return m_cycle;
+}
+
+StyledText DayViewController::headerUsageStringForCell(double cell, double wifi)
+{
+    StyledText text{TextRun{QStringLiteral("c "), TextRun::Glyph}};
+    text += TimeChartViewController::getMBString(cell);
+    text += TextRun{QStringLiteral("  w "), TextRun::Glyph};
+    text += TimeChartViewController::getMBString(wifi);
+    return text;
+}
+
+void DayViewController::compute()
+{
+    m_busy = true;
+    m_hours.clear();
+    m_usage.clear();
+    const quint64 generation = ++m_generation;
+    if (!m_context) {
+        m_busy = false;
+        emit loaded();
+        return;
+    }
+    const std::shared_ptr<ChartBuckets> hours = m_queueHours;
+    const QDateTime start = m_day, end = BillingCycle::addDays(m_day, 1);
+    StoreContext *context = m_context.get();
+    QPointer<DayViewController> self(this);
+    context->perform([self, context, hours, start, end, generation] {
+        *hours = History::bucketSums(*context, start, end, History::Bucket::Hour);
+        dispatchMain([self, generation, result = *hours] {
+            if (!self || self->m_generation != generation)
+                return;
+            self->m_hours = result;
+            double cell = 0, wifi = 0;
+            for (const ChartData &d : result) {
+                cell += d.sumCell;
+                wifi += d.sumWifi;
+            }
+            self->m_usage = result.isEmpty() ? StyledText() : headerUsageStringForCell(cell, wifi);
+            self->m_busy = false;
+            emit self->loaded();
+        });
+    });
+}
+
+// ---- DayChildHelper ----
+
+bool DayChildHelper::timeIs24HourFormat(const QDateTime &now)
+{
+    return DateFormatter::uses24HourClock(now);
+}
+
+QString DayChildHelper::hourFormat(const QDateTime &now)
+{
+    return DateFormatter::patternForTemplate(timeIs24HourFormat(now) ? QStringLiteral("HHmm")
+                                                                     : QStringLiteral("ha"));
+}
+
+bool DayChildHelper::dismissScrollViewGesture(bool tracking, double contentOffsetY)
+{
+    return tracking && contentOffsetY < -100;
+}

@@ -1,0 +1,236 @@
+#pragma once
+
+#include "chartdata.h"
+#include "core/dateformatter.h"
+
+#include <QObject>
+#include <QPointer>
+
+#include <functional>
+#include <memory>
+
+class DataUsageAppDelegate;
+class StoreContext;
+
+// A piece of styled text: what the views draw in the icon font, the number font or the unit font.
+struct TextRun
+{
+    enum Style { Glyph, Number, Unit };
+    QString text;
+    Style style;
+    bool operator==(const TextRun &) const = default;
+};
+using StyledText = QList<TextRun>;
+
+// What one history row shows.
+struct ChartRow
+{
+    QDateTime key;
+    QString timeLabel; // the main format of the key, cut to 3 characters when longer
+    QString subLabel;  // the second date line, where the screen has one
+    StyledText cellAmount;
+    StyledText wifiAmount;
+    double cellPercent = -1; // bar fractions; -1 is no bar
+    double wifiPercent = -1;
+};
+
+// The shared base of the history lists: the buckets of one view, newest first, their scale and how
+// each row is labelled. Sums are computed on the plan store's queue and handed to the main thread
+// whole; until then the list is busy.
+class TimeChartViewController : public QObject
+{
+    Q_OBJECT
+    Q_PROPERTY(bool busy READ busy NOTIFY loaded)
+    Q_PROPERTY(bool noUsage READ noUsage NOTIFY loaded)
+    Q_PROPERTY(int rowCount READ rowCount NOTIFY loaded)
+    Q_PROPERTY(QString periodLabel READ periodLabel NOTIFY loaded)
+
+public:
+    ~TimeChartViewController() override;
+
+    const QString planID;
+    QList<QDateTime> keysForChart;
+    ChartBuckets dataForChart;
+    ChartRanges chartRange;
+    double timeLabelWidth = 48;
+    double timeLabelFontsize = 26;
+    double rowHeight = 77;
+    bool showSubLabel = false;
+    bool isSelectable = false;
+
+    const DateFormatter &mainDF() const { return m_mainDF; }
+    bool busy() const { return m_busy; }
+    bool noUsage() const { return !m_busy && keysForChart.isEmpty(); }
+    int rowCount() const { return int(keysForChart.size()); }
+    ChartRow row(int index) const;
+    // The header's period label; empty when the header has none (it is then 1 point high).
+    virtual QString periodLabel() const { return QString(); }
+    double headerHeight() const { return periodLabel().isEmpty() ? 1 : 30; }
+    // The text "No Usage" shown in place of an empty list.
+    static QString noUsageText();
+    static StyledText getMBString(double bytes);
+
+    // Recompute from the store.
+    void reload();
+
+signals:
+    void loaded();
+
+protected:
+    TimeChartViewController(DataUsageAppDelegate &delegate, const QString &plan, const QString &mainPattern,
+                            QObject *parent);
+    void setMainPattern(const QString &pattern) { m_mainDF = DateFormatter::withPattern(pattern); }
+    // The work that sums the view's buckets on the store's queue; it owns copies of what it needs,
+    // so the controller may go away while it runs.
+    using BucketsJob = std::function<ChartBuckets(StoreContext &context)>;
+    virtual BucketsJob bucketsJob() const = 0;
+    // On the main thread, after the buckets are in.
+    virtual void didLoad() {}
+    DataUsageAppDelegate &m_delegate;
+    std::shared_ptr<StoreContext> m_context;
+    std::optional<DateFormatter> m_subDF;
+
+private:
+    void setBuckets(const ChartBuckets &buckets);
+    DateFormatter m_mainDF;
+    bool m_busy = true;
+    quint64 m_generation = 0;
+};
+
+// Hours of one day. Its buckets come from the day view, taken on its own pass through the queue.
+class TimeViewController : public TimeChartViewController
+{
+    Q_OBJECT
+public:
+    TimeViewController(DataUsageAppDelegate &delegate, const QString &plan,
+                       std::shared_ptr<const ChartBuckets> hoursOnQueue, QObject *parent = nullptr);
+    QString periodLabel() const override;
+
+protected:
+    BucketsJob bucketsJob() const override;
+
+private:
+    std::shared_ptr<const ChartBuckets> m_hours; // the day view's map, read on the store's queue
+    bool m_24Hour;
+};
+
+class MultiCyclesController;
+
+// The days of one billing period.
+class CycleViewController : public TimeChartViewController
+{
+    Q_OBJECT
+    Q_PROPERTY(QString title READ title NOTIFY loaded)
+public:
+    CycleViewController(DataUsageAppDelegate &delegate, const QString &plan, const QDateTime &date,
+                        QObject *parent = nullptr);
+    QDateTime cycleStartDate() const { return m_start; }
+    QDateTime cycleEndDate() const { return m_end; }
+    QString title() const;
+    StyledText usageLabel() const { return m_usage; }
+    QString periodLabel() const override;
+    // Show the period containing `date`; nothing when it is the date shown.
+    void reloadWithDate(const QDateTime &date);
+    // The periods view, made once and kept.
+    MultiCyclesController *multiCycleController();
+    // A day tapped: the day view below shows it and this view goes away.
+    void tapRow(int row);
+
+signals:
+    void daySelected(const QDateTime &day);
+
+protected:
+    BucketsJob bucketsJob() const override;
+    void didLoad() override;
+
+private:
+    QDateTime m_date, m_start, m_end;
+    StyledText m_usage;
+    MultiCyclesController *m_multi = nullptr;
+};
+
+// The billing periods with usage, newest first.
+class MultiCyclesController : public TimeChartViewController
+{
+    Q_OBJECT
+public:
+    MultiCyclesController(DataUsageAppDelegate &delegate, const QString &plan, QObject *parent = nullptr);
+    int planType() const { return m_planType; }
+    QString title() const { return tr("Bill Cycles"); }
+    QDateTime periodEnd(const QDateTime &start) const;
+    void tapRow(int row);
+
+signals:
+    void periodSelected(const QDateTime &start);
+    // Shown once, the first time there are rows.
+    void showTip(const QString &title, const QString &text);
+
+protected:
+    BucketsJob bucketsJob() const override;
+    void didLoad() override;
+
+private:
+    int m_planType;
+};
+
+// The day screen: the day's totals and two children, the hour list and the map, one shown.
+class DayViewController : public QObject
+{
+    Q_OBJECT
+    Q_PROPERTY(QString title READ title NOTIFY loaded)
+    Q_PROPERTY(int activeIndex READ activeIndex NOTIFY activeChanged)
+
+public:
+    // Makes the map child; the map screen fills it.
+    using ChildFactory = std::function<QObject *(DayViewController &day)>;
+    static ChildFactory mapFactory;
+
+    DayViewController(DataUsageAppDelegate &delegate, const QString &plan, QObject *parent = nullptr);
+    ~DayViewController() override;
+
+    const QString planID;
+    QDateTime thisDay() const { return m_day; }
+    QString title() const;
+    StyledText usageLabel() const { return m_usage; }
+    ChartBuckets dataForAllHours() const { return m_hours; }
+    bool busy() const { return m_busy; }
+    bool noUsage() const { return !m_busy && m_hours.isEmpty(); }
+
+    int activeIndex() const { return m_active; }
+    // The child in a slot, made on first use (the map slot stays empty without a map screen).
+    QObject *child(int index);
+    QObject *activeController() { return child(m_active); }
+    // The segmented control: show that child and remember the choice.
+    void setSegment(int index);
+
+    // Another day: both children are thrown away and the shown one remade.
+    void reloadWithDate(const QDateTime &date);
+    // A swipe to the left shows the next day, to the right the previous; ignored while sliding.
+    enum Swipe { Left, Right };
+    bool swipe(Swipe direction);
+    void slideFinished() { m_sliding = false; }
+    // The back control: the periods view for a daily plan, else the period view; made once.
+    TimeChartViewController *cycleController();
+
+    static StyledText headerUsageStringForCell(double cell, double wifi);
+
+signals:
+    void loaded();
+    void activeChanged();
+    void dismissed();
+
+private:
+    void compute();
+    DataUsageAppDelegate &m_delegate;
+    std::shared_ptr<StoreContext> m_context;
+    QDateTime m_day;
+    std::shared_ptr<ChartBuckets> m_queueHours; // only touched on the store's queue
+    ChartBuckets m_hours;                       // the main thread's copy
+    StyledText m_usage;
+    std::array<QPointer<QObject>, 2> m_children;
+    int m_active = 0;
+    bool m_busy = true;
+    bool m_sliding = false;
+    quint64 m_generation = 0;
+    TimeChartViewController *m_cycle = nullptr;
+};
