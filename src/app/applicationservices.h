@@ -50,11 +50,21 @@ public:
 };
 
 // A single-button ("OK") alert, as a value the user interface presents.
+// A choice offered by an alert.
+struct AlertAction
+{
+    enum Style { Default, Cancel, Destructive };
+    QString title;
+    Style style = Default;
+    bool operator==(const AlertAction &) const = default;
+};
+
 struct AlertValue
 {
     QString title;
     QString message;
     QString button;
+    QList<AlertAction> actions; // a choice; without, the one button
     bool operator==(const AlertValue &) const = default;
 };
 

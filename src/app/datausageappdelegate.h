@@ -9,6 +9,9 @@
 
 #include <memory>
 
+class DayViewController;
+class QObject;
+
 // The figures of the active plan's current billing period.
 struct CurrentValues
 {
@@ -66,6 +69,10 @@ public:
     // A cellular record of that many bytes, stamped now; nothing for 0 or less.
     void addUsageToCurrent(double bytes);
     std::shared_ptr<StoreContext> mocForPlan(const QString &plan);
+    // Makes the day history screen for the plan and hands it to `presentHistory` to show full screen
+    // over the presenter; the screen belongs to whoever presents it.
+    void showHistoryForPlan(const QString &plan, QObject *presenter, bool animated);
+    std::function<void(DayViewController *day, QObject *presenter, bool animated)> presentHistory;
     std::shared_ptr<StoreContext> tempMOC() const { return m_tempMOC; }
     void dropTempMOC() { m_tempMOC.reset(); }
 

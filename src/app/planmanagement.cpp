@@ -1,7 +1,9 @@
 // Plans: creating, switching and removing them, and the two corrections of the current period.
 #include "core/dispatchqueue.h"
+#include "core/logging.h"
 #include "core/settingskeys.h"
 #include "datausageappdelegate.h"
+#include "history/historycontrollers.h"
 
 #include <QFile>
 
@@ -74,4 +76,13 @@ void DataUsageAppDelegate::addUsageToCurrent(double bytes)
         c->insertEvent(event);
         c->save();
     });
+}
+
+void DataUsageAppDelegate::showHistoryForPlan(const QString &plan, QObject *presenter, bool animated)
+{
+    if (!presentHistory) {
+        qCWarning(lcCore) << "no screen can show the history of plan" << plan;
+        return;
+    }
+    presentHistory(new DayViewController(*this, plan), presenter, animated);
 }

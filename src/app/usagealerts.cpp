@@ -191,5 +191,5 @@ bool DataUsageAppDelegate::canShowAlertOnRootView() const
 
 AlertValue DataUsageAppDelegate::alertControllerWithTitle(const QString &title, const QString &message)
 {
-    return AlertValue{title, message, tr("OK")};
+    return AlertValue{title, message, tr("OK"), {}};
 }

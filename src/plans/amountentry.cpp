@@ -4,6 +4,7 @@
 #include "core/sharedcode.h"
 
 #include <QLocale>
+#include <QRegularExpression>
 
 #include <cmath>
 
@@ -61,3 +62,23 @@ void storeRollover(SharedCode &shared, const QString &plan, const Amount &amount
 }
 
 } // namespace AmountEntry
+
+namespace ByteEntry {
+
+QString transformText(const QString &text)
+{
+    static const QRegularExpression other(QStringLiteral("[^0-9.]"));
+    QString t = text;
+    return t.replace(other, QStringLiteral("."));
+}
+
+double amountOf(const QString &text)
+{
+    static const QRegularExpression number(QStringLiteral("^[0-9]*(\\.[0-9]*)?"));
+    const QString prefix = number.match(text).captured(0);
+    bool ok = false;
+    const double x = QLocale::c().toDouble(prefix == QLatin1StringView(".") ? QString() : prefix, &ok);
+    return ok ? x : 0;
+}
+
+} // namespace ByteEntry

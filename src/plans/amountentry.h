@@ -32,3 +32,12 @@ void storeCap(SharedCode &shared, const QString &plan, const Amount &amount);
 void storeRollover(SharedCode &shared, const QString &plan, const Amount &amount);
 
 } // namespace AmountEntry
+
+// The byte-entry field.
+namespace ByteEntry {
+// Every character that is not a digit or "." becomes ".", so a decimal comma reads as a point.
+QString transformText(const QString &text);
+// The number at the start of the (transformed) text; what follows a second point is ignored.
+// Empty or no digits read as 0.
+double amountOf(const QString &text);
+} // namespace ByteEntry

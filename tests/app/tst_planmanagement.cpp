@@ -1,6 +1,8 @@
 #include "app/datausageappdelegate.h"
+#include "app/plancontrollers.h"
 #include "app/selectplancontroller.h"
 #include "core/settingskeys.h"
+#include "history/historycontrollers.h"
 #include "testsupport.h"
 
 #include <QtTest>
@@ -128,6 +130,132 @@ private slots:
         QCOMPARE(added[0].latitude, kUnknownCoordinate);
         p.delegate.resetCurrent();
         QCOMPARE(p.cellIn(p.first), 7.0); // earlier periods stay
+    }
+
+    void planScreen_data()
+    {
+        QTest::addColumn<int>("type");
+        QTest::addColumn<QStringList>("titles");
+        QTest::addColumn<QString>("startDate");
+        QTest::addColumn<QString>("picker");
+        QTest::newRow("monthly") << 0 << QStringList{"Label", "Plan Type", "Start Date", "Data Cap"} << "1st"
+                                 << "BilldateController";
+        QTest::newRow("weekly") << 2 << QStringList{"Label", "Plan Type", "Start Date", "Data Cap"}
+                                << "Monday"
+                                << "PickerWeekController";
+        QTest::newRow("30 days") << 1 << QStringList{"Label", "Plan Type", "Start Date", "Data Cap"}
+                                 << "Feb 9"
+                                 << "Picker2DateController";
+        QTest::newRow("daily") << 4 << QStringList{"Label", "Plan Type", "Data Cap"} << ""
+                               << "";
+    }
+
+    void planScreen()
+    {
+        QFETCH(int, type);
+        QFETCH(QStringList, titles);
+        QFETCH(QString, startDate);
+        QFETCH(QString, picker);
+        Plans p;
+        const QVariantMap before = p.shared->userPref().dictionaryForKey(Keys::PREF_ALL_PLANS);
+        {
+            PlanController fresh(p.delegate);
+            QCOMPARE(fresh.title(), QStringLiteral("New Plan"));
+            QCOMPARE(fresh.sectionCount(), 1);
+            QCOMPARE(p.shared->userPref().dictionaryForKey(Keys::PREF_ALL_PLANS).size(), 3);
+            fresh.cancel();
+        }
+        QCOMPARE(p.shared->userPref().dictionaryForKey(Keys::PREF_ALL_PLANS), before);
+
+        p.shared->setForPlan(p.second, Keys::PREF_BILLTYPE, type);
+        p.shared->setForPlan(p.second, Keys::PREF_NDAYS_N, 1);
+        p.shared->setForPlan(p.second, Keys::PREF_30DAY_START, QDateTime(QDate(2026, 2, 9), QTime()));
+        p.shared->userPref().setValue(Keys::PREF_WEEK_START, 2);
+        PlanController screen(p.delegate, p.second);
+        QCOMPARE(screen.title(), QStringLiteral("Plan Details"));
+        QStringList got;
+        for (const SettingsRow &r : screen.rows(0))
+            got.append(r.title);
+        QCOMPARE(got, titles);
+        QCOMPARE(screen.rows(0).last().detail, QStringLiteral("2 GB"));
+        if (!startDate.isEmpty())
+            QCOMPARE(screen.rows(0).at(2), (SettingsRow{"Start Date", startDate, picker}));
+        QCOMPARE(screen.rows(1).size(), 4);
+
+        // Usage History hands the plan's day screen to whoever presents it.
+        QString shown;
+        p.delegate.presentHistory = [&](DayViewController *day, QObject *presenter, bool) {
+            shown = day->planID;
+            QCOMPARE(presenter, &screen);
+            delete day;
+        };
+        screen.selectRow(1, 2);
+        QCOMPARE(shown, p.second);
+
+        PlanController active(p.delegate, p.first);
+        QVERIFY(!active.canDelete());
+        active.confirmDelete();
+        QVERIFY(screen.canDelete());
+        QCOMPARE(screen.deleteQuestion().actions.first(), (AlertAction{"Delete", AlertAction::Destructive}));
+        QSignalSpy back(&screen, &PlanController::goBack);
+        screen.confirmDelete();
+        QCOMPARE(back.size(), 1);
+        QCOMPARE(p.shared->userPref().dictionaryForKey(Keys::PREF_ALL_PLANS).keys(), QStringList{p.first});
+    }
+
+    void amountEntry_data()
+    {
+        QTest::addColumn<QString>("typed");
+        QTest::addColumn<QString>("field");
+        QTest::addColumn<bool>("enabled");
+        QTest::addColumn<double>("bytes"); // what setup would add for the same text
+        QTest::newRow("decimal comma") << "1,5"
+                                       << "1.5" << true << 1572864.0;
+        QTest::newRow("second point ignored") << "2.5.9"
+                                              << "2.5.9" << true << 2621440.0;
+        QTest::newRow("letters") << "12 MB"
+                                 << "12..." << true << 12582912.0;
+        QTest::newRow("smallest") << "0.001"
+                                  << "0.001" << true << 1048.0;
+        QTest::newRow("below the smallest") << "0.0009"
+                                            << "0.0009" << false << 943.0;
+        QTest::newRow("empty") << ""
+                               << "" << false << 0.0;
+        QTest::newRow("infinite") << QString(400, QLatin1Char('9')) << QString(400, QLatin1Char('9')) << false
+                                  << 0.0;
+    }
+
+    void amountEntry()
+    {
+        QFETCH(QString, typed);
+        QFETCH(QString, field);
+        QFETCH(bool, enabled);
+        QFETCH(double, bytes);
+        Plans p;
+        AddController add(p.delegate);
+        add.setText(typed);
+        QCOMPARE(add.text(), field);
+        QCOMPARE(add.addEnabled(), enabled);
+        AddExistingController existing;
+        existing.text = typed;
+        QCOMPARE(existing.bytes(), bytes);
+        QCOMPARE(add.add().has_value(), enabled);
+    }
+
+    void addingUsage()
+    {
+        Plans p;
+        AddController add(p.delegate);
+        add.unit = AmountEntry::GB;
+        add.setText(QStringLiteral("1,5"));
+        const AlertValue question = *add.add();
+        QCOMPARE(add.text(), QStringLiteral("1.5"));
+        QCOMPARE(question.message,
+                 QStringLiteral("Do you want to add 1.5 GB to your current cellular usage?"));
+        QSignalSpy closed(&add, &AddController::close);
+        add.confirm();
+        QCOMPARE(closed.size(), 1);
+        QCOMPARE(p.cellIn(p.first), 1610612736.0);
     }
 };
 

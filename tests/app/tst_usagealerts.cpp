@@ -195,9 +195,10 @@ private slots:
         QCOMPARE(w.center.added.size(), 2); // the bill-cycle pair only, no notification
         QCOMPARE(root.alerts.size(), shown ? 1 : 0);
         if (shown)
-            QCOMPARE(root.alerts[0],
-                     (AlertValue{QString(), QStringLiteral("You've used\n70% of your data cap."),
-                                 QStringLiteral("OK")}));
+            QCOMPARE(root.alerts[0], (AlertValue{QString(),
+                                                 QStringLiteral("You've used\n70% of your data cap."),
+                                                 QStringLiteral("OK"),
+                                                 {}}));
     }
 
     void billCycleReminders_data()

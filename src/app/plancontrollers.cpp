@@ -1,0 +1,191 @@
+#include "plancontrollers.h"
+
+#include "core/dateformatter.h"
+#include "core/settingskeys.h"
+#include "datausageappdelegate.h"
+#include "plans/billingcycle.h"
+
+#include <cmath>
+
+// ---- PlanController ----
+
+PlanController::PlanController(DataUsageAppDelegate &delegate, const QString &plan, QObject *parent)
+    : QObject(parent), m_delegate(delegate), m_plan(plan), m_new(plan.isEmpty())
+{
+    if (m_new) {
+        const QVariantMap created = delegate.makeNewPlan();
+        m_plan = created.value(Keys::PREF_PLAN_ID).toString();
+        delegate.addAPlan(created);
+    }
+}
+
+QString PlanController::title() const
+{
+    return m_new ? tr("New Plan") : tr("Plan Details");
+}
+
+bool PlanController::canDelete() const
+{
+    return !m_new && m_plan != m_delegate.shared().activePlanID();
+}
+
+QString PlanController::startDateDetail() const
+{
+    SharedCode &shared = m_delegate.shared();
+    switch (shared.dataPlanTypeForPlan(m_plan)) {
+    case BillingCycle::Monthly:
+        return SettingsHelper::shortBillDateString(
+            shared.getForPlan(m_plan, Keys::PREF_BILLDAY).toLongLong());
+    case BillingCycle::Weekly: {
+        // 1 January 2023 was a Sunday, weekday 1.
+        const qint64 k = shared.userPref().integerForKey(Keys::PREF_WEEK_START);
+        return DateFormatter::withPattern(QStringLiteral("cccc"))
+            .toString(QDate(2023, 1, 1).addDays(std::clamp<qint64>(k, 1, 7) - 1).startOfDay());
+    }
+    default:
+        return DateFormatter::withTemplate(QStringLiteral("MMMd"))
+            .toString(shared.getForPlan(m_plan, Keys::PREF_30DAY_START).toDateTime().toLocalTime());
+    }
+}
+
+QList<SettingsRow> PlanController::rows(int section) const
+{
+    SharedCode &shared = m_delegate.shared();
+    if (section == 0) {
+        QList<SettingsRow> rows{{tr("Label"), shared.getForPlan(m_plan, Keys::PREF_PLAN_LABEL).toString(),
+                                 QStringLiteral("LabelController")},
+                                {tr("Plan Type"),
+                                 SettingsHelper::planNameForLength(shared.dataPlanTypeForPlan(m_plan),
+                                                                   shared.nForCycleForPlan(m_plan)),
+                                 QStringLiteral("PlantypeController")}};
+        if (!shared.isDailyCycleForPlan(m_plan)) {
+            static const char *const pickers[] = {"BilldateController", "Picker2DateController",
+                                                  "PickerWeekController", "Picker2DateController",
+                                                  "Picker2DateController"};
+            const int type = std::clamp(shared.dataPlanTypeForPlan(m_plan), 0, 4);
+            rows.append({tr("Start Date"), startDateDetail(), QString::fromLatin1(pickers[type])});
+        }
+        rows.append(
+            {tr("Data Cap"),
+             SettingsHelper::capString(shared.getForPlan(m_plan, Keys::PREF_DATA_DISPLAY_CAP).toList()),
+             QStringLiteral("AllowController")});
+        return rows;
+    }
+    if (section == 1 && !m_new) {
+        const bool rollover = SettingsValue::toBool(shared.getForPlan(m_plan, Keys::PREF_ROLLOVER_ON));
+        return {{tr("Rollover Data"),
+                 rollover ? SettingsHelper::capString(
+                                shared.getForPlan(m_plan, Keys::PREF_ROLLOVER_DISPLAY).toList())
+                          : QString(),
+                 QStringLiteral("RolloverController")},
+                {tr("Tethering"), QString(), QStringLiteral("TetheringController")},
+                {tr("Usage History"), QString(), QStringLiteral("DayViewController")},
+                {tr("Export Statistics"), QString(), QStringLiteral("ExportController")}};
+    }
+    return {};
+}
+
+void PlanController::save()
+{
+    if (!m_new)
+        return;
+    m_new = false;
+    emit changed();
+}
+
+void PlanController::cancel()
+{
+    if (m_new)
+        m_delegate.removeAPlan(m_plan);
+    emit goBack();
+}
+
+AlertValue PlanController::deleteQuestion() const
+{
+    AlertValue a =
+        DataUsageAppDelegate::alertControllerWithTitle(QString(), tr("Do you want to delete this plan?"));
+    a.actions = {AlertAction{tr("Delete"), AlertAction::Destructive},
+                 AlertAction{tr("Cancel"), AlertAction::Cancel}};
+    return a;
+}
+
+void PlanController::confirmDelete()
+{
+    if (!canDelete())
+        return;
+    m_delegate.removeAPlan(m_plan);
+    emit goBack();
+}
+
+void PlanController::selectRow(int section, int row)
+{
+    const QList<SettingsRow> list = rows(section);
+    if (row < 0 || row >= list.size())
+        return;
+    if (list.at(row).opens == QLatin1StringView("DayViewController"))
+        m_delegate.showHistoryForPlan(m_plan, this, true);
+    else
+        emit open(list.at(row).opens, m_plan);
+}
+
+// ---- AddController ----
+
+AddController::AddController(DataUsageAppDelegate &delegate, QObject *parent)
+    : QObject(parent), m_delegate(delegate)
+{}
+
+QString AddController::footer() const
+{
+    return tr("Amount of cellular data used. This amount will be added to your current usage.");
+}
+
+void AddController::setText(const QString &text)
+{
+    const QString filtered = ByteEntry::transformText(text);
+    if (filtered == m_text)
+        return;
+    m_text = filtered;
+    emit textChanged();
+}
+
+bool AddController::addEnabled() const
+{
+    const double x = ByteEntry::amountOf(m_text);
+    return std::isfinite(x) && x >= 0.001;
+}
+
+std::optional<AlertValue> AddController::add()
+{
+    if (!addEnabled())
+        return std::nullopt;
+    setText(SharedCode::stringTwoDecimal(ByteEntry::amountOf(m_text)));
+    const QString amount = SettingsHelper::capString(QVariantList{m_text, qint64(unit)});
+    AlertValue a = DataUsageAppDelegate::alertControllerWithTitle(
+        QString(),
+        tr("Do you want to add %@ to your current cellular usage?").replace(QLatin1StringView("%@"), amount));
+    a.actions = {AlertAction{tr("Add Usage"), AlertAction::Default},
+                 AlertAction{tr("Cancel"), AlertAction::Cancel}};
+    return a;
+}
+
+void AddController::confirm()
+{
+    const double x = ByteEntry::amountOf(m_text);
+    if (!(std::isfinite(x) && x >= 0.001))
+        return;
+    m_delegate.addUsageToCurrent(std::floor(x * AmountEntry::unitBytes(unit)));
+    m_delegate.doComputeValuesOnly();
+    emit close();
+}
+
+// ---- AddExistingController ----
+
+double AddExistingController::bytes() const
+{
+    if (text.isEmpty())
+        return 0;
+    const double x = ByteEntry::amountOf(ByteEntry::transformText(text));
+    if (!(x > 0) || !std::isfinite(x))
+        return 0;
+    return std::floor(x * AmountEntry::unitBytes(unit));
+}

@@ -1,0 +1,102 @@
+#pragma once
+
+#include "applicationservices.h"
+#include "plans/amountentry.h"
+
+#include <QObject>
+#include <QStringList>
+
+class DataUsageAppDelegate;
+
+// One row of a settings table: its title, the value shown at its right, the screen it opens.
+struct SettingsRow
+{
+    QString title;
+    QString detail;
+    QString opens; // class name of the screen, or empty
+    bool operator==(const SettingsRow &) const = default;
+};
+
+// One plan's screen. Opened without a plan it creates one at once and edits it ("New Plan", Save
+// and Cancel; Cancel deletes it again); opened with a plan it shows its details and, for a plan that
+// is not the active one, offers to delete it.
+class PlanController : public QObject
+{
+    Q_OBJECT
+    Q_PROPERTY(QString title READ title NOTIFY changed)
+    Q_PROPERTY(bool newPlanMode READ newPlanMode NOTIFY changed)
+    Q_PROPERTY(bool canDelete READ canDelete NOTIFY changed)
+
+public:
+    PlanController(DataUsageAppDelegate &delegate, const QString &plan = QString(),
+                   QObject *parent = nullptr);
+
+    QString planID() const { return m_plan; }
+    bool newPlanMode() const { return m_new; }
+    QString title() const;
+    bool canDelete() const;
+    int sectionCount() const { return m_new ? 1 : 2; }
+    QList<SettingsRow> rows(int section) const;
+
+    Q_INVOKABLE void save();
+    Q_INVOKABLE void cancel();
+    // The delete button's question; confirmDelete removes the plan and goes back.
+    AlertValue deleteQuestion() const;
+    Q_INVOKABLE void confirmDelete();
+    Q_INVOKABLE void selectRow(int section, int row);
+
+signals:
+    void changed();
+    void goBack();
+    void open(const QString &screen, const QString &plan);
+
+private:
+    QString startDateDetail() const;
+    DataUsageAppDelegate &m_delegate;
+    QString m_plan;
+    bool m_new;
+};
+
+// Adding cellular usage by hand: the amount typed, the question, and the record.
+class AddController : public QObject
+{
+    Q_OBJECT
+    Q_PROPERTY(QString text READ text WRITE setText NOTIFY textChanged)
+    Q_PROPERTY(bool addEnabled READ addEnabled NOTIFY textChanged)
+
+public:
+    explicit AddController(DataUsageAppDelegate &delegate, QObject *parent = nullptr);
+
+    QString title() const { return tr("Add Usage"); }
+    QString footer() const;
+    QString text() const { return m_text; }
+    // Runs the input filter; the field is rewritten only when it changed.
+    void setText(const QString &text);
+    AmountEntry::Unit unit = AmountEntry::MB;
+    bool addEnabled() const;
+    // The Add button: the field is rewritten with two decimals and the question returned.
+    std::optional<AlertValue> add();
+    // "Add Usage" in the question: the record, the figures, and the screen closes.
+    void confirm();
+
+signals:
+    void textChanged();
+    void close();
+
+private:
+    DataUsageAppDelegate &m_delegate;
+    QString m_text;
+};
+
+// Usage already spent when the first plan is set up.
+class AddExistingController : public QObject
+{
+    Q_OBJECT
+public:
+    explicit AddExistingController(QObject *parent = nullptr) : QObject(parent) {}
+    QString title() const { return tr("Existing Usage"); }
+    QString text;
+    AmountEntry::Unit unit = AmountEntry::MB;
+    // Bytes: 0 for an empty text, a non-positive or infinite amount.
+    double bytes() const;
+};
