@@ -10,9 +10,76 @@
 #include <QFile>
 
 #include <charconv>
+#include <cstring>
 #include <ctime>
+#include <vector>
 
 namespace {
+
+// The text waiting to be written: plain appends into one buffer that is kept between flushes.
+class TextBuffer
+{
+public:
+    explicit TextBuffer(size_t capacity) : m_data(capacity) {}
+    void put(const char *text, size_t n)
+    {
+        if (m_size + n > m_data.size())
+            m_data.resize(std::max(m_data.size() * 2, m_size + n));
+        std::memcpy(m_data.data() + m_size, text, n);
+        m_size += n;
+    }
+    template <size_t N> void put(const char (&literal)[N]) { put(literal, N - 1); }
+    void put(char c) { put(&c, 1); }
+    void put(const QByteArray &text) { put(text.constData(), size_t(text.size())); }
+    // Room for `n` more characters, to write in place; commit() what was written.
+    char *reserve(size_t n)
+    {
+        if (m_size + n > m_data.size())
+            m_data.resize(std::max(m_data.size() * 2, m_size + n));
+        return m_data.data() + m_size;
+    }
+    void commit(const char *end) { m_size = size_t(end - m_data.data()); }
+    size_t size() const { return m_size; }
+    const char *data() const { return m_data.data(); }
+    void clear() { m_size = 0; }
+
+private:
+    std::vector<char> m_data;
+    size_t m_size = 0;
+};
+
+// The export's time stamps, "YYYY-MM-DD HH:MM:SS +0000" in UTC, as dateText writes them: the date
+// is formatted once per day, the time of day by arithmetic.
+class StampWriter
+{
+public:
+    static constexpr size_t kLength = 25;
+    const char *text(double seconds)
+    {
+        const time_t t = time_t(seconds);
+        const time_t day = t >= 0 ? t / 86400 * 86400 : (t - 86399) / 86400 * 86400;
+        if (day != m_day || !m_valid) {
+            const QByteArray date = ExportController::dateText(double(day)).toLatin1();
+            if (date.size() != qsizetype(kLength))
+                return nullptr;
+            std::memcpy(m_text, date.constData(), kLength);
+            m_day = day;
+            m_valid = true;
+        }
+        const int sod = int(t - day);
+        const int fields[3] = {sod / 3600, sod / 60 % 60, sod % 60};
+        for (int i = 0; i < 3; ++i) {
+            m_text[11 + 3 * i] = char('0' + fields[i] / 10);
+            m_text[12 + 3 * i] = char('0' + fields[i] % 10);
+        }
+        return m_text;
+    }
+
+private:
+    char m_text[kLength];
+    time_t m_day = 0;
+    bool m_valid = false;
+};
 
 // How an export ends early; caught once, at the end.
 struct ExportException
@@ -98,22 +165,22 @@ ExportController::Outcome ExportController::runExport(UsageStore *store, qint64 
     QFile file(path);
     try {
         QDir().mkpath(QFileInfo(path).path());
-        if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate))
+        if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Unbuffered))
             throw ExportException{false, tr("Export file creation error.")};
         if (store)
             store->setMemoryMapLimit(0); // memory stays flat whatever the store's size
         const std::optional<TimeStampRange> range = store ? store->timeStampRange() : std::nullopt;
         if (!range)
             throw ExportException{false, tr("No statistics to export.")};
-        QByteArray out;
-        out.reserve(1 << 17);
+        TextBuffer out(1 << 17);
         const auto flush = [&] {
-            if (file.write(out) != out.size())
+            if (file.write(out.data(), qint64(out.size())) != qint64(out.size()))
                 throw std::runtime_error(file.errorString().toStdString());
-            out.resize(0); // keeps the buffer
+            out.clear(); // keeps the buffer
         };
-        out += "{\"exportData\":[";
+        out.put("{\"exportData\":[");
         QDateTime cursor = range->maxDate;
+        StampWriter stamps;
         for (qint64 i = 0; i < cycles; ++i) {
             const Period p = m_shared.computeStartEndDates(cursor, m_planID);
             if (range->minDate > p.end)
@@ -124,34 +191,35 @@ ExportController::Outcome ExportController::runExport(UsageStore *store, qint64 
             }
             cursor = SharedCode::dateByAddingUnit(CalendarUnit::Day, -1, p.start);
             if (i > 0)
-                out += ',';
-            out += "{\"billCycleStart\":\"" + dateText(UsageStore::toSeconds(p.start)).toLatin1() +
-                   "\",\"billCycleEnd\":\"" + dateText(UsageStore::toSeconds(p.end)).toLatin1() +
-                   "\",\"usageStatistics\":{\"columns\":[\"time\",\"cellReceived\",\"cellSent\","
-                   "\"wifiReceived\","
-                   "\"wifiSent\"],\"rows\":[";
+                out.put(',');
+            out.put("{\"billCycleStart\":\"");
+            out.put(dateText(UsageStore::toSeconds(p.start)).toLatin1());
+            out.put("\",\"billCycleEnd\":\"");
+            out.put(dateText(UsageStore::toSeconds(p.end)).toLatin1());
+            out.put("\",\"usageStatistics\":{\"columns\":[\"time\",\"cellReceived\",\"cellSent\","
+                    "\"wifiReceived\",\"wifiSent\"],\"rows\":[");
             bool first = true;
-            double lastStamp = -1;
-            QByteArray stampText;
             store->forEachEvent(p.start, p.end, [&](double ts, const double(&c)[4]) {
+                const char *stamp = stamps.text(ts);
+                if (!stamp)
+                    throw std::runtime_error("time stamp out of range");
+                // One row: at most 1 + 2 + 25 + 1 + 4 * (1 + 20) + 1 characters.
+                char *w = out.reserve(160);
                 if (!first)
-                    out += ',';
+                    *w++ = ',';
                 first = false;
-                if (ts != lastStamp) { // records share their hour: format each stamp once
-                    lastStamp = ts;
-                    stampText = dateText(ts).toLatin1();
-                }
-                out += "[\"";
-                out += stampText;
-                out += '"';
+                *w++ = '[';
+                *w++ = '"';
+                std::memcpy(w, stamp, StampWriter::kLength);
+                w += StampWriter::kLength;
+                *w++ = '"';
                 // Whole bytes as they are: no 32-bit wrap.
                 for (double v : c) {
-                    char number[24] = {','};
-                    const auto end =
-                        std::to_chars(number + 1, number + sizeof number, static_cast<long long>(v)).ptr;
-                    out.append(number, end - number);
+                    *w++ = ',';
+                    w = std::to_chars(w, w + 24, static_cast<long long>(v)).ptr;
                 }
-                out += ']';
+                *w++ = ']';
+                out.commit(w);
                 ++outcome.rows;
                 if (out.size() > (1 << 16))
                     flush();
@@ -161,13 +229,15 @@ ExportController::Outcome ExportController::runExport(UsageStore *store, qint64 
                 flush();
                 throw ExportException{true, QString()};
             }
-            out += "]}}";
+            out.put("]}}");
             ++outcome.cycles;
             if (progress)
                 progress(outcome.rows);
         }
         outcome.timestamp = dateText(double(QDateTime::currentSecsSinceEpoch()));
-        out += "],\"exportTimestamp\":\"" + outcome.timestamp.toLatin1() + "\"}";
+        out.put("],\"exportTimestamp\":\"");
+        out.put(outcome.timestamp.toLatin1());
+        out.put("\"}");
         flush();
         file.close();
         outcome.kind = Outcome::Finished;
