@@ -25,7 +25,8 @@ if [ -d "$vn" ]; then
     sqlite3 "$work/vnstat/db/vnstat.db" < "$vn/build_db.sql" >/dev/null
 fi
 export TALLYMO_CONTAINER="$work/container" TALLYMO_PROC_NET_DEV=/dev/null
-commands=("build-bench/programs/tallymo/tallymo status" "build-bench/programs/tallymo/tallymo status --json")
+commands=("build-bench/programs/tallymo/tallymo status" "build-bench/programs/tallymo/tallymo status --json"
+          "build-bench/programs/tallymo/tallymo history cycles --json")
 [ -d "$vn" ] && commands+=("vnstat --config $work/vnstat.conf -i eth0 --oneline")
 hyperfine -N --warmup 5 --runs 100 --export-json "$work/times.json" "${commands[@]}" >/dev/null
 python3 - "$work/times.json" <<'PY'
