@@ -105,6 +105,30 @@ private slots:
         QCOMPARE(bad.runExport(e.store.get(), 7, e.path()).kind, ExportController::Outcome::Cancelled);
         QVERIFY(readAll(e.path()).startsWith("{\"exportData\":["));
     }
+
+    // Cancelled while rows are being written: the export stops at the next row and what it wrote
+    // stays, ending with a whole row.
+    void cancelledBetweenRows()
+    {
+        Exporting e;
+        QList<Event> many;
+        for (int i = 0; i < 200000; ++i)
+            many.append(Event{utc(3, 1, 0).addSecs(i), 1000, 1, 2, 3});
+        e.add(many);
+        ExportController controller(*e.shared, QStringLiteral("P"));
+        ExportController::Outcome outcome;
+        std::unique_ptr<QThread> worker(
+            QThread::create([&] { outcome = controller.runExport(e.store.get(), 1, e.path()); }));
+        worker->start();
+        QTRY_VERIFY_WITH_TIMEOUT(QFileInfo(e.path()).size() > 0 || worker->isFinished(), 20000);
+        controller.cancelExport();
+        QVERIFY(worker->wait(20000));
+        QCOMPARE(outcome.kind, ExportController::Outcome::Cancelled);
+        QVERIFY(outcome.rows > 0 && outcome.rows < many.size());
+        const QByteArray text = readAll(e.path());
+        QVERIFY(text.endsWith(",1000,1,2,3]"));
+        QCOMPARE(text.count(",1000,1,2,3]"), outcome.rows);
+    }
 };
 
 QTEST_GUILESS_MAIN(TestExport)
