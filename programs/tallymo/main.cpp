@@ -7,6 +7,7 @@
 #include "platform/linux/paths.h"
 #include "platform/linux/unixsignals.h"
 #include "platform/linux/xdgmail.h"
+#include "sharing/widgetstats.h"
 
 #include <QCoreApplication>
 #include <QLibrary>
@@ -93,6 +94,8 @@ int main(int argc, char **argv)
                 services.badge = desktop->badge();
                 services.refreshStatus = desktop->refreshStatus();
                 services.location = desktop->location();
+                services.watch = desktop->watch();
+                WidgetHelper::setCenter(desktop->widgetCenter(*shared));
             }
             delegate->setServices(services);
         }
@@ -114,6 +117,7 @@ int main(int argc, char **argv)
     if (shared)
         shared->userPref().synchronize();
     QCoreApplication::sendPostedEvents(); // badge and screen updates queued for the main thread
+    WidgetHelper::setCenter(nullptr);
     if (delegate)
         delegate->setServices({});
     desktop.reset();

@@ -109,6 +109,9 @@ public:
 };
 
 class LocationService;
+class SharedCode;
+class WatchSession;
+class WidgetCenter;
 
 // The desktop's services as one bundle, for programs that load them only when a command needs
 // them (connecting to the session bus and loading its libraries costs every short command).
@@ -128,4 +131,7 @@ public:
     virtual bool registerBackgroundService(std::function<void()> onPush, std::function<void()> onWake) = 0;
     // Asks a running background service for a silent push; false when none runs.
     virtual bool pushToBackgroundService() = 0;
+    virtual WatchSession *watch() = 0;
+    // Widget reloads; the record is computed from the shared code's active plan.
+    virtual WidgetCenter *widgetCenter(SharedCode &shared) = 0;
 };

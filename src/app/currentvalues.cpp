@@ -3,6 +3,7 @@
 #include "core/settingskeys.h"
 #include "datausageappdelegate.h"
 #include "plans/billingcycle.h"
+#include "sharing/widgetstats.h"
 
 #include <cmath>
 
@@ -64,8 +65,13 @@ void DataUsageAppDelegate::doComputeValuesOnly()
 void DataUsageAppDelegate::postNewValues()
 {
     dispatchMain([this] {
-        if (rootController)
-            rootController->reloadValues();
+        if (rootController) {
+            rootController->reloadValues(); // the main screen refreshes the widget and the watch
+            return;
+        }
+        // No main screen in this process: do what it would after reloading its values.
+        refreshWidget();
+        sendAppContext(mainScreenRecord());
     });
 }
 
@@ -86,7 +92,7 @@ void DataUsageAppDelegate::showBadge()
 
 void DataUsageAppDelegate::refreshWidget()
 {
-    // The widget record comes with the widget program.
+    WidgetHelper::reload();
 }
 
 void DataUsageAppDelegate::resetCache()

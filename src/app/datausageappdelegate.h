@@ -10,6 +10,7 @@
 #include <memory>
 
 class DayViewController;
+class WatchSession;
 class QObject;
 
 // The figures of the active plan's current billing period.
@@ -41,6 +42,7 @@ public:
         PlatformApplication *application = nullptr;
         PushSubscriptions *push = nullptr;
         LocationService *location = nullptr;
+        WatchSession *watch = nullptr;
     };
 
     explicit DataUsageAppDelegate(SharedCode &shared);
@@ -136,6 +138,19 @@ public:
     void stopCloudKitSubscription();
     void killAllCloudKitSubscriptions();
     void checkCloudKitSubscriptions();
+
+    // The watch link.
+    void initWatchConnectivity();
+    void sessionDidDeactivate();
+    // Answers any message with the statistics record (a fresh sample first); before setup with
+    // only the flag and the moment; with an empty record when sampling or computing failed.
+    void sessionDidReceiveMessage(const QVariantMap &message, std::function<void(const QVariantMap &)> reply);
+    // Pushes the main screen's figures: as complication data when the forecast's look changed
+    // (and the complication is shown), else as the application context.
+    void sendAppContext(const QVariantMap &record);
+    bool didForecastStateChange(const QVariantMap &context);
+    // What the main screen hands the watch: percent, colour, forecast, used, time left.
+    QVariantMap mainScreenRecord() const;
 
     // Alerts and notifications.
     void computeThresholdLevel();

@@ -28,7 +28,7 @@ bool DataUsageAppDelegate::applicationWillFinishLaunching()
     }
     initPush();
     initLocation();
-    // Without a window there is no main screen to create; the watch link comes with its service.
+    initWatchConnectivity();
     initCloud();
     return true;
 }

@@ -38,8 +38,7 @@ std::optional<Visit> VisitDetector::addFix(const LocationFix &fix)
 
 bool DataUsageAppDelegate::isMapTracking()
 {
-    return m_shared.userPref().boolForKey(Keys::PREF_V7_GEO) && m_services.location &&
-           m_services.location->authorizationStatus() == LocationService::Authorization::Always;
+    return m_shared.isMapTracking(m_services.location);
 }
 
 void DataUsageAppDelegate::initLocation()

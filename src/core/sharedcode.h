@@ -47,6 +47,8 @@ bool isValidCoordinate(double latitude, double longitude);
 double metersBetween(double lat1, double lon1, double lat2, double lon2);
 
 // A billing period: the half-open range [start, end).
+class LocationService;
+
 struct Period
 {
     QDateTime start;
@@ -142,6 +144,14 @@ public:
 
     // The last known position when it is good enough to store with usage (accuracy 0 to 500 m).
     static Coordinate coordinatFromLocationManager(const std::optional<LocationFix> &last);
+
+    // The widget's statistics of the current period (five WSTATS_ keys); on the context's queue.
+    QVariantMap computeWidgetStats(StoreContext *context);
+    // The widget's position: the location service's last fix, when usage is being mapped.
+    Coordinate getCurrentCoordinateForWidget(LocationService *location);
+    bool isMapTracking(LocationService *location) const;
+    int widgetAppearance() const;
+    static int widgetColorStyle() { return 0; }
 
     // Colours.
     static const std::array<std::array<quint32, 6>, 25> &getColorsDBandRows(int *rows);

@@ -12,7 +12,8 @@ Q_LOGGING_CATEGORY(lcDesktop, "tallymo.platform.desktop", QtWarningMsg)
 SessionDesktop::SessionDesktop(const QString &container, const Clock &clock)
     : m_bus(QDBusConnection::sessionBus()), m_notifications(container, m_bus, clock), m_badge(m_bus),
       m_refreshStatus(m_bus, LinuxBackgroundRefresh::defaultSystemdUserDir()),
-      m_location(qEnvironmentVariable("TALLYMO_NMEA")), m_push(m_bus, LinuxBackgroundRefresh::kServiceName)
+      m_location(qEnvironmentVariable("TALLYMO_NMEA")), m_push(m_bus, LinuxBackgroundRefresh::kServiceName),
+      m_watch(m_bus)
 {
     if (!m_bus.isConnected())
         qCWarning(lcDesktop, "no session bus (%s): no notifications, badge or background service name",
@@ -57,6 +58,13 @@ bool SessionDesktop::pushToBackgroundService()
                                        BackgroundServiceObject::kInterface, QStringLiteral("Push")),
         QDBus::Block, 5000);
     return reply.type() == QDBusMessage::ReplyMessage;
+}
+
+WidgetCenter *SessionDesktop::widgetCenter(SharedCode &shared)
+{
+    if (!m_widgetCenter)
+        m_widgetCenter = std::make_unique<DBusWidgetCenter>(m_bus, shared);
+    return m_widgetCenter.get();
 }
 
 DesktopServices *tallymo_desktop_services(const QString &container, const Clock &clock)

@@ -5,6 +5,7 @@
 #include "platform/positioning/positioninglocation.h"
 #include "sessionservices.h"
 #include "unifiedpush.h"
+#include "watchsessionservice.h"
 
 #include <memory>
 
@@ -25,6 +26,8 @@ public:
     PushSubscriptions *push(std::function<void()> onPush, std::function<void()> onAccountChanged) override;
     bool registerBackgroundService(std::function<void()> onPush, std::function<void()> onWake) override;
     bool pushToBackgroundService() override;
+    WatchSession *watch() override { return &m_watch; }
+    WidgetCenter *widgetCenter(SharedCode &shared) override;
 
 private:
     QDBusConnection m_bus;
@@ -34,6 +37,8 @@ private:
     PositioningLocation m_location;
     UnifiedPushSubscriptions m_push;
     std::unique_ptr<QObject> m_backgroundObject;
+    DBusWatchSession m_watch;
+    std::unique_ptr<DBusWidgetCenter> m_widgetCenter;
 };
 
 // The entry point of the loadable desktop module.

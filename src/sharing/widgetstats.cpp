@@ -1,0 +1,129 @@
+#include "widgetstats.h"
+
+#include "app/location.h"
+#include "core/logging.h"
+#include "core/settingskeys.h"
+#include "core/sharedcode.h"
+#include "plans/billingcycle.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QJsonDocument>
+#include <QSaveFile>
+#include <QStandardPaths>
+
+#include <atomic>
+
+QVariantMap SharedCode::computeWidgetStats(StoreContext *context)
+{
+    const QDateTime now = clock().now();
+    const Period p = computeStartEndDates(now, QString());
+    const std::optional<UsageSums> sums = context ? context->sum(p.start, p.end) : std::nullopt;
+    const double used = sums ? sums->cellIn + sums->cellOut : 0; // Wi-Fi is never counted
+    const double cap = effectiveDataCap(context, QString());
+    const double percent = cap > 0 ? used * 100 / cap : 0;
+    const double length = double(p.start.msecsTo(p.end));
+    const double timeLeft = length > 0 ? double(now.msecsTo(p.end)) * 100 / length : 0;
+    const double ratio = forecastRatio(timeLeft, 100 - percent);
+    const qint64 days = isDailyCycleForPlan(QString())
+                            ? 24 - now.toLocalTime().time().hour()
+                            : BillingCycle::wholeDaysBetween(todayAtZeroHour(), p.end);
+    const double left = std::max(cap - used, 0.0) + 0.0; // never a negative zero
+    return {{WStats::F_RATIO, ratio},
+            {WStats::PERCENT, percent},
+            {WStats::USED, used},
+            {WStats::LEFT, left},
+            {WStats::DAYS, days}};
+}
+
+bool SharedCode::isMapTracking(LocationService *location) const
+{
+    return userPref().boolForKey(Keys::PREF_V7_GEO) && location &&
+           location->authorizationStatus() == LocationService::Authorization::Always;
+}
+
+Coordinate SharedCode::getCurrentCoordinateForWidget(LocationService *location)
+{
+    if (!isMapTracking(location))
+        return Coordinate();
+    return coordinatFromLocationManager(location->lastLocation()); // the last fix only; nothing is started
+}
+
+int SharedCode::widgetAppearance() const
+{
+    return int(userPref().integerForKey(Keys::PREF_THEME_WIDGET_BG));
+}
+
+namespace WidgetRecord {
+
+bool isSetUp(const SharedCode &shared)
+{
+    return shared.userPref().boolForKey(Keys::PREF_SHOWED_SETUP);
+}
+
+QVariantMap notSetUp(const QDateTime &now)
+{
+    return {{WStats::NOT_SETUP, true}, {WStats::TIMESTAMP, now}};
+}
+
+QVariantMap fromStats(const SharedCode &shared, const QVariantMap &stats, const QDateTime &now)
+{
+    const double ratio = stats.value(WStats::F_RATIO).toDouble();
+    const qint64 days = stats.value(WStats::DAYS).toLongLong();
+    return {{WStats::TIMESTAMP, now},
+            {WStats::COLOR, shared.colorForRatio(ratio)},
+            {WStats::FORECAST, SharedCode::forecastText(ratio)},
+            {WStats::PERCENT, stats.value(WStats::PERCENT)},
+            {WStats::USED, stats.value(WStats::USED)},
+            {WStats::LEFT, stats.value(WStats::LEFT)},
+            {WStats::DAYS, days},
+            {WStats::TIMEUNIT, shared.timeUnitSingularOrPural(days, QString())}};
+}
+
+QJsonObject toJson(const QVariantMap &record)
+{
+    QJsonObject o;
+    for (auto it = record.begin(); it != record.end(); ++it) {
+        if (it->typeId() == QMetaType::QDateTime) {
+            const QDateTime d = it->toDateTime().toLocalTime();
+            o.insert(it.key(), d.toOffsetFromUtc(d.offsetFromUtc()).toString(Qt::ISODate));
+        } else {
+            o.insert(it.key(), QJsonValue::fromVariant(*it));
+        }
+    }
+    return o;
+}
+
+QString recordFilePath()
+{
+    return QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation) +
+           QStringLiteral("/tallymo/widget.json");
+}
+
+bool writeRecordFile(const QVariantMap &record, const QString &path)
+{
+    QDir().mkpath(QFileInfo(path).path());
+    QSaveFile file(path);
+    if (file.open(QIODevice::WriteOnly) &&
+        file.write(QJsonDocument(toJson(record)).toJson(QJsonDocument::Compact) + '\n') >= 0 && file.commit())
+        return true;
+    qCWarning(lcCore) << "widget record not written to" << path << file.errorString();
+    return false;
+}
+
+} // namespace WidgetRecord
+
+namespace {
+std::atomic<WidgetCenter *> g_center{nullptr};
+}
+
+void WidgetHelper::reload()
+{
+    if (WidgetCenter *center = g_center.load())
+        center->reloadAllTimelines();
+}
+
+void WidgetHelper::setCenter(WidgetCenter *center)
+{
+    g_center = center;
+}
