@@ -113,6 +113,9 @@ int main(int argc, char **argv)
         return desktop->registerBackgroundService(std::move(onPush), std::move(onWake));
     };
     env.pushToBackgroundService = [&] { return desktop && desktop->pushToBackgroundService(); };
+    env.startWatchCompanion = [&](bool follow, bool complication, auto report, QString *error) {
+        return desktop && desktop->startWatchCompanion(follow, complication, std::move(report), error);
+    };
     const int status = Cli::run(app.arguments().mid(1), env);
     if (shared)
         shared->userPref().synchronize();

@@ -134,4 +134,11 @@ public:
     virtual WatchSession *watch() = 0;
     // Widget reloads; the record is computed from the shared code's active plan.
     virtual WidgetCenter *widgetCenter(SharedCode &shared) = 0;
+    // A terminal companion of the watch session: registers, asks once (`report` gets "reply" and
+    // the record) and, when following, reports "applicationContext" and "complicationData" pushes
+    // until the event loop ends. False with `error` when the session cannot be reached.
+    virtual bool
+    startWatchCompanion(bool follow, bool complication,
+                        std::function<void(const QString &kind, const QVariantMap &record)> report,
+                        QString *error) = 0;
 };

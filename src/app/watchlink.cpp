@@ -26,6 +26,7 @@ void DataUsageAppDelegate::sessionDidDeactivate()
 
 void DataUsageAppDelegate::sessionDidReceiveMessage(const QVariantMap &, WatchSession::Reply reply)
 {
+    m_shared.userPref().synchronize(); // setup may have finished in another process
     if (!WidgetRecord::isSetUp(m_shared)) {
         reply(WidgetRecord::notSetUp(m_shared.clock().now()));
         return;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QStringList>
+#include <QVariantMap>
 
 #include <functional>
 
@@ -32,6 +33,11 @@ struct Environment
     std::function<bool(std::function<void()> onPush, std::function<void()> onWake)> startBackgroundService;
     // Asks the running background service for a silent push; false when none runs.
     std::function<bool()> pushToBackgroundService;
+    // A terminal companion of the watch session (see DesktopServices::startWatchCompanion).
+    std::function<bool(bool follow, bool complication,
+                       std::function<void(const QString &kind, const QVariantMap &record)> report,
+                       QString *error)>
+        startWatchCompanion;
     // The user's mail program, for an export sent by mail.
     MailComposer *mail = nullptr;
 };
@@ -58,5 +64,6 @@ int alerts(const QStringList &args, Environment &env);
 int push(const QStringList &args, Environment &env);
 int exportUsage(const QStringList &args, Environment &env);
 int history(const QStringList &args, Environment &env);
+int watch(const QStringList &args, Environment &env);
 
 } // namespace Cli

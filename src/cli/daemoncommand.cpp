@@ -7,6 +7,8 @@
 #include "sharing/commonshared.h"
 
 #include <QCoreApplication>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QTimer>
 
 #include <cstdio>
@@ -112,6 +114,35 @@ int push(const QStringList &args, Environment &env)
     printError(QStringLiteral(
         "tallymo: no Tallymo background service is running (start one with tallymo daemon)\n"));
     return 1;
+}
+
+} // namespace Cli
+
+namespace Cli {
+
+int watch(const QStringList &args, Environment &env)
+{
+    const Arguments a(args, {}, {QStringLiteral("follow"), QStringLiteral("complication")});
+    a.expectPositional(0, 0, QStringLiteral("tallymo watch [--follow] [--complication]"));
+    env.desktopServices();
+    const auto report = [](const QString &kind, const QVariantMap &record) {
+        print(QString::fromUtf8(QJsonDocument(QJsonObject{{kind, QJsonObject::fromVariantMap(record)}})
+                                    .toJson(QJsonDocument::Compact)) +
+              QLatin1Char('\n'));
+        std::fflush(stdout);
+    };
+    const bool follow = a.flag(QStringLiteral("follow"));
+    QString error;
+    if (!env.startWatchCompanion ||
+        !env.startWatchCompanion(follow, a.flag(QStringLiteral("complication")), report, &error)) {
+        printError(QStringLiteral("tallymo: the watch session cannot be reached: %1\n")
+                       .arg(error.isEmpty() ? QStringLiteral("no desktop services") : error));
+        return 1;
+    }
+    if (!follow)
+        return 0;
+    env.onTerminationRequest([] { QCoreApplication::quit(); });
+    return QCoreApplication::exec();
 }
 
 } // namespace Cli

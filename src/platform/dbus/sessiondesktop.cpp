@@ -67,6 +67,14 @@ WidgetCenter *SessionDesktop::widgetCenter(SharedCode &shared)
     return m_widgetCenter.get();
 }
 
+bool SessionDesktop::startWatchCompanion(bool follow, bool complication,
+                                         std::function<void(const QString &, const QVariantMap &)> report,
+                                         QString *error)
+{
+    m_companion = std::make_unique<WatchCompanion>(m_bus, std::move(report));
+    return m_companion->start(follow, complication, error);
+}
+
 DesktopServices *tallymo_desktop_services(const QString &container, const Clock &clock)
 {
     return new SessionDesktop(container, clock);

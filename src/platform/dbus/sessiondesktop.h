@@ -5,6 +5,7 @@
 #include "platform/positioning/positioninglocation.h"
 #include "sessionservices.h"
 #include "unifiedpush.h"
+#include "watchcompanion.h"
 #include "watchsessionservice.h"
 
 #include <memory>
@@ -28,6 +29,9 @@ public:
     bool pushToBackgroundService() override;
     WatchSession *watch() override { return &m_watch; }
     WidgetCenter *widgetCenter(SharedCode &shared) override;
+    bool startWatchCompanion(bool follow, bool complication,
+                             std::function<void(const QString &, const QVariantMap &)> report,
+                             QString *error) override;
 
 private:
     QDBusConnection m_bus;
@@ -39,6 +43,7 @@ private:
     std::unique_ptr<QObject> m_backgroundObject;
     DBusWatchSession m_watch;
     std::unique_ptr<DBusWidgetCenter> m_widgetCenter;
+    std::unique_ptr<WatchCompanion> m_companion;
 };
 
 // The entry point of the loadable desktop module.
