@@ -6,7 +6,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/deps.sh vnstat hyperfine time
 cmake -S . -B build-bench -DCMAKE_BUILD_TYPE=Release -DTALLYMO_TESTS=OFF -DTALLYMO_BENCH=ON >/dev/null
-cmake --build build-bench -j"$(nproc)" --target tallymo_bench tallymo >/dev/null
+cmake --build build-bench -j"$(nproc)" --target tallymo_bench tallymo tallymo-widget >/dev/null
 echo "== in-process"
 build-bench/bench/tallymo_bench
 [ "${1:-}" = quick ] && exit 0
@@ -26,7 +26,8 @@ if [ -d "$vn" ]; then
 fi
 export TALLYMO_CONTAINER="$work/container" TALLYMO_PROC_NET_DEV=/dev/null
 commands=("build-bench/programs/tallymo/tallymo status" "build-bench/programs/tallymo/tallymo status --json"
-          "build-bench/programs/tallymo/tallymo history cycles --json")
+          "build-bench/programs/tallymo/tallymo history cycles --json"
+          "build-bench/programs/tallymo-widget/tallymo-widget --format waybar")
 [ -d "$vn" ] && commands+=("vnstat --config $work/vnstat.conf -i eth0 --oneline")
 hyperfine -N --warmup 5 --runs 100 --export-json "$work/times.json" "${commands[@]}" >/dev/null
 python3 - "$work/times.json" <<'PY'

@@ -1,5 +1,6 @@
 // Benchmarks of the sampling path and the period sum. Prints medians; asserts nothing.
 #include "app/datausageappdelegate.h"
+#include "core/settingskeys.h"
 #include "core/sharedcode.h"
 #include "platform/linux/linuxnetworkinterfaces.h"
 
@@ -110,6 +111,7 @@ void makeContainer(const QString &dir)
     SharedCode shared({dir, nullptr});
     DataUsageAppDelegate delegate(shared);
     delegate.setupUserDefaultsForNewInstall();
+    shared.userPref().setValue(Keys::PREF_SHOWED_SETUP, true); // the widget shows figures, not the setup hint
     shared.userPref().synchronize();
     fiveYearStore(shared.sqliteURLForPlan(QString()), false);
 }
