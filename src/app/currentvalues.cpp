@@ -64,7 +64,7 @@ void DataUsageAppDelegate::doComputeValuesOnly()
 
 void DataUsageAppDelegate::postNewValues()
 {
-    dispatchMain([this] {
+    onMain([this] {
         if (rootController) {
             rootController->reloadValues(); // the main screen refreshes the widget and the watch
             return;
@@ -84,7 +84,7 @@ qint64 DataUsageAppDelegate::badgeNumber()
 
 void DataUsageAppDelegate::showBadge()
 {
-    dispatchMain([this] {
+    onMain([this] {
         if (m_services.badge)
             m_services.badge->setBadgeNumber(badgeNumber());
     });

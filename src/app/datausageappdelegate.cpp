@@ -1,5 +1,6 @@
 #include "datausageappdelegate.h"
 
+#include "core/dispatchqueue.h"
 #include "core/settingskeys.h"
 
 #include <QStandardPaths>
@@ -64,4 +65,13 @@ QString DataUsageAppDelegate::applicationLibraryDirectory()
 {
     return QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) +
            QStringLiteral("/tallymo/Library");
+}
+
+void DataUsageAppDelegate::onMain(std::function<void()> block)
+{
+    // Blocks run on the main thread, where the delegate is also destroyed: the check cannot race.
+    dispatchMain([alive = std::weak_ptr<int>(m_lifetime), block = std::move(block)] {
+        if (!alive.expired())
+            block();
+    });
 }

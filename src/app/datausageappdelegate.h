@@ -180,7 +180,11 @@ public:
     static QString applicationLibraryDirectory();
 
 private:
+    // Runs a block on the main queue unless this delegate is gone by then.
+    void onMain(std::function<void()> block);
+
     SharedCode &m_shared;
+    std::shared_ptr<int> m_lifetime = std::make_shared<int>(0);
     Services m_services;
     std::shared_ptr<StoreContext> m_tempMOC;
     mutable QMutex m_valuesMutex;

@@ -79,7 +79,7 @@ void DataUsageAppDelegate::applicationDidEnterBackground()
         return;
     context->perform([this, app] {
         m_shared.userPref().synchronize();
-        dispatchMain([this, app] {
+        onMain([this, app] {
             app->endBackgroundTask(m_enterGBTaskID);
             m_enterGBTaskID = PlatformApplication::kInvalidTask;
         });

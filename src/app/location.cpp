@@ -80,7 +80,7 @@ void DataUsageAppDelegate::locationManagerDidVisit(const Visit &visit)
 void DataUsageAppDelegate::locationManagerDidFailWithError(const QString &error)
 {
     Q_UNUSED(error);
-    dispatchMain([this] {
+    onMain([this] {
         initLocation();
         checkDataUsageWithCompletionHandler(nullptr);
     });
@@ -88,7 +88,7 @@ void DataUsageAppDelegate::locationManagerDidFailWithError(const QString &error)
 
 void DataUsageAppDelegate::locationManagerDidChangeAuthorization()
 {
-    dispatchMain([this] { initLocation(); });
+    onMain([this] { initLocation(); });
 }
 
 Coordinate DataUsageAppDelegate::getCurrentCoordinate()

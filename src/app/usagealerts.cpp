@@ -68,7 +68,7 @@ void DataUsageAppDelegate::applyUsageAlertRule(qint64 before, bool inBackground)
 void DataUsageAppDelegate::showUsageAlertInFG()
 {
     const qint64 percent = roundedPercent(values().monthPercent);
-    dispatchMain([this, percent] {
+    onMain([this, percent] {
         if (!canShowAlertOnRootView())
             return;
         rootController->presentAlert(alertControllerWithTitle(

@@ -28,6 +28,12 @@ struct Plans
         second = plan.value(Keys::PREF_PLAN_ID).toString();
         delegate.addAPlan(plan);
     }
+    ~Plans()
+    {
+        // Work the delegate queued on the store must not outlive it.
+        if (auto context = shared->mocForActive())
+            context->performAndWait([] {});
+    }
 
     double cellIn(const QString &plan)
     {
