@@ -65,5 +65,6 @@ int push(const QStringList &args, Environment &env);
 int exportUsage(const QStringList &args, Environment &env);
 int history(const QStringList &args, Environment &env);
 int watch(const QStringList &args, Environment &env);
+int map(const QStringList &args, Environment &env);
 
 } // namespace Cli

@@ -81,6 +81,18 @@ QList<HourSums> StoreContext::hourlySums(const QDateTime &start, const QDateTime
     return m_store ? m_store->hourlySums(start, end) : QList<HourSums>();
 }
 
+QList<PlaceSums> StoreContext::placeSums(const QDateTime &start, const QDateTime &end) const
+{
+    Q_ASSERT(isCurrent());
+    return m_store ? m_store->placeSums(start, end) : QList<PlaceSums>();
+}
+
+QList<Netevent> StoreContext::addressSums(const QDateTime &start, const QDateTime &end) const
+{
+    Q_ASSERT(isCurrent());
+    return m_store ? m_store->addressSums(start, end) : QList<Netevent>();
+}
+
 QList<Event> StoreContext::events(const QDateTime &start, const QDateTime &end) const
 {
     Q_ASSERT(isCurrent());

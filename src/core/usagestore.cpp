@@ -24,9 +24,11 @@ enum Slot {
     InsertNetSlot,
     DeleteSlot,
     StreamSlot,
+    PlaceSlot,
+    AddressSlot,
     SlotCount
 };
-static_assert(SlotCount <= 9, "one prepared statement each");
+static_assert(SlotCount <= 11, "one prepared statement each");
 
 // Each entry brings the schema from version (index) to version (index + 1).
 const char *const kMigrations[] = {
@@ -264,6 +266,52 @@ QList<HourSums> UsageStore::hourlySums(const QDateTime &start, const QDateTime &
         rows.append(HourSums{fromSeconds(sqlite3_column_double(s, 0)), sumsAt(s, 1)});
     if (rc != SQLITE_DONE) {
         qCWarning(lcCore, "hourly sums failed: %s", sqlite3_errmsg(m_db));
+        return {};
+    }
+    return rows;
+}
+
+QList<PlaceSums> UsageStore::placeSums(const QDateTime &start, const QDateTime &end)
+{
+    sqlite3_stmt *s = statement(
+        PlaceSlot, "SELECT timeStamp, latitude, longitude, total(cellIn), total(cellOut), total(wifiIn), "
+                   "total(wifiOut) FROM Event WHERE timeStamp >= ?1 AND timeStamp < ?2 "
+                   "AND latitude != ?3 AND longitude != ?3 "
+                   "GROUP BY timeStamp, latitude, longitude ORDER BY timeStamp, latitude, longitude");
+    Reset reset{s};
+    QList<PlaceSums> rows;
+    if (!s)
+        return rows;
+    bindRange(s, start, end);
+    sqlite3_bind_double(s, 3, kUnknownCoordinate);
+    int rc;
+    while ((rc = sqlite3_step(s)) == SQLITE_ROW)
+        rows.append(PlaceSums{fromSeconds(sqlite3_column_double(s, 0)), sqlite3_column_double(s, 1),
+                              sqlite3_column_double(s, 2), sumsAt(s, 3)});
+    if (rc != SQLITE_DONE) {
+        qCWarning(lcCore, "located sums failed: %s", sqlite3_errmsg(m_db));
+        return {};
+    }
+    return rows;
+}
+
+QList<Netevent> UsageStore::addressSums(const QDateTime &start, const QDateTime &end)
+{
+    sqlite3_stmt *s = statement(AddressSlot, "SELECT timeStamp, ipaddress, total(bytes) FROM Netevent "
+                                             "WHERE timeStamp >= ?1 AND timeStamp < ?2 "
+                                             "GROUP BY timeStamp, ipaddress ORDER BY timeStamp, ipaddress");
+    Reset reset{s};
+    QList<Netevent> rows;
+    if (!s)
+        return rows;
+    bindRange(s, start, end);
+    int rc;
+    while ((rc = sqlite3_step(s)) == SQLITE_ROW)
+        rows.append(Netevent{fromSeconds(sqlite3_column_double(s, 0)),
+                             QString::fromUtf8(reinterpret_cast<const char *>(sqlite3_column_text(s, 1))),
+                             sqlite3_column_double(s, 2)});
+    if (rc != SQLITE_DONE) {
+        qCWarning(lcCore, "per-address sums failed: %s", sqlite3_errmsg(m_db));
         return {};
     }
     return rows;

@@ -49,6 +49,15 @@ struct HourSums
     UsageSums sums;
 };
 
+// Sums of the records that share a moment and a known position.
+struct PlaceSums
+{
+    QDateTime timeStamp;
+    double latitude;
+    double longitude;
+    UsageSums sums;
+};
+
 struct TimeStampRange
 {
     QDateTime minDate;
@@ -73,6 +82,10 @@ public:
     std::optional<UsageSums> sum(const QDateTime &start, const QDateTime &end);
     std::optional<double> sumNetBytes(const QDateTime &start, const QDateTime &end);
     QList<HourSums> hourlySums(const QDateTime &start, const QDateTime &end);
+    // Sums per moment and position, records without a position left out.
+    QList<PlaceSums> placeSums(const QDateTime &start, const QDateTime &end);
+    // Per-address bytes per stored moment (the start of an hour).
+    QList<Netevent> addressSums(const QDateTime &start, const QDateTime &end);
     QList<Event> events(const QDateTime &start, const QDateTime &end);
     std::optional<TimeStampRange> timeStampRange();
     // Streams the events of a range in the store's order without building a list: the time
@@ -108,5 +121,5 @@ private:
     QString lastError() const;
 
     sqlite3 *m_db = nullptr;
-    sqlite3_stmt *m_statements[9] = {};
+    sqlite3_stmt *m_statements[11] = {};
 };

@@ -3,6 +3,7 @@
 #include "app/datausageappdelegate.h"
 #include "core/settingskeys.h"
 #include "core/storecontext.h"
+#include "map/mapviewcontroller.h"
 #include "plans/billingcycle.h"
 #include "sharing/commonshared.h"
 
@@ -233,8 +234,6 @@ void MultiCyclesController::didLoad()
 
 // ---- DayViewController ----
 
-DayViewController::ChildFactory DayViewController::mapFactory;
-
 DayViewController::DayViewController(DataUsageAppDelegate &delegate, const QString &plan, QObject *parent)
     : QObject(parent), planID(plan), m_delegate(delegate), m_context(delegate.mocForPlan(plan)),
       m_day(delegate.shared().todayAtZeroHour()), m_queueHours(std::make_shared<ChartBuckets>())
@@ -258,8 +257,8 @@ QObject *DayViewController::child(int index)
     if (!m_children[index]) {
         if (index == 0)
             m_children[0] = new TimeViewController(m_delegate, planID, m_queueHours, this);
-        else if (mapFactory)
-            m_children[1] = mapFactory(*this);
+        else
+            m_children[1] = new MapViewController(m_delegate, *this, m_queueHours, this);
     }
     return m_children[index];
 }

@@ -181,10 +181,6 @@ class DayViewController : public QObject
     Q_PROPERTY(int activeIndex READ activeIndex NOTIFY activeChanged)
 
 public:
-    // Makes the map child; the map screen fills it.
-    using ChildFactory = std::function<QObject *(DayViewController &day)>;
-    static ChildFactory mapFactory;
-
     DayViewController(DataUsageAppDelegate &delegate, const QString &plan, QObject *parent = nullptr);
     ~DayViewController() override;
 
@@ -197,7 +193,7 @@ public:
     bool noUsage() const { return !m_busy && m_hours.isEmpty(); }
 
     int activeIndex() const { return m_active; }
-    // The child in a slot, made on first use (the map slot stays empty without a map screen).
+    // The child in a slot (0 the hour list, 1 the map), made on first use.
     QObject *child(int index);
     QObject *activeController() { return child(m_active); }
     // The segmented control: show that child and remember the choice.

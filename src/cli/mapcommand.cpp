@@ -1,0 +1,75 @@
+// The map command: where the day's usage happened, per hour and for the whole day.
+#include "app/datausageappdelegate.h"
+#include "arguments.h"
+#include "cli.h"
+#include "map/mapviewcontroller.h"
+#include "output.h"
+#include "sharing/commonshared.h"
+
+#include <QEventLoop>
+#include <QJsonArray>
+#include <QJsonObject>
+
+namespace Cli {
+
+int map(const QStringList &args, Environment &env)
+{
+    const Arguments a(args, {QStringLiteral("day"), QStringLiteral("plan")}, {QStringLiteral("json")});
+    a.expectPositional(0, 0, QStringLiteral("tallymo map [--day D] [--plan ID] [--json]"));
+    const std::optional<QDateTime> date = a.has(QStringLiteral("day"))
+                                              ? std::optional(parseDate(a.option(QStringLiteral("day"))))
+                                              : std::nullopt;
+    Services &s = env.services();
+    const QString plan = a.has(QStringLiteral("plan"))
+                             ? requirePlan(s.shared, a.option(QStringLiteral("plan")))
+                             : s.shared.activePlanID();
+    DayViewController day(s.delegate, plan);
+    if (date)
+        day.reloadWithDate(*date);
+    auto *map = qobject_cast<MapViewController *>(day.child(1));
+    if (map->busy()) {
+        QEventLoop loop;
+        QObject::connect(map, &MapViewController::loaded, &loop, &QEventLoop::quit);
+        loop.exec();
+    }
+    const auto pageHour = [&](int i) {
+        return map->hourKeys.at(i) == MapPlaces::distantFuture() ? QDateTime() : map->hourKeys.at(i);
+    };
+    if (a.flag(QStringLiteral("json"))) {
+        QJsonArray pages;
+        for (int i = 0; i < map->hourKeys.size(); ++i) {
+            QJsonArray places;
+            for (const MapData &p : map->dataForAll.value(map->hourKeys.at(i))) {
+                const CLLocationCoordinate2D c = MKCoordinateForMapPoint(p.mapPoint);
+                places.append(QJsonObject{{QStringLiteral("latitude"), c.latitude},
+                                          {QStringLiteral("longitude"), c.longitude},
+                                          {QStringLiteral("cell"), p.cell},
+                                          {QStringLiteral("wifi"), p.wifi}});
+            }
+            const QDateTime hour = pageHour(i);
+            pages.append(QJsonObject{
+                {QStringLiteral("hour"), hour.isValid() ? QJsonValue(isoWithOffset(hour)) : QJsonValue()},
+                {QStringLiteral("places"), places}});
+        }
+        print(QString::fromUtf8(jsonText(QJsonObject{{QStringLiteral("pages"), pages}}, false)));
+        return 0;
+    }
+    print(day.title() + QLatin1Char('\n'));
+    if (!map->hasData()) {
+        print(map->noDataText() + QLatin1Char('\n'));
+        return 0;
+    }
+    for (int i = 0; i < map->hourKeys.size(); ++i) {
+        print(map->cardTitle(i) + QLatin1Char('\n'));
+        for (const MapData &p : map->dataForAll.value(map->hourKeys.at(i))) {
+            const CLLocationCoordinate2D c = MKCoordinateForMapPoint(p.mapPoint);
+            print(QStringLiteral("  %1, %2  cellular %3  Wi-Fi %4\n")
+                      .arg(c.latitude, 0, 'f', 5)
+                      .arg(c.longitude, 0, 'f', 5)
+                      .arg(CommonShared::getDataBytesStr(p.cell), CommonShared::getDataBytesStr(p.wifi)));
+        }
+    }
+    return 0;
+}
+
+} // namespace Cli

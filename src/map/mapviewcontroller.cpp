@@ -1,0 +1,172 @@
+#include "mapviewcontroller.h"
+
+#include "app/datausageappdelegate.h"
+#include "core/settingskeys.h"
+#include "core/storecontext.h"
+#include "plans/billingcycle.h"
+
+#include <QCoreApplication>
+
+namespace MapPlaces {
+
+QDateTime distantFuture()
+{
+    return QDateTime(QDate(4001, 1, 1), QTime(0, 0), Qt::UTC);
+}
+
+void addPlace(QList<MapData> &places, MKMapPoint point, double cell, double wifi)
+{
+    // The first place within reach, not the nearest; it keeps the position it was founded at.
+    for (MapData &place : places) {
+        if (MKMetersBetweenMapPoints(place.mapPoint, point) < kMergeMeters) {
+            place.cell += cell;
+            place.wifi += wifi;
+            return;
+        }
+    }
+    places.append(MapData{point, cell, wifi});
+}
+
+QMap<QDateTime, QList<MapData>> gather(const QList<PlaceSums> &rows)
+{
+    QMap<QDateTime, QList<MapData>> pages;
+    for (const PlaceSums &r : rows) {
+        const QDateTime local = r.timeStamp.toLocalTime();
+        const QTime t = local.time();
+        const QDateTime hour = local.addMSecs(-qint64(t.minute() * 60000 + t.second() * 1000 + t.msec()));
+        addPlace(pages[hour], MKMapPointForCoordinate({r.latitude, r.longitude}),
+                 r.sums.cellIn + r.sums.cellOut, r.sums.wifiIn + r.sums.wifiOut);
+    }
+    if (pages.isEmpty())
+        return pages;
+    QList<MapData> day;
+    for (const QList<MapData> &hour : std::as_const(pages))
+        for (const MapData &place : hour)
+            addPlace(day, place.mapPoint, place.cell, place.wifi);
+    pages.insert(distantFuture(), day);
+    return pages;
+}
+
+Fit fitPage(const QList<MapData> &places, int hourIndex)
+{
+    Fit fit;
+    if (places.isEmpty())
+        return fit;
+    const MKMapPoint q = places.last().mapPoint;
+    const double perMeter = MKMapPointsPerMeterAtLatitude(MKCoordinateForMapPoint(q).latitude);
+    MKMapRect rect{q, {1, 1}};
+    for (int i = 0; i < places.size(); ++i) {
+        const MKMapPoint p = places.at(i).mapPoint;
+        fit.pins.append(QXPointAnnotation{hourIndex, i, MKCoordinateForMapPoint(p)});
+        rect = MKMapRectUnion(rect, MKMapRect{p, {1, 1}});
+    }
+    const double span = kMinimumSpanMeters * perMeter;
+    rect = MKMapRectInset(rect, rect.size.width <= span ? -(span - rect.size.width) / 2 : 0,
+                          rect.size.height <= span ? -(span - rect.size.height) / 2 : 0);
+    if (MKMapRectSpans180thMeridian(rect))
+        rect = MKMapRectRemainder(rect);
+    fit.rect = rect;
+    return fit;
+}
+
+} // namespace MapPlaces
+
+MapViewController::MapViewController(DataUsageAppDelegate &delegate, DayViewController &day,
+                                     std::shared_ptr<const ChartBuckets> hoursOnQueue, QObject *parent)
+    : QObject(parent), m_delegate(delegate), m_day(day), m_hours(std::move(hoursOnQueue))
+{
+    processData();
+}
+
+QString MapViewController::noDataText() const
+{
+    return m_delegate.shared().userPref().boolForKey(Keys::PREF_GEO_HIDE_HINT)
+               ? tr("No Locations")
+               : tr("No locations. Go to Settings > Advanced > Map Usage to turn on.");
+}
+
+void MapViewController::processData()
+{
+    m_busy = true;
+    const std::shared_ptr<StoreContext> context = m_delegate.mocForPlan(m_day.planID);
+    if (!context) {
+        m_busy = false;
+        emit loaded();
+        return;
+    }
+    const QDateTime start = m_day.thisDay(), end = BillingCycle::addDays(start, 1);
+    QPointer<MapViewController> self(this);
+    context->perform([self, context, hours = m_hours, start, end] {
+        // Nothing is fetched for a day without usage.
+        const QMap<QDateTime, QList<MapData>> pages = hours && !hours->isEmpty()
+                                                          ? MapPlaces::gather(context->placeSums(start, end))
+                                                          : QMap<QDateTime, QList<MapData>>();
+        dispatchMain([self, pages] {
+            if (!self)
+                return;
+            self->dataForAll = pages;
+            self->hourKeys = DayChildHelper::reverseSortArrayUsingCompare(pages.keys());
+            self->m_busy = false;
+            self->m_page = -1;
+            emit self->loaded();
+            if (self->hasData())
+                self->showPinsForHour(0, false);
+        });
+    });
+}
+
+void MapViewController::showPinsForHour(int page, bool animated)
+{
+    if (page < 0 || page >= hourKeys.size())
+        return;
+    if (page != m_page) {
+        m_page = page;
+        const MapPlaces::Fit fit = MapPlaces::fitPage(dataForAll.value(hourKeys.at(page)), page);
+        m_pins = fit.pins;
+        m_fitted = mapRectThatFits(fit.rect, MapPlaces::kPadding, viewWidth, viewHeight);
+        emit pageShown();
+    }
+    emit setVisibleMapRect(m_fitted, animated);
+}
+
+void MapViewController::updatePinsForScroll(double contentOffsetX, double stripWidth)
+{
+    if (stripWidth > 0)
+        showPinsForHour(int(std::lround(contentOffsetX / stripWidth)), true);
+}
+
+int MapViewController::nextCardForTap(int card) const
+{
+    if (hourKeys.size() < 2)
+        return -1;
+    return (card + 1) % int(hourKeys.size());
+}
+
+QString MapViewController::cardTitle(int page) const
+{
+    if (page == 0)
+        return tr("All Locations");
+    if (page < 0 || page >= hourKeys.size())
+        return QString();
+    const QDateTime now = m_delegate.shared().clock().now();
+    return DateFormatter::withPattern(DayChildHelper::hourFormat(now)).toString(hourKeys.at(page));
+}
+
+StyledText MapViewController::cardLine(int page) const
+{
+    if (page == 0)
+        return {TextRun{QStringLiteral("\u22ee   "), TextRun::Number}};
+    if (page < 0 || page >= hourKeys.size())
+        return {};
+    const ChartData d = m_day.dataForAllHours().value(hourKeys.at(page));
+    return DayViewController::headerUsageStringForCell(d.sumCell, d.sumWifi);
+}
+
+StyledText MapViewController::callout(int page, int location) const
+{
+    const QList<MapData> places =
+        page >= 0 && page < hourKeys.size() ? dataForAll.value(hourKeys.at(page)) : QList<MapData>();
+    if (location < 0 || location >= places.size())
+        return {};
+    return DayViewController::headerUsageStringForCell(places.at(location).cell, places.at(location).wifi);
+}

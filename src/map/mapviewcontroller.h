@@ -1,0 +1,101 @@
+#pragma once
+
+#include "history/historycontrollers.h"
+#include "mapkit.h"
+
+#include <QDateTime>
+#include <QList>
+#include <QMap>
+#include <QObject>
+
+class DataUsageAppDelegate;
+class DayViewController;
+struct PlaceSums;
+
+// One place on the usage map: where it was founded, and the bytes used within 500 m of it.
+struct MapData
+{
+    MKMapPoint mapPoint;
+    double cell = 0;
+    double wifi = 0;
+};
+
+// A pin: which page and place it stands for.
+struct QXPointAnnotation
+{
+    int hourIndex;
+    int locationIndex;
+    CLLocationCoordinate2D coordinate;
+    QString title = QStringLiteral("\u200b"); // a callout without visible title
+};
+
+namespace MapPlaces {
+inline constexpr double kMergeMeters = 500;
+inline constexpr double kMinimumSpanMeters = 1000;
+inline constexpr UIEdgeInsets kPadding{45, 30, 15, 30};
+
+// The key of the whole-day page: after every hour, so it comes first newest-first.
+QDateTime distantFuture();
+// Adds usage at a point to the first place closer than 500 m, else to a new place there.
+void addPlace(QList<MapData> &places, MKMapPoint point, double cell, double wifi);
+// Places per hour start, and the whole day under distantFuture().
+QMap<QDateTime, QList<MapData>> gather(const QList<PlaceSums> &rows);
+struct Fit
+{
+    QList<QXPointAnnotation> pins;
+    MKMapRect rect; // before fitting to the view
+};
+// The pins of one page and the rectangle that holds them: at least 1,000 m each way, and only the
+// part beyond the world's edge when it crosses the 180th meridian.
+Fit fitPage(const QList<MapData> &places, int hourIndex);
+} // namespace MapPlaces
+
+// The day's usage map: one page per hour with located usage, the whole day first.
+class MapViewController : public QObject
+{
+    Q_OBJECT
+    Q_PROPERTY(bool busy READ busy NOTIFY loaded)
+    Q_PROPERTY(int currentPage READ currentPage NOTIFY pageShown)
+
+public:
+    MapViewController(DataUsageAppDelegate &delegate, DayViewController &day,
+                      std::shared_ptr<const ChartBuckets> hoursOnQueue, QObject *parent = nullptr);
+
+    QMap<QDateTime, QList<MapData>> dataForAll;
+    QList<QDateTime> hourKeys;
+    // The map view's size in points; the fitted rectangle keeps its aspect.
+    double viewWidth = 375;
+    double viewHeight = 400;
+
+    bool busy() const { return m_busy; }
+    bool hasData() const { return !dataForAll.isEmpty(); }
+    QString noDataText() const;
+    int currentPage() const { return m_page; }
+    QList<QXPointAnnotation> pins() const { return m_pins; }
+    MKMapRect fittedRect() const { return m_fitted; }
+
+    void processData();
+    void showPinsForHour(int page, bool animated);
+    // The strip came to rest at a horizontal offset: show the page in view.
+    void updatePinsForScroll(double contentOffsetX, double stripWidth);
+    // A tapped card scrolls to the next one (the first after the last); -1 with a single card.
+    int nextCardForTap(int card) const;
+
+    QString cardTitle(int page) const;
+    StyledText cardLine(int page) const;
+    StyledText callout(int page, int location) const;
+
+signals:
+    void loaded();
+    void pageShown();
+    void setVisibleMapRect(const MKMapRect &rect, bool animated);
+
+private:
+    DataUsageAppDelegate &m_delegate;
+    DayViewController &m_day;
+    std::shared_ptr<const ChartBuckets> m_hours;
+    bool m_busy = true;
+    int m_page = -1;
+    QList<QXPointAnnotation> m_pins;
+    MKMapRect m_fitted{};
+};

@@ -1,0 +1,157 @@
+#include "app/datausageappdelegate.h"
+#include "core/settingskeys.h"
+#include "map/mapviewcontroller.h"
+#include "testsupport.h"
+
+#include <QtTest>
+
+namespace {
+
+constexpr double W = 268435456.0;
+
+// A point `meters` north of (lat, lon) on the sphere the distances use.
+MKMapPoint north(double lat, double lon, double meters)
+{
+    return MKMapPointForCoordinate({lat + meters / (6371008.8 * M_PI / 180), lon});
+}
+
+} // namespace
+
+class TestMap : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase() { qputenv("TZ", "UTC"); }
+
+    void projection()
+    {
+        const MKMapPoint centre = MKMapPointForCoordinate({0, 0});
+        QCOMPARE(centre.x, W / 2);
+        QCOMPARE(centre.y, W / 2);
+        QCOMPARE(MKMapPointForCoordinate({0, -180}).x, 0.0);
+        QVERIFY(qAbs(MKMapPointForCoordinate({85.0511287798, 0}).y) < 1);
+        const CLLocationCoordinate2D berlin =
+            MKCoordinateForMapPoint(MKMapPointForCoordinate({52.52, 13.405}));
+        QVERIFY(qAbs(berlin.latitude - 52.52) < 1e-9 && qAbs(berlin.longitude - 13.405) < 1e-9);
+        QVERIFY(qAbs(MKMapPointsPerMeterAtLatitude(0) - 6.698324) < 1e-6);
+        QVERIFY(qAbs(MKMapPointsPerMeterAtLatitude(60) / MKMapPointsPerMeterAtLatitude(0) - 2) < 1e-9);
+        QVERIFY(qAbs(MKMetersBetweenMapPoints(north(48, 2, 0), north(48, 2, 1234)) - 1234) < 1e-6);
+    }
+
+    void rectangles()
+    {
+        const MKMapRect u = MKMapRectUnion({{10, 20}, {5, 5}}, {{0, 30}, {1, 1}});
+        QCOMPARE((std::array{u.origin.x, u.origin.y, u.size.width, u.size.height}),
+                 (std::array{0.0, 20.0, 15.0, 11.0}));
+        const MKMapRect in = MKMapRectInset({{10, 10}, {4, 4}}, -3, 1);
+        QCOMPARE((std::array{in.origin.x, in.origin.y, in.size.width, in.size.height}),
+                 (std::array{7.0, 11.0, 10.0, 2.0}));
+        const MKMapRect east{{W - 10, 5}, {30, 7}};
+        QVERIFY(MKMapRectSpans180thMeridian(east));
+        QVERIFY(!MKMapRectSpans180thMeridian({{0, 0}, {W, 1}}));
+        const MKMapRect rest = MKMapRectRemainder(east);
+        QCOMPARE((std::array{rest.origin.x, rest.origin.y, rest.size.width, rest.size.height}),
+                 (std::array{0.0, 5.0, 20.0, 7.0}));
+        const MKMapRect west = MKMapRectRemainder({{-4, 0}, {10, 1}});
+        QCOMPARE((std::array{west.origin.x, west.size.width}), (std::array{W - 4, 4.0}));
+        // Fitting keeps the view's aspect and centres the rectangle inside the padding.
+        const MKMapRect fit = mapRectThatFits({{1000, 1000}, {200, 100}}, MapPlaces::kPadding, 260, 160);
+        QCOMPARE((std::array{fit.origin.x, fit.origin.y, fit.size.width, fit.size.height}),
+                 (std::array{970.0, 955.0, 260.0, 160.0}));
+    }
+
+    void merging_data()
+    {
+        QTest::addColumn<double>("apart");
+        QTest::addColumn<int>("places");
+        QTest::newRow("499 m") << 499.0 << 1;
+        QTest::newRow("500 m") << 500.0 << 2;
+    }
+
+    void merging()
+    {
+        QFETCH(double, apart);
+        QFETCH(int, places);
+        QList<MapData> list;
+        MapPlaces::addPlace(list, north(10, 20, 0), 1, 2);
+        MapPlaces::addPlace(list, north(10, 20, apart), 10, 20);
+        QCOMPARE(list.size(), places);
+        QCOMPARE(list[0].cell, places == 1 ? 11.0 : 1.0);
+        QCOMPARE(list[0].mapPoint.y, north(10, 20, 0).y); // the founder keeps its place
+    }
+
+    // A, C and B in a line, arriving A, C, B: B joins A (the first within reach), C stays apart.
+    void firstPlaceWithinReach()
+    {
+        QList<MapData> list;
+        MapPlaces::addPlace(list, north(0, 0, 0), 1, 0);
+        MapPlaces::addPlace(list, north(0, 0, 800), 100, 0);
+        MapPlaces::addPlace(list, north(0, 0, 400), 10, 0);
+        QCOMPARE(list.size(), 2);
+        QCOMPARE(list[0].cell, 11.0);
+        QCOMPARE(list[1].cell, 100.0);
+    }
+
+    void fitting()
+    {
+        const MKMapPoint p = MKMapPointForCoordinate({0, 0});
+        const MapPlaces::Fit one = MapPlaces::fitPage({MapData{p, 1, 1}}, 0);
+        const double span = 1000 * MKMapPointsPerMeterAtLatitude(0);
+        QCOMPARE(one.rect.size.width, span);
+        QCOMPARE(one.rect.size.height, span);
+        QCOMPARE(one.rect.midX(), p.x + 0.5);
+        QCOMPARE(one.pins.size(), 1);
+        QCOMPARE(one.pins[0].title, QStringLiteral("\u200b"));
+        // Near the 180th meridian the square reaches past the edge: only the remainder is shown.
+        const MKMapPoint edge = MKMapPointForCoordinate({0, 179.999});
+        const MapPlaces::Fit wrapped = MapPlaces::fitPage({MapData{edge, 1, 1}}, 0);
+        QCOMPARE(wrapped.rect.origin.x, 0.0);
+        QVERIFY(qAbs(wrapped.rect.size.width - (edge.x + 0.5 + span / 2 - W)) < 1e-6);
+    }
+
+    // The map page from real records: hours newest first after the whole day; unlocated usage left out.
+    void mapPage()
+    {
+        TestContainer c;
+        auto shared = c.openPlan();
+        DataUsageAppDelegate delegate(*shared);
+        auto ctx = shared->mocForActive();
+        const QDateTime nine(QDate(2026, 3, 10), QTime(9, 0)), ten(QDate(2026, 3, 10), QTime(10, 0));
+        onQueue(*ctx, [&] {
+            ctx->insertEvent(Event{nine, 100, 0, 0, 0, 48.0, 2.0});
+            ctx->insertEvent(Event{nine.addSecs(60), 50, 0, 7, 0, 48.001, 2.0}); // 111 m away: same place
+            ctx->insertEvent(Event{ten, 1000, 0, 0, 0, 48.1, 2.0});
+            ctx->insertEvent(Event{ten, 99999}); // no position
+            return ctx->save();
+        });
+        DayViewController day(delegate, QStringLiteral("P"));
+        auto *map = qobject_cast<MapViewController *>(day.child(1));
+        QVERIFY(map);
+        QTRY_VERIFY(!map->busy());
+        QCOMPARE(map->hourKeys, (QList<QDateTime>{MapPlaces::distantFuture(), ten, nine}));
+        QCOMPARE(map->dataForAll.value(nine).size(), 1);
+        QCOMPARE(map->dataForAll.value(nine)[0].cell, 150.0);
+        QCOMPARE(map->dataForAll.value(MapPlaces::distantFuture()).size(), 2);
+        QCOMPARE(map->currentPage(), 0);
+        QCOMPARE(map->pins().size(), 2);
+        QCOMPARE(map->cardTitle(0), QStringLiteral("All Locations"));
+        QCOMPARE(map->cardTitle(2), QStringLiteral("9\u202fAM"));
+        QCOMPARE(map->cardLine(1).at(1).text, QStringLiteral("98.6 ")); // the hour's total, located or not
+        QCOMPARE(map->nextCardForTap(2), 0);
+        map->updatePinsForScroll(750, 375);
+        QCOMPARE(map->currentPage(), 2);
+
+        day.reloadWithDate(nine.addDays(1)); // a day without usage
+        map = qobject_cast<MapViewController *>(day.child(1));
+        QTRY_VERIFY(!map->busy());
+        QVERIFY(!map->hasData());
+        QCOMPARE(map->noDataText(),
+                 QStringLiteral("No locations. Go to Settings > Advanced > Map Usage to turn on."));
+        shared->userPref().setValue(Keys::PREF_GEO_HIDE_HINT, true);
+        QCOMPARE(map->noDataText(), QStringLiteral("No Locations"));
+    }
+};
+
+QTEST_GUILESS_MAIN(TestMap)
+#include "tst_map.moc"
