@@ -5,6 +5,7 @@
 #include "core/sharedcode.h"
 #include "platform/linux/linuxnetworkinterfaces.h"
 #include "platform/linux/paths.h"
+#include "platform/linux/sockdiag.h"
 #include "platform/linux/unixsignals.h"
 #include "platform/linux/xdgmail.h"
 #include "sharing/widgetstats.h"
@@ -61,6 +62,7 @@ int main(int argc, char **argv)
 
     const std::unique_ptr<Clock> replayClock = clockFromEnvironment();
     LinuxNetworkInterfaces interfaces = LinuxNetworkInterfaces::fromEnvironment();
+    std::optional<SockDiagConnections> connections;
     std::unique_ptr<SharedCode> shared;
     std::unique_ptr<DataUsageAppDelegate> delegate;
     std::unique_ptr<DesktopServices> desktop;
@@ -71,6 +73,7 @@ int main(int argc, char **argv)
     env.services = [&]() -> Cli::Services & {
         if (!services) {
             SharedCode::Services s{Paths::container(), &interfaces};
+            s.connections = &connections.emplace();
             if (replayClock)
                 s.clock = replayClock.get();
             shared = std::make_unique<SharedCode>(s);

@@ -5,7 +5,9 @@
 #include "location.h"
 
 #include <QMutex>
+
 #include <QVariantMap>
+#include <atomic>
 
 #include <memory>
 
@@ -194,4 +196,5 @@ private:
     int m_enterGBTaskID = PlatformApplication::kInvalidTask;
     bool m_locationOn = false;
     std::optional<Visit> m_lastVisit;
+    std::atomic<bool> m_netBaselineTaken{false};
 };

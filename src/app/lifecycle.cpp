@@ -149,6 +149,11 @@ void DataUsageAppDelegate::checkDataUsageWithCompletionHandler(CompletionHandler
     c->perform([this, c, loc, finish] {
         try {
             const SampleResult sample = m_shared.saveUsageGasp(c, loc);
+            if (m_shared.connections()) {
+                // Per-address usage beside each sample; the first after start-up only takes the baseline.
+                m_shared.networks(c, m_netBaselineTaken.exchange(true));
+                c->save();
+            }
             const qint64 before = getCurrentThresholdLevel();
             const bool inBackground = applicationState == Background;
             computeCurrentValues(c, inBackground);

@@ -16,7 +16,8 @@ SharedCode *g_instance = nullptr;
 SharedCode::SharedCode(Services services)
     : m_container(QDir(services.containerPath).absolutePath()),
       m_flockPath(m_container + QStringLiteral("/flockFile.txt")), m_interfaces(services.interfaces),
-      m_clock(services.clock), m_onStoreOpenFailure(std::move(services.onStoreOpenFailure)),
+      m_connections(services.connections), m_clock(services.clock),
+      m_onStoreOpenFailure(std::move(services.onStoreOpenFailure)),
       m_settings((QDir().mkpath(m_container),
                   m_container + QLatin1Char('/') + kSuiteName + QStringLiteral(".plist")))
 {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "clock.h"
+#include "network/connectiontable.h"
 #include "networkinterfaces.h"
 #include "settingsdomain.h"
 #include "storecontext.h"
@@ -71,6 +72,7 @@ public:
         QString containerPath;
         NetworkInterfaces *interfaces = nullptr;
         const Clock *clock = &Clock::system();
+        ConnectionSource *connections = nullptr; // per-connection byte totals; none: no per-address usage
         StoreContext::OpenFailureHandler onStoreOpenFailure = StoreContext::defaultOpenFailure;
     };
 
@@ -145,6 +147,14 @@ public:
     // The last known position when it is good enough to store with usage (accuracy 0 to 500 m).
     static Coordinate coordinatFromLocationManager(const std::optional<LocationFix> &last);
 
+    // Per-address usage: one connection-table read per protocol, the growth since the previous read
+    // stored as Netevent records of the current hour (into the context, unsaved). With `usage`
+    // false only the baseline is taken. On the context's queue.
+    void networks(StoreContext *context, bool usage);
+    ConnectionSource *connections() const { return m_connections; }
+    // One protocol's table, or nothing when it cannot be read.
+    std::optional<ConnectionTable> proto(int protocol);
+
     // The widget's statistics of the current period (five WSTATS_ keys); on the context's queue.
     QVariantMap computeWidgetStats(StoreContext *context);
     // The widget's position: the location service's last fix, when usage is being mapped.
@@ -161,6 +171,7 @@ private:
     const QString m_container;
     const QString m_flockPath;
     NetworkInterfaces *const m_interfaces;
+    ConnectionSource *const m_connections;
     const Clock *const m_clock;
     const StoreContext::OpenFailureHandler m_onStoreOpenFailure;
     SettingsDomain m_settings;

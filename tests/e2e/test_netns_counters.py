@@ -2,7 +2,9 @@
 cellular modem and the other counted as Wi-Fi through a stand-in sysfs tree. A transfer of a known
 size shows up as cellular bytes sent and Wi-Fi bytes received, within the headers' overhead."""
 import os
+import sqlite3
 import subprocess
+import threading
 import sys
 import time
 import unittest
@@ -30,6 +32,31 @@ SEND = f"""
 import socket, sys
 s = socket.create_connection(("{RECEIVER}", {PORT}))
 s.sendall(b"x" * int(sys.argv[1])); s.close()
+"""
+
+# Two connections to the same peer: a little traffic before the service starts (its first sample only
+# takes the baseline), then HALF more on each while it samples every second.
+RECEIVE_TWO = f"""
+import socket, threading
+s = socket.socket(); s.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)
+s.bind(("{RECEIVER}", {PORT + 1})); s.listen(2); print("ready", flush=True)
+def drain(c):
+    while c.recv(1 << 16): pass
+threads = [threading.Thread(target=drain, args=(s.accept()[0],)) for _ in range(2)]
+for t in threads: t.start()
+for t in threads: t.join()
+"""
+SEND_TWO = f"""
+import socket, sys
+half = int(sys.argv[1])
+conns = [socket.create_connection(("{RECEIVER}", {PORT + 1})) for _ in range(2)]
+for c in conns: c.sendall(b"y" * 1000)
+print("open", flush=True)
+sys.stdin.readline()
+for c in conns: c.sendall(b"z" * half)
+print("sent", flush=True)
+sys.stdin.readline()
+for c in conns: c.close()
 """
 
 
@@ -97,6 +124,61 @@ class NamespaceCounters(unittest.TestCase):
             for key in ("cellIn", "wifiOut"):
                 self.assertLess(t[key], SIZE * 0.05, key)
             self.assertEqual(t["cellIn"], t["wifiOut"])  # both ends of one wire
+        finally:
+            c.cleanup()
+
+    # Per-address usage from the kernel's socket lists: the growth of both connections after the
+    # service's first sample, as Netevent records for the one peer address.
+    def test_usage_per_address(self):
+        c = Container(wifi=("wlan0",))
+        c.env.update(DBUS_SESSION_BUS_ADDRESS="unix:path=/nonexistent", XDG_RUNTIME_DIR=c.root)
+        half = 3_000_000
+        receiver = subprocess.Popen(["ip", "netns", "exec", NS_B, sys.executable, "-c", RECEIVE_TWO],
+                                    stdout=subprocess.PIPE, text=True)
+        sender = daemon = None
+        try:
+            self.assertEqual(receiver.stdout.readline().strip(), "ready")
+            sender = subprocess.Popen(["ip", "netns", "exec", NS_A, sys.executable, "-c", SEND_TWO, str(half)],
+                                      stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
+            self.assertEqual(sender.stdout.readline().strip(), "open")
+            time.sleep(0.2)  # the first 1,000 bytes of each are acknowledged before the baseline
+            daemon = subprocess.Popen(["ip", "netns", "exec", NS_A, os.environ["TALLYMO_BIN"], "daemon",
+                                       "--interval", "1"], env=c.env, stdout=subprocess.PIPE,
+                                      stderr=subprocess.DEVNULL, text=True)
+            lines = []
+            reader = threading.Thread(target=lambda: lines.extend(daemon.stdout))
+            reader.start()
+            deadline = time.time() + 10
+            while not any("  launch: " in line for line in lines) and time.time() < deadline:
+                time.sleep(0.05)
+            sender.stdin.write("go\n")
+            sender.stdin.flush()
+            self.assertEqual(sender.stdout.readline().strip(), "sent")
+            checks = sum("  fetch: " in line for line in lines)
+            deadline = time.time() + 15
+            while sum("  fetch: " in line for line in lines) < checks + 3 and time.time() < deadline:
+                time.sleep(0.1)
+            sender.stdin.write("close\n")
+            sender.stdin.flush()
+        finally:
+            if daemon:
+                daemon.terminate()
+                daemon.wait(timeout=10)
+                reader.join()
+                daemon.stdout.close()
+            if sender:
+                sender.wait(timeout=10)
+                sender.stdin.close()
+                sender.stdout.close()
+            receiver.wait(timeout=10)
+            receiver.stdout.close()
+        try:
+            db = sqlite3.connect(c.store_path())
+            rows = db.execute("SELECT ipaddress, count(*), total(bytes) FROM Netevent GROUP BY ipaddress").fetchall()
+            db.close()
+            print(f"\n  per address after 2 x {half} bytes: {rows}", file=sys.stderr)
+            self.assertEqual([r[0] for r in rows], [RECEIVER])
+            self.assertEqual(rows[0][2], 2 * half)  # acknowledged payload: exact, the baseline's 2,000 left out
         finally:
             c.cleanup()
 

@@ -1,0 +1,39 @@
+// Per-address usage from the connection tables.
+#include "core/logging.h"
+#include "core/settingskeys.h"
+#include "core/sharedcode.h"
+
+std::optional<ConnectionTable> SharedCode::proto(int protocol)
+{
+    return m_connections ? m_connections->proto(protocol) : std::nullopt;
+}
+
+void SharedCode::networks(StoreContext *context, bool usage)
+{
+    if (!m_connections)
+        return;
+    ConnectionTable all;
+    for (int protocol : {ConnectionTables::kTcp, ConnectionTables::kUdp})
+        if (const std::optional<ConnectionTable> table = proto(protocol))
+            all.insert(*table); // a protocol that cannot be read is simply missing this time
+    SettingsDomain &pref = userPref();
+    const QVariant stored = pref.value(Keys::PREF_NET_LASTCONN);
+    const QVariantMap previous = stored.toMap();
+    QVariantMap current;
+    QMap<QString, double> perAddress;
+    const bool counting = stored.isValid() && usage;
+    for (auto it = all.cbegin(); it != all.cend(); ++it) {
+        current.insert(it.key(), double(it->total));
+        if (!counting)
+            continue;
+        // A new connection counts whole; one whose total went down is only the new baseline.
+        const double delta = double(it->total) - previous.value(it.key()).toDouble();
+        if (delta > 0)
+            perAddress[it->address] += delta;
+    }
+    pref.setValue(Keys::PREF_NET_LASTCONN, current);
+    pref.synchronize();
+    const QDateTime stamp = nowAtHour();
+    for (auto it = perAddress.cbegin(); it != perAddress.cend(); ++it)
+        context->insertNetevent(Netevent{stamp, it.key(), it.value()});
+}

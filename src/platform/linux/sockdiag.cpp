@@ -1,0 +1,137 @@
+#include "sockdiag.h"
+
+#include <QFile>
+#include <QLoggingCategory>
+
+#include <linux/inet_diag.h>
+#include <linux/netlink.h>
+#include <linux/rtnetlink.h>
+#include <linux/sock_diag.h>
+#include <linux/tcp.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstddef>
+#include <cstring>
+
+Q_LOGGING_CATEGORY(lcSockDiag, "tallymo.platform.connections", QtWarningMsg)
+
+namespace {
+
+struct Fd
+{
+    int fd;
+    ~Fd()
+    {
+        if (fd >= 0)
+            ::close(fd);
+    }
+};
+
+constexpr size_t kBytesReceivedEnd = offsetof(tcp_info, tcpi_bytes_received) + sizeof(__u64);
+
+} // namespace
+
+SockDiagConnections::SockDiagConnections()
+{
+    QFile boot(QStringLiteral("/proc/sys/kernel/random/boot_id"));
+    if (boot.open(QIODevice::ReadOnly))
+        m_bootId = QString::fromLatin1(boot.readAll().trimmed());
+}
+
+std::optional<ConnectionTable> SockDiagConnections::proto(int protocol)
+{
+    if (protocol == ConnectionTables::kUdp) {
+        if (!m_udpLogged)
+            qCInfo(lcSockDiag,
+                   "UDP sockets carry no byte counts here: UDP traffic is not counted per address");
+        m_udpLogged = true;
+        return std::nullopt;
+    }
+    if (protocol != ConnectionTables::kTcp)
+        return std::nullopt;
+    ConnectionTable table;
+    if (!dump(AF_INET, table) || !dump(AF_INET6, table))
+        return std::nullopt;
+    return table;
+}
+
+bool SockDiagConnections::dump(int family, ConnectionTable &table)
+{
+    const Fd s{::socket(AF_NETLINK, SOCK_DGRAM | SOCK_CLOEXEC, NETLINK_SOCK_DIAG)};
+    if (s.fd < 0) {
+        qCWarning(lcSockDiag, "sock_diag: %s", std::strerror(errno));
+        return false;
+    }
+    struct
+    {
+        nlmsghdr header;
+        inet_diag_req_v2 request;
+    } message{};
+    message.header.nlmsg_len = sizeof message;
+    message.header.nlmsg_type = SOCK_DIAG_BY_FAMILY;
+    message.header.nlmsg_flags = NLM_F_REQUEST | NLM_F_DUMP;
+    message.request.sdiag_family = quint8(family);
+    message.request.sdiag_protocol = IPPROTO_TCP;
+    message.request.idiag_states = ~0u;
+    message.request.idiag_ext = 1 << (INET_DIAG_INFO - 1);
+    sockaddr_nl kernel{};
+    kernel.nl_family = AF_NETLINK;
+    if (::sendto(s.fd, &message, sizeof message, 0, reinterpret_cast<sockaddr *>(&kernel), sizeof kernel) <
+        0) {
+        qCWarning(lcSockDiag, "sock_diag request: %s", std::strerror(errno));
+        return false;
+    }
+    alignas(nlmsghdr) static thread_local char buffer[1 << 16];
+    for (;;) {
+        const ssize_t n = ::recv(s.fd, buffer, sizeof buffer, 0);
+        if (n < 0) {
+            if (errno == EINTR)
+                continue;
+            qCWarning(lcSockDiag, "sock_diag answer: %s", std::strerror(errno));
+            return false;
+        }
+        int left = int(n);
+        for (auto *h = reinterpret_cast<nlmsghdr *>(buffer); NLMSG_OK(h, left); h = NLMSG_NEXT(h, left)) {
+            if (h->nlmsg_type == NLMSG_DONE)
+                return true;
+            if (h->nlmsg_type == NLMSG_ERROR) {
+                const auto *e = static_cast<const nlmsgerr *>(NLMSG_DATA(h));
+                qCWarning(lcSockDiag, "sock_diag: %s", std::strerror(-e->error));
+                return false;
+            }
+            if (h->nlmsg_len < NLMSG_LENGTH(sizeof(inet_diag_msg)))
+                continue;
+            const auto *d = static_cast<const inet_diag_msg *>(NLMSG_DATA(h));
+            const auto *remote = reinterpret_cast<const unsigned char *>(d->id.idiag_dst);
+            std::optional<QString> address;
+            if (d->idiag_family == AF_INET) {
+                if (!ConnectionTables::isCountedIPv4(ntohl(d->id.idiag_dst[0])))
+                    continue;
+                address = ConnectionTables::printIP4(remote);
+            } else {
+                if (!ConnectionTables::isCountedIPv6(remote))
+                    continue;
+                address = ConnectionTables::printIP6(remote);
+            }
+            if (!address)
+                continue;
+            int attributesLength = int(h->nlmsg_len - NLMSG_LENGTH(sizeof(inet_diag_msg)));
+            for (auto *a = reinterpret_cast<rtattr *>(const_cast<inet_diag_msg *>(d) + 1);
+                 RTA_OK(a, attributesLength); a = RTA_NEXT(a, attributesLength)) {
+                if (a->rta_type != INET_DIAG_INFO || RTA_PAYLOAD(a) < kBytesReceivedEnd)
+                    continue;
+                tcp_info info{};
+                std::memcpy(&info, RTA_DATA(a), std::min<size_t>(RTA_PAYLOAD(a), sizeof info));
+                const quint64 cookie =
+                    quint64(d->id.idiag_cookie[0]) | (quint64(d->id.idiag_cookie[1]) << 32);
+                table.insert(
+                    m_bootId + QLatin1Char('-') + QString::number(cookie, 16),
+                    ConnectionEntry{quint64(info.tcpi_bytes_acked) + quint64(info.tcpi_bytes_received),
+                                    *address});
+            }
+        }
+    }
+}
