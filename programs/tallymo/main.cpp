@@ -98,6 +98,7 @@ int main(int argc, char **argv)
                 services.refreshStatus = desktop->refreshStatus();
                 services.location = desktop->location();
                 services.watch = desktop->watch();
+                services.hostNames = desktop->hostNames();
                 WidgetHelper::setCenter(desktop->widgetCenter(*shared));
             }
             delegate->setServices(services);

@@ -112,6 +112,7 @@ class LocationService;
 class SharedCode;
 class WatchSession;
 class WidgetCenter;
+class HostNameResolver;
 
 // The desktop's services as one bundle, for programs that load them only when a command needs
 // them (connecting to the session bus and loading its libraries costs every short command).
@@ -132,6 +133,7 @@ public:
     // Asks a running background service for a silent push; false when none runs.
     virtual bool pushToBackgroundService() = 0;
     virtual WatchSession *watch() = 0;
+    virtual HostNameResolver *hostNames() = 0;
     // Widget reloads; the record is computed from the shared code's active plan.
     virtual WidgetCenter *widgetCenter(SharedCode &shared) = 0;
     // A terminal companion of the watch session: registers, asks once (`report` gets "reply" and

@@ -97,7 +97,7 @@ void DataUsageAppDelegate::refreshWidget()
 
 void DataUsageAppDelegate::resetCache()
 {
-    // The host-name cache comes with the network view.
+    m_hostnameCache.reset(); // pages still open keep theirs until they go
 }
 
 qint64 DataUsageAppDelegate::roundedPercent(double percent)

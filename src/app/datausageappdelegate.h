@@ -13,6 +13,8 @@
 
 class DayViewController;
 class WatchSession;
+class HostNameResolver;
+class HostNameCache;
 class QObject;
 
 // The figures of the active plan's current billing period.
@@ -45,6 +47,7 @@ public:
         PushSubscriptions *push = nullptr;
         LocationService *location = nullptr;
         WatchSession *watch = nullptr;
+        HostNameResolver *hostNames = nullptr;
     };
 
     explicit DataUsageAppDelegate(SharedCode &shared);
@@ -141,6 +144,10 @@ public:
     void killAllCloudKitSubscriptions();
     void checkCloudKitSubscriptions();
 
+    // Host names looked up in this process (made on first use, shared by every network page).
+    void makeHostnameCache();
+    std::shared_ptr<HostNameCache> hostnameCache() const { return m_hostnameCache; }
+
     // The watch link.
     void initWatchConnectivity();
     void sessionDidDeactivate();
@@ -197,4 +204,5 @@ private:
     bool m_locationOn = false;
     std::optional<Visit> m_lastVisit;
     std::atomic<bool> m_netBaselineTaken{false};
+    std::shared_ptr<HostNameCache> m_hostnameCache;
 };

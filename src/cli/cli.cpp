@@ -22,6 +22,7 @@ const char kUsage[] = "usage: tallymo <command> [options]\n"
                       "  export (--cycles N | --row R) [--plan ID] [-o FILE] [--mail]   usage as JSON\n"
                       "  history hours [--day D] | days [--date D] | cycles [--plan ID] [--json]\n"
                       "  map [--day D] [--plan ID] [--json]      where the day's usage happened\n"
+                      "  net [--day D] [--plan ID] [--json]      traffic per remote address and hour\n"
                       "  watch [--follow] [--complication]       be the watch: ask once, then print pushes\n"
                       "\n"
                       "Dates are ISO 8601: YYYY-MM-DD (local midnight) or YYYY-MM-DDTHH:MM[+HH:MM].\n"
@@ -49,7 +50,7 @@ int run(const QStringList &args, Environment &env)
         {QLatin1StringView("refresh"), refresh},   {QLatin1StringView("alerts"), alerts},
         {QLatin1StringView("push"), push},         {QLatin1StringView("export"), exportUsage},
         {QLatin1StringView("history"), history},   {QLatin1StringView("watch"), watch},
-        {QLatin1StringView("map"), map},
+        {QLatin1StringView("map"), map},           {QLatin1StringView("net"), net},
     };
     if (args.isEmpty() || args.first() == QLatin1StringView("--help") ||
         args.first() == QLatin1StringView("help")) {

@@ -66,5 +66,6 @@ int exportUsage(const QStringList &args, Environment &env);
 int history(const QStringList &args, Environment &env);
 int watch(const QStringList &args, Environment &env);
 int map(const QStringList &args, Environment &env);
+int net(const QStringList &args, Environment &env);
 
 } // namespace Cli

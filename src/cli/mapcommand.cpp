@@ -3,12 +3,15 @@
 #include "arguments.h"
 #include "cli.h"
 #include "map/mapviewcontroller.h"
+#include "network/netviewcontroller.h"
 #include "output.h"
 #include "sharing/commonshared.h"
 
+#include <QElapsedTimer>
 #include <QEventLoop>
 #include <QJsonArray>
 #include <QJsonObject>
+#include <QTimer>
 
 namespace Cli {
 
@@ -68,6 +71,70 @@ int map(const QStringList &args, Environment &env)
                       .arg(c.longitude, 0, 'f', 5)
                       .arg(CommonShared::getDataBytesStr(p.cell), CommonShared::getDataBytesStr(p.wifi)));
         }
+    }
+    return 0;
+}
+
+int net(const QStringList &args, Environment &env)
+{
+    const Arguments a(args, {QStringLiteral("day"), QStringLiteral("plan")}, {QStringLiteral("json")});
+    a.expectPositional(0, 0, QStringLiteral("tallymo net [--day D] [--plan ID] [--json]"));
+    const std::optional<QDateTime> date = a.has(QStringLiteral("day"))
+                                              ? std::optional(parseDate(a.option(QStringLiteral("day"))))
+                                              : std::nullopt;
+    Services &s = env.desktopServices(); // the host-name lookups
+    const QString plan = a.has(QStringLiteral("plan"))
+                             ? requirePlan(s.shared, a.option(QStringLiteral("plan")))
+                             : s.shared.activePlanID();
+    DayViewController day(s.delegate, plan);
+    if (date)
+        day.reloadWithDate(*date);
+    auto *net = qobject_cast<NetViewController *>(day.child(2));
+    QEventLoop loop;
+    QObject::connect(net, &NetViewController::loaded, &loop, &QEventLoop::quit);
+    if (net->busy())
+        loop.exec();
+    // Names that come within the deadline are shown; the others stay addresses.
+    constexpr int kLookupDeadlineMs = 3000;
+    QElapsedTimer waited;
+    waited.start();
+    QTimer poll;
+    QObject::connect(&poll, &QTimer::timeout, &loop, [&] {
+        if (net->pendingLookups() == 0 || waited.elapsed() > kLookupDeadlineMs)
+            loop.quit();
+    });
+    poll.start(20);
+    if (net->pendingLookups() > 0)
+        loop.exec();
+    if (a.flag(QStringLiteral("json"))) {
+        QJsonArray hours;
+        for (int h = 0; h < net->hourKeys.size(); ++h) {
+            QJsonArray rows;
+            for (const NetRow &r : net->dataForAll.value(net->hourKeys.at(h))) {
+                const std::optional<QString> name = net->cacheForKey(r.ipaddress);
+                rows.append(
+                    QJsonObject{{QStringLiteral("ipaddress"), r.ipaddress},
+                                {QStringLiteral("sum"), r.sum},
+                                {QStringLiteral("hostname"), name ? QJsonValue(*name) : QJsonValue()}});
+            }
+            hours.append(QJsonObject{{QStringLiteral("hour"), isoWithOffset(net->hourKeys.at(h))},
+                                     {QStringLiteral("rows"), rows}});
+        }
+        print(QString::fromUtf8(jsonText(QJsonObject{{QStringLiteral("hours"), hours}}, false)));
+        return 0;
+    }
+    print(day.title() + QLatin1Char('\n'));
+    if (net->hourKeys.isEmpty()) {
+        print(NetViewController::noDataText() + QLatin1Char('\n'));
+        return 0;
+    }
+    for (int h = 0; h < net->hourKeys.size(); ++h) {
+        print(net->sectionTitle(h) + QLatin1Char('\n'));
+        const QList<NetRow> rows = net->dataForAll.value(net->hourKeys.at(h));
+        for (int i = 0; i < rows.size(); ++i)
+            print(QStringLiteral("  %1  %2\n")
+                      .arg(CommonShared::getDataBytesStr(rows.at(i).sum), 9)
+                      .arg(net->drawRow(h, i)));
     }
     return 0;
 }

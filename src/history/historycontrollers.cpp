@@ -4,6 +4,7 @@
 #include "core/settingskeys.h"
 #include "core/storecontext.h"
 #include "map/mapviewcontroller.h"
+#include "network/netviewcontroller.h"
 #include "plans/billingcycle.h"
 #include "sharing/commonshared.h"
 
@@ -252,13 +253,15 @@ QString DayViewController::title() const
 
 QObject *DayViewController::child(int index)
 {
-    if (index < 0 || index > 1)
+    if (index < 0 || index > 2)
         return nullptr;
     if (!m_children[index]) {
         if (index == 0)
             m_children[0] = new TimeViewController(m_delegate, planID, m_queueHours, this);
-        else
+        else if (index == 1)
             m_children[1] = new MapViewController(m_delegate, *this, m_queueHours, this);
+        else
+            m_children[2] = new NetViewController(m_delegate, *this, m_queueHours, this);
     }
     return m_children[index];
 }

@@ -193,7 +193,7 @@ public:
     bool noUsage() const { return !m_busy && m_hours.isEmpty(); }
 
     int activeIndex() const { return m_active; }
-    // The child in a slot (0 the hour list, 1 the map), made on first use.
+    // The child in a slot (0 the hour list, 1 the map, 2 the addresses), made on first use.
     QObject *child(int index);
     QObject *activeController() { return child(m_active); }
     // The segmented control: show that child and remember the choice.
@@ -223,7 +223,7 @@ private:
     std::shared_ptr<ChartBuckets> m_queueHours; // only touched on the store's queue
     ChartBuckets m_hours;                       // the main thread's copy
     StyledText m_usage;
-    std::array<QPointer<QObject>, 2> m_children;
+    std::array<QPointer<QObject>, 3> m_children;
     int m_active = 0;
     bool m_busy = true;
     bool m_sliding = false;

@@ -2,6 +2,7 @@
 
 #include "app/applicationservices.h"
 #include "freedesktopnotifications.h"
+#include "platform/network/qthostnames.h"
 #include "platform/positioning/positioninglocation.h"
 #include "sessionservices.h"
 #include "unifiedpush.h"
@@ -28,6 +29,7 @@ public:
     bool registerBackgroundService(std::function<void()> onPush, std::function<void()> onWake) override;
     bool pushToBackgroundService() override;
     WatchSession *watch() override { return &m_watch; }
+    HostNameResolver *hostNames() override { return &m_hostNames; }
     WidgetCenter *widgetCenter(SharedCode &shared) override;
     bool startWatchCompanion(bool follow, bool complication,
                              std::function<void(const QString &, const QVariantMap &)> report,
@@ -42,6 +44,7 @@ private:
     UnifiedPushSubscriptions m_push;
     std::unique_ptr<QObject> m_backgroundObject;
     DBusWatchSession m_watch;
+    QtHostNames m_hostNames;
     std::unique_ptr<DBusWidgetCenter> m_widgetCenter;
     std::unique_ptr<WatchCompanion> m_companion;
 };

@@ -1,0 +1,154 @@
+#include "netviewcontroller.h"
+
+#include "app/datausageappdelegate.h"
+#include "core/storecontext.h"
+#include "plans/billingcycle.h"
+
+NetViewController::NetViewController(DataUsageAppDelegate &delegate, DayViewController &day,
+                                     std::shared_ptr<const ChartBuckets> hoursOnQueue, QObject *parent)
+    : QObject(parent), m_delegate(delegate), m_day(day), m_hours(std::move(hoursOnQueue))
+{
+    makeCache();
+    connect(m_cache.get(), &HostNameCache::addToCache, this, &NetViewController::addCachedName);
+    processData();
+}
+
+void NetViewController::makeCache()
+{
+    m_delegate.makeHostnameCache();
+    m_cache = m_delegate.hostnameCache();
+}
+
+std::optional<QString> NetViewController::cacheForKey(const QString &address) const
+{
+    const auto it = m_cache->names.constFind(address);
+    return it == m_cache->names.cend() ? std::nullopt : std::optional<QString>(*it);
+}
+
+void NetViewController::processData()
+{
+    m_busy = true;
+    const std::shared_ptr<StoreContext> context = m_delegate.mocForPlan(m_day.planID);
+    if (!context) {
+        m_busy = false;
+        emit loaded();
+        return;
+    }
+    const QDateTime start = m_day.thisDay(), end = BillingCycle::addDays(start, 1);
+    QPointer<NetViewController> self(this);
+    context->perform([self, context, hours = m_hours, start, end] {
+        QMap<QDateTime, QList<NetRow>> byHour;
+        QSet<QString> addresses;
+        if (hours && !hours->isEmpty()) {
+            for (const Netevent &e : context->addressSums(start, end)) {
+                const QDateTime local = e.timeStamp.toLocalTime();
+                const QTime t = local.time();
+                const QDateTime hour =
+                    local.addMSecs(-qint64(t.minute() * 60000 + t.second() * 1000 + t.msec()));
+                byHour[hour].append(NetRow{e.bytes, e.ipaddress, e.timeStamp});
+                addresses.insert(e.ipaddress);
+            }
+            for (QList<NetRow> &rows : byHour)
+                std::sort(rows.begin(), rows.end(), [](const NetRow &a, const NetRow &b) {
+                    return a.sum != b.sum ? a.sum > b.sum : a.ipaddress < b.ipaddress;
+                });
+        }
+        dispatchMain([self, byHour, addresses] {
+            if (!self)
+                return;
+            self->dataForAll = byHour;
+            self->hourKeys = DayChildHelper::reverseSortArrayUsingCompare(byHour.keys());
+            self->m_labels.clear();
+            self->m_busy = false;
+            if (!byHour.isEmpty())
+                self->getHosts(addresses);
+            emit self->loaded();
+        });
+    });
+}
+
+void NetViewController::getHosts(const QSet<QString> &addresses)
+{
+    HostNameResolver *resolver = m_delegate.services().hostNames;
+    if (!resolver)
+        return; // addresses stay addresses
+    for (const QString &address : addresses) {
+        if (cacheForKey(address) || m_pending.contains(address))
+            continue;
+        m_pending.insert(address);
+        std::weak_ptr<HostNameCache> weak = m_cache;
+        QPointer<NetViewController> self(this);
+        resolver->lookup(address, [weak, self, address](const QString &name) {
+            if (self)
+                self->m_pending.remove(address);
+            if (const std::shared_ptr<HostNameCache> cache = weak.lock())
+                emit cache->addToCache(address, name.isEmpty() ? address : name);
+        });
+    }
+}
+
+void NetViewController::addCachedName(const QString &ip, const QString &hostname)
+{
+    if (ip.isEmpty() || hostname.isEmpty())
+        return;
+    m_cache->names.insert(ip, hostname);
+    for (const QPair<int, int> &at : std::as_const(visibleRows)) {
+        const QList<NetRow> rows =
+            at.first < hourKeys.size() ? dataForAll.value(hourKeys.at(at.first)) : QList<NetRow>();
+        if (at.second < rows.size() && rows.at(at.second).ipaddress == ip) {
+            m_labels.insert(at, hostname);
+            emit rowUpdated(at.first, at.second);
+            return; // the first visible row only; the others pick the name up when drawn
+        }
+    }
+}
+
+QString NetViewController::drawRow(int section, int row)
+{
+    const QList<NetRow> rows =
+        section >= 0 && section < hourKeys.size() ? dataForAll.value(hourKeys.at(section)) : QList<NetRow>();
+    if (row < 0 || row >= rows.size())
+        return QString();
+    const QString text = cacheForKey(rows.at(row).ipaddress).value_or(rows.at(row).ipaddress);
+    m_labels.insert({section, row}, text);
+    return text;
+}
+
+QString NetViewController::sectionTitle(int section) const
+{
+    if (section < 0 || section >= hourKeys.size())
+        return QString();
+    return DateFormatter::withPattern(DayChildHelper::hourFormat(m_delegate.shared().clock().now()))
+        .toString(hourKeys.at(section));
+}
+
+namespace {
+
+StyledText hourTotal(const DayViewController &day, const QList<QDateTime> &keys, int section, bool wifi)
+{
+    if (section < 0 || section >= keys.size() || !day.dataForAllHours().contains(keys.at(section)))
+        return {};
+    const ChartData d = day.dataForAllHours().value(keys.at(section));
+    StyledText text = TimeChartViewController::getMBString(wifi ? d.sumWifi : d.sumCell);
+    if (section == 0) // the newest hour names its network
+        text.prepend(TextRun{wifi ? QStringLiteral("w ") : QStringLiteral("c "), TextRun::Glyph});
+    return text;
+}
+
+} // namespace
+
+StyledText NetViewController::sectionCell(int section) const
+{
+    return hourTotal(m_day, hourKeys, section, false);
+}
+
+StyledText NetViewController::sectionWifi(int section) const
+{
+    return hourTotal(m_day, hourKeys, section, true);
+}
+
+void DataUsageAppDelegate::makeHostnameCache()
+{
+    if (!m_hostnameCache)
+        m_hostnameCache = std::make_shared<HostNameCache>();
+}

@@ -1,0 +1,88 @@
+#pragma once
+
+#include "history/historycontrollers.h"
+
+#include <QHash>
+#include <QObject>
+#include <QSet>
+
+class DataUsageAppDelegate;
+class DayViewController;
+
+// Reverse lookups of addresses; `done` gets the host name, or the address itself when there is
+// none. Answers on the main thread, never at once.
+class HostNameResolver
+{
+public:
+    virtual ~HostNameResolver() = default;
+    virtual void lookup(const QString &address, std::function<void(const QString &name)> done) = 0;
+};
+
+// Names looked up in this process, shared by every network page; never emptied.
+class HostNameCache : public QObject
+{
+    Q_OBJECT
+public:
+    QHash<QString, QString> names;
+signals:
+    // A lookup answered: the name, or the address when there is none.
+    void addToCache(const QString &ip, const QString &hostname);
+};
+
+// One address's traffic in one hour.
+struct NetRow
+{
+    double sum = 0;
+    QString ipaddress;
+    QDateTime timeStamp;
+    bool operator==(const NetRow &) const = default;
+};
+
+// The day's traffic per remote address, hour by hour (newest first), busiest address first; each
+// address shown by its host name once a lookup answered.
+class NetViewController : public QObject
+{
+    Q_OBJECT
+    Q_PROPERTY(bool busy READ busy NOTIFY loaded)
+
+public:
+    NetViewController(DataUsageAppDelegate &delegate, DayViewController &day,
+                      std::shared_ptr<const ChartBuckets> hoursOnQueue, QObject *parent = nullptr);
+
+    QMap<QDateTime, QList<NetRow>> dataForAll;
+    QList<QDateTime> hourKeys;
+
+    bool busy() const { return m_busy; }
+    static QString noDataText() { return tr("No IP Addresses"); }
+    std::optional<QString> cacheForKey(const QString &address) const;
+    // Lookups still out.
+    int pendingLookups() const { return int(m_pending.size()); }
+
+    // The table: a header per hour with that hour's totals, a row per address.
+    QString sectionTitle(int section) const;
+    StyledText sectionCell(int section) const;
+    StyledText sectionWifi(int section) const;
+    // What a row shows when it is drawn: the cached name, else the address.
+    QString drawRow(int section, int row);
+    QString rowLabel(int section, int row) const { return m_labels.value({section, row}); }
+    // The rows the view shows now, in order; a looked-up name updates the first of them only.
+    QList<QPair<int, int>> visibleRows;
+
+    void processData();
+    void getHosts(const QSet<QString> &addresses);
+    void addCachedName(const QString &ip, const QString &hostname);
+
+signals:
+    void loaded();
+    void rowUpdated(int section, int row);
+
+private:
+    void makeCache();
+    DataUsageAppDelegate &m_delegate;
+    DayViewController &m_day;
+    std::shared_ptr<const ChartBuckets> m_hours;
+    std::shared_ptr<HostNameCache> m_cache;
+    bool m_busy = true;
+    QSet<QString> m_pending;
+    QHash<QPair<int, int>, QString> m_labels;
+};
