@@ -4,11 +4,13 @@
 #   bench/run.sh quick    the in-process benchmarks only (no vnStat comparison)
 set -euo pipefail
 cd "$(dirname "$0")/.."
-scripts/deps.sh vnstat hyperfine time
+scripts/deps.sh vnstat hyperfine time iproute2 util-linux
 cmake -S . -B build-bench -DCMAKE_BUILD_TYPE=Release -DTALLYMO_TESTS=OFF -DTALLYMO_BENCH=ON >/dev/null
 cmake --build build-bench -j"$(nproc)" --target tallymo_bench tallymo tallymo-widget >/dev/null
 echo "== in-process"
 build-bench/bench/tallymo_bench
+echo "== connection table with 10,000 open TCP sockets"
+bench/connections.sh build-bench/bench/tallymo_bench
 [ "${1:-}" = quick ] && exit 0
 
 work=$(mktemp -d)

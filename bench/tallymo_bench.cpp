@@ -3,6 +3,7 @@
 #include "core/settingskeys.h"
 #include "core/sharedcode.h"
 #include "platform/linux/linuxnetworkinterfaces.h"
+#include "platform/linux/sockdiag.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
@@ -144,6 +145,23 @@ void benchPeriodSum(const QString &dir)
     std::printf("five-year sum (worst case): median %.2f ms\n", median(times));
 }
 
+// One TCP connection-table read from the kernel, as each sample makes it.
+void benchConnections(int runs)
+{
+    SockDiagConnections source;
+    QList<double> times;
+    qsizetype kept = 0;
+    for (int i = 0; i < runs; ++i) {
+        QElapsedTimer t;
+        t.start();
+        const std::optional<ConnectionTable> table = source.proto(ConnectionTables::kTcp);
+        times.append(t.nsecsElapsed() / 1e6);
+        kept = table ? table->size() : -1;
+    }
+    std::printf("connection-table read:     median %.2f ms over %d runs (%lld connections to public peers)\n",
+                median(times), runs, qlonglong(kept));
+}
+
 } // namespace
 
 int main(int argc, char **argv)
@@ -151,6 +169,10 @@ int main(int argc, char **argv)
     QCoreApplication app(argc, argv);
     if (argc == 3 && QByteArrayView(argv[1]) == "--make-container") {
         makeContainer(QString::fromLocal8Bit(argv[2]));
+        return 0;
+    }
+    if (argc == 3 && QByteArrayView(argv[1]) == "--connections") {
+        benchConnections(QByteArray(argv[2]).toInt());
         return 0;
     }
     QTemporaryDir dir;
