@@ -83,6 +83,8 @@ int daemon(const QStringList &args, Environment &env)
                   .arg(v.longitude, 0, 'f', 5));
         std::fflush(stdout);
     };
+    if (ConnectionSource *connections = s.shared.connections())
+        connections->watchClosedConnections(); // short connections between two samples still count
     // On the bus first, so the push registration made at launch names a service that answers.
     if (env.startBackgroundService)
         env.startBackgroundService(push, [wake] { wake(QStringLiteral("wake")); });

@@ -25,6 +25,9 @@ class ConnectionSource
 public:
     virtual ~ConnectionSource() = default;
     virtual std::optional<ConnectionTable> proto(int protocol) = 0;
+    // From now on, connections that close between two reads are kept with their final totals and
+    // reported by the next read (needs the main thread's event loop).
+    virtual void watchClosedConnections() {}
 };
 
 namespace ConnectionTables {

@@ -128,6 +128,13 @@ class NamespaceCounters(unittest.TestCase):
         finally:
             c.cleanup()
 
+    @staticmethod
+    def wait_for_checks(lines, count):
+        checks = sum("  fetch: " in line for line in lines)
+        deadline = time.time() + 15
+        while sum("  fetch: " in line for line in lines) < checks + count and time.time() < deadline:
+            time.sleep(0.1)
+
     # Per-address usage from the kernel's socket lists: the growth of both connections after the
     # service's first sample, as Netevent records for the one peer address.
     def test_usage_per_address(self):
@@ -155,10 +162,10 @@ class NamespaceCounters(unittest.TestCase):
             sender.stdin.write("go\n")
             sender.stdin.flush()
             self.assertEqual(sender.stdout.readline().strip(), "sent")
-            checks = sum("  fetch: " in line for line in lines)
-            deadline = time.time() + 15
-            while sum("  fetch: " in line for line in lines) < checks + 3 and time.time() < deadline:
-                time.sleep(0.1)
+            self.wait_for_checks(lines, 3)
+            # A connection that opens and closes between two samples counts with its final total.
+            self.transfer(500_000)
+            self.wait_for_checks(lines, 2)
             sender.stdin.write("close\n")
             sender.stdin.flush()
         finally:
@@ -179,7 +186,10 @@ class NamespaceCounters(unittest.TestCase):
             db.close()
             print(f"\n  per address after 2 x {half} bytes: {rows}", file=sys.stderr)
             self.assertEqual([r[0] for r in rows], [RECEIVER])
-            self.assertEqual(rows[0][2], 2 * half)  # acknowledged payload: exact, the baseline's 2,000 left out
+            # Acknowledged payload (a closing FIN counts one): the baseline's 2,000 bytes left out, the
+            # short connection in.
+            self.assertGreaterEqual(rows[0][2], 2 * half + 500_000)
+            self.assertLessEqual(rows[0][2], 2 * half + 500_000 + 8)
         finally:
             c.cleanup()
 

@@ -2,6 +2,7 @@
 
 #include <QFile>
 #include <QLoggingCategory>
+#include <QSocketNotifier>
 
 #include <linux/inet_diag.h>
 #include <linux/netlink.h>
@@ -53,9 +54,64 @@ std::optional<ConnectionTable> SockDiagConnections::proto(int protocol)
     if (protocol != ConnectionTables::kTcp)
         return std::nullopt;
     ConnectionTable table;
+    {
+        // Connections that closed since the last read, with their final totals; open ones overwrite.
+        QMutexLocker locker(&m_closedMutex);
+        table = std::exchange(m_closed, {});
+    }
     if (!dump(AF_INET, table) || !dump(AF_INET6, table))
         return std::nullopt;
     return table;
+}
+
+SockDiagConnections::~SockDiagConnections()
+{
+    delete m_notifier;
+    if (m_destroyFd >= 0)
+        ::close(m_destroyFd);
+}
+
+void SockDiagConnections::watchClosedConnections()
+{
+    if (m_destroyFd >= 0)
+        return;
+    const int fd = ::socket(AF_NETLINK, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, NETLINK_SOCK_DIAG);
+    sockaddr_nl local{};
+    local.nl_family = AF_NETLINK;
+    local.nl_groups = (1u << (SKNLGRP_INET_TCP_DESTROY - 1)) | (1u << (SKNLGRP_INET6_TCP_DESTROY - 1));
+    if (fd < 0 || ::bind(fd, reinterpret_cast<sockaddr *>(&local), sizeof local) != 0) {
+        qCInfo(lcSockDiag,
+               "closed TCP connections are not reported here (%s): one that opens and closes "
+               "between two samples is not counted",
+               std::strerror(errno));
+        if (fd >= 0)
+            ::close(fd);
+        return;
+    }
+    m_destroyFd = fd;
+    auto *notifier = new QSocketNotifier(fd, QSocketNotifier::Read);
+    QObject::connect(notifier, &QSocketNotifier::activated, notifier, [this] { readClosed(); });
+    m_notifier = notifier;
+}
+
+void SockDiagConnections::readClosed()
+{
+    alignas(nlmsghdr) char buffer[1 << 16];
+    for (;;) {
+        const ssize_t n = ::recv(m_destroyFd, buffer, sizeof buffer, 0);
+        if (n <= 0) {
+            if (n < 0 && errno == ENOBUFS)
+                qCWarning(lcSockDiag, "closed TCP connections were dropped: the kernel's queue overflowed");
+            if (n < 0 && (errno == EINTR || errno == ENOBUFS))
+                continue;
+            return;
+        }
+        ConnectionTable closed;
+        bool failed = false;
+        parse(buffer, int(n), closed, &failed);
+        QMutexLocker locker(&m_closedMutex);
+        m_closed.insert(closed);
+    }
 }
 
 bool SockDiagConnections::dump(int family, ConnectionTable &table)
@@ -93,45 +149,51 @@ bool SockDiagConnections::dump(int family, ConnectionTable &table)
             qCWarning(lcSockDiag, "sock_diag answer: %s", std::strerror(errno));
             return false;
         }
-        int left = int(n);
-        for (auto *h = reinterpret_cast<nlmsghdr *>(buffer); NLMSG_OK(h, left); h = NLMSG_NEXT(h, left)) {
-            if (h->nlmsg_type == NLMSG_DONE)
-                return true;
-            if (h->nlmsg_type == NLMSG_ERROR) {
-                const auto *e = static_cast<const nlmsgerr *>(NLMSG_DATA(h));
-                qCWarning(lcSockDiag, "sock_diag: %s", std::strerror(-e->error));
-                return false;
-            }
-            if (h->nlmsg_len < NLMSG_LENGTH(sizeof(inet_diag_msg)))
+        bool failed = false;
+        if (!parse(buffer, int(n), table, &failed))
+            return !failed;
+    }
+}
+
+bool SockDiagConnections::parse(const char *data, int left, ConnectionTable &table, bool *failed)
+{
+    for (auto *h = reinterpret_cast<const nlmsghdr *>(data); NLMSG_OK(h, left); h = NLMSG_NEXT(h, left)) {
+        if (h->nlmsg_type == NLMSG_DONE)
+            return false;
+        if (h->nlmsg_type == NLMSG_ERROR) {
+            const auto *e = static_cast<const nlmsgerr *>(NLMSG_DATA(h));
+            qCWarning(lcSockDiag, "sock_diag: %s", std::strerror(-e->error));
+            *failed = true;
+            return false;
+        }
+        if (h->nlmsg_len < NLMSG_LENGTH(sizeof(inet_diag_msg)))
+            continue;
+        const auto *d = static_cast<const inet_diag_msg *>(NLMSG_DATA(h));
+        const auto *remote = reinterpret_cast<const unsigned char *>(d->id.idiag_dst);
+        std::optional<QString> address;
+        if (d->idiag_family == AF_INET) {
+            if (!ConnectionTables::isCountedIPv4(ntohl(d->id.idiag_dst[0])))
                 continue;
-            const auto *d = static_cast<const inet_diag_msg *>(NLMSG_DATA(h));
-            const auto *remote = reinterpret_cast<const unsigned char *>(d->id.idiag_dst);
-            std::optional<QString> address;
-            if (d->idiag_family == AF_INET) {
-                if (!ConnectionTables::isCountedIPv4(ntohl(d->id.idiag_dst[0])))
-                    continue;
-                address = ConnectionTables::printIP4(remote);
-            } else {
-                if (!ConnectionTables::isCountedIPv6(remote))
-                    continue;
-                address = ConnectionTables::printIP6(remote);
-            }
-            if (!address)
+            address = ConnectionTables::printIP4(remote);
+        } else {
+            if (!ConnectionTables::isCountedIPv6(remote))
                 continue;
-            int attributesLength = int(h->nlmsg_len - NLMSG_LENGTH(sizeof(inet_diag_msg)));
-            for (auto *a = reinterpret_cast<rtattr *>(const_cast<inet_diag_msg *>(d) + 1);
-                 RTA_OK(a, attributesLength); a = RTA_NEXT(a, attributesLength)) {
-                if (a->rta_type != INET_DIAG_INFO || RTA_PAYLOAD(a) < kBytesReceivedEnd)
-                    continue;
-                tcp_info info{};
-                std::memcpy(&info, RTA_DATA(a), std::min<size_t>(RTA_PAYLOAD(a), sizeof info));
-                const quint64 cookie =
-                    quint64(d->id.idiag_cookie[0]) | (quint64(d->id.idiag_cookie[1]) << 32);
-                table.insert(
-                    m_bootId + QLatin1Char('-') + QString::number(cookie, 16),
-                    ConnectionEntry{quint64(info.tcpi_bytes_acked) + quint64(info.tcpi_bytes_received),
-                                    *address});
-            }
+            address = ConnectionTables::printIP6(remote);
+        }
+        if (!address)
+            continue;
+        int attributesLength = int(h->nlmsg_len - NLMSG_LENGTH(sizeof(inet_diag_msg)));
+        for (auto *a = reinterpret_cast<const rtattr *>(d + 1); RTA_OK(a, attributesLength);
+             a = RTA_NEXT(a, attributesLength)) {
+            if (a->rta_type != INET_DIAG_INFO || RTA_PAYLOAD(a) < kBytesReceivedEnd)
+                continue;
+            tcp_info info{};
+            std::memcpy(&info, RTA_DATA(a), std::min<size_t>(RTA_PAYLOAD(a), sizeof info));
+            const quint64 cookie = quint64(d->id.idiag_cookie[0]) | (quint64(d->id.idiag_cookie[1]) << 32);
+            table.insert(m_bootId + QLatin1Char('-') + QString::number(cookie, 16),
+                         ConnectionEntry{quint64(info.tcpi_bytes_acked) + quint64(info.tcpi_bytes_received),
+                                         *address});
         }
     }
+    return true;
 }

@@ -2,6 +2,10 @@
 
 #include "network/connectiontable.h"
 
+#include <QMutex>
+
+class QObject;
+
 // Connection tables from the kernel's sock_diag netlink interface. TCP over IPv4 and IPv6, with the
 // bytes of tcp_info (acknowledged sent plus received); the key is the boot id with the socket
 // cookie, which the kernel keeps unique within a boot. UDP sockets carry no byte counts on Linux:
@@ -10,10 +14,20 @@ class SockDiagConnections : public ConnectionSource
 {
 public:
     SockDiagConnections();
+    ~SockDiagConnections() override;
     std::optional<ConnectionTable> proto(int protocol) override;
+    // Listens to the kernel's TCP destroy notifications (needs CAP_NET_ADMIN; logged once when refused).
+    void watchClosedConnections() override;
 
 private:
     bool dump(int family, ConnectionTable &table);
+    // Adds the connections of one netlink answer to the table; false at its end.
+    bool parse(const char *data, int length, ConnectionTable &table, bool *failed);
+    void readClosed();
     QString m_bootId;
     bool m_udpLogged = false;
+    int m_destroyFd = -1;
+    QObject *m_notifier = nullptr;
+    QMutex m_closedMutex;
+    ConnectionTable m_closed; // closed since the last read, with their final totals
 };
