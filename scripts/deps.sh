@@ -3,7 +3,7 @@
 set -euo pipefail
 packages=(build-essential cmake pkg-config qt6-base-dev qt6-positioning-dev libqt6positioning6-plugins
           libsqlite3-dev libicu-dev
-          tzdata iproute2 python3 sqlite3 dbus-daemon python3-dbus python3-dbusmock xdg-utils "$@")
+          tzdata iproute2 python3 sqlite3 dbus-daemon python3-dbus python3-dbusmock xdg-utils nftables "$@")
 missing=()
 for p in "${packages[@]}"; do
     dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'install ok installed' || missing+=("$p")

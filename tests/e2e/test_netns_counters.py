@@ -193,6 +193,49 @@ class NamespaceCounters(unittest.TestCase):
         finally:
             c.cleanup()
 
+    # UDP from connection tracking with accounting: switched on in the sender's namespace, with a
+    # ruleset that tracks its flows. Datagrams to a peer count with their IP and UDP headers.
+    def test_udp_from_connection_tracking(self):
+        setup = [["sh", "-c", "echo 1 > /proc/sys/net/netfilter/nf_conntrack_acct"],
+                 ["nft", "add table inet tallymo"],
+                 ["nft", "add chain inet tallymo out { type filter hook output priority 0 ; }"],
+                 ["nft", "add rule inet tallymo out ct state new,established counter"]]
+        for step in setup:
+            r = subprocess.run(["ip", "netns", "exec", NS_A, *step], capture_output=True, text=True)
+            if r.returncode != 0:
+                self.skipTest(f"connection tracking cannot be set up here: {' '.join(step)}: {r.stderr.strip()}")
+        c = Container(wifi=("wlan0",))
+        c.env.update(DBUS_SESSION_BUS_ADDRESS="unix:path=/nonexistent", XDG_RUNTIME_DIR=c.root)
+        daemon = subprocess.Popen(["ip", "netns", "exec", NS_A, os.environ["TALLYMO_BIN"], "daemon", "--interval",
+                                   "1"], env=c.env, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True)
+        lines = []
+        reader = threading.Thread(target=lambda: lines.extend(daemon.stdout))
+        reader.start()
+        try:
+            deadline = time.time() + 10
+            while not any("  launch: " in line for line in lines) and time.time() < deadline:
+                time.sleep(0.05)
+            send = (f"import socket\ns = socket.socket(socket.AF_INET, socket.SOCK_DGRAM)\n"
+                    f"s.bind(('{SENDER}', 0))\n"
+                    f"for _ in range(200): s.sendto(b'u' * 1000, ('{RECEIVER}', {PORT + 2}))\n")
+            subprocess.run(["ip", "netns", "exec", NS_A, sys.executable, "-c", send], check=True, timeout=30)
+            self.wait_for_checks(lines, 3)
+        finally:
+            daemon.terminate()
+            daemon.wait(timeout=10)
+            reader.join()
+            daemon.stdout.close()
+        try:
+            db = sqlite3.connect(c.store_path())
+            rows = db.execute("SELECT ipaddress, total(bytes) FROM Netevent GROUP BY ipaddress").fetchall()
+            db.close()
+            print(f"\n  UDP per address after 200 x 1000 bytes: {rows}", file=sys.stderr)
+            self.assertEqual([r[0] for r in rows], [RECEIVER])
+            self.assertGreaterEqual(rows[0][1], 200 * 1028)  # 20 bytes IP, 8 bytes UDP each
+            self.assertLessEqual(rows[0][1], 200 * 1028 + 5000)  # and the peer's unreachable answers
+        finally:
+            c.cleanup()
+
 
 if __name__ == "__main__":
     unittest.main(verbosity=2)

@@ -45,11 +45,9 @@ SockDiagConnections::SockDiagConnections()
 std::optional<ConnectionTable> SockDiagConnections::proto(int protocol)
 {
     if (protocol == ConnectionTables::kUdp) {
-        if (!m_udpLogged)
-            qCInfo(lcSockDiag,
-                   "UDP sockets carry no byte counts here: UDP traffic is not counted per address");
-        m_udpLogged = true;
-        return std::nullopt;
+        if (!m_udp)
+            m_udp.emplace(m_bootId);
+        return m_udp->udp();
     }
     if (protocol != ConnectionTables::kTcp)
         return std::nullopt;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "conntrack.h"
 #include "network/connectiontable.h"
 
 #include <QMutex>
@@ -9,7 +10,7 @@ class QObject;
 // Connection tables from the kernel's sock_diag netlink interface. TCP over IPv4 and IPv6, with the
 // bytes of tcp_info (acknowledged sent plus received); the key is the boot id with the socket
 // cookie, which the kernel keeps unique within a boot. UDP sockets carry no byte counts on Linux:
-// UDP is reported missing (logged once).
+// UDP comes from connection tracking where it is permitted and accounted, else it is missing.
 class SockDiagConnections : public ConnectionSource
 {
 public:
@@ -25,7 +26,7 @@ private:
     bool parse(const char *data, int length, ConnectionTable &table, bool *failed);
     void readClosed();
     QString m_bootId;
-    bool m_udpLogged = false;
+    std::optional<ConntrackFlows> m_udp;
     int m_destroyFd = -1;
     QObject *m_notifier = nullptr;
     QMutex m_closedMutex;

@@ -1,0 +1,168 @@
+#include "conntrack.h"
+
+#include <QLoggingCategory>
+#include <QtEndian>
+
+#include <linux/netfilter/nfnetlink.h>
+#include <linux/netfilter/nfnetlink_conntrack.h>
+#include <linux/netlink.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+Q_DECLARE_LOGGING_CATEGORY(lcSockDiag)
+
+namespace {
+
+struct Attribute
+{
+    const nlattr *a;
+    int type() const { return a->nla_type & NLA_TYPE_MASK; }
+    const char *data() const { return reinterpret_cast<const char *>(a) + NLA_HDRLEN; }
+    int length() const { return int(a->nla_len) - NLA_HDRLEN; }
+};
+
+// Calls f for each attribute of [data, data + length).
+template <typename F> void forEach(const char *data, int length, F f)
+{
+    while (length >= int(NLA_HDRLEN)) {
+        const auto *a = reinterpret_cast<const nlattr *>(data);
+        if (a->nla_len < NLA_HDRLEN || int(a->nla_len) > length)
+            return;
+        f(Attribute{a});
+        const int step = NLA_ALIGN(a->nla_len);
+        data += step;
+        length -= step;
+    }
+}
+
+struct Flow
+{
+    int protocol = 0;
+    unsigned char source[16] = {}, destination[16] = {};
+    bool v6 = false;
+    quint64 bytes = 0;
+    bool counted = false; // accounting present
+    quint32 id = 0;
+};
+
+void readTuple(const Attribute &tuple, Flow &flow)
+{
+    forEach(tuple.data(), tuple.length(), [&](const Attribute &part) {
+        if (part.type() == CTA_TUPLE_IP) {
+            forEach(part.data(), part.length(), [&](const Attribute &ip) {
+                if ((ip.type() == CTA_IP_V4_SRC || ip.type() == CTA_IP_V4_DST) && ip.length() >= 4)
+                    std::memcpy(ip.type() == CTA_IP_V4_SRC ? flow.source : flow.destination, ip.data(), 4);
+                if ((ip.type() == CTA_IP_V6_SRC || ip.type() == CTA_IP_V6_DST) && ip.length() >= 16) {
+                    std::memcpy(ip.type() == CTA_IP_V6_SRC ? flow.source : flow.destination, ip.data(), 16);
+                    flow.v6 = true;
+                }
+            });
+        } else if (part.type() == CTA_TUPLE_PROTO) {
+            forEach(part.data(), part.length(), [&](const Attribute &p) {
+                if (p.type() == CTA_PROTO_NUM && p.length() >= 1)
+                    flow.protocol = quint8(p.data()[0]);
+            });
+        }
+    });
+}
+
+std::optional<QString> counted(const unsigned char *address, bool v6)
+{
+    if (v6)
+        return ConnectionTables::isCountedIPv6(address) ? ConnectionTables::printIP6(address) : std::nullopt;
+    return ConnectionTables::isCountedIPv4(qFromBigEndian<quint32>(address))
+               ? ConnectionTables::printIP4(address)
+               : std::nullopt;
+}
+
+} // namespace
+
+std::optional<ConnectionTable> ConntrackFlows::udp()
+{
+    const int fd = ::socket(AF_NETLINK, SOCK_DGRAM | SOCK_CLOEXEC, NETLINK_NETFILTER);
+    struct
+    {
+        nlmsghdr header;
+        nfgenmsg family;
+    } request{};
+    request.header.nlmsg_len = sizeof request;
+    request.header.nlmsg_type = (NFNL_SUBSYS_CTNETLINK << 8) | IPCTNL_MSG_CT_GET;
+    request.header.nlmsg_flags = NLM_F_REQUEST | NLM_F_DUMP;
+    request.family.nfgen_family = AF_UNSPEC;
+    request.family.version = NFNETLINK_V0;
+    sockaddr_nl kernel{};
+    kernel.nl_family = AF_NETLINK;
+    const auto fail = [&](const char *why) -> std::optional<ConnectionTable> {
+        if (!m_logged)
+            qCInfo(lcSockDiag, "UDP is not counted per address: connection tracking %s", why);
+        m_logged = true;
+        if (fd >= 0)
+            ::close(fd);
+        return std::nullopt;
+    };
+    if (fd < 0 ||
+        ::sendto(fd, &request, sizeof request, 0, reinterpret_cast<sockaddr *>(&kernel), sizeof kernel) < 0)
+        return fail(std::strerror(errno));
+    ConnectionTable table;
+    bool accounting = false, flows = false;
+    alignas(nlmsghdr) static thread_local char buffer[1 << 16];
+    for (bool done = false; !done;) {
+        const ssize_t n = ::recv(fd, buffer, sizeof buffer, 0);
+        if (n < 0) {
+            if (errno == EINTR)
+                continue;
+            return fail(std::strerror(errno));
+        }
+        int left = int(n);
+        for (auto *h = reinterpret_cast<const nlmsghdr *>(buffer); NLMSG_OK(h, left);
+             h = NLMSG_NEXT(h, left)) {
+            if (h->nlmsg_type == NLMSG_DONE) {
+                done = true;
+                break;
+            }
+            if (h->nlmsg_type == NLMSG_ERROR) {
+                const auto *e = static_cast<const nlmsgerr *>(NLMSG_DATA(h));
+                if (e->error == 0)
+                    continue;
+                return fail(std::strerror(-e->error)); // typically: not permitted
+            }
+            if (h->nlmsg_len < NLMSG_LENGTH(sizeof(nfgenmsg)))
+                continue;
+            Flow flow;
+            const char *attributes = static_cast<const char *>(NLMSG_DATA(h)) + NLMSG_ALIGN(sizeof(nfgenmsg));
+            forEach(attributes, int(h->nlmsg_len - NLMSG_LENGTH(NLMSG_ALIGN(sizeof(nfgenmsg)))),
+                    [&](const Attribute &a) {
+                        if (a.type() == CTA_TUPLE_ORIG)
+                            readTuple(a, flow);
+                        else if (a.type() == CTA_ID && a.length() >= 4)
+                            flow.id = qFromBigEndian<quint32>(a.data());
+                        else if (a.type() == CTA_COUNTERS_ORIG || a.type() == CTA_COUNTERS_REPLY)
+                            forEach(a.data(), a.length(), [&](const Attribute &c) {
+                                if (c.type() == CTA_COUNTERS_BYTES && c.length() >= 8) {
+                                    flow.bytes += qFromBigEndian<quint64>(c.data());
+                                    flow.counted = true;
+                                }
+                            });
+                    });
+            if (flow.protocol != IPPROTO_UDP)
+                continue;
+            flows = true;
+            accounting = accounting || flow.counted;
+            // The peer: the destination of a flow this side started, else its source.
+            std::optional<QString> peer = counted(flow.destination, flow.v6);
+            if (!peer)
+                peer = counted(flow.source, flow.v6);
+            if (peer && flow.counted)
+                table.insert(m_bootId + QStringLiteral("-ct-") + QString::number(flow.id),
+                             ConnectionEntry{flow.bytes, *peer});
+        }
+    }
+    ::close(fd);
+    if (flows && !accounting)
+        return fail("accounting is off (net.netfilter.nf_conntrack_acct=0)");
+    return table;
+}
