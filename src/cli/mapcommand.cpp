@@ -15,20 +15,39 @@
 
 namespace Cli {
 
-int map(const QStringList &args, Environment &env)
+namespace {
+
+// The day screen a day command shows a page of: --day, --plan and --json read, the day loaded.
+struct DayCommand
+{
+    std::unique_ptr<DayViewController> day;
+    bool json;
+};
+
+DayCommand openDay(const QStringList &args, Environment &env, const QString &usage, bool lookups)
 {
     const Arguments a(args, {QStringLiteral("day"), QStringLiteral("plan")}, {QStringLiteral("json")});
-    a.expectPositional(0, 0, QStringLiteral("tallymo map [--day D] [--plan ID] [--json]"));
+    a.expectPositional(0, 0, usage);
     const std::optional<QDateTime> date = a.has(QStringLiteral("day"))
                                               ? std::optional(parseDate(a.option(QStringLiteral("day"))))
                                               : std::nullopt;
-    Services &s = env.services();
+    Services &s = lookups ? env.desktopServices() : env.services();
     const QString plan = a.has(QStringLiteral("plan"))
                              ? requirePlan(s.shared, a.option(QStringLiteral("plan")))
                              : s.shared.activePlanID();
-    DayViewController day(s.delegate, plan);
+    DayCommand c{std::make_unique<DayViewController>(s.delegate, plan), a.flag(QStringLiteral("json"))};
     if (date)
-        day.reloadWithDate(*date);
+        c.day->reloadWithDate(*date);
+    return c;
+}
+
+} // namespace
+
+int map(const QStringList &args, Environment &env)
+{
+    const DayCommand c =
+        openDay(args, env, QStringLiteral("tallymo map [--day D] [--plan ID] [--json]"), false);
+    DayViewController &day = *c.day;
     auto *map = qobject_cast<MapViewController *>(day.child(1));
     if (map->busy()) {
         QEventLoop loop;
@@ -38,7 +57,7 @@ int map(const QStringList &args, Environment &env)
     const auto pageHour = [&](int i) {
         return map->hourKeys.at(i) == MapPlaces::distantFuture() ? QDateTime() : map->hourKeys.at(i);
     };
-    if (a.flag(QStringLiteral("json"))) {
+    if (c.json) {
         QJsonArray pages;
         for (int i = 0; i < map->hourKeys.size(); ++i) {
             QJsonArray places;
@@ -77,18 +96,10 @@ int map(const QStringList &args, Environment &env)
 
 int net(const QStringList &args, Environment &env)
 {
-    const Arguments a(args, {QStringLiteral("day"), QStringLiteral("plan")}, {QStringLiteral("json")});
-    a.expectPositional(0, 0, QStringLiteral("tallymo net [--day D] [--plan ID] [--json]"));
-    const std::optional<QDateTime> date = a.has(QStringLiteral("day"))
-                                              ? std::optional(parseDate(a.option(QStringLiteral("day"))))
-                                              : std::nullopt;
-    Services &s = env.desktopServices(); // the host-name lookups
-    const QString plan = a.has(QStringLiteral("plan"))
-                             ? requirePlan(s.shared, a.option(QStringLiteral("plan")))
-                             : s.shared.activePlanID();
-    DayViewController day(s.delegate, plan);
-    if (date)
-        day.reloadWithDate(*date);
+    // The desktop services bring the host-name lookups.
+    const DayCommand c =
+        openDay(args, env, QStringLiteral("tallymo net [--day D] [--plan ID] [--json]"), true);
+    DayViewController &day = *c.day;
     auto *net = qobject_cast<NetViewController *>(day.child(2));
     QEventLoop loop;
     QObject::connect(net, &NetViewController::loaded, &loop, &QEventLoop::quit);
@@ -106,7 +117,7 @@ int net(const QStringList &args, Environment &env)
     poll.start(20);
     if (net->pendingLookups() > 0)
         loop.exec();
-    if (a.flag(QStringLiteral("json"))) {
+    if (c.json) {
         QJsonArray hours;
         for (int h = 0; h < net->hourKeys.size(); ++h) {
             QJsonArray rows;

@@ -54,12 +54,9 @@ ChartBuckets bucketSums(StoreContext &context, const QDateTime &start, const QDa
 {
     ChartBuckets buckets;
     for (const HourSums &h : context.hourlySums(start, end)) {
-        const QDateTime local = h.timeStamp.toLocalTime();
-        const QTime t = local.time();
         // The hour's own start (exact in a repeated hour), or the start of its day.
-        const QDateTime key = bucket == Bucket::Hour
-                                  ? local.addMSecs(-qint64(t.minute() * 60000 + t.second() * 1000 + t.msec()))
-                                  : local.date().startOfDay();
+        const QDateTime key = bucket == Bucket::Hour ? BillingCycle::hourStart(h.timeStamp)
+                                                     : h.timeStamp.toLocalTime().date().startOfDay();
         ChartData &d = buckets[key];
         d.sumCell += h.sums.cellIn + h.sums.cellOut;
         d.sumWifi += h.sums.wifiIn + h.sums.wifiOut;

@@ -31,9 +31,7 @@ QMap<QDateTime, QList<MapData>> gather(const QList<PlaceSums> &rows)
 {
     QMap<QDateTime, QList<MapData>> pages;
     for (const PlaceSums &r : rows) {
-        const QDateTime local = r.timeStamp.toLocalTime();
-        const QTime t = local.time();
-        const QDateTime hour = local.addMSecs(-qint64(t.minute() * 60000 + t.second() * 1000 + t.msec()));
+        const QDateTime hour = BillingCycle::hourStart(r.timeStamp);
         addPlace(pages[hour], MKMapPointForCoordinate({r.latitude, r.longitude}),
                  r.sums.cellIn + r.sums.cellOut, r.sums.wifiIn + r.sums.wifiOut);
     }

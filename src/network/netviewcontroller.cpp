@@ -41,10 +41,7 @@ void NetViewController::processData()
         QSet<QString> addresses;
         if (hours && !hours->isEmpty()) {
             for (const Netevent &e : context->addressSums(start, end)) {
-                const QDateTime local = e.timeStamp.toLocalTime();
-                const QTime t = local.time();
-                const QDateTime hour =
-                    local.addMSecs(-qint64(t.minute() * 60000 + t.second() * 1000 + t.msec()));
+                const QDateTime hour = BillingCycle::hourStart(e.timeStamp);
                 byHour[hour].append(NetRow{e.bytes, e.ipaddress, e.timeStamp});
                 addresses.insert(e.ipaddress);
             }

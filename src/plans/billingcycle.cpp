@@ -180,13 +180,16 @@ QDateTime SharedCode::todayAtZeroHour() const
     return BillingCycle::midnightOf(m_clock->now());
 }
 
+QDateTime BillingCycle::hourStart(const QDateTime &date)
+{
+    const QDateTime local = date.toLocalTime();
+    const QTime t = local.time();
+    return local.addMSecs(-qint64(t.minute() * 60000 + t.second() * 1000 + t.msec()));
+}
+
 QDateTime SharedCode::nowAtHour() const
 {
-    // Cut the local minutes and seconds off the instant itself: exact in the repeated hour of a
-    // daylight-saving fall-back and in zones whose offset is not a whole number of hours.
-    const QDateTime now = m_clock->now().toLocalTime();
-    const QTime t = now.time();
-    return now.addMSecs(-qint64(t.minute() * 60000 + t.second() * 1000 + t.msec()));
+    return BillingCycle::hourStart(m_clock->now());
 }
 
 QString SettingsHelper::planName(int type, const QString &plan)

@@ -80,18 +80,24 @@ QVariantMap fromStats(const SharedCode &shared, const QVariantMap &stats, const 
             {WStats::TIMEUNIT, shared.timeUnitSingularOrPural(days, QString())}};
 }
 
+QString isoText(const QDateTime &date)
+{
+    const QDateTime d = date.toLocalTime();
+    return d.toOffsetFromUtc(d.offsetFromUtc()).toString(Qt::ISODate);
+}
+
+QVariantMap withDatesAsText(const QVariantMap &record)
+{
+    QVariantMap out = record;
+    for (auto it = out.begin(); it != out.end(); ++it)
+        if (it->typeId() == QMetaType::QDateTime)
+            *it = isoText(it->toDateTime());
+    return out;
+}
+
 QJsonObject toJson(const QVariantMap &record)
 {
-    QJsonObject o;
-    for (auto it = record.begin(); it != record.end(); ++it) {
-        if (it->typeId() == QMetaType::QDateTime) {
-            const QDateTime d = it->toDateTime().toLocalTime();
-            o.insert(it.key(), d.toOffsetFromUtc(d.offsetFromUtc()).toString(Qt::ISODate));
-        } else {
-            o.insert(it.key(), QJsonValue::fromVariant(*it));
-        }
-    }
-    return o;
+    return QJsonObject::fromVariantMap(withDatesAsText(record));
 }
 
 QString recordFilePath()

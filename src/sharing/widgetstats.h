@@ -29,6 +29,10 @@ QVariantMap notSetUp(const QDateTime &now);
 // The full record from computeWidgetStats: the moment, colour, forecast text and time unit added,
 // the ratio itself left out (what the watch is answered and the widget shows).
 QVariantMap fromStats(const SharedCode &shared, const QVariantMap &stats, const QDateTime &now);
+// A date as ISO 8601 local time with its offset, as records carry dates outside the process.
+QString isoText(const QDateTime &date);
+// The record with its dates as isoText, everything else as it is.
+QVariantMap withDatesAsText(const QVariantMap &record);
 // The record as JSON: dates in ISO 8601 with their offset, numbers as they are.
 QJsonObject toJson(const QVariantMap &record);
 // Where the last reload left the record: $XDG_RUNTIME_DIR/tallymo/widget.json.

@@ -42,6 +42,7 @@ class CommandLine(unittest.TestCase):
             ["export"], ["export", "--row", "4"], ["export", "--cycles", "0"], ["export", "--row", "1", "--cycles", "2"],
             ["history"], ["history", "weeks"], ["history", "cycles", "--date", "2026-01-01"],
             ["history", "hours", "--date", "2026-01-01"],
+            ["map", "--day", "yesterday"], ["map", "extra"], ["net", "--plan", "NO-SUCH-PLAN"], ["watch", "now"],
         ]
         for args in cases:
             with self.subTest(args=args):

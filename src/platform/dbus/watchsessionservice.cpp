@@ -18,16 +18,7 @@ DBusWatchSession::~DBusWatchSession()
 
 QVariantMap DBusWatchSession::toBus(const QVariantMap &record)
 {
-    QVariantMap out;
-    for (auto it = record.begin(); it != record.end(); ++it) {
-        if (it->typeId() == QMetaType::QDateTime) {
-            const QDateTime d = it->toDateTime().toLocalTime();
-            out.insert(it.key(), d.toOffsetFromUtc(d.offsetFromUtc()).toString(Qt::ISODate));
-        } else {
-            out.insert(it.key(), *it);
-        }
-    }
-    return out;
+    return WidgetRecord::withDatesAsText(record);
 }
 
 void DBusWatchSession::activate(MessageHandler onMessage, std::function<void()>)
