@@ -31,10 +31,12 @@ DayCommand openDay(const QStringList &args, Environment &env, const QString &usa
     const std::optional<QDateTime> date = a.has(QStringLiteral("day"))
                                               ? std::optional(parseDate(a.option(QStringLiteral("day"))))
                                               : std::nullopt;
-    Services &s = lookups ? env.desktopServices() : env.services();
+    Services &s = env.services();
     const QString plan = a.has(QStringLiteral("plan"))
                              ? requirePlan(s.shared, a.option(QStringLiteral("plan")))
                              : s.shared.activePlanID();
+    if (lookups)
+        env.desktopServices(); // only once the arguments are known to be good
     DayCommand c{std::make_unique<DayViewController>(s.delegate, plan), a.flag(QStringLiteral("json"))};
     if (date)
         c.day->reloadWithDate(*date);
