@@ -171,12 +171,7 @@ TimeChartViewController::BucketsJob CycleViewController::bucketsJob() const
 
 void CycleViewController::didLoad()
 {
-    double cell = 0, wifi = 0;
-    for (const ChartData &d : std::as_const(dataForChart)) {
-        cell += d.sumCell;
-        wifi += d.sumWifi;
-    }
-    m_usage = keysForChart.isEmpty() ? StyledText() : DayViewController::headerUsageStringForCell(cell, wifi);
+    m_usage = DayViewController::totalsLine(dataForChart);
 }
 
 // ---- MultiCyclesController ----
@@ -329,6 +324,23 @@ StyledText DayViewController::headerUsageStringForCell(double cell, double wifi)
     return text;
 }
 
+QDateTime DayViewController::nextDay() const
+{
+    return BillingCycle::addDays(m_day, 1);
+}
+
+StyledText DayViewController::totalsLine(const ChartBuckets &buckets)
+{
+    if (buckets.isEmpty())
+        return {};
+    double cell = 0, wifi = 0;
+    for (const ChartData &d : buckets) {
+        cell += d.sumCell;
+        wifi += d.sumWifi;
+    }
+    return headerUsageStringForCell(cell, wifi);
+}
+
 void DayViewController::compute()
 {
     m_busy = true;
@@ -341,7 +353,7 @@ void DayViewController::compute()
         return;
     }
     const std::shared_ptr<ChartBuckets> hours = m_queueHours;
-    const QDateTime start = m_day, end = BillingCycle::addDays(m_day, 1);
+    const QDateTime start = m_day, end = nextDay();
     StoreContext *context = m_context.get();
     QPointer<DayViewController> self(this);
     context->perform([self, context, hours, start, end, generation] {
@@ -350,12 +362,7 @@ void DayViewController::compute()
             if (!self || self->m_generation != generation)
                 return;
             self->m_hours = result;
-            double cell = 0, wifi = 0;
-            for (const ChartData &d : result) {
-                cell += d.sumCell;
-                wifi += d.sumWifi;
-            }
-            self->m_usage = result.isEmpty() ? StyledText() : headerUsageStringForCell(cell, wifi);
+            self->m_usage = totalsLine(result);
             self->m_busy = false;
             emit self->loaded();
         });

@@ -209,6 +209,11 @@ public:
     TimeChartViewController *cycleController();
 
     static StyledText headerUsageStringForCell(double cell, double wifi);
+    // The totals line over all buckets of a range; empty without any.
+    static StyledText totalsLine(const ChartBuckets &buckets);
+    // The day's store (the plan's context) and the end of the day, for the day's pages.
+    std::shared_ptr<StoreContext> storeContext() const { return m_context; }
+    QDateTime nextDay() const;
 
 signals:
     void loaded();

@@ -28,13 +28,13 @@ std::optional<QString> NetViewController::cacheForKey(const QString &address) co
 void NetViewController::processData()
 {
     m_busy = true;
-    const std::shared_ptr<StoreContext> context = m_delegate.mocForPlan(m_day.planID);
+    const std::shared_ptr<StoreContext> context = m_day.storeContext();
     if (!context) {
         m_busy = false;
         emit loaded();
         return;
     }
-    const QDateTime start = m_day.thisDay(), end = BillingCycle::addDays(start, 1);
+    const QDateTime start = m_day.thisDay(), end = m_day.nextDay();
     QPointer<NetViewController> self(this);
     context->perform([self, context, hours = m_hours, start, end] {
         QMap<QDateTime, QList<NetRow>> byHour;
