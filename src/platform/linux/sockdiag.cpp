@@ -35,18 +35,24 @@ constexpr size_t kBytesReceivedEnd = offsetof(tcp_info, tcpi_bytes_received) + s
 
 } // namespace
 
-SockDiagConnections::SockDiagConnections()
+SockDiagConnections::SockDiagConnections() = default;
+
+const QString &SockDiagConnections::bootId()
 {
-    QFile boot(QStringLiteral("/proc/sys/kernel/random/boot_id"));
-    if (boot.open(QIODevice::ReadOnly))
-        m_bootId = QString::fromLatin1(boot.readAll().trimmed());
+    // Read on first use: every command makes this source, few read connections.
+    std::call_once(m_bootIdRead, [this] {
+        QFile boot(QStringLiteral("/proc/sys/kernel/random/boot_id"));
+        if (boot.open(QIODevice::ReadOnly))
+            m_bootId = QString::fromLatin1(boot.readAll().trimmed());
+    });
+    return m_bootId;
 }
 
 std::optional<ConnectionTable> SockDiagConnections::proto(int protocol)
 {
     if (protocol == ConnectionTables::kUdp) {
         if (!m_udp)
-            m_udp.emplace(m_bootId);
+            m_udp.emplace(bootId());
         return m_udp->udp();
     }
     if (protocol != ConnectionTables::kTcp)
@@ -188,7 +194,7 @@ bool SockDiagConnections::parse(const char *data, int left, ConnectionTable &tab
             tcp_info info{};
             std::memcpy(&info, RTA_DATA(a), std::min<size_t>(RTA_PAYLOAD(a), sizeof info));
             const quint64 cookie = quint64(d->id.idiag_cookie[0]) | (quint64(d->id.idiag_cookie[1]) << 32);
-            table.insert(m_bootId + QLatin1Char('-') + QString::number(cookie, 16),
+            table.insert(bootId() + QLatin1Char('-') + QString::number(cookie, 16),
                          ConnectionEntry{quint64(info.tcpi_bytes_acked) + quint64(info.tcpi_bytes_received),
                                          *address});
         }

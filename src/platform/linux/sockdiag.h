@@ -5,6 +5,8 @@
 
 #include <QMutex>
 
+#include <mutex>
+
 class QObject;
 
 // Connection tables from the kernel's sock_diag netlink interface. TCP over IPv4 and IPv6, with the
@@ -25,6 +27,8 @@ private:
     // Adds the connections of one netlink answer to the table; false at its end.
     bool parse(const char *data, int length, ConnectionTable &table, bool *failed);
     void readClosed();
+    const QString &bootId();
+    std::once_flag m_bootIdRead;
     QString m_bootId;
     std::optional<ConntrackFlows> m_udp;
     int m_destroyFd = -1;
