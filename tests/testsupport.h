@@ -4,6 +4,7 @@
 #include "core/networkinterfaces.h"
 #include "core/sharedcode.h"
 
+#include <QHash>
 #include <QTemporaryDir>
 
 #include <memory>
@@ -15,10 +16,14 @@ public:
     std::optional<QList<LinkCounters>> counters = QList<LinkCounters>();
     QStringList wifi;
     QStringList cellularLinks;
+    QHash<QString, int> indexes; // absent: 0, unknown
+    QString boot = QStringLiteral("boot-1");
 
     std::optional<QList<LinkCounters>> readCounters() override { return counters; }
     QStringList wifiInterfaces() override { return wifi; }
     bool isCellularLink(const QString &name) override { return cellularLinks.contains(name); }
+    int interfaceIndex(const QString &name) override { return indexes.value(name); }
+    QString bootId() override { return boot; }
 };
 
 // Doubles of the desktop services that record what the delegate asked of them.

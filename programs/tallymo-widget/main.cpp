@@ -36,6 +36,7 @@ QVariantMap currentRecord(SharedCode &shared)
 {
     if (!WidgetRecord::isSetUp(shared))
         return WidgetRecord::notSetUp(shared.clock().now());
+    shared.userPref().synchronize(); // another process may have switched plans since the last record
     const std::shared_ptr<StoreContext> context = shared.mocForActive();
     if (!context)
         return WidgetRecord::notSetUp(shared.clock().now());

@@ -77,6 +77,7 @@ int main(int argc, char **argv)
             if (replayClock)
                 s.clock = replayClock.get();
             shared = std::make_unique<SharedCode>(s);
+            Cli::checkSettings(*shared); // never go on with defaults over the user's file
             SharedCode::setSharedInstance(shared.get());
             delegate = std::make_unique<DataUsageAppDelegate>(*shared);
             delegate->setupUserDefaultsForNewInstall();

@@ -23,17 +23,29 @@ void DataUsageAppDelegate::computeCurrentValues(StoreContext *context, bool inBa
     readCurrentValues(context);
     postNewValues();
     computeThresholdLevel();
-    if (!inBackground)
+    if (!inBackground) {
         scheduleEndBillAlert();
+    } else if (m_schedulesRemindersInBackground) {
+        const QDateTime end = values().monthEndDate;
+        QMutexLocker locker(&m_valuesMutex);
+        const bool due = end.isValid() && end != m_remindersScheduledFor;
+        m_remindersScheduledFor = end;
+        locker.unlock();
+        if (due)
+            scheduleEndBillAlert();
+    }
     showBadge();
 }
 
 CurrentValues DataUsageAppDelegate::readCurrentValues(StoreContext *context, const QString &plan)
 {
-    const bool active = plan.isNull() || plan == m_shared.activePlanID();
-    const Period period = m_shared.computeStartEndDates(m_shared.clock().now(), plan);
+    // The store, the period and the cap all of the context's plan: when the active plan changed
+    // meanwhile, these are not the current figures and are not kept as such.
+    const QString id = plan.isNull() ? context->name() : plan;
+    const bool active = id == m_shared.activePlanID();
+    const Period period = m_shared.computeStartEndDates(m_shared.clock().now(), id);
     const std::optional<UsageSums> sums = context->sum(period.start, period.end);
-    const double cap = m_shared.effectiveDataCap(context, plan);
+    const double cap = m_shared.effectiveDataCap(context, id);
     QMutexLocker locker(&m_valuesMutex);
     CurrentValues v = active ? m_values : CurrentValues();
     v.monthStartDate = period.start;

@@ -15,16 +15,21 @@ void DataUsageAppDelegate::setupUserDefaultsForNewInstall()
 {
     if (!m_shared.activePlanID().isNull())
         return;
-    QVariantMap plan = makeNewPlan();
-    plan.insert(Keys::PREF_PLAN_LABEL, QStringLiteral("Default"));
-    addAPlan(plan);
+    // Decided with the file locked: processes starting at once on a new installation make one
+    // first plan between them, not one each.
     SettingsDomain &pref = m_shared.userPref();
-    pref.setValue(Keys::PREF_ACTIVE_PLAN, plan.value(Keys::PREF_PLAN_ID));
-    pref.setValue(Keys::PREF_ALERT1, 50.0);
-    pref.setValue(Keys::PREF_ALERT2, 70.0);
-    pref.setValue(Keys::PREF_ALERT3, 90.0);
-    pref.setValue(Keys::PREF_ALERT4, 100.0);
-    pref.synchronize();
+    pref.transaction([&] {
+        if (!m_shared.activePlanID().isNull())
+            return;
+        QVariantMap plan = makeNewPlan();
+        plan.insert(Keys::PREF_PLAN_LABEL, QStringLiteral("Default"));
+        addAPlan(plan);
+        pref.setValue(Keys::PREF_ACTIVE_PLAN, plan.value(Keys::PREF_PLAN_ID));
+        pref.setValue(Keys::PREF_ALERT1, 50.0);
+        pref.setValue(Keys::PREF_ALERT2, 70.0);
+        pref.setValue(Keys::PREF_ALERT3, 90.0);
+        pref.setValue(Keys::PREF_ALERT4, 100.0);
+    });
 }
 
 QVariantMap DataUsageAppDelegate::makeNewPlan() const

@@ -175,6 +175,9 @@ public:
     void presentNotificationLater(const QString &body, const QString &title, double delay);
     void requestNotificationAuthorization();
     void scheduleEndBillAlert();
+    // The background service is the only process that runs for long on a desktop that never opens
+    // the app: it keeps the bill-cycle reminders scheduled itself, once per period.
+    void setSchedulesRemindersInBackground(bool on) { m_schedulesRemindersInBackground = on; }
     bool setEndBillAlerts(const QDateTime &end);
     void cancelEndBillAlert();
     void clearOldNotifications();
@@ -199,10 +202,11 @@ private:
     mutable QMutex m_valuesMutex;
     CurrentValues m_values;
     SampleResult m_lastSample;
+    std::atomic<bool> m_schedulesRemindersInBackground{false};
+    QDateTime m_remindersScheduledFor; // the period end they were scheduled for, under m_valuesMutex
     int m_bgTaskUpdateUsage = PlatformApplication::kInvalidTask;
     int m_enterGBTaskID = PlatformApplication::kInvalidTask;
     bool m_locationOn = false;
     std::optional<Visit> m_lastVisit;
-    std::atomic<bool> m_netBaselineTaken{false};
     std::shared_ptr<HostNameCache> m_hostnameCache;
 };

@@ -139,6 +139,8 @@ void DataUsageAppDelegate::checkDataUsageWithCompletionHandler(CompletionHandler
         callCompletionHandler(handler);
     };
     m_bgTaskUpdateUsage = app ? app->beginBackgroundTask(finish) : -1;
+    // Another process may have switched plans: the store is the one the settings name now.
+    m_shared.userPref().synchronize();
     const std::shared_ptr<StoreContext> context = m_shared.mocForActive();
     if (!context) {
         finish();
@@ -149,11 +151,6 @@ void DataUsageAppDelegate::checkDataUsageWithCompletionHandler(CompletionHandler
     c->perform([this, c, loc, finish] {
         try {
             const SampleResult sample = m_shared.saveUsageGasp(c, loc);
-            if (m_shared.connections()) {
-                // Per-address usage beside each sample; the first after start-up only takes the baseline.
-                m_shared.networks(c, m_netBaselineTaken.exchange(true));
-                c->save();
-            }
             const qint64 before = getCurrentThresholdLevel();
             const bool inBackground = applicationState == Background;
             computeCurrentValues(c, inBackground);

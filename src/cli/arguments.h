@@ -21,6 +21,14 @@ public:
     QString message() const { return QString::fromStdString(what()); }
 };
 
+// Something outside the command's arguments stops it (the settings cannot be read, say): one line
+// to the user and exit status 1.
+class Failure : public UsageError
+{
+public:
+    using UsageError::UsageError;
+};
+
 // The words after a command: positional arguments and --options. Options named in `withValue`
 // take the next word (or --name=value); the others are flags.
 class Arguments

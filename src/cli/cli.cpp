@@ -66,6 +66,9 @@ int run(const QStringList &args, Environment &env)
             if (args.first() == name)
                 return command(args.mid(1), env);
         throw UsageError(QStringLiteral("unknown command \"%1\" (try tallymo --help)").arg(args.first()));
+    } catch (const Failure &e) {
+        printError(QStringLiteral("tallymo: %1\n").arg(e.message()));
+        return 1;
     } catch (const UsageError &e) {
         printError(QStringLiteral("tallymo: %1\n").arg(e.message()));
         return 2;

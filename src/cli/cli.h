@@ -45,6 +45,11 @@ struct Environment
 // `tallymo refresh` when the fetch found no new data (0 is new data, 1 a failure).
 inline constexpr int kExitNoData = 10;
 
+// Stops the command (status 1, one line) when the settings file cannot be used.
+void checkSettings(SharedCode &shared);
+// Writes the settings; on failure says so in one line and returns 1 (else 0).
+int synchronized(SharedCode &shared);
+
 // Runs `tallymo <args>`; returns the exit status (2 for bad arguments).
 int run(const QStringList &args, Environment &env);
 

@@ -3,6 +3,7 @@
 #include "app/selectplancontroller.h"
 #include "arguments.h"
 #include "cli.h"
+#include "core/propertylist.h"
 #include "core/settingskeys.h"
 #include "core/sharedcode.h"
 #include "output.h"
@@ -35,21 +36,64 @@ QString planOption(SharedCode &shared, const Arguments &a)
     return a.has(QStringLiteral("plan")) ? requirePlan(shared, a.option(QStringLiteral("plan"))) : QString();
 }
 
+// Values the command line refuses, whichever way they are written, with the reason.
+void checkValue(const QString &key, const QVariant &value)
+{
+    const auto range = [&](qint64 lo, qint64 hi) {
+        const qint64 n = SettingsValue::toInteger(value);
+        if (n < lo || n > hi)
+            throw UsageError(QStringLiteral("%1 must be between %2 and %3").arg(key).arg(lo).arg(hi));
+    };
+    if (key == Keys::PREF_BILLTYPE)
+        range(0, 4);
+    else if (key == Keys::PREF_BILLDAY)
+        range(1, 31);
+    else if (key == Keys::PREF_NDAYS_N)
+        range(1, 3650);
+    else if (key == Keys::PREF_WEEK_START)
+        range(1, 7);
+    else if (key == Keys::PREF_30DAY_START &&
+             (value.typeId() != QMetaType::QDateTime ||
+              value.toDateTime() != BillingCycle::midnightOf(value.toDateTime())))
+        throw UsageError(
+            QStringLiteral("%1 takes a day (YYYY-MM-DD), not a moment: periods start at the start "
+                           "of a day")
+                .arg(key));
+}
+
 QString planTypeName(SharedCode &shared, const QString &plan)
 {
     return SettingsHelper::planNameForLength(shared.dataPlanTypeForPlan(plan), shared.nForCycleForPlan(plan));
+}
+
+// Stores a value the command line was given, or says why the settings file cannot hold it.
+void store(SharedCode &shared, const QString &plan, const QString &key, const QVariant &value,
+           bool planScoped)
+{
+    QString why;
+    if (!PropertyList::isWritable(value, &why))
+        throw UsageError(QStringLiteral("%1 cannot be stored: %2").arg(key, why));
+    if (planScoped)
+        shared.setForPlan(plan, key, value);
+    else
+        shared.userPref().setValue(key, value);
+}
+
+} // namespace
+
+void checkSettings(SharedCode &shared)
+{
+    if (const QString error = shared.userPref().loadError(); !error.isEmpty())
+        throw Failure(error);
 }
 
 int synchronized(SharedCode &shared)
 {
     if (shared.userPref().synchronize())
         return 0;
-    printError(
-        QStringLiteral("tallymo: cannot write the settings file %1\n").arg(shared.userPref().filePath()));
+    printError(QStringLiteral("tallymo: nothing was changed: %1\n").arg(shared.userPref().lastError()));
     return 1;
 }
-
-} // namespace
 
 int sample(const QStringList &args, Environment &env)
 {
@@ -59,6 +103,10 @@ int sample(const QStringList &args, Environment &env)
     const std::shared_ptr<StoreContext> context = s.shared.mocForActive();
     SampleResult r;
     context->performAndWait([&] { r = s.shared.saveUsageGasp(context.get(), Coordinate{}); });
+    if (!r.failure.isEmpty()) {
+        printError(QStringLiteral("tallymo: %1\n").arg(r.failure));
+        return 1;
+    }
     if (r.locked && !r.countersRead) {
         printError(QStringLiteral("tallymo: the interface counters cannot be read\n"));
         return 1;
@@ -140,8 +188,9 @@ int defaults(const QStringList &args, Environment &env)
         a.expectPositional(3, 3, usage);
         const QString &key = a.positional.at(1);
         const QVariant value = parseValue(key, a.positional.at(2), a.option(QStringLiteral("type")));
+        checkValue(key, value);
         Services &s = env.services();
-        s.shared.userPref().setValue(key, value);
+        store(s.shared, QString(), key, value, false);
         return synchronized(s.shared);
     }
     if (verb == QLatin1StringView("delete")) {
@@ -163,18 +212,8 @@ void checkPlanValue(const QString &key, const QVariant &value)
         throw UsageError(QStringLiteral("%1 is not a plan setting (use tallymo defaults write)").arg(key));
     if (key == Keys::PREF_PLAN_ID)
         throw UsageError(QStringLiteral("a plan's identifier cannot be changed"));
-    const auto range = [&](qint64 lo, qint64 hi) {
-        const qint64 n = value.toLongLong();
-        if (n < lo || n > hi)
-            throw UsageError(QStringLiteral("%1 must be between %2 and %3").arg(key).arg(lo).arg(hi));
-    };
-    if (key == Keys::PREF_BILLTYPE)
-        range(0, 4);
-    else if (key == Keys::PREF_BILLDAY)
-        range(1, 31);
-    else if (key == Keys::PREF_NDAYS_N)
-        range(1, 3650);
-    else if (key == Keys::PREF_PLAN_DBNAME && (value.toString().isEmpty() || value.toString().contains(u'/')))
+    checkValue(key, value);
+    if (key == Keys::PREF_PLAN_DBNAME && (value.toString().isEmpty() || value.toString().contains(u'/')))
         throw UsageError(QStringLiteral("a store file name must be a plain, non-empty file name"));
 }
 
@@ -208,6 +247,17 @@ int planChange(const Arguments &a, Environment &env, const QString &usage)
         a.expectPositional(2, 2, usage);
         Services &s = env.services();
         const QString id = requirePlan(s.shared, a.positional.at(1));
+        QString error;
+        if (!s.shared.activePlanID().isEmpty() && id != s.shared.activePlanID() &&
+            !UsageStore::open(s.shared.sqliteURLForPlan(QString()), &error)) {
+            // No last sample into a store that cannot be opened; the user can still leave it.
+            printError(
+                QStringLiteral("tallymo: the active plan's usage store cannot be opened (%1); switching "
+                               "without a last sample\n")
+                    .arg(error));
+            s.shared.userPref().setValue(Keys::PREF_ACTIVE_PLAN, id);
+            return synchronized(s.shared);
+        }
         bool switched = false;
         s.delegate.switchPlan(id, [&] {
             switched = true;
@@ -349,7 +399,7 @@ int plans(const QStringList &args, Environment &env)
         const QVariant value = parseValue(key, a.positional.at(2), a.option(QStringLiteral("type")));
         checkPlanValue(key, value);
         Services &s = env.services();
-        s.shared.setForPlan(planOption(s.shared, a), key, value);
+        store(s.shared, planOption(s.shared, a), key, value, true);
         return synchronized(s.shared);
     }
     if (const int rc = planChange(a, env, usage); rc >= 0)

@@ -88,6 +88,7 @@ int daemon(const QStringList &args, Environment &env)
     // On the bus first, so the push registration made at launch names a service that answers.
     if (env.startBackgroundService)
         env.startBackgroundService(push, [wake] { wake(QStringLiteral("wake")); });
+    delegate.setSchedulesRemindersInBackground(true);
     delegate.applicationWillFinishLaunching(); // the service runs in the background state
     delegate.applicationDidFinishLaunching();
     // Whether a push distributor is there is known from now on, as after an account change.

@@ -70,7 +70,9 @@ int exportUsage(const QStringList &rawArgs, Environment &env)
     case ExportController::Outcome::Failed:
         break;
     }
-    printError(QStringLiteral("tallymo: %1 (%2)\n").arg(outcome->message, path));
+    printError(outcome->reason.isEmpty()
+                   ? QStringLiteral("tallymo: %1 (%2)\n").arg(outcome->message, path)
+                   : QStringLiteral("tallymo: %1 (%2: %3)\n").arg(outcome->message, path, outcome->reason));
     return 1;
 }
 

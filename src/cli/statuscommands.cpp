@@ -158,6 +158,10 @@ int refresh(const QStringList &args, Environment &env)
               .arg(DataUsageAppDelegate::roundedPercent(v.monthPercent))
               .arg(CommonShared::getDataBytesStr(v.monthWifi))
               .arg(s.delegate.getCurrentThresholdLevel()));
+    if (!r.failure.isEmpty()) {
+        printError(QStringLiteral("tallymo: %1\n").arg(r.failure));
+        return 1;
+    }
     if (r.locked && !r.countersRead)
         return 1;
     return result == FetchResult::NewData ? 0 : kExitNoData;
@@ -199,11 +203,7 @@ int alerts(const QStringList &args, Environment &env)
                              .arg(threshold.minlevel())
                              .arg(threshold.maxlevel()));
     s.shared.userPref().setValue(QStringLiteral("PREF_ALERT%1").arg(n), percent);
-    if (!s.shared.userPref().synchronize()) {
-        printError(QStringLiteral("tallymo: cannot write the settings file\n"));
-        return 1;
-    }
-    return 0;
+    return synchronized(s.shared);
 }
 
 } // namespace Cli

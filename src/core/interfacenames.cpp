@@ -1,23 +1,9 @@
 #include "networkinterfaces.h"
 
-#include <QHash>
-#include <QRegularExpression>
-#include <QSet>
-
 #include <algorithm>
 #include <functional>
 
 namespace InterfaceNames {
-namespace {
-
-int phoneIndex(const QString &name)
-{
-    static const QRegularExpression re(QStringLiteral("^pdp_ip(\\d+)$"));
-    const QRegularExpressionMatch m = re.match(name);
-    return m.hasMatch() ? m.captured(1).toInt() : -1;
-}
-
-} // namespace
 
 bool naturalLess(const QString &a, const QString &b)
 {
@@ -53,8 +39,9 @@ bool naturalLess(const QString &a, const QString &b)
 
 bool hasCellularName(const QString &name)
 {
-    return name.startsWith(kCellularPrefix) || name.startsWith(QLatin1StringView("ww")) ||
-           name.startsWith(QLatin1StringView("rmnet")) || name.startsWith(QLatin1StringView("ppp"));
+    // Not ppp*: a PPP link is as often a VPN or a serial line as a modem's.
+    return name.startsWith(QLatin1StringView("pdp_ip")) || name.startsWith(QLatin1StringView("ww")) ||
+           name.startsWith(QLatin1StringView("rmnet"));
 }
 
 QStringList cellularInterfaces(const QStringList &present, const QStringList &configured,
@@ -74,30 +61,20 @@ QStringList cellularInterfaces(const QStringList &present, const QStringList &co
     return result;
 }
 
-QList<LinkCounters> withCellularNames(QList<LinkCounters> counters, const QStringList &cellular)
+QString primaryCellular(const QStringList &cellular, bool configured, const QString &previous)
 {
-    QSet<int> taken;
+    // Phone-style names keep their roles: pdp_ip0 is the primary link, pdp_ip1... are tethering.
+    if (cellular.contains(QLatin1StringView("pdp_ip0")))
+        return QStringLiteral("pdp_ip0");
+    QStringList candidates;
     for (const QString &name : cellular)
-        if (const int n = phoneIndex(name); n >= 0)
-            taken.insert(n);
-    QHash<QString, QString> renamed;
-    int next = 0;
-    for (const QString &name : cellular) {
-        if (phoneIndex(name) >= 0)
-            continue;
-        while (taken.contains(next))
-            ++next;
-        renamed.insert(name, kCellularPrefix + QString::number(next));
-        taken.insert(next);
-    }
-    for (LinkCounters &c : counters) {
-        const auto it = renamed.constFind(c.name);
-        if (it != renamed.cend())
-            c.name = *it;
-        else if (c.name.startsWith(kCellularPrefix) && !cellular.contains(c.name))
-            c.name.prepend(QLatin1StringView("unlisted:")); // configured lists exclude it from cellular
-    }
-    return counters;
+        if (!name.startsWith(QLatin1StringView("pdp_ip")))
+            candidates.append(name);
+    if (candidates.isEmpty())
+        return QString();
+    if (!configured && candidates.contains(previous))
+        return previous;
+    return candidates.first();
 }
 
 } // namespace InterfaceNames

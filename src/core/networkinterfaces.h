@@ -27,27 +27,32 @@ public:
     virtual QStringList wifiInterfaces() = 0;
     // Whether the system describes the interface as a cellular modem link.
     virtual bool isCellularLink(const QString &name) = 0;
+    // Which incarnation of the interface this is: the kernel's index of it (0 when unknown). An
+    // interface made again (a modem link that dropped and came back) gets a new index and counters
+    // that start again from 0.
+    virtual int interfaceIndex(const QString &name) = 0;
+    // The identifier of this boot of the system (empty when unknown): counters start again at 0
+    // at every boot.
+    virtual QString bootId() = 0;
 };
 
 namespace InterfaceNames {
 
-// The name given to the primary cellular interface; the others are pdp_ip1, pdp_ip2, ...
-inline constexpr QLatin1StringView kPrimaryCellular{"pdp_ip0"};
-inline constexpr QLatin1StringView kCellularPrefix{"pdp_ip"};
-
 // Digit runs compare by value: ww2 < ww10.
 bool naturalLess(const QString &a, const QString &b);
 
-// Names that denote a cellular link by themselves (pdp_ip*, ww*, rmnet*, ppp*).
+// Names that denote a cellular link by themselves (ww*, rmnet*, and pdp_ip* as phones name them).
 bool hasCellularName(const QString &name);
 
-// The cellular interfaces among `present`, primary first: those of `configured` in its order when
-// it is not empty, otherwise those that `isCellular` accepts, in natural order.
+// The cellular interfaces among `present`: those of `configured` in its order when it is not empty,
+// otherwise those that `isCellular` accepts, in natural order.
 QStringList cellularInterfaces(const QStringList &present, const QStringList &configured,
                                const std::function<bool(const QString &)> &isCellular);
 
-// Renames the cellular interfaces (primary first) to pdp_ip0, pdp_ip1, ...; a name that already
-// reads pdp_ipN keeps it and its number is not given to another interface.
-QList<LinkCounters> withCellularNames(QList<LinkCounters> counters, const QStringList &cellular);
+// Which of `cellular` has the primary cellular role: the first of a configured list; otherwise the
+// one that had it before while it is present, so that the role does not move each time another
+// link comes or goes; otherwise the first. Phone-style names keep their roles (pdp_ip0 primary,
+// pdp_ip1... tethering).
+QString primaryCellular(const QStringList &cellular, bool configured, const QString &previous);
 
 } // namespace InterfaceNames

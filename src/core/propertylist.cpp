@@ -6,6 +6,7 @@
 #include <QXmlStreamReader>
 #include <QXmlStreamWriter>
 
+#include <algorithm>
 #include <cmath>
 
 namespace PropertyList {
@@ -114,10 +115,14 @@ private:
     std::optional<QVariant> value()
     {
         const QString tag = m_xml.name().toString();
-        if (tag == QLatin1String("dict"))
-            return dict();
-        if (tag == QLatin1String("array"))
-            return array();
+        if (tag == QLatin1String("dict") || tag == QLatin1String("array")) {
+            if (m_depth > kMaxDepth) // the root dictionary is one level more than any value in it
+                return bad(QStringLiteral("nested deeper than %1 levels").arg(kMaxDepth));
+            ++m_depth;
+            std::optional<QVariant> v = tag == QLatin1String("dict") ? dict() : array();
+            --m_depth;
+            return v;
+        }
         if (tag == QLatin1String("true") || tag == QLatin1String("false")) {
             m_xml.skipCurrentElement();
             return QVariant(tag == QLatin1String("true"));
@@ -136,7 +141,7 @@ private:
             return real(text.trimmed());
         if (tag == QLatin1String("date")) {
             QDateTime d = QDateTime::fromString(text.trimmed(), Qt::ISODateWithMs);
-            if (!d.isValid())
+            if (!d.isValid() || d.toUTC().date().year() < 1 || d.toUTC().date().year() > 9999)
                 return bad(QStringLiteral("bad date: ") + text);
             return QVariant(d.toLocalTime());
         }
@@ -189,7 +194,57 @@ private:
 
     QXmlStreamReader m_xml;
     QString m_error;
+    int m_depth = 0;
 };
+
+bool isXmlText(const QString &text)
+{
+    for (const QChar c : text) {
+        const char16_t u = c.unicode();
+        if ((u < 0x20 && u != u'\t' && u != u'\n') || u == 0xFFFE || u == 0xFFFF)
+            return false;
+    }
+    return QStringView(text).isValidUtf16();
+}
+
+bool writable(const QVariant &value, QString *why, int depth)
+{
+    const auto no = [why](const QString &reason) {
+        if (why)
+            *why = reason;
+        return false;
+    };
+    switch (value.typeId()) {
+    case QMetaType::QDateTime: {
+        const QDateTime d = value.toDateTime();
+        const int year = d.isValid() ? d.toUTC().date().year() : 0;
+        return year >= 1 && year <= 9999 ? true : no(QStringLiteral("a date outside the years 1 to 9999"));
+    }
+    case QMetaType::QString:
+        return isXmlText(value.toString()) ? true : no(QStringLiteral("text with control characters"));
+    case QMetaType::QStringList:
+    case QMetaType::QVariantList: {
+        if (depth >= kMaxDepth)
+            return no(QStringLiteral("nested deeper than %1 levels").arg(kMaxDepth));
+        const QVariantList list = value.toList();
+        return std::all_of(list.cbegin(), list.cend(),
+                           [&](const QVariant &item) { return writable(item, why, depth + 1); });
+    }
+    case QMetaType::QVariantMap: {
+        if (depth >= kMaxDepth)
+            return no(QStringLiteral("nested deeper than %1 levels").arg(kMaxDepth));
+        const QVariantMap map = value.toMap();
+        for (auto it = map.cbegin(); it != map.cend(); ++it)
+            if (!isXmlText(it.key()))
+                return no(QStringLiteral("a key with control characters"));
+            else if (!writable(it.value(), why, depth + 1))
+                return false;
+        return true;
+    }
+    default:
+        return isPropertyListValue(value) ? true : no(QStringLiteral("not a settings value"));
+    }
+}
 
 } // namespace
 
@@ -213,6 +268,11 @@ QByteArray toXml(const QVariantMap &root)
 std::optional<QVariantMap> fromXml(const QByteArray &xml, QString *error)
 {
     return Reader(xml).document(error);
+}
+
+bool isWritable(const QVariant &value, QString *why)
+{
+    return writable(value, why, 0);
 }
 
 bool isPropertyListValue(const QVariant &value)

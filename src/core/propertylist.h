@@ -18,4 +18,12 @@ std::optional<QVariantMap> fromXml(const QByteArray &xml, QString *error);
 // True when the variant holds one of the types above (recursively for containers).
 bool isPropertyListValue(const QVariant &value);
 
+// True when the value can be written so that fromXml reads it back: a property-list value, dates
+// within the years 1 to 9999 in UTC, text without characters XML cannot carry, and nesting no
+// deeper than kMaxDepth. Otherwise says why in *why.
+bool isWritable(const QVariant &value, QString *why);
+
+// Deeper nesting is refused when read and when written (the reader recurses).
+inline constexpr int kMaxDepth = 64;
+
 } // namespace PropertyList

@@ -1,10 +1,11 @@
 #include "settingsdomain.h"
 
 #include "logging.h"
+#include "privatefiles.h"
 #include "propertylist.h"
+#include "settingskeys.h"
 
 #include <QFile>
-#include <QSaveFile>
 
 #include <cerrno>
 #include <cmath>
@@ -22,9 +23,11 @@ class FileLock
 public:
     explicit FileLock(const QString &path)
     {
-        m_fd = ::open(QFile::encodeName(path).constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
+        QString error;
+        m_fd = PrivateFiles::openPrivate(path, O_RDWR, &error);
         if (m_fd < 0) {
-            qCWarning(lcCore, "cannot open settings lock %s: %s", qPrintable(path), strerror(errno));
+            // Then the settings file cannot be written either, which the writer reports.
+            qCInfo(lcCore, "cannot open settings lock %s", qPrintable(error));
             return;
         }
         while (::flock(m_fd, LOCK_EX) != 0 && errno == EINTR) {
@@ -73,6 +76,35 @@ bool toBool(const QVariant &v)
 
 } // namespace SettingsValue
 
+namespace {
+
+// What `base` → `mine` changed, laid over `theirs`: what this process did not change keeps the
+// other process's value; inside dictionaries that holds entry by entry. An invalid value is absent.
+QVariant mergedChange(const QVariant &base, const QVariant &mine, const QVariant &theirs)
+{
+    if (mine == base)
+        return theirs;
+    const bool dictionaries = mine.typeId() == QMetaType::QVariantMap &&
+                              theirs.typeId() == QMetaType::QVariantMap &&
+                              (!base.isValid() || base.typeId() == QMetaType::QVariantMap);
+    if (!dictionaries)
+        return mine;
+    const QVariantMap b = base.toMap(), m = mine.toMap();
+    QVariantMap result = theirs.toMap();
+    QStringList keys = b.keys() + m.keys();
+    keys.removeDuplicates();
+    for (const QString &key : keys) {
+        const QVariant v = mergedChange(b.value(key), m.value(key), result.value(key));
+        if (v.isValid())
+            result.insert(key, v);
+        else
+            result.remove(key);
+    }
+    return result;
+}
+
+} // namespace
+
 SettingsDomain::SettingsDomain(QString filePath) : m_path(std::move(filePath))
 {
     QMutexLocker locker(&m_mutex);
@@ -90,16 +122,24 @@ QVariant SettingsDomain::value(const QString &key) const
     return m_values.value(key);
 }
 
-void SettingsDomain::setValue(const QString &key, const QVariant &value)
+bool SettingsDomain::setValue(const QString &key, const QVariant &value)
 {
+    QString why;
+    if (!value.isNull() && !PropertyList::isWritable(value, &why)) {
+        qCWarning(lcCore, "settings value of %s refused: %s", qPrintable(key), qPrintable(why));
+        return false;
+    }
     QMutexLocker locker(&m_mutex);
+    if (!m_pending.contains(key))
+        m_base.insert(key, m_disk.value(key));
     if (value.isNull()) {
         m_values.remove(key);
         m_pending.insert(key, std::nullopt);
-        return;
+    } else {
+        m_values.insert(key, value);
+        m_pending.insert(key, value);
     }
-    m_values.insert(key, value);
-    m_pending.insert(key, value);
+    return true;
 }
 
 void SettingsDomain::removeValue(const QString &key)
@@ -165,10 +205,33 @@ bool SettingsDomain::synchronize()
     FileLock lock(m_path + QStringLiteral(".lock"));
     if (stampOf() != m_stamp)
         reload(true);
-    if (!writeLocked(m_values))
+    return writeLocked();
+}
+
+bool SettingsDomain::transaction(const std::function<void()> &change)
+{
+    QMutexLocker locker(&m_mutex);
+    FileLock lock(m_path + QStringLiteral(".lock"));
+    if (stampOf() != m_stamp)
+        reload(true);
+    if (!m_loadError.isEmpty()) {
+        m_lastError = m_loadError;
         return false;
-    m_pending.clear();
-    return true;
+    }
+    change();
+    return m_pending.isEmpty() || writeLocked();
+}
+
+QString SettingsDomain::loadError() const
+{
+    QMutexLocker locker(&m_mutex);
+    return m_loadError;
+}
+
+QString SettingsDomain::lastError() const
+{
+    QMutexLocker locker(&m_mutex);
+    return m_lastError;
 }
 
 QString SettingsDomain::lastMovedAside() const
@@ -177,59 +240,136 @@ QString SettingsDomain::lastMovedAside() const
     return m_movedAside;
 }
 
-// Reads the file into m_values and lays the pending changes over it. Moving an unreadable file
-// aside needs the lock shared by all processes, taken here unless the caller holds it.
+std::optional<QVariantMap> SettingsDomain::parse(const QString &path, QString *error) const
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        *error = file.errorString();
+        return std::nullopt;
+    }
+    return PropertyList::fromXml(file.readAll(), error);
+}
+
+// Reads the file and lays this process's changes over it. A file that cannot be used is handled
+// with the lock shared by all processes, taken here unless the caller holds it.
 void SettingsDomain::reload(bool locked)
 {
-    m_stamp = stampOf();
-    QVariantMap values;
-    if (m_stamp) {
-        QFile file(m_path);
-        QString error;
-        std::optional<QVariantMap> parsed;
-        if (!file.open(QIODevice::ReadOnly))
-            error = file.errorString();
-        else
-            parsed = PropertyList::fromXml(file.readAll(), &error);
-        if (parsed) {
-            values = std::move(*parsed);
-        } else if (!locked) {
-            FileLock lock(m_path + QStringLiteral(".lock"));
-            reload(true);
-            return;
-        } else {
-            const QString aside =
-                m_path + QStringLiteral(".corrupt-") +
-                QDateTime::currentDateTimeUtc().toString(QStringLiteral("yyyyMMdd'T'HHmmsszzz'Z'"));
-            if (::rename(QFile::encodeName(m_path).constData(), QFile::encodeName(aside).constData()) == 0) {
-                m_movedAside = aside;
-                qCWarning(lcCore, "settings file %s cannot be read (%s); kept as %s, starting empty",
-                          qPrintable(m_path), qPrintable(error), qPrintable(aside));
-            } else {
-                qCWarning(lcCore, "settings file %s cannot be read (%s) nor moved aside: %s",
-                          qPrintable(m_path), qPrintable(error), strerror(errno));
-            }
-            m_stamp = stampOf();
-        }
+    const std::optional<FileStamp> stamp = stampOf();
+    if (!stamp) {
+        // No file yet: a new installation.
+        m_stamp = stamp;
+        m_diskGood = false;
+        m_loadError.clear();
+        adopt({});
+        return;
     }
-    for (auto it = m_pending.cbegin(); it != m_pending.cend(); ++it) {
-        if (it.value())
-            values.insert(it.key(), *it.value());
+    QString error;
+    std::optional<QVariantMap> parsed = parse(m_path, &error);
+    if (parsed) {
+        m_stamp = stamp;
+        m_diskGood = true;
+        m_loadError.clear();
+        adopt(std::move(*parsed));
+        return;
+    }
+    if (!locked) {
+        FileLock lock(m_path + QStringLiteral(".lock"));
+        reload(true);
+        return;
+    }
+    m_stamp = stamp;
+    m_diskGood = false;
+    if (::access(QFile::encodeName(m_path).constData(), R_OK) != 0) {
+        // Not ours to repair: the user has to give the file back.
+        m_loadError = QStringLiteral("the settings file %1 cannot be read: %2").arg(m_path, error);
+        qCInfo(lcCore, "%s", qPrintable(m_loadError)); // every user of the domain shows loadError()
+        return;
+    }
+    recoverLocked(error);
+}
+
+// The file is damaged: move it aside and go back to the last good copy, or refuse.
+bool SettingsDomain::recoverLocked(const QString &why)
+{
+    QString goodError;
+    std::optional<QVariantMap> good = parse(lastGoodPath(), &goodError);
+    if (!good) {
+        m_loadError = QStringLiteral("the settings file %1 is damaged (%2) and there is no good copy to go "
+                                     "back to; move it away to start with new settings")
+                          .arg(m_path, why);
+        qCInfo(lcCore, "%s", qPrintable(m_loadError));
+        return false;
+    }
+    const QString aside = m_path + QStringLiteral(".corrupt-") +
+                          QDateTime::currentDateTimeUtc().toString(QStringLiteral("yyyyMMdd'T'HHmmsszzz'Z'"));
+    if (::rename(QFile::encodeName(m_path).constData(), QFile::encodeName(aside).constData()) != 0) {
+        m_loadError = QStringLiteral("the settings file %1 is damaged (%2) and cannot be moved aside: %3")
+                          .arg(m_path, why, QString::fromLocal8Bit(strerror(errno)));
+        qCInfo(lcCore, "%s", qPrintable(m_loadError));
+        return false;
+    }
+    // The copy is one write older than the damaged file: its counter baselines may be older than
+    // the newest stored usage, and using them would count that usage again.
+    for (const Keys::Key &key : Keys::sampleBaselines())
+        good->remove(key);
+    QString error;
+    if (!PrivateFiles::writeFile(m_path, PropertyList::toXml(*good), &error)) {
+        ::rename(QFile::encodeName(aside).constData(), QFile::encodeName(m_path).constData());
+        m_loadError = QStringLiteral("the settings file %1 is damaged (%2) and the last good copy cannot be "
+                                     "put back: %3")
+                          .arg(m_path, why, error);
+        qCInfo(lcCore, "%s", qPrintable(m_loadError));
+        return false;
+    }
+    m_movedAside = aside;
+    m_stamp = stampOf();
+    m_diskGood = true;
+    m_loadError.clear();
+    qCWarning(lcCore,
+              "settings file %s was damaged (%s); went back to the last good copy (the damaged file is "
+              "kept as %s)",
+              qPrintable(m_path), qPrintable(why), qPrintable(aside));
+    adopt(std::move(*good));
+    return true;
+}
+
+// Takes `disk` as the file's content and lays this process's changes over it, entry by entry.
+void SettingsDomain::adopt(QVariantMap disk)
+{
+    QVariantMap values = disk;
+    for (auto it = m_pending.begin(); it != m_pending.end(); ++it) {
+        const QVariant theirs = disk.value(it.key());
+        const QVariant mine = mergedChange(m_base.value(it.key()), it.value().value_or(QVariant()), theirs);
+        m_base.insert(it.key(), theirs);
+        it.value() = mine.isValid() ? std::optional<QVariant>(mine) : std::nullopt;
+        if (mine.isValid())
+            values.insert(it.key(), mine);
         else
             values.remove(it.key());
     }
+    m_disk = std::move(disk);
     m_values = std::move(values);
 }
 
-bool SettingsDomain::writeLocked(const QVariantMap &values)
+bool SettingsDomain::writeLocked()
 {
-    QSaveFile file(m_path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(PropertyList::toXml(values)) < 0 || !file.commit()) {
-        qCWarning(lcCore, "cannot write settings file %s: %s", qPrintable(m_path),
-                  qPrintable(file.errorString()));
+    if (!m_loadError.isEmpty()) {
+        m_lastError = m_loadError;
+        return false;
+    }
+    QString error;
+    if (!PrivateFiles::writeFile(m_path, PropertyList::toXml(m_values), &error,
+                                 m_diskGood ? lastGoodPath() : QString())) {
+        m_lastError = error;
+        qCInfo(lcCore, "cannot write settings file %s", qPrintable(error)); // the caller says so
         return false;
     }
     m_stamp = stampOf();
+    m_diskGood = true;
+    m_disk = m_values;
+    m_pending.clear();
+    m_base.clear();
+    m_lastError.clear();
     return true;
 }
 

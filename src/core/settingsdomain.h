@@ -6,6 +6,7 @@
 #include <QString>
 #include <QVariant>
 
+#include <functional>
 #include <optional>
 #include <sys/types.h>
 
@@ -13,10 +14,15 @@
 //
 // The domain is a property-list file. Reads come from this process's copy; writes are kept as
 // pending changes and reach the file at synchronize(), which — under a lock shared by all processes —
-// re-reads the file when another process changed it, lays this process's pending changes over it and
-// writes the result to a new file that replaces the old one. A write therefore never tears the file
-// and never drops another process's unrelated keys. A file that cannot be parsed is moved aside,
-// never deleted, and the domain starts empty.
+// re-reads the file when another process changed it, lays this process's changes over it and writes
+// the result to a new file that replaces the old one. A write therefore never tears the file and
+// never drops another process's changes: inside dictionaries (the plans) only the entries this
+// process changed are laid over the other process's, so two processes adding plans both keep theirs.
+//
+// The version before each write is kept as the last good copy. A damaged file is moved aside and
+// the domain goes back to that copy (without the counter baselines, which may be one sample old);
+// with no good copy, or a file that cannot be read at all, the domain refuses: loadError() says why,
+// the values read before stay in force, and nothing is written over the user's file.
 class SettingsDomain
 {
 public:
@@ -26,10 +32,12 @@ public:
     SettingsDomain &operator=(const SettingsDomain &) = delete;
 
     QString filePath() const { return m_path; }
+    QString lastGoodPath() const { return m_path + QStringLiteral(".last-good"); }
 
     QVariant value(const QString &key) const;
-    // A null QVariant removes the key.
-    void setValue(const QString &key, const QVariant &value);
+    // A null QVariant removes the key. A value the file cannot hold (see PropertyList::isWritable)
+    // is refused with a logged line; false then.
+    bool setValue(const QString &key, const QVariant &value);
     void removeValue(const QString &key);
     QVariantMap dictionaryRepresentation() const;
 
@@ -43,10 +51,17 @@ public:
     QVariantMap dictionaryForKey(const QString &key) const;
 
     // Writes pending changes and picks up other processes' changes. False when the file could not
-    // be written (the pending changes are kept for the next attempt).
+    // be written (the pending changes are kept for the next attempt; lastError() says why).
     bool synchronize();
+    // Runs `change` on the newest values with the file locked against every other writer, then
+    // writes: for a decision that depends on what is stored (e.g. "no plan yet, make one").
+    bool transaction(const std::function<void()> &change);
 
-    // Whether the file was found corrupt and moved aside when it was last read.
+    // Why the file cannot be used (empty when it can); see the class comment.
+    QString loadError() const;
+    // Why the last write failed.
+    QString lastError() const;
+    // Where the damaged file was moved when it was last found damaged.
     QString lastMovedAside() const;
 
 private:
@@ -61,14 +76,22 @@ private:
     };
 
     void reload(bool locked);
-    bool writeLocked(const QVariantMap &values);
+    std::optional<QVariantMap> parse(const QString &path, QString *error) const;
+    bool recoverLocked(const QString &why);
+    void adopt(QVariantMap disk);
+    bool writeLocked();
     std::optional<FileStamp> stampOf() const;
 
     const QString m_path;
-    mutable QMutex m_mutex;
+    mutable QRecursiveMutex m_mutex; // transaction() runs its change with it held
     QVariantMap m_values;
+    QVariantMap m_disk; // the file as last read or written
     QHash<QString, std::optional<QVariant>> m_pending;
+    QHash<QString, QVariant> m_base; // for each pending key, the file's value it was changed from
     std::optional<FileStamp> m_stamp;
+    bool m_diskGood = false; // the file on disk is the one read or written here
+    QString m_loadError;
+    QString m_lastError;
     QString m_movedAside;
 };
 

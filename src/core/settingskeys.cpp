@@ -38,6 +38,8 @@ const QList<Key> &all()
         PREF_SHOWED_SETUP,
         PREF_INTERFACE_NAME,
         PREF_CELL_INTERFACES,
+        PREF_CELL_PRIMARY,
+        PREF_LINK_IDS,
         PREF_TRACK_TETHER_DB,
         PREF_UsageLastSave,
         PREF_prevCellIn,
@@ -46,6 +48,7 @@ const QList<Key> &all()
         PREF_prevWifiOut,
         PREF_MIGRATE_CHECK_COREDATA,
         PREF_NET_LASTCONN,
+        PREF_NET_LASTCONN_BOOT,
         PREF_WATCH_COMP_STATE,
         PREF_GEO_HIDE_HINT,
         PREF_V7_GEO,
@@ -55,6 +58,14 @@ const QList<Key> &all()
         PREF_FETCH_DONT_SHOW,
         PREF_UPDATE_PREVIOUS_VERSION,
     };
+    return keys;
+}
+
+const QList<Key> &sampleBaselines()
+{
+    static const QList<Key> keys{PREF_prevCellIn,   PREF_prevCellOut,      PREF_prevWifiIn,
+                                 PREF_prevWifiOut,  PREF_TRACK_TETHER_DB,  PREF_LINK_IDS,
+                                 PREF_NET_LASTCONN, PREF_NET_LASTCONN_BOOT};
     return keys;
 }
 

@@ -56,6 +56,8 @@ TALLYMO_KEY(PREF_DAYVIEW_TYPE, Global, Integer)
 TALLYMO_KEY(PREF_SHOWED_SETUP, Global, Bool)
 TALLYMO_KEY(PREF_INTERFACE_NAME, Global, String)
 TALLYMO_KEY(PREF_CELL_INTERFACES, Global, Array)
+TALLYMO_KEY(PREF_CELL_PRIMARY, Global, String)
+TALLYMO_KEY(PREF_LINK_IDS, Global, Dictionary)
 TALLYMO_KEY(PREF_TRACK_TETHER_DB, Global, Dictionary)
 TALLYMO_KEY(PREF_UsageLastSave, Global, Date)
 TALLYMO_KEY(PREF_prevCellIn, Global, Double)
@@ -64,6 +66,7 @@ TALLYMO_KEY(PREF_prevWifiIn, Global, Double)
 TALLYMO_KEY(PREF_prevWifiOut, Global, Double)
 TALLYMO_KEY(PREF_MIGRATE_CHECK_COREDATA, Global, Bool)
 TALLYMO_KEY(PREF_NET_LASTCONN, Global, Dictionary)
+TALLYMO_KEY(PREF_NET_LASTCONN_BOOT, Global, String)
 TALLYMO_KEY(PREF_WATCH_COMP_STATE, Global, Dictionary)
 TALLYMO_KEY(PREF_GEO_HIDE_HINT, Global, Bool)
 TALLYMO_KEY(PREF_V7_GEO, Global, Bool)
@@ -79,6 +82,9 @@ TALLYMO_KEY(PREF_UPDATE_PREVIOUS_VERSION, Global, Any)
 const QList<Key> &all();
 // Looks a key up by name; nothing for an unknown name.
 const Key *find(QStringView name);
+// The keys that hold where the counters stood at the last sample. A copy of them that may be
+// older than the newest sample is dropped rather than used, so no bytes are counted twice.
+const QList<Key> &sampleBaselines();
 // The value type named on the command line ("string", "int", "double", "bool", "date", "json").
 QLatin1StringView typeName(Type type);
 

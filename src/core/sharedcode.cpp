@@ -1,6 +1,7 @@
 #include "sharedcode.h"
 
 #include "logging.h"
+#include "privatefiles.h"
 #include "settingskeys.h"
 
 #include <QDir>
@@ -18,7 +19,7 @@ SharedCode::SharedCode(Services services)
       m_flockPath(m_container + QStringLiteral("/flockFile.txt")), m_interfaces(services.interfaces),
       m_connections(services.connections), m_clock(services.clock),
       m_onStoreOpenFailure(std::move(services.onStoreOpenFailure)),
-      m_settings((QDir().mkpath(m_container),
+      m_settings((PrivateFiles::makePrivateFolder(m_container),
                   m_container + QLatin1Char('/') + kSuiteName + QStringLiteral(".plist")))
 {
     migratePlan();
@@ -169,24 +170,6 @@ void SharedCode::checkEN()
 bool SharedCode::isTrackTetherForPlan(const QString &plan) const
 {
     return boolForPlan(plan, Keys::PREF_TRACK_TETHER);
-}
-
-std::optional<QList<LinkCounters>> SharedCode::readLinkCounters()
-{
-    if (!m_interfaces)
-        return std::nullopt;
-    std::optional<QList<LinkCounters>> counters = m_interfaces->readCounters();
-    if (!counters)
-        return std::nullopt;
-    QStringList present;
-    for (const LinkCounters &c : *counters)
-        present.append(c.name);
-    QStringList configured;
-    for (const QVariant &v : m_settings.arrayForKey(Keys::PREF_CELL_INTERFACES))
-        configured.append(v.toString());
-    const QStringList cellular = InterfaceNames::cellularInterfaces(
-        present, configured, [this](const QString &name) { return m_interfaces->isCellularLink(name); });
-    return InterfaceNames::withCellularNames(std::move(*counters), cellular);
 }
 
 QString SharedCode::sqliteURLForPlan(const QString &plan) const

@@ -32,6 +32,9 @@ struct SampleResult
     bool countersRead = false; // the interface counters could be read
     qxDataUsage usage;
     std::optional<Event> event; // the record stored, when any delta was positive
+    // Why the sample could not be taken or kept (the lock file, the settings or the store could not
+    // be written); empty when nothing went wrong.
+    QString failure;
 };
 
 // A position from the location service; a negative accuracy means none is known.
@@ -105,8 +108,6 @@ public:
     QString savedEN();
     void checkEN();
     bool isTrackTetherForPlan(const QString &plan) const;
-    // The counters with cellular interfaces named as the recorder expects (pdp_ip0 primary).
-    std::optional<QList<LinkCounters>> readLinkCounters();
 
     // Usage recorder.
     QString flockPath() const { return m_flockPath; }
@@ -148,9 +149,10 @@ public:
     static Coordinate coordinatFromLocationManager(const std::optional<LocationFix> &last);
 
     // Per-address usage: one connection-table read per protocol, the growth since the previous read
-    // stored as Netevent records of the current hour (into the context, unsaved). With `usage`
-    // false only the baseline is taken. On the context's queue.
-    void networks(StoreContext *context, bool usage);
+    // stored as Netevent records of the current hour (into the context, unsaved). The previous
+    // read is the one stored by any process in this boot; without one, only the baseline is taken.
+    // On the context's queue, under the sampling lock.
+    void networks(StoreContext *context);
     ConnectionSource *connections() const { return m_connections; }
     // One protocol's table, or nothing when it cannot be read.
     std::optional<ConnectionTable> proto(int protocol);
@@ -168,6 +170,9 @@ public:
     quint32 colorForRatio(double ratio) const;
 
 private:
+    QStringList cellularLinks(const QStringList &present) const;
+    QString takePrimaryCellular(const QStringList &cellular, QVariantMap &tether);
+
     const QString m_container;
     const QString m_flockPath;
     NetworkInterfaces *const m_interfaces;

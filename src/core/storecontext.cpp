@@ -62,9 +62,10 @@ bool StoreContext::save()
         return true;
     QString error;
     const bool ok = m_store && m_store->apply(m_changes, &error);
-    if (!ok)
-        qCWarning(lcCore, "saving %lld changes to %s failed: %s", qlonglong(m_changes.size()),
-                  qPrintable(m_path), qPrintable(m_store ? error : QStringLiteral("store not open")));
+    m_lastError = ok ? QString() : m_store ? error : QStringLiteral("store not open");
+    if (!ok) // silent to the user, as every store error, unless the caller reports it
+        qCInfo(lcCore, "saving %lld changes to %s failed: %s", qlonglong(m_changes.size()),
+               qPrintable(m_path), qPrintable(m_lastError));
     m_changes.clear();
     return ok;
 }

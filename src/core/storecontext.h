@@ -40,6 +40,8 @@ public:
     void rollback() { m_changes.clear(); }
     // Writes the pending changes; a failure is logged and the changes are dropped.
     bool save();
+    // Why the last save failed.
+    const QString &lastError() const { return m_lastError; }
 
     // Queries; a failed fetch (or no store) reads as no data.
     std::optional<UsageSums> sum(const QDateTime &start, const QDateTime &end) const;
@@ -54,5 +56,6 @@ private:
     const QString m_path;
     std::unique_ptr<UsageStore> m_store;
     QList<UsageStore::Change> m_changes;
+    QString m_lastError;
     DispatchQueue m_queue; // last: drained and stopped before the store closes
 };

@@ -1,5 +1,7 @@
 #include "usagestore.h"
 
+#include "privatefiles.h"
+
 #include "logging.h"
 
 #include <QElapsedTimer>
@@ -8,7 +10,10 @@
 
 #include <algorithm>
 #include <cmath>
+#include <fcntl.h>
 #include <sqlite3.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -97,9 +102,17 @@ UsageStore::~UsageStore()
 
 std::unique_ptr<UsageStore> UsageStore::open(const QString &path, QString *error)
 {
+    // Usage history is private: the file is made 0600 before SQLite sees it, and SQLite gives its
+    // journal files the same mode.
+    const QByteArray name = QFile::encodeName(path);
+    if (const int fd = PrivateFiles::openPrivate(path, O_RDONLY, nullptr); fd >= 0)
+        ::close(fd);
+    for (const char *suffix : {"-wal", "-shm"})
+        if (struct stat st; ::stat((name + suffix).constData(), &st) == 0 && (st.st_mode & 077) != 0)
+            ::chmod((name + suffix).constData(), st.st_mode & 0600);
     sqlite3 *db = nullptr;
     const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX;
-    const int rc = sqlite3_open_v2(QFile::encodeName(path).constData(), &db, flags, nullptr);
+    const int rc = sqlite3_open_v2(name.constData(), &db, flags, nullptr);
     std::unique_ptr<UsageStore> store(new UsageStore(db));
     if (rc != SQLITE_OK) {
         if (error)

@@ -3,15 +3,19 @@
 #include "app/datausageappdelegate.h"
 #include "core/dispatchqueue.h"
 #include "core/logging.h"
+#include "core/privatefiles.h"
 #include "plans/billingcycle.h"
 
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 
+#include <cerrno>
 #include <charconv>
 #include <cstring>
 #include <ctime>
+#include <fcntl.h>
+#include <unistd.h>
 #include <vector>
 
 namespace {
@@ -162,10 +166,20 @@ ExportController::Outcome ExportController::runExport(UsageStore *store, qint64 
                                                       const std::function<void(qint64)> &progress)
 {
     Outcome outcome;
-    QFile file(path);
+    // Written beside the old file and put in its place only when whole (or cut short by a cancel),
+    // so a full disk never leaves a damaged export where a good one was.
+    const QString temp = path + QStringLiteral(".part");
+    QFile file;
+    const auto putInPlace = [&] {
+        if (::fsync(file.handle()) != 0 || (file.close(), file.error() != QFileDevice::NoError) ||
+            ::rename(QFile::encodeName(temp).constData(), QFile::encodeName(path).constData()) != 0)
+            throw std::runtime_error(std::strerror(errno));
+    };
     try {
         QDir().mkpath(QFileInfo(path).path());
-        if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Unbuffered))
+        const int fd = PrivateFiles::openPrivate(temp, O_WRONLY | O_TRUNC, nullptr);
+        if (fd < 0 ||
+            !file.open(fd, QIODevice::WriteOnly | QIODevice::Unbuffered, QFileDevice::AutoCloseHandle))
             throw ExportException{false, tr("Export file creation error.")};
         if (store)
             store->setMemoryMapLimit(0); // memory stays flat whatever the store's size
@@ -187,6 +201,7 @@ ExportController::Outcome ExportController::runExport(UsageStore *store, qint64 
                 break; // the cycle lies wholly before the first record
             if (m_exportCancel) {
                 flush(); // a cancelled export leaves what it wrote
+                putInPlace();
                 throw ExportException{true, QString()};
             }
             cursor = SharedCode::dateByAddingUnit(CalendarUnit::Day, -1, p.start);
@@ -227,6 +242,7 @@ ExportController::Outcome ExportController::runExport(UsageStore *store, qint64 
             });
             if (m_exportCancel) {
                 flush();
+                putInPlace();
                 throw ExportException{true, QString()};
             }
             out.put("]}}");
@@ -239,16 +255,19 @@ ExportController::Outcome ExportController::runExport(UsageStore *store, qint64 
         out.put(outcome.timestamp.toLatin1());
         out.put("\"}");
         flush();
-        file.close();
+        putInPlace();
         outcome.kind = Outcome::Finished;
     } catch (const ExportException &e) {
         outcome.kind = e.cancel ? Outcome::Cancelled : Outcome::Failed;
         outcome.message = e.reason;
     } catch (const std::exception &e) {
-        qCWarning(lcCore, "export failed: %s", e.what());
+        qCInfo(lcCore, "export to %s failed: %s", qPrintable(path), e.what());
         outcome.kind = Outcome::Failed;
         outcome.message = tr("Export file error.");
+        outcome.reason = QString::fromLocal8Bit(e.what());
     }
+    if (outcome.kind == Outcome::Failed)
+        QFile::remove(temp);
     return outcome;
 }
 
@@ -262,7 +281,7 @@ void ExportController::processCycles(qint64 cycles, const QString &path, MailCom
                                      std::function<void(Outcome)> done)
 {
     if (mail && !mail->canSendMail()) {
-        done(Outcome{Outcome::Failed, tr("Your email is not set up."), QString(), 0, 0});
+        done(Outcome{Outcome::Failed, tr("Your email is not set up."), QString(), QString(), 0, 0});
         return;
     }
     m_exportCancel = false;

@@ -34,6 +34,7 @@ public:
         enum Kind { Finished, Failed, Cancelled };
         Kind kind = Failed;
         QString message;   // for Failed: what to tell the user
+        QString reason;    // for Failed: what the system said (a full disk, say), when anything
         QString timestamp; // for Finished: the export's time stamp text
         qint64 cycles = 0;
         qint64 rows = 0;

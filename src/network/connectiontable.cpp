@@ -80,6 +80,12 @@ bool isCountedIPv6(const unsigned char *a)
     return true;
 }
 
+bool isMappedIPv4(const unsigned char *a)
+{
+    static const unsigned char prefix[12] = {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0xFF, 0xFF};
+    return std::memcmp(a, prefix, 12) == 0;
+}
+
 std::optional<ConnectionTable> parsePcbList(QByteArrayView buffer, int protocol)
 {
     if (protocol != kTcp && protocol != kUdp)

@@ -44,6 +44,8 @@ std::optional<QString> printIP6(const unsigned char *address);
 // IPv4-mapped IPv6 addresses are IPv6 addresses here.
 bool isCountedIPv4(quint32 hostOrder);
 bool isCountedIPv6(const unsigned char *address);
+// ::ffff:a.b.c.d, an IPv4 peer of a dual-stack socket.
+bool isMappedIPv4(const unsigned char *address);
 
 // The per-protocol socket list in the record layout of the systems that publish one (a list
 // header, then per connection a run of socket, buffer, statistics and control-block items, each

@@ -8,7 +8,7 @@ std::optional<ConnectionTable> SharedCode::proto(int protocol)
     return m_connections ? m_connections->proto(protocol) : std::nullopt;
 }
 
-void SharedCode::networks(StoreContext *context, bool usage)
+void SharedCode::networks(StoreContext *context)
 {
     if (!m_connections)
         return;
@@ -17,11 +17,15 @@ void SharedCode::networks(StoreContext *context, bool usage)
         if (const std::optional<ConnectionTable> table = proto(protocol))
             all.insert(*table); // a protocol that cannot be read is simply missing this time
     SettingsDomain &pref = userPref();
+    const QString boot = m_interfaces ? m_interfaces->bootId() : QString();
     const QVariant stored = pref.value(Keys::PREF_NET_LASTCONN);
     const QVariantMap previous = stored.toMap();
+    // Whichever process read the tables last, in this boot, left the baseline; without one (the
+    // first read ever, or the first of a boot) connections may have moved bytes long before, so
+    // only the baseline is taken.
+    const bool counting = stored.isValid() && pref.stringForKey(Keys::PREF_NET_LASTCONN_BOOT) == boot;
     QVariantMap current;
     QMap<QString, double> perAddress;
-    const bool counting = stored.isValid() && usage;
     for (auto it = all.cbegin(); it != all.cend(); ++it) {
         current.insert(it.key(), double(it->total));
         if (!counting)
@@ -32,7 +36,7 @@ void SharedCode::networks(StoreContext *context, bool usage)
             perAddress[it->address] += delta;
     }
     pref.setValue(Keys::PREF_NET_LASTCONN, current);
-    pref.synchronize();
+    pref.setValue(Keys::PREF_NET_LASTCONN_BOOT, boot);
     const QDateTime stamp = nowAtHour();
     for (auto it = perAddress.cbegin(); it != perAddress.cend(); ++it)
         context->insertNetevent(Netevent{stamp, it.key(), it.value()});

@@ -6,13 +6,28 @@
 #include <QCoreApplication>
 #include <QLocale>
 
+#include <algorithm>
 #include <cmath>
 
 namespace BillingCycle {
 
+QDateTime dayStart(const QDate &day)
+{
+    const QDateTime named = day.startOfDay();
+    if (!named.isValid() || named.addSecs(-1).toLocalTime().date() != day)
+        return named;
+    // The second before is on the same day: 00:00 came twice. Find the first moment of the day.
+    qint64 before = -4 * 3600, after = 0; // no zone has ever gone back by more than a few hours
+    while (after - before > 1) {
+        const qint64 mid = before + (after - before) / 2;
+        (named.addSecs(mid).toLocalTime().date() == day ? after : before) = mid;
+    }
+    return named.addSecs(after).toLocalTime();
+}
+
 QDateTime midnightOf(const QDateTime &date)
 {
-    return date.toLocalTime().date().startOfDay();
+    return dayStart(date.toLocalTime().date());
 }
 
 QDateTime addDays(const QDateTime &date, qint64 days)
@@ -20,8 +35,8 @@ QDateTime addDays(const QDateTime &date, qint64 days)
     const QDateTime local = date.toLocalTime();
     const QDate day = local.date().addDays(days);
     // The start of a day moves to the start of a day, even where one of them is not at 00:00.
-    if (local == local.date().startOfDay())
-        return day.startOfDay();
+    if (local == dayStart(local.date()))
+        return dayStart(day);
     const QDateTime result(day, local.time());
     // A time of day that does not exist on that day (inside a daylight-saving gap) moves on.
     return result.isValid() ? result : QDateTime(day, local.time().addSecs(3600));
@@ -43,10 +58,10 @@ QDateTime validDateForDay(qint64 day, const QDateTime &date)
 {
     const QDate d = date.toLocalTime().date();
     if (day < 1) // as a calendar resolves day 0 (and below): days before the 1st
-        return QDate(d.year(), d.month(), 1).addDays(day - 1).startOfDay();
+        return dayStart(QDate(d.year(), d.month(), 1).addDays(day - 1));
     if (d.daysInMonth() >= day)
-        return QDate(d.year(), d.month(), int(day)).startOfDay();
-    return QDate(d.year(), d.month(), 1).addMonths(1).startOfDay();
+        return dayStart(QDate(d.year(), d.month(), int(day)));
+    return dayStart(QDate(d.year(), d.month(), 1).addMonths(1));
 }
 
 namespace {
@@ -67,9 +82,9 @@ Period monthly(const QDateTime &t, qint64 billDay)
     QDateTime start, reference;
     if (t.date().day() >= billDay) {
         start = validDateForDay(billDay, t);
-        reference = t.date().addMonths(1).startOfDay();
+        reference = dayStart(t.date().addMonths(1));
     } else {
-        start = validDateForDay(billDay, t.date().addMonths(-1).startOfDay());
+        start = validDateForDay(billDay, dayStart(t.date().addMonths(-1)));
         reference = t;
     }
     return Period{start, validDateForDay(billDay, reference)};
@@ -119,13 +134,17 @@ Period periodContaining(const QDateTime &date, const Settings &s)
 Period SharedCode::computeStartEndDates(const QDateTime &date, const QString &plan) const
 {
     BillingCycle::Settings s;
+    // Read defensively: values no screen or command stores (a hand-edited file) are brought into
+    // range, so that dates stay representable and the period is a week's, a month's, N days'.
     s.type = dataPlanTypeForPlan(plan);
-    s.billDay = integerForPlan(plan, Keys::PREF_BILLDAY);
+    s.billDay = std::clamp<qint64>(integerForPlan(plan, Keys::PREF_BILLDAY), -31, 31);
     const QVariant anchor = getForPlan(plan, Keys::PREF_30DAY_START);
     if (anchor.typeId() == QMetaType::QDateTime && anchor.toDateTime().isValid())
         s.anchor = anchor.toDateTime();
-    s.nDays = nForCycleForPlan(plan);
-    s.weekStart = m_settings.integerForKey(Keys::PREF_WEEK_START);
+    s.nDays = std::min<qint64>(nForCycleForPlan(plan), 3650);
+    // 0 (unset) is kept as it is read; anything else counts round the week to 1 (Sunday) ... 7.
+    const qint64 weekStart = m_settings.integerForKey(Keys::PREF_WEEK_START);
+    s.weekStart = weekStart >= 0 && weekStart <= 7 ? weekStart : (weekStart % 7 + 6) % 7 + 1;
     return BillingCycle::periodContaining(date, s);
 }
 

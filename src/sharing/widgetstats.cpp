@@ -2,6 +2,7 @@
 
 #include "app/location.h"
 #include "core/logging.h"
+#include "core/privatefiles.h"
 #include "core/settingskeys.h"
 #include "core/sharedcode.h"
 #include "plans/billingcycle.h"
@@ -9,7 +10,6 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QJsonDocument>
-#include <QSaveFile>
 #include <QStandardPaths>
 
 #include <atomic>
@@ -17,17 +17,17 @@
 QVariantMap SharedCode::computeWidgetStats(StoreContext *context)
 {
     const QDateTime now = clock().now();
-    const Period p = computeStartEndDates(now, QString());
+    const QString plan = context ? context->name() : QString(); // the store's plan, not a newer one
+    const Period p = computeStartEndDates(now, plan);
     const std::optional<UsageSums> sums = context ? context->sum(p.start, p.end) : std::nullopt;
     const double used = sums ? sums->cellIn + sums->cellOut : 0; // Wi-Fi is never counted
-    const double cap = effectiveDataCap(context, QString());
+    const double cap = effectiveDataCap(context, plan);
     const double percent = cap > 0 ? used * 100 / cap : 0;
     const double length = double(p.start.msecsTo(p.end));
     const double timeLeft = length > 0 ? double(now.msecsTo(p.end)) * 100 / length : 0;
     const double ratio = forecastRatio(timeLeft, 100 - percent);
-    const qint64 days = isDailyCycleForPlan(QString())
-                            ? 24 - now.toLocalTime().time().hour()
-                            : BillingCycle::wholeDaysBetween(todayAtZeroHour(), p.end);
+    const qint64 days = isDailyCycleForPlan(plan) ? 24 - now.toLocalTime().time().hour()
+                                                  : BillingCycle::wholeDaysBetween(todayAtZeroHour(), p.end);
     const double left = std::max(cap - used, 0.0) + 0.0; // never a negative zero
     return {{WStats::F_RATIO, ratio},
             {WStats::PERCENT, percent},
@@ -102,18 +102,23 @@ QJsonObject toJson(const QVariantMap &record)
 
 QString recordFilePath()
 {
-    return QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation) +
-           QStringLiteral("/tallymo/widget.json");
+    // The runtime folder is the user's own; without one, the user's cache folder (never a shared
+    // temporary folder: the record tells how much data the user used).
+    const QString runtime = qEnvironmentVariable("XDG_RUNTIME_DIR");
+    const QString base = !runtime.isEmpty() && QFileInfo(runtime).isDir()
+                             ? runtime
+                             : QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation);
+    return base + QStringLiteral("/tallymo/widget.json");
 }
 
 bool writeRecordFile(const QVariantMap &record, const QString &path)
 {
-    QDir().mkpath(QFileInfo(path).path());
-    QSaveFile file(path);
-    if (file.open(QIODevice::WriteOnly) &&
-        file.write(QJsonDocument(toJson(record)).toJson(QJsonDocument::Compact) + '\n') >= 0 && file.commit())
+    QString error;
+    if (PrivateFiles::makePrivateFolder(QFileInfo(path).path(), &error) &&
+        PrivateFiles::writeFile(path, QJsonDocument(toJson(record)).toJson(QJsonDocument::Compact) + '\n',
+                                &error))
         return true;
-    qCWarning(lcCore) << "widget record not written to" << path << file.errorString();
+    qCWarning(lcCore, "widget record not written: %s", qPrintable(error));
     return false;
 }
 

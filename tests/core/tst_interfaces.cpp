@@ -65,42 +65,50 @@ private slots:
         QVERIFY(!InterfaceNames::naturalLess(a, a));
     }
 
-    void cellularNaming_data()
+    void cellularRoles_data()
     {
         QTest::addColumn<QStringList>("present");
         QTest::addColumn<QStringList>("configured");
         QTest::addColumn<QStringList>("sysfsCellular");
-        QTest::addColumn<QStringList>("reported");
-        QTest::newRow("detected by name, natural order")
-            << QStringList{"wlan0", "wwan10", "wwan2", "eth0"} << QStringList() << QStringList()
-            << QStringList{"wlan0", "pdp_ip1", "pdp_ip0", "eth0"};
-        QTest::newRow("detected by sysfs") << QStringList{"usb0", "enx00", "lo"} << QStringList()
-                                           << QStringList{"enx00"} << QStringList{"usb0", "pdp_ip0", "lo"};
-        QTest::newRow("configured order decides the primary")
+        QTest::addColumn<QString>("previous");
+        QTest::addColumn<QStringList>("cellular");
+        QTest::addColumn<QString>("primary");
+        QTest::newRow("by name, natural order")
+            << QStringList{"wlan0", "wwan10", "wwan2", "eth0", "ppp0"} << QStringList() << QStringList()
+            << QString() << QStringList{"wwan2", "wwan10"} << "wwan2";
+        QTest::newRow("by sysfs") << QStringList{"usb0", "enx00", "lo"} << QStringList()
+                                  << QStringList{"enx00"} << QString() << QStringList{"enx00"} << "enx00";
+        QTest::newRow("the role stays while its link is there")
+            << QStringList{"rmnet_data0", "rmnet_data1"} << QStringList() << QStringList() << "rmnet_data1"
+            << QStringList{"rmnet_data0", "rmnet_data1"} << "rmnet_data1";
+        QTest::newRow("and moves when it is gone")
+            << QStringList{"wwan1", "wwan2"} << QStringList() << QStringList() << "wwan0"
+            << QStringList{"wwan1", "wwan2"} << "wwan1";
+        QTest::newRow("a configured list decides, in its order")
             << QStringList{"wwan0", "ppp0", "eth0"} << QStringList{"ppp0", "eth0", "absent"} << QStringList()
-            << QStringList{"wwan0", "pdp_ip0", "pdp_ip1"};
-        QTest::newRow("pdp_ip names keep their number")
-            << QStringList{"pdp_ip0", "wwan0", "pdp_ip1"} << QStringList() << QStringList()
-            << QStringList{"pdp_ip0", "pdp_ip2", "pdp_ip1"};
-        QTest::newRow("nothing cellular")
-            << QStringList{"lo", "eth0"} << QStringList() << QStringList() << QStringList{"lo", "eth0"};
+            << "wwan0" << QStringList{"ppp0", "eth0"} << "ppp0";
+        QTest::newRow("phone names keep their roles")
+            << QStringList{"pdp_ip1", "wwan0", "pdp_ip0"} << QStringList() << QStringList() << "wwan0"
+            << QStringList{"pdp_ip0", "pdp_ip1", "wwan0"} << "pdp_ip0";
+        QTest::newRow("pdp_ip10 alone is tethering")
+            << QStringList{"pdp_ip10"} << QStringList() << QStringList() << QString()
+            << QStringList{"pdp_ip10"} << QString();
+        QTest::newRow("nothing cellular") << QStringList{"lo", "eth0"} << QStringList() << QStringList()
+                                          << "wwan0" << QStringList() << QString();
     }
 
-    void cellularNaming()
+    void cellularRoles()
     {
         QFETCH(QStringList, present);
         QFETCH(QStringList, configured);
         QFETCH(QStringList, sysfsCellular);
-        QFETCH(QStringList, reported);
-        QList<LinkCounters> counters;
-        for (const QString &name : present)
-            counters.append(LinkCounters{name, 1, 1});
-        const QStringList cellular = InterfaceNames::cellularInterfaces(
+        QFETCH(QString, previous);
+        QFETCH(QStringList, cellular);
+        QFETCH(QString, primary);
+        const QStringList found = InterfaceNames::cellularInterfaces(
             present, configured, [&](const QString &n) { return sysfsCellular.contains(n); });
-        QStringList names;
-        for (const LinkCounters &c : InterfaceNames::withCellularNames(counters, cellular))
-            names.append(c.name);
-        QCOMPARE(names, reported);
+        QCOMPARE(found, cellular);
+        QCOMPARE(InterfaceNames::primaryCellular(found, !configured.isEmpty(), previous), primary);
     }
 
     // A stand-in sysfs tree: Wi-Fi by wireless/ or phy80211, cellular by uevent or link type.
@@ -114,13 +122,22 @@ private slots:
         writeFile(root.filePath("mbim0/uevent"), "DEVTYPE=wwan\nINTERFACE=mbim0\n");
         writeFile(root.filePath("rmnet_data0/type"), "519\n");
         writeFile(root.filePath("modem/type"), "512\n");
-        LinuxNetworkInterfaces sys(QString(), root.path());
+        writeFile(root.filePath("vpn/type"), "512\n");
+        writeFile(root.filePath("mbim0/ifindex"), "7\n");
+        writeFile(root.filePath("boot_id"), "6f1c-42\n");
+        LinuxNetworkInterfaces sys(QString(), root.path(), root.filePath("boot_id"));
         QCOMPARE(sys.wifiInterfaces(), (QStringList{"wlan1", "wlp3s0"}));
         QVERIFY(sys.isCellularLink(QStringLiteral("mbim0")));
         QVERIFY(sys.isCellularLink(QStringLiteral("rmnet_data0")));
-        QVERIFY(sys.isCellularLink(QStringLiteral("modem")));
+        QVERIFY(!sys.isCellularLink(QStringLiteral("modem"))); // PPP: only a modem's data link
         QVERIFY(!sys.isCellularLink(QStringLiteral("eth0")));
         QVERIFY(!sys.isCellularLink(QStringLiteral("absent")));
+        sys.setModemLinks([] { return QStringList{QStringLiteral("modem")}; });
+        QVERIFY(sys.isCellularLink(QStringLiteral("modem")));
+        QVERIFY(!sys.isCellularLink(QStringLiteral("vpn")));
+        QCOMPARE(sys.interfaceIndex(QStringLiteral("mbim0")), 7);
+        QCOMPARE(sys.interfaceIndex(QStringLiteral("absent")), 0);
+        QCOMPARE(sys.bootId(), QStringLiteral("6f1c-42"));
     }
 
     // The saved Wi-Fi name holds until re-detection; a change forgets the Wi-Fi previous values.

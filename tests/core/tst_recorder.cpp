@@ -135,6 +135,85 @@ private slots:
         QVERIFY(reread.dateForKey(Keys::PREF_UsageLastSave).isValid());
     }
 
+    // Cellular links come and go, miss a sample, are made again (a new index) or the machine
+    // restarts (a new boot id), with tethering on so that every link counts: the store holds
+    // exactly what each link moved between two samples that saw the same link, plus the whole
+    // counters of a link made again; a name never seen before counts from its second sample.
+    void linkChurnNeverInventsUsage_data()
+    {
+        QTest::addColumn<quint32>("seed");
+        for (quint32 seed : {1u, 2u, 3u, 4u, 5u})
+            QTest::addRow("seed %u", seed) << seed;
+    }
+
+    void linkChurnNeverInventsUsage()
+    {
+        QFETCH(quint32, seed);
+        QRandomGenerator rng(seed);
+        TestContainer c;
+        c.interfaces.wifi = QStringList{QStringLiteral("wlan0")};
+        auto shared = c.openPlan();
+        shared->setForPlan(QString(), Keys::PREF_TRACK_TETHER, true);
+        auto context = shared->mocForActive();
+        struct Link
+        {
+            int index = 0;
+            qint64 in = 0, out = 0;
+            bool present = false;
+        };
+        struct Seen
+        {
+            QString identity;
+            qint64 in = 0, out = 0;
+        };
+        QMap<QString, Link> links;
+        for (const char *name : {"wwan0", "wwan1", "rmnet_data0", "rmnet_data1", "wlan0"})
+            links.insert(QString::fromLatin1(name), Link{});
+        QHash<QString, Seen> seen;
+        int nextIndex = 1, boot = 1;
+        qint64 cellular = 0, wifi = 0;
+        for (int step = 0; step < 150; ++step) {
+            if (rng.bounded(25) == 0) { // a restart: every counter starts again
+                c.interfaces.boot = QStringLiteral("boot-%1").arg(++boot);
+                for (Link &l : links)
+                    l = Link{l.index, 0, 0, l.present};
+            }
+            for (Link &l : links) {
+                const quint32 r = rng.bounded(100);
+                if (!l.present && r < 40)
+                    l = Link{l.index ? l.index : nextIndex++, l.in, l.out, true}; // back, or new
+                else if (l.present && r < 8)
+                    l.present = false;
+                else if (l.present && r < 14)
+                    l = Link{nextIndex++, 0, 0, true}; // made again
+                l.in += rng.bounded(1, 5000000);
+                l.out += rng.bounded(0, 800000);
+            }
+            QList<LinkCounters> counters;
+            for (auto it = links.cbegin(); it != links.cend(); ++it) {
+                if (!it->present)
+                    continue;
+                counters.append(LinkCounters{it.key(), double(it->in), double(it->out)});
+                c.interfaces.indexes.insert(it.key(), it->index);
+                const QString identity = c.interfaces.boot + QLatin1Char('/') + QString::number(it->index);
+                const auto before = seen.constFind(it.key());
+                const qint64 moved = before == seen.cend() ? 0
+                                     : before->identity != identity || it->in < before->in
+                                         ? it->in + it->out
+                                         : it->in - before->in + std::max<qint64>(it->out - before->out, 0);
+                (it.key() == QLatin1StringView("wlan0") ? wifi : cellular) += moved;
+                seen.insert(it.key(), Seen{identity, it->in, it->out});
+            }
+            c.interfaces.counters = counters;
+            QVERIFY(onQueue(*context, [&] { return shared->saveUsageGasp(context.get(), {}); }).locked);
+        }
+        const auto sums = onQueue(*context, [&] {
+            return context->sum(QDateTime(QDate(2000, 1, 1), QTime()), QDateTime(QDate(2100, 1, 1), QTime()));
+        });
+        QCOMPARE(qint64(sums->cellIn + sums->cellOut), cellular);
+        QCOMPARE(qint64(sums->wifiIn + sums->wifiOut), wifi);
+    }
+
     void resultExcludesTethering()
     {
         TestContainer c;

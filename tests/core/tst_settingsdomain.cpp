@@ -1,7 +1,10 @@
 #include "core/propertylist.h"
 #include "core/settingsdomain.h"
 
+#include <QTimeZone>
 #include <QtTest>
+
+#include <memory>
 
 class TestSettingsDomain : public QObject
 {
@@ -98,7 +101,64 @@ private slots:
         }
     }
 
-    void unreadableFileIsMovedAsideAndKept_data()
+    // Processes that each change different plans inside the one plans dictionary keep each other's
+    // plans; a plan removed by one is not brought back by another's later write.
+    void dictionaryChangesMergeEntryByEntry()
+    {
+        const auto plans = [](SettingsDomain &d) { return d.dictionaryForKey(QStringLiteral("plans")); };
+        const auto withPlan = [&](SettingsDomain &d, const QString &id, const QVariant &v) {
+            QVariantMap p = plans(d);
+            if (v.isValid())
+                p.insert(id, QVariantMap{{QStringLiteral("label"), v}});
+            else
+                p.remove(id);
+            d.setValue(QStringLiteral("plans"), p);
+        };
+        SettingsDomain a(path()), b(path()), c(path());
+        withPlan(a, QStringLiteral("A"), QStringLiteral("a"));
+        withPlan(a, QStringLiteral("old"), QStringLiteral("o"));
+        QVERIFY(a.synchronize());
+        QVERIFY(b.synchronize() && c.synchronize());
+        withPlan(a, QStringLiteral("A"), QStringLiteral("a2")); // a changes A,
+        withPlan(b, QStringLiteral("B"), QStringLiteral("b"));  // b adds B,
+        withPlan(c, QStringLiteral("old"), QVariant());         // c removes old,
+        withPlan(c, QStringLiteral("C"), QStringLiteral("c"));  // and adds C
+        QVERIFY(c.synchronize() && b.synchronize() && a.synchronize());
+        const QVariantMap expected{
+            {QStringLiteral("A"), QVariantMap{{QStringLiteral("label"), QStringLiteral("a2")}}},
+            {QStringLiteral("B"), QVariantMap{{QStringLiteral("label"), QStringLiteral("b")}}},
+            {QStringLiteral("C"), QVariantMap{{QStringLiteral("label"), QStringLiteral("c")}}}};
+        QCOMPARE(plans(a), expected);
+        QCOMPARE(plans(*std::make_unique<SettingsDomain>(path())), expected);
+    }
+
+    // What the file could not read back is refused when written.
+    void unwritableValuesAreRefused_data()
+    {
+        QTest::addColumn<QVariant>("value");
+        QTest::newRow("year 0") << QVariant(QDateTime(QDate(0, 12, 31), QTime(12, 0), Qt::UTC));
+        QTest::newRow("year 10000 in UTC")
+            << QVariant(QDateTime(QDate(9999, 12, 31), QTime(23, 30), QTimeZone(-3600)));
+        QTest::newRow("control character") << QVariant(QStringLiteral("a\u0001b"));
+        QVariant deep = QVariantList();
+        for (int i = 0; i < PropertyList::kMaxDepth + 1; ++i)
+            deep = QVariantList{deep};
+        QTest::newRow("nested too deep") << deep;
+    }
+
+    void unwritableValuesAreRefused()
+    {
+        QFETCH(QVariant, value);
+        SettingsDomain d(path());
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("refused")));
+        QVERIFY(!d.setValue(QStringLiteral("K"), value));
+        QVERIFY(d.value(QStringLiteral("K")).isNull());
+    }
+
+    // A damaged file: with a good copy from before the last write the domain goes back to it (less
+    // the counter baselines) and keeps the damaged bytes aside; without one it refuses, leaves the
+    // file as it is and writes nothing.
+    void damagedFile_data()
     {
         QTest::addColumn<QByteArray>("content");
         QTest::newRow("garbage") << QByteArray("\x89PNG not a settings file");
@@ -108,25 +168,52 @@ private slots:
             << QByteArray("<?xml version=\"1.0\"?><plist version=\"1.0\"><array/></plist>");
         QTest::newRow("bad integer") << QByteArray(
             "<plist version=\"1.0\"><dict><key>a</key><integer>x1</integer></dict></plist>");
+        QTest::newRow("empty date") << QByteArray(
+            "<plist version=\"1.0\"><dict><key>a</key><date></date></dict></plist>");
+        QTest::newRow("year 10000") << QByteArray(
+            "<plist version=\"1.0\"><dict><key>a</key><date>+10000-01-01T00:00:00Z</date></dict></plist>");
+        QTest::newRow("50,000 levels deep") << "<plist version=\"1.0\"><dict><key>a</key>" +
+                                                   QByteArray("<array>").repeated(50000) +
+                                                   QByteArray("</array>").repeated(50000) + "</dict></plist>";
     }
 
-    void unreadableFileIsMovedAsideAndKept()
+    void damagedFile()
     {
         QFETCH(QByteArray, content);
         {
-            QFile f(path());
-            QVERIFY(f.open(QIODevice::WriteOnly));
-            f.write(content);
+            SettingsDomain d(path());
+            d.setValue(QStringLiteral("plan"), QStringLiteral("kept"));
+            d.setValue(QStringLiteral("PREF_prevCellIn"), 100.0);
+            QVERIFY(d.synchronize());
+            d.setValue(QStringLiteral("later"), 2);
+            QVERIFY(d.synchronize()); // the version before this write is the good copy
         }
-        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("cannot be read.*kept as")));
-        SettingsDomain d(path());
-        QVERIFY(d.dictionaryRepresentation().isEmpty());
-        QFile aside(d.lastMovedAside());
+        const auto damage = [&] {
+            QFile f(path());
+            QVERIFY(f.open(QIODevice::WriteOnly | QIODevice::Truncate));
+            f.write(content);
+        };
+        damage();
+        QTest::ignoreMessage(QtWarningMsg,
+                             QRegularExpression(QStringLiteral("went back to the last good copy")));
+        SettingsDomain restored(path());
+        QVERIFY(restored.loadError().isEmpty());
+        QCOMPARE(restored.stringForKey(QStringLiteral("plan")), QStringLiteral("kept"));
+        QVERIFY(restored.value(QStringLiteral("PREF_prevCellIn")).isNull()); // may be a sample old
+        QFile aside(restored.lastMovedAside());
         QVERIFY(aside.open(QIODevice::ReadOnly));
         QCOMPARE(aside.readAll(), content);
-        d.setValue(QStringLiteral("k"), 2);
-        QVERIFY(d.synchronize());
-        QCOMPARE(SettingsDomain(path()).integerForKey(QStringLiteral("k")), 2);
+        QCOMPARE(SettingsDomain(path()).stringForKey(QStringLiteral("plan")), QStringLiteral("kept"));
+
+        QFile::remove(restored.lastGoodPath());
+        damage();
+        SettingsDomain refused(path());
+        QVERIFY(refused.loadError().contains(path()));
+        refused.setValue(QStringLiteral("k"), 2);
+        QVERIFY(!refused.synchronize());
+        QFile f(path());
+        QVERIFY(f.open(QIODevice::ReadOnly));
+        QCOMPARE(f.readAll(), content);
     }
 };
 

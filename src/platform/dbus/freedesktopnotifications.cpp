@@ -1,6 +1,7 @@
 #include "freedesktopnotifications.h"
 
 #include "core/clock.h"
+#include "core/privatefiles.h"
 
 #include <QDBusMessage>
 #include <QDBusReply>
@@ -8,7 +9,6 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QLoggingCategory>
-#include <QSaveFile>
 #include <QThread>
 
 #include <algorithm>
@@ -46,7 +46,7 @@ class FreedesktopNotifications::State
 public:
     State(const QString &path, const QString &lockPath) : m_path(path)
     {
-        m_fd = ::open(QFile::encodeName(lockPath).constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
+        m_fd = PrivateFiles::openPrivate(lockPath, O_RDWR, nullptr);
         while (m_fd >= 0 && ::flock(m_fd, LOCK_EX) != 0 && errno == EINTR) {
         }
         QFile f(path);
@@ -65,11 +65,10 @@ public:
 
     void save()
     {
-        QSaveFile f(m_path);
         const QJsonObject doc{{QStringLiteral("pending"), pending}, {QStringLiteral("shown"), shown}};
-        if (!f.open(QIODevice::WriteOnly) || f.write(QJsonDocument(doc).toJson()) < 0 || !f.commit())
-            qCWarning(lcNotify, "cannot save pending notifications to %s: %s", qPrintable(m_path),
-                      qPrintable(f.errorString()));
+        QString error;
+        if (!PrivateFiles::writeFile(m_path, QJsonDocument(doc).toJson(), &error))
+            qCWarning(lcNotify, "cannot save pending notifications: %s", qPrintable(error));
     }
 
     void removePending(const QStringList &identifiers)
@@ -95,6 +94,13 @@ FreedesktopNotifications::FreedesktopNotifications(const QString &container, QDB
 {
     m_timer.setSingleShot(true);
     connect(&m_timer, &QTimer::timeout, this, &FreedesktopNotifications::deliverDue);
+    // Another process's request lands in the state file, which is replaced whole: watch its folder.
+    m_watcher.addPath(container);
+    connect(&m_watcher, &QFileSystemWatcher::directoryChanged, this, [this] {
+        const QDateTime next = nextDue();
+        if (next.isValid() && (!m_timer.isActive() || next < m_clock.now().addMSecs(m_timer.remainingTime())))
+            armTimer(next);
+    });
 }
 
 quint32 FreedesktopNotifications::notify(QJsonObject &shown, const QString &identifier, const QString &title,
@@ -127,12 +133,17 @@ void FreedesktopNotifications::addRequest(const NotificationRequest &request)
         if (request.trigger == NotificationRequest::Trigger::Now) {
             notify(state.shown, request.identifier, request.title, request.body);
         } else {
-            state.pending.append(
-                QJsonObject{{QStringLiteral("identifier"), request.identifier},
-                            {QStringLiteral("title"), request.title},
-                            {QStringLiteral("body"), request.body},
-                            {QStringLiteral("fireAt"),
-                             fireTime(request, m_clock.now()).toUTC().toString(Qt::ISODateWithMs)}});
+            QJsonObject entry{{QStringLiteral("identifier"), request.identifier},
+                              {QStringLiteral("title"), request.title},
+                              {QStringLiteral("body"), request.body},
+                              {QStringLiteral("fireAt"),
+                               fireTime(request, m_clock.now()).toUTC().toString(Qt::ISODateWithMs)}};
+            if (request.trigger == NotificationRequest::Trigger::AtCalendarHour)
+                // A reminder of a day's hour means nothing once the day is over.
+                entry.insert(
+                    QStringLiteral("expireAt"),
+                    QDateTime(request.date.addDays(1), QTime(0, 0)).toUTC().toString(Qt::ISODateWithMs));
+            state.pending.append(entry);
         }
         state.save();
     }
@@ -183,8 +194,16 @@ void FreedesktopNotifications::deliverDue()
                 ++i;
                 continue;
             }
-            notify(state.shown, r.value(QStringLiteral("identifier")).toString(),
-                   r.value(QStringLiteral("title")).toString(), r.value(QStringLiteral("body")).toString());
+            const QDateTime expires =
+                QDateTime::fromString(r.value(QStringLiteral("expireAt")).toString(), Qt::ISODateWithMs);
+            if (expires.isValid() && expires <= now)
+                qCInfo(lcNotify, "reminder %s of %s dropped: its day is over",
+                       qPrintable(r.value(QStringLiteral("identifier")).toString()),
+                       qPrintable(at.toLocalTime().toString(Qt::ISODate)));
+            else
+                notify(state.shown, r.value(QStringLiteral("identifier")).toString(),
+                       r.value(QStringLiteral("title")).toString(),
+                       r.value(QStringLiteral("body")).toString());
             state.pending.removeAt(i);
             changed = true;
         }

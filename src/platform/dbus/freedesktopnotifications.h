@@ -4,6 +4,7 @@
 
 #include <QDBusConnection>
 #include <QDateTime>
+#include <QFileSystemWatcher>
 #include <QJsonObject>
 #include <QObject>
 #include <QTimer>
@@ -14,6 +15,8 @@ class Clock;
 // container (notifications.json), so they survive a restart and are delivered once, under a lock,
 // by whichever Tallymo process is running when they fall due. Identifiers map to the server's ids
 // (replaces_id) so a new request replaces what an earlier one with that identifier showed.
+// A running process picks up requests that other processes add (it watches the container), and a
+// reminder for a calendar hour that was missed by more than its day is dropped, not shown late.
 class FreedesktopNotifications : public QObject, public UserNotificationCenter
 {
     Q_OBJECT
@@ -42,5 +45,6 @@ private:
     QDBusConnection m_bus;
     const Clock &m_clock;
     QTimer m_timer;
+    QFileSystemWatcher m_watcher;
     bool m_warnedNoServer = false;
 };

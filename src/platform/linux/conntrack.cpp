@@ -47,7 +47,26 @@ struct Flow
     quint64 bytes = 0;
     bool counted = false; // accounting present
     quint32 id = 0;
+    quint16 sourcePort = 0, destinationPort = 0;
+    quint64 start = 0; // when the flow began (ns), where the kernel keeps time stamps
 };
+
+// The kernel reuses flow ids: a flow is known by its id, its original tuple and, where the kernel
+// keeps time stamps, its start.
+QString flowKey(const QString &bootId, const Flow &f)
+{
+    const auto address = [&f](const unsigned char *a) {
+        return QString::fromLatin1(QByteArray(reinterpret_cast<const char *>(a), f.v6 ? 16 : 4).toHex());
+    };
+    return QStringLiteral("%1-ct-%2-%3:%4-%5:%6-%7")
+        .arg(bootId)
+        .arg(f.id)
+        .arg(address(f.source))
+        .arg(f.sourcePort)
+        .arg(address(f.destination))
+        .arg(f.destinationPort)
+        .arg(f.start);
+}
 
 void readTuple(const Attribute &tuple, Flow &flow)
 {
@@ -65,6 +84,10 @@ void readTuple(const Attribute &tuple, Flow &flow)
             forEach(part.data(), part.length(), [&](const Attribute &p) {
                 if (p.type() == CTA_PROTO_NUM && p.length() >= 1)
                     flow.protocol = quint8(p.data()[0]);
+                else if ((p.type() == CTA_PROTO_SRC_PORT || p.type() == CTA_PROTO_DST_PORT) &&
+                         p.length() >= 2)
+                    (p.type() == CTA_PROTO_SRC_PORT ? flow.sourcePort : flow.destinationPort) =
+                        qFromBigEndian<quint16>(p.data());
             });
         }
     });
@@ -140,6 +163,11 @@ std::optional<ConnectionTable> ConntrackFlows::udp()
                             readTuple(a, flow);
                         else if (a.type() == CTA_ID && a.length() >= 4)
                             flow.id = qFromBigEndian<quint32>(a.data());
+                        else if (a.type() == CTA_TIMESTAMP)
+                            forEach(a.data(), a.length(), [&](const Attribute &t) {
+                                if (t.type() == CTA_TIMESTAMP_START && t.length() >= 8)
+                                    flow.start = qFromBigEndian<quint64>(t.data());
+                            });
                         else if (a.type() == CTA_COUNTERS_ORIG || a.type() == CTA_COUNTERS_REPLY)
                             forEach(a.data(), a.length(), [&](const Attribute &c) {
                                 if (c.type() == CTA_COUNTERS_BYTES && c.length() >= 8) {
@@ -157,8 +185,7 @@ std::optional<ConnectionTable> ConntrackFlows::udp()
             if (!peer)
                 peer = counted(flow.source, flow.v6);
             if (peer && flow.counted)
-                table.insert(m_bootId + QStringLiteral("-ct-") + QString::number(flow.id),
-                             ConnectionEntry{flow.bytes, *peer});
+                table.insert(flowKey(m_bootId, flow), ConnectionEntry{flow.bytes, *peer});
         }
     }
     ::close(fd);

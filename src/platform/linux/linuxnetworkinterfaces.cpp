@@ -22,15 +22,18 @@ QByteArray readSmallFile(const QString &path)
 
 } // namespace
 
-LinuxNetworkInterfaces::LinuxNetworkInterfaces(QString procNetDev, QString sysfsNet)
-    : m_procNetDev(std::move(procNetDev)), m_sysfsNet(std::move(sysfsNet))
+LinuxNetworkInterfaces::LinuxNetworkInterfaces(QString procNetDev, QString sysfsNet, QString bootIdFile)
+    : m_procNetDev(std::move(procNetDev)), m_sysfsNet(std::move(sysfsNet)),
+      m_bootIdFile(std::move(bootIdFile))
 {}
 
 LinuxNetworkInterfaces LinuxNetworkInterfaces::fromEnvironment()
 {
     const QString proc = qEnvironmentVariable("TALLYMO_PROC_NET_DEV", QStringLiteral("/proc/net/dev"));
     const QString sysfs = qEnvironmentVariable("TALLYMO_SYSFS_NET", QStringLiteral("/sys/class/net"));
-    return LinuxNetworkInterfaces(proc, sysfs);
+    const QString boot =
+        qEnvironmentVariable("TALLYMO_BOOT_ID_FILE", QStringLiteral("/proc/sys/kernel/random/boot_id"));
+    return LinuxNetworkInterfaces(proc, sysfs, boot);
 }
 
 std::optional<QList<LinkCounters>> LinuxNetworkInterfaces::parseProcNetDev(const QByteArray &text)
@@ -95,5 +98,17 @@ bool LinuxNetworkInterfaces::isCellularLink(const QString &name)
         if (line.trimmed() == "DEVTYPE=wwan")
             return true;
     const int type = readSmallFile(base + QStringLiteral("/type")).trimmed().toInt();
-    return type == kArphrdPpp || type == kArphrdRawIp;
+    if (type == kArphrdRawIp)
+        return true;
+    return type == kArphrdPpp && m_modemLinks && m_modemLinks().contains(name);
+}
+
+int LinuxNetworkInterfaces::interfaceIndex(const QString &name)
+{
+    return readSmallFile(m_sysfsNet + QLatin1Char('/') + name + QStringLiteral("/ifindex")).trimmed().toInt();
+}
+
+QString LinuxNetworkInterfaces::bootId()
+{
+    return QString::fromLatin1(readSmallFile(m_bootIdFile).trimmed());
 }

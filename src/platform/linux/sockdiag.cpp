@@ -3,6 +3,7 @@
 #include <QFile>
 #include <QLoggingCategory>
 #include <QSocketNotifier>
+#include <QtEndian>
 
 #include <linux/inet_diag.h>
 #include <linux/netlink.h>
@@ -175,10 +176,13 @@ bool SockDiagConnections::parse(const char *data, int left, ConnectionTable &tab
         const auto *d = static_cast<const inet_diag_msg *>(NLMSG_DATA(h));
         const auto *remote = reinterpret_cast<const unsigned char *>(d->id.idiag_dst);
         std::optional<QString> address;
-        if (d->idiag_family == AF_INET) {
-            if (!ConnectionTables::isCountedIPv4(ntohl(d->id.idiag_dst[0])))
+        if (d->idiag_family == AF_INET || ConnectionTables::isMappedIPv4(remote)) {
+            // A dual-stack socket talking to an IPv4 peer sees it as ::ffff:a.b.c.d: the peer is
+            // that IPv4 address, under the IPv4 rules and by its IPv4 name.
+            const unsigned char *v4 = d->idiag_family == AF_INET ? remote : remote + 12;
+            if (!ConnectionTables::isCountedIPv4(qFromBigEndian<quint32>(v4)))
                 continue;
-            address = ConnectionTables::printIP4(remote);
+            address = ConnectionTables::printIP4(v4);
         } else {
             if (!ConnectionTables::isCountedIPv6(remote))
                 continue;

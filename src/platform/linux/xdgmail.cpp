@@ -1,7 +1,10 @@
 #include "xdgmail.h"
 
+#include "core/privatefiles.h"
+
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QProcess>
 #include <QStandardPaths>
 
@@ -18,14 +21,20 @@ bool XdgMail::canSendMail()
 
 bool XdgMail::compose(const QString &subject, const QString &file, const QString &attachmentName)
 {
-    QString dir = QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation);
-    if (dir.isEmpty())
-        dir = QDir::tempPath();
-    dir += QStringLiteral("/tallymo-mail");
-    QDir().mkpath(dir);
+    // The attachment is the user's usage history: it goes into the user's own runtime or cache
+    // folder, never into a shared temporary one.
+    const QString runtime = qEnvironmentVariable("XDG_RUNTIME_DIR");
+    const QString dir = (!runtime.isEmpty() && QFileInfo(runtime).isDir()
+                             ? runtime
+                             : QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation)) +
+                        QStringLiteral("/tallymo/mail");
     const QString attachment = dir + QLatin1Char('/') + attachmentName;
-    QFile::remove(attachment);
-    if (!QFile::copy(file, attachment))
+    QFile source(file);
+    QString error;
+    if (!source.open(QIODevice::ReadOnly) ||
+        !PrivateFiles::makePrivateFolder(QFileInfo(dir).path(), &error) ||
+        !PrivateFiles::makePrivateFolder(dir, &error) ||
+        !PrivateFiles::writeFile(attachment, source.readAll(), &error))
         return false;
     // xdg-email exits 3 when no program handles mailto.
     return QProcess::execute(QStringLiteral("xdg-email"), {QStringLiteral("--subject"), subject,

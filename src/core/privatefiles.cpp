@@ -1,0 +1,127 @@
+#include "privatefiles.h"
+
+#include "logging.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QRandomGenerator>
+
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace PrivateFiles {
+namespace {
+
+bool fail(QString *error, const QString &what, int err)
+{
+    if (error)
+        *error = what + QStringLiteral(": ") + QString::fromLocal8Bit(strerror(err));
+    return false;
+}
+
+bool writeAll(int fd, QByteArrayView data)
+{
+    const char *p = data.data();
+    qsizetype left = data.size();
+    while (left > 0) {
+        const ssize_t n = ::write(fd, p, size_t(left));
+        if (n < 0) {
+            if (errno == EINTR)
+                continue;
+            return false;
+        }
+        p += n;
+        left -= n;
+    }
+    return true;
+}
+
+void syncFolder(const QByteArray &folder)
+{
+    const int fd = ::open(folder.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (fd < 0)
+        return;
+    ::fsync(fd);
+    ::close(fd);
+}
+
+} // namespace
+
+bool makePrivateFolder(const QString &path, QString *error)
+{
+    const QByteArray p = QFile::encodeName(path);
+    // The parents (~/.local/share and the like) are the user's own business; only ours is private.
+    QDir().mkpath(QFileInfo(path).absolutePath());
+    if (::mkdir(p.constData(), 0700) != 0 && errno != EEXIST)
+        return fail(error, path, errno);
+    struct stat st;
+    if (::stat(p.constData(), &st) != 0)
+        return fail(error, path, errno);
+    if ((st.st_mode & 077) != 0 && st.st_uid == ::geteuid() && ::chmod(p.constData(), st.st_mode & 0700) != 0)
+        qCWarning(lcCore, "cannot make %s private: %s", p.constData(), strerror(errno));
+    return true;
+}
+
+bool writeFile(const QString &path, QByteArrayView data, QString *error, const QString &keepPrevious)
+{
+    const QByteArray target = QFile::encodeName(path);
+    const QByteArray temp = target + ".new-" + QByteArray::number(::getpid()) + '-' +
+                            QByteArray::number(QRandomGenerator::global()->generate(), 16);
+    const int fd = ::open(temp.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+    if (fd < 0)
+        return fail(error, path, errno);
+    ::fchmod(fd, 0600);
+    if (!writeAll(fd, data) || ::fsync(fd) != 0) {
+        const int err = errno;
+        ::close(fd);
+        ::unlink(temp.constData());
+        return fail(error, path, err);
+    }
+    if (::close(fd) != 0) {
+        const int err = errno;
+        ::unlink(temp.constData());
+        return fail(error, path, err);
+    }
+    if (!keepPrevious.isEmpty()) {
+        // A second name for the file being replaced: a link costs no data blocks, so it holds on a
+        // full disk too. Failing to keep it is no reason to fail the write.
+        const QByteArray kept = QFile::encodeName(keepPrevious);
+        const QByteArray keptTemp = kept + ".new-" + QByteArray::number(::getpid());
+        ::unlink(keptTemp.constData());
+        if (::link(target.constData(), keptTemp.constData()) == 0) {
+            if (::rename(keptTemp.constData(), kept.constData()) != 0) {
+                qCWarning(lcCore, "cannot keep %s: %s", kept.constData(), strerror(errno));
+                ::unlink(keptTemp.constData());
+            }
+        } else if (errno != ENOENT) {
+            qCWarning(lcCore, "cannot keep %s: %s", kept.constData(), strerror(errno));
+        }
+    }
+    if (::rename(temp.constData(), target.constData()) != 0) {
+        const int err = errno;
+        ::unlink(temp.constData());
+        return fail(error, path, err);
+    }
+    syncFolder(QFile::encodeName(QFileInfo(path).absolutePath()));
+    return true;
+}
+
+int openPrivate(const QString &path, int flags, QString *error)
+{
+    const QByteArray p = QFile::encodeName(path);
+    const int fd = ::open(p.constData(), flags | O_CREAT | O_CLOEXEC, 0600);
+    if (fd < 0) {
+        fail(error, path, errno);
+        return -1;
+    }
+    struct stat st;
+    if (::fstat(fd, &st) == 0 && (st.st_mode & 077) != 0 && st.st_uid == ::geteuid())
+        ::fchmod(fd, st.st_mode & 0600);
+    return fd;
+}
+
+} // namespace PrivateFiles
