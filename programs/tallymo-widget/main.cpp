@@ -2,6 +2,7 @@
 // process is sampling), computes the record from the store, prints it; with --follow, once more
 // after every reload and at least every 15 minutes.
 #include "core/settingskeys.h"
+#include "core/privatefiles.h"
 #include "core/sharedcode.h"
 #include "platform/linux/linuxnetworkinterfaces.h"
 #include "platform/linux/paths.h"
@@ -84,6 +85,10 @@ int main(int argc, char **argv)
     LinuxNetworkInterfaces interfaces = LinuxNetworkInterfaces::fromEnvironment();
     SharedCode shared(SharedCode::Services{Paths::container(), &interfaces});
     SharedCode::setSharedInstance(&shared);
+    if (const QString error = shared.userPref().loadError(); !error.isEmpty()) {
+        std::fprintf(stderr, "tallymo-widget: %s\n", qPrintable(error));
+        return 1;
+    }
     const auto emitRecord = [&] {
         const QVariantMap record = currentRecord(shared);
         const QByteArray line = WidgetOutput::render(
@@ -99,7 +104,7 @@ int main(int argc, char **argv)
     // A reload replaces the record file whole: watch the directory (the file is a new one each time).
     const QString file = WidgetRecord::recordFilePath();
     const QString dir = QFileInfo(file).path();
-    QDir().mkpath(dir);
+    PrivateFiles::makePrivateFolder(dir);
     QFileSystemWatcher watcher({dir});
     QTimer settle; // one line for the burst of changes a replace makes
     settle.setSingleShot(true);

@@ -22,7 +22,9 @@ void report(DataUsageAppDelegate &delegate, const QString &trigger)
     const SampleResult r = delegate.lastSample();
     const CurrentValues v = delegate.values();
     QString what;
-    if (!r.locked)
+    if (!r.failure.isEmpty())
+        what = QStringLiteral("not recorded: ") + r.failure; // the service goes on with what it has
+    else if (!r.locked)
         what = QStringLiteral("skipped (another process is sampling)");
     else if (!r.countersRead)
         what = QStringLiteral("counters unreadable");

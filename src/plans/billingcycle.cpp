@@ -11,18 +11,11 @@
 
 namespace BillingCycle {
 
+// Qt names the first moment of a day: where clocks go back across midnight (01:00 to 00:00), the
+// first of its two 00:00s (checked for America/Havana and Atlantic/Azores).
 QDateTime dayStart(const QDate &day)
 {
-    const QDateTime named = day.startOfDay();
-    if (!named.isValid() || named.addSecs(-1).toLocalTime().date() != day)
-        return named;
-    // The second before is on the same day: 00:00 came twice. Find the first moment of the day.
-    qint64 before = -4 * 3600, after = 0; // no zone has ever gone back by more than a few hours
-    while (after - before > 1) {
-        const qint64 mid = before + (after - before) / 2;
-        (named.addSecs(mid).toLocalTime().date() == day ? after : before) = mid;
-    }
-    return named.addSecs(after).toLocalTime();
+    return day.startOfDay();
 }
 
 QDateTime midnightOf(const QDateTime &date)
@@ -137,7 +130,7 @@ Period SharedCode::computeStartEndDates(const QDateTime &date, const QString &pl
     // Read defensively: values no screen or command stores (a hand-edited file) are brought into
     // range, so that dates stay representable and the period is a week's, a month's, N days'.
     s.type = dataPlanTypeForPlan(plan);
-    s.billDay = std::clamp<qint64>(integerForPlan(plan, Keys::PREF_BILLDAY), -31, 31);
+    s.billDay = std::clamp<qint64>(integerForPlan(plan, Keys::PREF_BILLDAY), 0, 31);
     const QVariant anchor = getForPlan(plan, Keys::PREF_30DAY_START);
     if (anchor.typeId() == QMetaType::QDateTime && anchor.toDateTime().isValid())
         s.anchor = anchor.toDateTime();

@@ -27,8 +27,7 @@ struct Settings
 Period periodContaining(const QDateTime &date, const Settings &settings);
 
 QDateTime midnightOf(const QDateTime &date);
-// The first moment of a local day. Where clocks go back across midnight (01:00 to 00:00) the day
-// has two 00:00s; it begins at the first.
+// The first moment of a local day; where 00:00 happens twice, the first.
 QDateTime dayStart(const QDate &day);
 // The start of the local hour of a moment: the local minutes and seconds cut off the instant itself,
 // exact in the repeated hour of a daylight-saving fall-back and in zones offset by part of an hour.

@@ -188,9 +188,54 @@ private slots:
                                                        << "2024-03-10T12:00"
                                                        << "2024-03-09T00:00:00-05:00"
                                                        << "2024-03-11T00:00:00-04:00";
+        // Clocks back from 01:00 to 00:00: the day has two midnights and starts at the first.
+        QTest::newRow("Havana daily in the first 00:xx hour")
+            << havana << 4 << 1 << none << "2024-11-03T00:30:00-04:00"
+            << "2024-11-03T00:00:00-04:00"
+            << "2024-11-04T00:00:00-05:00";
+        QTest::newRow("Havana monthly from the day with two midnights")
+            << havana << 0 << 3 << none << "2024-11-03T00:10:00-04:00"
+            << "2024-11-03T00:00:00-04:00"
+            << "2024-12-03T00:00:00-05:00";
+        QTest::newRow("week start 99 counts round the week") << utc << 2 << 99 << none << "2026-11-25"
+                                                             << "2026-11-22T00:00:00Z"
+                                                             << "2026-11-29T00:00:00Z";
         QTest::newRow("Havana daily on the short day") << havana << 4 << 1 << none << "2024-03-10T08:00"
                                                        << "2024-03-10T01:00:00-04:00"
                                                        << "2024-03-11T00:00:00-04:00";
+    }
+
+    // Whatever a hand-edited file holds, the period is a real one around the date.
+    void oddSettingsStillGiveAPeriodAroundTheDate_data()
+    {
+        QTest::addColumn<int>("type");
+        QTest::addColumn<QString>("key");
+        QTest::addColumn<qint64>("value");
+        QTest::newRow("N of 2^62") << 4 << QString(Keys::PREF_NDAYS_N) << (qint64(1) << 62);
+        QTest::newRow("N negative") << 4 << QString(Keys::PREF_NDAYS_N) << qint64(-5);
+        QTest::newRow("bill day 2^62") << 0 << QString(Keys::PREF_BILLDAY) << (qint64(1) << 62);
+        QTest::newRow("bill day -2^62") << 0 << QString(Keys::PREF_BILLDAY) << -(qint64(1) << 62);
+        QTest::newRow("week start -2^62") << 2 << QString(Keys::PREF_WEEK_START) << -(qint64(1) << 62);
+    }
+
+    void oddSettingsStillGiveAPeriodAroundTheDate()
+    {
+        QFETCH(int, type);
+        QFETCH(QString, key);
+        QFETCH(qint64, value);
+        ZoneScope tz("Europe/Berlin");
+        TestContainer c;
+        auto shared = c.open();
+        shared->userPref().setValue(Keys::PREF_ACTIVE_PLAN, QStringLiteral("P"));
+        shared->setForPlan(QString(), Keys::PREF_BILLTYPE, type);
+        if (key == QLatin1StringView(Keys::PREF_WEEK_START.name))
+            shared->userPref().setValue(key, value);
+        else
+            shared->setForPlan(QString(), key, value);
+        const QDateTime when = local(QStringLiteral("2026-11-23T15:00"));
+        const Period p = shared->computeStartEndDates(when, QString());
+        QVERIFY2(p.contains(when), qPrintable(withOffset(p.start) + QLatin1Char(' ') + withOffset(p.end)));
+        QVERIFY(p.start.daysTo(p.end) <= 3650);
     }
 
     void periods()
