@@ -91,6 +91,8 @@ int main(int argc, char **argv)
         if (!desktopLoaded) {
             desktopLoaded = true;
             desktop = loadDesktopServices(*shared);
+            if (desktop) // a PPP link is cellular when it is a connected modem's
+                interfaces.setModemLinks([d = desktop.get()] { return d->modemDataLinks(); });
             DataUsageAppDelegate::Services services;
             services.application = &tasks;
             if (desktop) {

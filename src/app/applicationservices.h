@@ -134,6 +134,9 @@ public:
     virtual bool pushToBackgroundService() = 0;
     virtual WatchSession *watch() = 0;
     virtual HostNameResolver *hostNames() = 0;
+    // The data links (interface names) of the modems that are connected now, as the modem manager
+    // reports them; empty when none or when it cannot be asked. Safe on any thread.
+    virtual QStringList modemDataLinks() = 0;
     // Widget reloads; the record is computed from the shared code's active plan.
     virtual WidgetCenter *widgetCenter(SharedCode &shared) = 0;
     // A terminal companion of the watch session: registers, asks once (`report` gets "reply" and

@@ -15,6 +15,8 @@ import threading
 import time
 import unittest
 import uuid
+
+import dbus
 from contextlib import closing
 from pathlib import Path
 
@@ -157,6 +159,46 @@ class CellularLinks(Case):
             c.run("sample")
         t = c.totals()
         self.assertEqual((t["wifiIn"], t["wifiOut"]), (900000, 90000))
+
+
+class ModemPppLink(Case):
+    """A PPP link is cellular when the modem manager (on the system bus) names it as the data link of
+    a connected bearer; otherwise it is a VPN's or a serial line's and is not counted."""
+
+    def test_ppp_counts_only_as_a_connected_modems_link(self):
+        for connected, expected in [(True, 700000 + 70000), (False, 0)]:
+            with self.subTest(connected=connected):
+                c = self.container(wifi=())
+                os.makedirs(os.path.join(c.sysfs, "ppp0"))
+                Path(c.sysfs, "ppp0", "type").write_text("512\n")
+                system = subprocess.check_output(["dbus-daemon", "--session", "--fork", "--print-address=1",
+                                                  "--print-pid=1"], text=True).split()
+                env = dict(c.env, DBUS_SYSTEM_BUS_ADDRESS=system[0])
+                mock = subprocess.Popen(["/usr/bin/python3", "-m", "dbusmock", "--system",
+                                         "org.freedesktop.ModemManager1", "/org/freedesktop/ModemManager1",
+                                         "org.freedesktop.DBus.ObjectManager"], env=env,
+                                        stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+                try:
+                    bearer = ('{dbus.ObjectPath("/org/freedesktop/ModemManager1/Bearer/0"): '
+                              '{"org.freedesktop.ModemManager1.Bearer": {"Interface": "ppp0", '
+                              f'"Connected": {connected}}}}}}}')
+                    bus = dbus.bus.BusConnection(system[0])
+                    for _ in range(200):
+                        if bus.name_has_owner("org.freedesktop.ModemManager1"):
+                            break
+                        time.sleep(0.05)
+                    bus.get_object("org.freedesktop.ModemManager1", "/org/freedesktop/ModemManager1").AddMethod(
+                        "org.freedesktop.DBus.ObjectManager", "GetManagedObjects", "", "a{oa{sa{sv}}}",
+                        "ret = " + bearer, dbus_interface="org.freedesktop.DBus.Mock")
+                    bus.close()
+                    for counters in [(1000, 100), (501000, 50100), (701000, 70100)]:
+                        c.write_counters({"ppp0": counters})
+                        c.run("refresh", env=env)
+                finally:
+                    mock.terminate()
+                    mock.wait()
+                    os.kill(int(system[1]), signal.SIGTERM)
+                self.assertEqual(c.totals()["cellIn"] + c.totals()["cellOut"], expected)
 
 
 def ip(*args):

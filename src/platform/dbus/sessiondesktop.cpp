@@ -1,5 +1,7 @@
 #include "sessiondesktop.h"
 
+#include "modemmanagerlinks.h"
+
 #include "backgroundserviceobject.h"
 
 #include <QDBusConnectionInterface>
@@ -78,4 +80,9 @@ bool SessionDesktop::startWatchCompanion(bool follow, bool complication,
 DesktopServices *tallymo_desktop_services(const QString &container, const Clock &clock)
 {
     return new SessionDesktop(container, clock);
+}
+
+QStringList SessionDesktop::modemDataLinks()
+{
+    return ModemManagerLinks::connected(QDBusConnection::systemBus());
 }

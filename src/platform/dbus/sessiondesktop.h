@@ -30,6 +30,7 @@ public:
     bool pushToBackgroundService() override;
     WatchSession *watch() override { return &m_watch; }
     HostNameResolver *hostNames() override { return &m_hostNames; }
+    QStringList modemDataLinks() override;
     WidgetCenter *widgetCenter(SharedCode &shared) override;
     bool startWatchCompanion(bool follow, bool complication,
                              std::function<void(const QString &, const QVariantMap &)> report,
