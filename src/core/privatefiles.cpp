@@ -6,6 +6,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QRandomGenerator>
+#include <QStandardPaths>
 
 #include <cerrno>
 #include <cstring>
@@ -108,6 +109,15 @@ bool writeFile(const QString &path, QByteArrayView data, QString *error, const Q
     }
     syncFolder(QFile::encodeName(QFileInfo(path).absolutePath()));
     return true;
+}
+
+QString runtimeFolder()
+{
+    const QString runtime = qEnvironmentVariable("XDG_RUNTIME_DIR");
+    const QString base = !runtime.isEmpty() && QFileInfo(runtime).isDir()
+                             ? runtime
+                             : QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation);
+    return base + QStringLiteral("/tallymo");
 }
 
 int openPrivate(const QString &path, int flags, QString *error)

@@ -17,6 +17,11 @@ bool makePrivateFolder(const QString &path, QString *error = nullptr);
 // under that name (a link, no copy), so the version before this write survives damage to this one.
 bool writeFile(const QString &path, QByteArrayView data, QString *error, const QString &keepPrevious = {});
 
+// Tallymo's folder for files that live only while the user is logged in (the widget record, mail
+// attachments): $XDG_RUNTIME_DIR/tallymo, or the user's cache folder when there is no runtime
+// folder; never a shared temporary folder.
+QString runtimeFolder();
+
 // Opens (creating when missing, 0600) a file for appending or rewriting in place; -1 with *error.
 int openPrivate(const QString &path, int flags, QString *error);
 

@@ -10,7 +10,6 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QJsonDocument>
-#include <QStandardPaths>
 
 #include <atomic>
 
@@ -102,13 +101,7 @@ QJsonObject toJson(const QVariantMap &record)
 
 QString recordFilePath()
 {
-    // The runtime folder is the user's own; without one, the user's cache folder (never a shared
-    // temporary folder: the record tells how much data the user used).
-    const QString runtime = qEnvironmentVariable("XDG_RUNTIME_DIR");
-    const QString base = !runtime.isEmpty() && QFileInfo(runtime).isDir()
-                             ? runtime
-                             : QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation);
-    return base + QStringLiteral("/tallymo/widget.json");
+    return PrivateFiles::runtimeFolder() + QStringLiteral("/widget.json"); // how much data the user used
 }
 
 bool writeRecordFile(const QVariantMap &record, const QString &path)

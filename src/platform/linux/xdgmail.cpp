@@ -6,7 +6,6 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QProcess>
-#include <QStandardPaths>
 
 bool XdgMail::canSendMail()
 {
@@ -21,13 +20,8 @@ bool XdgMail::canSendMail()
 
 bool XdgMail::compose(const QString &subject, const QString &file, const QString &attachmentName)
 {
-    // The attachment is the user's usage history: it goes into the user's own runtime or cache
-    // folder, never into a shared temporary one.
-    const QString runtime = qEnvironmentVariable("XDG_RUNTIME_DIR");
-    const QString dir = (!runtime.isEmpty() && QFileInfo(runtime).isDir()
-                             ? runtime
-                             : QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation)) +
-                        QStringLiteral("/tallymo/mail");
+    // The attachment is the user's usage history: it stays in the user's own folders.
+    const QString dir = PrivateFiles::runtimeFolder() + QStringLiteral("/mail");
     const QString attachment = dir + QLatin1Char('/') + attachmentName;
     QFile source(file);
     QString error;
