@@ -112,12 +112,6 @@ void DataUsageAppDelegate::resetCache()
     m_hostnameCache.reset(); // pages still open keep theirs until they go
 }
 
-qint64 DataUsageAppDelegate::roundedPercent(double percent)
-{
-    const double r = std::nearbyint(percent);
-    return std::isfinite(r) ? qint64(r) : 0;
-}
-
 std::pair<qint64, QString> DataUsageAppDelegate::timeLeft(const CurrentValues &v, const QString &plan) const
 {
     qint64 count;

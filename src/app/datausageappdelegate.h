@@ -3,6 +3,7 @@
 #include "applicationservices.h"
 #include "core/sharedcode.h"
 #include "location.h"
+#include "plans/datacap.h"
 
 #include <QMutex>
 
@@ -11,7 +12,6 @@
 
 #include <memory>
 
-class DayViewController;
 class WatchSession;
 class HostNameResolver;
 class HostNameCache;
@@ -76,10 +76,10 @@ public:
     // A cellular record of that many bytes, stamped now; nothing for 0 or less.
     void addUsageToCurrent(double bytes);
     std::shared_ptr<StoreContext> mocForPlan(const QString &plan);
-    // Makes the day history screen for the plan and hands it to `presentHistory` to show full screen
-    // over the presenter; the screen belongs to whoever presents it.
+    // Asks `presentHistory` to make the plan's day history screen and show it full screen over the
+    // presenter (the screens live above this layer; the screen belongs to whoever presents it).
     void showHistoryForPlan(const QString &plan, QObject *presenter, bool animated);
-    std::function<void(DayViewController *day, QObject *presenter, bool animated)> presentHistory;
+    std::function<void(const QString &plan, QObject *presenter, bool animated)> presentHistory;
     std::shared_ptr<StoreContext> tempMOC() const { return m_tempMOC; }
     void dropTempMOC() { m_tempMOC.reset(); }
 
@@ -187,7 +187,7 @@ public:
     bool canShowAlertOnRootView() const;
     static AlertValue alertControllerWithTitle(const QString &title, const QString &message);
     // ties to even, as the platform's rint
-    static qint64 roundedPercent(double percent);
+    static qint64 roundedPercent(double percent) { return DataCap::roundedPercent(percent); }
 
     static QString applicationLibraryDirectory();
 

@@ -3,7 +3,6 @@
 #include "core/logging.h"
 #include "core/settingskeys.h"
 #include "datausageappdelegate.h"
-#include "history/historycontrollers.h"
 
 #include <QFile>
 
@@ -84,5 +83,5 @@ void DataUsageAppDelegate::showHistoryForPlan(const QString &plan, QObject *pres
         qCWarning(lcCore) << "no screen can show the history of plan" << plan;
         return;
     }
-    presentHistory(new DayViewController(*this, plan), presenter, animated);
+    presentHistory(plan, presenter, animated);
 }

@@ -3,6 +3,7 @@
 #include "app/selectplancontroller.h"
 #include "arguments.h"
 #include "cli.h"
+#include "core/localtime.h"
 #include "core/propertylist.h"
 #include "core/settingskeys.h"
 #include "core/sharedcode.h"
@@ -54,7 +55,7 @@ void checkValue(const QString &key, const QVariant &value)
         range(1, 7);
     else if (key == Keys::PREF_30DAY_START &&
              (value.typeId() != QMetaType::QDateTime ||
-              value.toDateTime() != BillingCycle::midnightOf(value.toDateTime())))
+              value.toDateTime() != LocalTime::midnightOf(value.toDateTime())))
         throw UsageError(
             QStringLiteral("%1 takes a day (YYYY-MM-DD), not a moment: periods start at the start "
                            "of a day")

@@ -3,7 +3,7 @@
 #include "arguments.h"
 #include "cli.h"
 #include "core/settingskeys.h"
-#include "history/historycontrollers.h"
+#include "day/dayviewcontroller.h"
 #include "output.h"
 #include "plans/billingcycle.h"
 #include "sharing/commonshared.h"

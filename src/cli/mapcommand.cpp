@@ -2,6 +2,7 @@
 #include "app/datausageappdelegate.h"
 #include "arguments.h"
 #include "cli.h"
+#include "day/dayviewcontroller.h"
 #include "map/mapviewcontroller.h"
 #include "network/netviewcontroller.h"
 #include "output.h"

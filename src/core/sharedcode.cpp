@@ -1,5 +1,6 @@
 #include "sharedcode.h"
 
+#include "localtime.h"
 #include "logging.h"
 #include "privatefiles.h"
 #include "settingskeys.h"
@@ -198,6 +199,16 @@ std::shared_ptr<StoreContext> SharedCode::dataMOC() const
 {
     QMutexLocker locker(&m_contextMutex);
     return m_dataMOC;
+}
+
+QDateTime SharedCode::todayAtZeroHour() const
+{
+    return LocalTime::midnightOf(m_clock->now());
+}
+
+QDateTime SharedCode::nowAtHour() const
+{
+    return LocalTime::hourStart(m_clock->now());
 }
 
 bool isValidCoordinate(double latitude, double longitude)

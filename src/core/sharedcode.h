@@ -1,7 +1,8 @@
 #pragma once
 
 #include "clock.h"
-#include "network/connectiontable.h"
+#include "connections.h"
+#include "location.h"
 #include "networkinterfaces.h"
 #include "settingsdomain.h"
 #include "storecontext.h"
@@ -37,22 +38,7 @@ struct SampleResult
     QString failure;
 };
 
-// A position from the location service; a negative accuracy means none is known.
-struct LocationFix
-{
-    double latitude = kUnknownCoordinate;
-    double longitude = kUnknownCoordinate;
-    double horizontalAccuracy = -1; // metres
-    QDateTime timestamp;
-};
-
-bool isValidCoordinate(double latitude, double longitude);
-// Great-circle distance in metres.
-double metersBetween(double lat1, double lon1, double lat2, double lon2);
-
 // A billing period: the half-open range [start, end).
-class LocationService;
-
 struct Period
 {
     QDateTime start;

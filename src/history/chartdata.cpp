@@ -1,4 +1,5 @@
 #include "chartdata.h"
+#include "core/localtime.h"
 
 #include "core/sharedcode.h"
 #include "core/storecontext.h"
@@ -55,7 +56,7 @@ ChartBuckets bucketSums(StoreContext &context, const QDateTime &start, const QDa
     ChartBuckets buckets;
     for (const HourSums &h : context.hourlySums(start, end)) {
         // The hour's own start (exact in a repeated hour), or the start of its day.
-        const QDateTime key = bucket == Bucket::Hour ? BillingCycle::hourStart(h.timeStamp)
+        const QDateTime key = bucket == Bucket::Hour ? LocalTime::hourStart(h.timeStamp)
                                                      : h.timeStamp.toLocalTime().date().startOfDay();
         ChartData &d = buckets[key];
         d.sumCell += h.sums.cellIn + h.sums.cellOut;

@@ -3,9 +3,11 @@
 #include <QDateTime>
 #include <QList>
 #include <QMap>
+#include <QMetaType>
 #include <QString>
 
 #include <limits>
+#include <memory>
 
 class StoreContext;
 class SharedCode;
@@ -65,6 +67,16 @@ std::optional<ChartData> computeUsage(StoreContext &context, const QDateTime &st
 
 } // namespace History
 
+// A piece of styled text: what the views draw in the icon font, the number font or the unit font.
+struct TextRun
+{
+    enum Style { Glyph, Number, Unit };
+    QString text;
+    Style style;
+    bool operator==(const TextRun &) const = default;
+};
+using StyledText = QList<TextRun>;
+
 // Operations shared by the history screens.
 class DayChildHelper
 {
@@ -76,4 +88,20 @@ public:
     static QString hourFormat(const QDateTime &now);
     // A list pulled down by more than 100 points while the finger is still on it closes the history.
     static bool dismissScrollViewGesture(bool tracking, double contentOffsetY);
+    // "c" amount, "w" amount, as the day screen's header and the map's callouts show them.
+    static StyledText headerUsageStringForCell(double cell, double wifi);
+    // The totals line over all buckets of a range; empty without any.
+    static StyledText totalsLine(const ChartBuckets &buckets);
+};
+
+// What a page of the day screen is given of its day: the plan's store, the day's range and the
+// day's hours as the day screen has summed them (empty until then).
+class DayValue
+{
+public:
+    virtual ~DayValue() = default;
+    virtual std::shared_ptr<StoreContext> storeContext() const = 0;
+    virtual QDateTime thisDay() const = 0;
+    virtual QDateTime nextDay() const = 0;
+    virtual ChartBuckets dataForAllHours() const = 0;
 };

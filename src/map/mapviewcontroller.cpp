@@ -1,4 +1,5 @@
 #include "mapviewcontroller.h"
+#include "core/localtime.h"
 
 #include "app/datausageappdelegate.h"
 #include "core/settingskeys.h"
@@ -31,7 +32,7 @@ QMap<QDateTime, QList<MapData>> gather(const QList<PlaceSums> &rows)
 {
     QMap<QDateTime, QList<MapData>> pages;
     for (const PlaceSums &r : rows) {
-        const QDateTime hour = BillingCycle::hourStart(r.timeStamp);
+        const QDateTime hour = LocalTime::hourStart(r.timeStamp);
         addPlace(pages[hour], MKMapPointForCoordinate({r.latitude, r.longitude}),
                  r.sums.cellIn + r.sums.cellOut, r.sums.wifiIn + r.sums.wifiOut);
     }
@@ -69,7 +70,7 @@ Fit fitPage(const QList<MapData> &places, int hourIndex)
 
 } // namespace MapPlaces
 
-MapViewController::MapViewController(DataUsageAppDelegate &delegate, DayViewController &day,
+MapViewController::MapViewController(DataUsageAppDelegate &delegate, const DayValue &day,
                                      std::shared_ptr<const ChartBuckets> hoursOnQueue, QObject *parent)
     : QObject(parent), m_delegate(delegate), m_day(day), m_hours(std::move(hoursOnQueue))
 {
@@ -157,7 +158,7 @@ StyledText MapViewController::cardLine(int page) const
     if (page < 0 || page >= hourKeys.size())
         return {};
     const ChartData d = m_day.dataForAllHours().value(hourKeys.at(page));
-    return DayViewController::headerUsageStringForCell(d.sumCell, d.sumWifi);
+    return DayChildHelper::headerUsageStringForCell(d.sumCell, d.sumWifi);
 }
 
 StyledText MapViewController::callout(int page, int location) const
@@ -166,5 +167,5 @@ StyledText MapViewController::callout(int page, int location) const
         page >= 0 && page < hourKeys.size() ? dataForAll.value(hourKeys.at(page)) : QList<MapData>();
     if (location < 0 || location >= places.size())
         return {};
-    return DayViewController::headerUsageStringForCell(places.at(location).cell, places.at(location).wifi);
+    return DayChildHelper::headerUsageStringForCell(places.at(location).cell, places.at(location).wifi);
 }

@@ -9,7 +9,6 @@
 #include <QObject>
 
 class DataUsageAppDelegate;
-class DayViewController;
 struct PlaceSums;
 
 // One place on the usage map: where it was founded, and the bytes used within 500 m of it.
@@ -58,7 +57,7 @@ class MapViewController : public QObject
     Q_PROPERTY(int currentPage READ currentPage NOTIFY pageShown)
 
 public:
-    MapViewController(DataUsageAppDelegate &delegate, DayViewController &day,
+    MapViewController(DataUsageAppDelegate &delegate, const DayValue &day,
                       std::shared_ptr<const ChartBuckets> hoursOnQueue, QObject *parent = nullptr);
 
     QMap<QDateTime, QList<MapData>> dataForAll;
@@ -92,7 +91,7 @@ signals:
 
 private:
     DataUsageAppDelegate &m_delegate;
-    DayViewController &m_day;
+    const DayValue &m_day;
     std::shared_ptr<const ChartBuckets> m_hours;
     bool m_busy = true;
     int m_page = -1;

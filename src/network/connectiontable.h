@@ -1,39 +1,14 @@
 #pragma once
 
+#include "core/connections.h"
+
 #include <QByteArrayView>
 #include <QMap>
 #include <QString>
 
 #include <optional>
 
-// One open connection to a public peer: the bytes it moved so far (received plus sent) and the
-// peer's address as text.
-struct ConnectionEntry
-{
-    quint64 total = 0;
-    QString address;
-    bool operator==(const ConnectionEntry &) const = default;
-};
-
-// Connection key → entry. The key is unique for the life of a connection.
-using ConnectionTable = QMap<QString, ConnectionEntry>;
-
-// Where connection tables come from: one read per protocol (6 TCP, 17 UDP); nothing when the
-// protocol cannot be read.
-class ConnectionSource
-{
-public:
-    virtual ~ConnectionSource() = default;
-    virtual std::optional<ConnectionTable> proto(int protocol) = 0;
-    // From now on, connections that close between two reads are kept with their final totals and
-    // reported by the next read (needs the main thread's event loop).
-    virtual void watchClosedConnections() {}
-};
-
 namespace ConnectionTables {
-
-inline constexpr int kTcp = 6;
-inline constexpr int kUdp = 17;
 
 // Address text through inet_ntop; nothing when it cannot be converted.
 std::optional<QString> printIP4(const unsigned char *address);

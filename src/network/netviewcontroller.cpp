@@ -1,10 +1,11 @@
 #include "netviewcontroller.h"
+#include "core/localtime.h"
 
 #include "app/datausageappdelegate.h"
 #include "core/storecontext.h"
 #include "plans/billingcycle.h"
 
-NetViewController::NetViewController(DataUsageAppDelegate &delegate, DayViewController &day,
+NetViewController::NetViewController(DataUsageAppDelegate &delegate, const DayValue &day,
                                      std::shared_ptr<const ChartBuckets> hoursOnQueue, QObject *parent)
     : QObject(parent), m_delegate(delegate), m_day(day), m_hours(std::move(hoursOnQueue))
 {
@@ -41,7 +42,7 @@ void NetViewController::processData()
         QSet<QString> addresses;
         if (hours && !hours->isEmpty()) {
             for (const Netevent &e : context->addressSums(start, end)) {
-                const QDateTime hour = BillingCycle::hourStart(e.timeStamp);
+                const QDateTime hour = LocalTime::hourStart(e.timeStamp);
                 byHour[hour].append(NetRow{e.bytes, e.ipaddress, e.timeStamp});
                 addresses.insert(e.ipaddress);
             }
@@ -121,7 +122,7 @@ QString NetViewController::sectionTitle(int section) const
 
 namespace {
 
-StyledText hourTotal(const DayViewController &day, const QList<QDateTime> &keys, int section, bool wifi)
+StyledText hourTotal(const DayValue &day, const QList<QDateTime> &keys, int section, bool wifi)
 {
     if (section < 0 || section >= keys.size() || !day.dataForAllHours().contains(keys.at(section)))
         return {};

@@ -7,7 +7,6 @@
 #include <QSet>
 
 class DataUsageAppDelegate;
-class DayViewController;
 
 // Reverse lookups of addresses; `done` gets the host name, or the address itself when there is
 // none. Answers on the main thread, never at once.
@@ -46,7 +45,7 @@ class NetViewController : public QObject
     Q_PROPERTY(bool busy READ busy NOTIFY loaded)
 
 public:
-    NetViewController(DataUsageAppDelegate &delegate, DayViewController &day,
+    NetViewController(DataUsageAppDelegate &delegate, const DayValue &day,
                       std::shared_ptr<const ChartBuckets> hoursOnQueue, QObject *parent = nullptr);
 
     QMap<QDateTime, QList<NetRow>> dataForAll;
@@ -79,7 +78,7 @@ signals:
 private:
     void makeCache();
     DataUsageAppDelegate &m_delegate;
-    DayViewController &m_day;
+    const DayValue &m_day;
     std::shared_ptr<const ChartBuckets> m_hours;
     std::shared_ptr<HostNameCache> m_cache;
     bool m_busy = true;

@@ -1,5 +1,6 @@
 #include "billingcycle.h"
 
+#include "core/localtime.h"
 #include "core/settingskeys.h"
 #include "core/sharedcode.h"
 
@@ -11,25 +12,13 @@
 
 namespace BillingCycle {
 
-// Qt names the first moment of a day: where clocks go back across midnight (01:00 to 00:00), the
-// first of its two 00:00s (checked for America/Havana and Atlantic/Azores).
-QDateTime dayStart(const QDate &day)
-{
-    return day.startOfDay();
-}
-
-QDateTime midnightOf(const QDateTime &date)
-{
-    return dayStart(date.toLocalTime().date());
-}
-
 QDateTime addDays(const QDateTime &date, qint64 days)
 {
     const QDateTime local = date.toLocalTime();
     const QDate day = local.date().addDays(days);
     // The start of a day moves to the start of a day, even where one of them is not at 00:00.
-    if (local == dayStart(local.date()))
-        return dayStart(day);
+    if (local == LocalTime::dayStart(local.date()))
+        return LocalTime::dayStart(day);
     const QDateTime result(day, local.time());
     // A time of day that does not exist on that day (inside a daylight-saving gap) moves on.
     return result.isValid() ? result : QDateTime(day, local.time().addSecs(3600));
@@ -51,10 +40,10 @@ QDateTime validDateForDay(qint64 day, const QDateTime &date)
 {
     const QDate d = date.toLocalTime().date();
     if (day < 1) // as a calendar resolves day 0 (and below): days before the 1st
-        return dayStart(QDate(d.year(), d.month(), 1).addDays(day - 1));
+        return LocalTime::dayStart(QDate(d.year(), d.month(), 1).addDays(day - 1));
     if (d.daysInMonth() >= day)
-        return dayStart(QDate(d.year(), d.month(), int(day)));
-    return dayStart(QDate(d.year(), d.month(), 1).addMonths(1));
+        return LocalTime::dayStart(QDate(d.year(), d.month(), int(day)));
+    return LocalTime::dayStart(QDate(d.year(), d.month(), 1).addMonths(1));
 }
 
 namespace {
@@ -75,9 +64,9 @@ Period monthly(const QDateTime &t, qint64 billDay)
     QDateTime start, reference;
     if (t.date().day() >= billDay) {
         start = validDateForDay(billDay, t);
-        reference = dayStart(t.date().addMonths(1));
+        reference = LocalTime::dayStart(t.date().addMonths(1));
     } else {
-        start = validDateForDay(billDay, dayStart(t.date().addMonths(-1)));
+        start = validDateForDay(billDay, LocalTime::dayStart(t.date().addMonths(-1)));
         reference = t;
     }
     return Period{start, validDateForDay(billDay, reference)};
@@ -107,7 +96,7 @@ Period everyNDays(const QDateTime &t, const std::optional<QDateTime> &anchor, qi
 
 Period periodContaining(const QDateTime &date, const Settings &s)
 {
-    const QDateTime t = midnightOf(date);
+    const QDateTime t = LocalTime::midnightOf(date);
     switch (s.type) {
     case Weekly:
         return weekly(t, s.weekStart);
@@ -185,23 +174,6 @@ QDateTime SharedCode::dateByAddingUnit(CalendarUnit unit, qint64 value, const QD
     default:
         return date;
     }
-}
-
-QDateTime SharedCode::todayAtZeroHour() const
-{
-    return BillingCycle::midnightOf(m_clock->now());
-}
-
-QDateTime BillingCycle::hourStart(const QDateTime &date)
-{
-    const QDateTime local = date.toLocalTime();
-    const QTime t = local.time();
-    return local.addMSecs(-qint64(t.minute() * 60000 + t.second() * 1000 + t.msec()));
-}
-
-QDateTime SharedCode::nowAtHour() const
-{
-    return BillingCycle::hourStart(m_clock->now());
 }
 
 QString SettingsHelper::planName(int type, const QString &plan)

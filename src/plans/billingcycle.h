@@ -26,12 +26,6 @@ struct Settings
 // The period containing `date`.
 Period periodContaining(const QDateTime &date, const Settings &settings);
 
-QDateTime midnightOf(const QDateTime &date);
-// The first moment of a local day; where 00:00 happens twice, the first.
-QDateTime dayStart(const QDate &day);
-// The start of the local hour of a moment: the local minutes and seconds cut off the instant itself,
-// exact in the repeated hour of a daylight-saving fall-back and in zones offset by part of an hour.
-QDateTime hourStart(const QDateTime &date);
 // Calendar days added, keeping the local time of day; the start of a day gives the start of a day.
 QDateTime addDays(const QDateTime &date, qint64 days);
 // Whole calendar days from a to b (negative when b is earlier), as a calendar counts them: a day

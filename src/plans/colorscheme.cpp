@@ -2,7 +2,6 @@
 
 #include "core/settingskeys.h"
 #include "core/sharedcode.h"
-#include "sharing/commonshared.h"
 
 #include <algorithm>
 #include <cmath>
@@ -69,27 +68,4 @@ const ColorScheme::Table &SharedCode::getColorsDBandRows(int *rows)
 quint32 SharedCode::colorForRatio(double ratio) const
 {
     return ColorScheme::colorForRatio(ratio, m_settings.integerForKey(Keys::PREF_THEME_COLOR));
-}
-
-RgbColor CommonShared::colorWithHex(quint32 hex)
-{
-    return RgbColor{((hex >> 16) & 0xFF) / 255.0, ((hex >> 8) & 0xFF) / 255.0, (hex & 0xFF) / 255.0};
-}
-
-RgbColor CommonShared::brightColorWithHex(quint32 hex)
-{
-    // Hue, saturation and brightness of the colour; brightness raised by a tenth, at least 0.5.
-    const RgbColor c = colorWithHex(hex);
-    const double max = std::max({c.red, c.green, c.blue});
-    const double min = std::min({c.red, c.green, c.blue});
-    const double saturation = max > 0 ? (max - min) / max : 0;
-    const double brightness = std::clamp(max * 1.1, 0.5, 1.0);
-    if (max <= min)
-        return RgbColor{brightness, brightness, brightness};
-    // Each component keeps its place between the smallest and the largest.
-    const auto scale = [&](double v) {
-        const double relative = (max - v) / (max - min); // 0 for the largest, 1 for the smallest
-        return brightness * (1 - saturation * relative);
-    };
-    return RgbColor{scale(c.red), scale(c.green), scale(c.blue)};
 }

@@ -1,4 +1,5 @@
 // The data cap with rollover, the forecast and the number texts.
+#include "datacap.h"
 #include "core/logging.h"
 #include "core/settingskeys.h"
 #include "core/sharedcode.h"
@@ -102,4 +103,10 @@ QString SharedCode::stringTwoDecimal(double x)
     if (text.endsWith(QLatin1Char('.')))
         text.chop(1);
     return text == QLatin1StringView("-0") ? QStringLiteral("0") : text;
+}
+
+qint64 DataCap::roundedPercent(double percent)
+{
+    const double r = std::nearbyint(percent);
+    return std::isfinite(r) ? qint64(r) : 0;
 }

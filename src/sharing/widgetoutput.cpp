@@ -1,7 +1,7 @@
 #include "widgetoutput.h"
 
-#include "app/datausageappdelegate.h"
 #include "commonshared.h"
+#include "plans/datacap.h"
 #include "widgetstats.h"
 
 #include <QCoreApplication>
@@ -43,7 +43,7 @@ Texts texts(const QVariantMap &r, int style)
         return t;
     }
     const QString percent =
-        QStringLiteral("%1%").arg(DataUsageAppDelegate::roundedPercent(r.value(WStats::PERCENT).toDouble()));
+        QStringLiteral("%1%").arg(DataCap::roundedPercent(r.value(WStats::PERCENT).toDouble()));
     const QString used = CommonShared::getDataBytesStr(r.value(WStats::USED).toDouble());
     const QString left = tr("%1 left").arg(CommonShared::getDataBytesStr(r.value(WStats::LEFT).toDouble()));
     const QString time = QStringLiteral("%1 %2")
@@ -112,7 +112,7 @@ QByteArray render(const QVariantMap &record, Format format, int style, int backg
                      : QJsonValue(t.cssClass));
         if (record.contains(WStats::PERCENT))
             o.insert(QStringLiteral("percentage"),
-                     DataUsageAppDelegate::roundedPercent(record.value(WStats::PERCENT).toDouble()));
+                     DataCap::roundedPercent(record.value(WStats::PERCENT).toDouble()));
         return QJsonDocument(o).toJson(QJsonDocument::Compact) + '\n';
     }
     case Format::I3blocks: {

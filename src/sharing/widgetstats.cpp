@@ -1,6 +1,6 @@
 #include "widgetstats.h"
 
-#include "app/location.h"
+#include "core/location.h"
 #include "core/logging.h"
 #include "core/privatefiles.h"
 #include "core/settingskeys.h"

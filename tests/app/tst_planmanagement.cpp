@@ -188,12 +188,11 @@ private slots:
             QCOMPARE(screen.rows(0).at(2), (SettingsRow{"Start Date", startDate, picker}));
         QCOMPARE(screen.rows(1).size(), 4);
 
-        // Usage History hands the plan's day screen to whoever presents it.
+        // Usage History asks whoever presents screens for the plan's day screen.
         QString shown;
-        p.delegate.presentHistory = [&](DayViewController *day, QObject *presenter, bool) {
-            shown = day->planID;
+        p.delegate.presentHistory = [&](const QString &plan, QObject *presenter, bool) {
+            shown = plan;
             QCOMPARE(presenter, &screen);
-            delete day;
         };
         screen.selectRow(1, 2);
         QCOMPARE(shown, p.second);

@@ -1,6 +1,6 @@
 #include "app/datausageappdelegate.h"
 #include "core/settingskeys.h"
-#include "history/historycontrollers.h"
+#include "day/dayviewcontroller.h"
 #include "plans/billingcycle.h"
 #include "testsupport.h"
 

@@ -1,5 +1,6 @@
 #include "app/datausageappdelegate.h"
 #include "core/settingskeys.h"
+#include "day/dayviewcontroller.h"
 #include "map/mapviewcontroller.h"
 #include "testsupport.h"
 

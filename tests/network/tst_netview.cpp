@@ -1,5 +1,6 @@
 #include "app/datausageappdelegate.h"
 #include "core/settingskeys.h"
+#include "day/dayviewcontroller.h"
 #include "network/netviewcontroller.h"
 #include "testsupport.h"
 

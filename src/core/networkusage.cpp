@@ -1,7 +1,7 @@
 // Per-address usage from the connection tables.
-#include "core/logging.h"
-#include "core/settingskeys.h"
-#include "core/sharedcode.h"
+#include "logging.h"
+#include "settingskeys.h"
+#include "sharedcode.h"
 
 std::optional<ConnectionTable> SharedCode::proto(int protocol)
 {

@@ -1,0 +1,130 @@
+#include "dayviewcontroller.h"
+
+#include "app/datausageappdelegate.h"
+#include "core/dispatchqueue.h"
+#include "core/localtime.h"
+#include "core/settingskeys.h"
+#include "core/storecontext.h"
+#include "map/mapviewcontroller.h"
+#include "network/netviewcontroller.h"
+#include "plans/billingcycle.h"
+
+// ---- DayViewController ----
+
+DayViewController::DayViewController(DataUsageAppDelegate &delegate, const QString &plan, QObject *parent)
+    : QObject(parent), planID(plan), m_delegate(delegate), m_context(delegate.mocForPlan(plan)),
+      m_day(delegate.shared().todayAtZeroHour()), m_queueHours(std::make_shared<ChartBuckets>())
+{
+    const qint64 stored = delegate.shared().userPref().integerForKey(Keys::PREF_DAYVIEW_TYPE);
+    m_active = stored == 1 ? 1 : 0;
+    compute();
+}
+
+DayViewController::~DayViewController() = default;
+
+QString DayViewController::title() const
+{
+    return DateFormatter::withTemplate(QStringLiteral("EEEEMMMMd")).toString(m_day);
+}
+
+QObject *DayViewController::child(int index)
+{
+    if (index < 0 || index > 2)
+        return nullptr;
+    if (!m_children[index]) {
+        if (index == 0)
+            m_children[0] = new TimeViewController(m_delegate, planID, m_queueHours, this);
+        else if (index == 1)
+            m_children[1] = new MapViewController(m_delegate, *this, m_queueHours, this);
+        else
+            m_children[2] = new NetViewController(m_delegate, *this, m_queueHours, this);
+    }
+    return m_children[index];
+}
+
+void DayViewController::setSegment(int index)
+{
+    if (index != 0 && index != 1)
+        return;
+    m_active = index;
+    m_delegate.shared().userPref().setValue(Keys::PREF_DAYVIEW_TYPE, index);
+    m_delegate.shared().userPref().synchronize();
+    child(index);
+    emit activeChanged();
+}
+
+void DayViewController::reloadWithDate(const QDateTime &date)
+{
+    const QDateTime day = LocalTime::midnightOf(date);
+    if (day == m_day)
+        return;
+    m_day = day;
+    for (QPointer<QObject> &c : m_children) {
+        delete c.data();
+        c = nullptr;
+    }
+    compute();
+    child(m_active);
+    emit activeChanged();
+}
+
+bool DayViewController::swipe(Swipe direction)
+{
+    if (m_sliding)
+        return false;
+    m_sliding = true;
+    reloadWithDate(BillingCycle::addDays(m_day, direction == Left ? 1 : -1));
+    return true;
+}
+
+TimeChartViewController *DayViewController::cycleController()
+{
+    if (!m_cycle) {
+        if (m_delegate.shared().isDailyCycleForPlan(planID)) {
+            auto *multi = new MultiCyclesController(m_delegate, planID, this);
+            connect(multi, &MultiCyclesController::periodSelected, this,
+                    [this](const QDateTime &start) { reloadWithDate(start); });
+            m_cycle = multi;
+        } else {
+            auto *cycle =
+                new CycleViewController(m_delegate, planID, m_delegate.shared().clock().now(), this);
+            connect(cycle, &CycleViewController::daySelected, this,
+                    [this](const QDateTime &day) { reloadWithDate(day); });
+            m_cycle = cycle;
+        }
+    }
+    return m_cycle;
+}
+
+QDateTime DayViewController::nextDay() const
+{
+    return BillingCycle::addDays(m_day, 1);
+}
+
+void DayViewController::compute()
+{
+    m_busy = true;
+    m_hours.clear();
+    m_usage.clear();
+    const quint64 generation = ++m_generation;
+    if (!m_context) {
+        m_busy = false;
+        emit loaded();
+        return;
+    }
+    const std::shared_ptr<ChartBuckets> hours = m_queueHours;
+    const QDateTime start = m_day, end = nextDay();
+    StoreContext *context = m_context.get();
+    QPointer<DayViewController> self(this);
+    context->perform([self, context, hours, start, end, generation] {
+        *hours = History::bucketSums(*context, start, end, History::Bucket::Hour);
+        dispatchMain([self, generation, result = *hours] {
+            if (!self || self->m_generation != generation)
+                return;
+            self->m_hours = result;
+            self->m_usage = DayChildHelper::totalsLine(result);
+            self->m_busy = false;
+            emit self->loaded();
+        });
+    });
+}

@@ -1,0 +1,71 @@
+#pragma once
+
+#include "history/historycontrollers.h"
+
+#include <QObject>
+#include <QPointer>
+
+#include <array>
+#include <memory>
+
+class DataUsageAppDelegate;
+
+// The day screen: the day's totals and two children, the hour list and the map, one shown.
+class DayViewController : public QObject, public DayValue
+{
+    Q_OBJECT
+    Q_PROPERTY(QString title READ title NOTIFY loaded)
+    Q_PROPERTY(int activeIndex READ activeIndex NOTIFY activeChanged)
+
+public:
+    DayViewController(DataUsageAppDelegate &delegate, const QString &plan, QObject *parent = nullptr);
+    ~DayViewController() override;
+
+    const QString planID;
+    QDateTime thisDay() const override { return m_day; }
+    QString title() const;
+    StyledText usageLabel() const { return m_usage; }
+    ChartBuckets dataForAllHours() const override { return m_hours; }
+    bool busy() const { return m_busy; }
+    bool noUsage() const { return !m_busy && m_hours.isEmpty(); }
+
+    int activeIndex() const { return m_active; }
+    // The child in a slot (0 the hour list, 1 the map, 2 the addresses), made on first use.
+    QObject *child(int index);
+    QObject *activeController() { return child(m_active); }
+    // The segmented control: show that child and remember the choice.
+    void setSegment(int index);
+
+    // Another day: both children are thrown away and the shown one remade.
+    void reloadWithDate(const QDateTime &date);
+    // A swipe to the left shows the next day, to the right the previous; ignored while sliding.
+    enum Swipe { Left, Right };
+    bool swipe(Swipe direction);
+    void slideFinished() { m_sliding = false; }
+    // The back control: the periods view for a daily plan, else the period view; made once.
+    TimeChartViewController *cycleController();
+
+    // The day's store (the plan's context) and the end of the day, for the day's pages.
+    std::shared_ptr<StoreContext> storeContext() const override { return m_context; }
+    QDateTime nextDay() const override;
+
+signals:
+    void loaded();
+    void activeChanged();
+    void dismissed();
+
+private:
+    void compute();
+    DataUsageAppDelegate &m_delegate;
+    std::shared_ptr<StoreContext> m_context;
+    QDateTime m_day;
+    std::shared_ptr<ChartBuckets> m_queueHours; // only touched on the store's queue
+    ChartBuckets m_hours;                       // the main thread's copy
+    StyledText m_usage;
+    std::array<QPointer<QObject>, 3> m_children;
+    int m_active = 0;
+    bool m_busy = true;
+    bool m_sliding = false;
+    quint64 m_generation = 0;
+    TimeChartViewController *m_cycle = nullptr;
+};

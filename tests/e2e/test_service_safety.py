@@ -1,0 +1,328 @@
+"""The service beside the other processes: a plan switched while it runs, the bill-cycle reminders it
+keeps by itself, and per-address usage whose baseline it shares with `tallymo refresh`."""
+import json
+import os
+import re
+import select
+import signal
+import sqlite3
+import subprocess
+import sys
+import threading
+import time
+import unittest
+
+sys.path.insert(0, os.path.dirname(__file__))
+from session import SessionBus  # noqa: E402
+from support import TALLYMO, Container  # noqa: E402
+
+WIDGET = os.path.join(os.path.dirname(os.path.dirname(TALLYMO)), "tallymo-widget", "tallymo-widget")
+REPORT = re.compile(r"  (\w+): .* \| period \S+ → \S+: cell (.+) \((\d+)%\) wifi .*, level (\d+)$")
+MB = 1_048_576
+
+
+class Service:
+    """tallymo daemon checking every second (in a namespace when given one), its report lines kept."""
+
+    def __init__(self, env, ns=None):
+        self.proc = subprocess.Popen((["ip", "netns", "exec", ns] if ns else []) + [TALLYMO, "daemon", "--interval",
+                                     "1"], env=env, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True)
+        self.lines = []
+        self.reader = threading.Thread(target=lambda: self.lines.extend(self.proc.stdout))
+        self.reader.start()
+        try:
+            self.wait(lambda: self.reports("launch"), "no launch line")
+        except AssertionError:
+            self.stop()
+            raise
+
+    def reports(self, trigger=None, since=0):
+        """(trigger, cell, percent, level, line) of each report line from `since` on."""
+        found = [(m[1], m[2], int(m[3]), int(m[4]), line) for line in self.lines[since:]
+                 if (m := REPORT.search(line.rstrip("\n")))]
+        return [r for r in found if trigger in (None, r[0])]
+
+    def wait(self, condition, what, timeout=15):
+        deadline = time.time() + timeout
+        while not condition():
+            if time.time() > deadline:
+                raise AssertionError(f"{what}; service output: {self.lines}")
+            time.sleep(0.05)
+
+    def checks(self, count=1):
+        """Waits for `count` more timed checks to report."""
+        target = len(self.reports("fetch")) + count
+        self.wait(lambda: len(self.reports("fetch")) >= target, f"fewer than {count} checks")
+
+    def stop(self):
+        self.proc.send_signal(signal.SIGCONT)
+        self.proc.terminate()
+        self.proc.wait(timeout=10)
+        self.reader.join()
+        self.proc.stdout.close()
+
+
+def cell_total(path):
+    try:
+        with sqlite3.connect(f"file:{path}?mode=ro", uri=True) as db:
+            return db.execute("SELECT total(cellIn) + total(cellOut) FROM Event").fetchone()[0]
+    except sqlite3.OperationalError:  # not created yet
+        return 0
+
+
+class PlanSwitch(unittest.TestCase):
+    # Plan A (1 GB) has used 80 MB when the user switches to B (100 MB): what comes after is B's,
+    # and A's 80 MB never count against B's cap.
+    def test_switch_while_the_service_runs(self):
+        with SessionBus() as session:
+            c = Container()
+            self.addCleanup(c.cleanup)
+            os.mkdir(os.path.join(c.root, "run"), 0o700)
+            c.env.update(DBUS_SESSION_BUS_ADDRESS=session.address, XDG_RUNTIME_DIR=os.path.join(c.root, "run"))
+            cell = 1000
+            c.write_counters({"wwan0": (cell, 1000)})
+            c.run("defaults", "write", "PREF_SHOWED_SETUP", "true", "--type", "bool")
+            c.run("plans", "set", "PREF_THRES_MONTHLY", "1000000000", "--type", "double")
+            plan_b = c.run("plans", "add", "--label", "B").stdout.strip()
+            c.run("plans", "set", "PREF_THRES_MONTHLY", "100000000", "--type", "double", "--plan", plan_b)
+            store_a = c.store_path()
+            service = Service(c.env)
+            try:
+                cell += 80_000_000
+                c.write_counters({"wwan0": (cell, 1000)})
+                service.wait(lambda: cell_total(store_a) == 80_000_000, "A's usage not recorded")
+                c.run("plans", "switch", plan_b)
+                store_b, since = c.store_path(), len(service.lines)
+                self.assertNotEqual(store_b, store_a)
+                widget = json.loads(subprocess.run([WIDGET, "--format", "json"], env=c.env, capture_output=True,
+                                                   text=True, check=True).stdout)
+                self.assertEqual([widget[k] for k in ("WSTATS_USED", "WSTATS_PERCENT", "WSTATS_LEFT")],
+                                 [0, 0, 100_000_000])
+                for step in range(1, 6):
+                    cell += MB
+                    c.write_counters({"wwan0": (cell, 1000)})
+                    service.wait(lambda: cell_total(store_b) == step * MB, f"B holds not {step} MB")
+                service.checks(2)  # room for a late sample into A
+            finally:
+                service.stop()
+            self.assertEqual((cell_total(store_a), cell_total(store_b)), (80_000_000, 5 * MB))
+            after = service.reports(since=since)
+            recorded = [i for i, r in enumerate(after) if "+cell" in r[4]]
+            self.assertTrue(recorded, after)
+            # From the first check that recorded B's traffic on, B's figures: at most 5.2 MB of 100 MB.
+            self.assertEqual({(r[2] <= 5, r[3]) for r in after[recorded[0]:]}, {(True, 0)}, after)
+            self.assertEqual(after[-1][:4], ("terminate", "5.0 MB", 5, 0))
+            self.assertEqual({r[3] for r in service.reports()}, {0})
+            self.assertEqual([n[4] for n in session.calls("Notify") if n[3] == "Usage Alert"], [])
+            widget = json.loads(subprocess.run([WIDGET, "--format", "json"], env=c.env, capture_output=True,
+                                               text=True, check=True).stdout)
+            self.assertEqual(widget["WSTATS_USED"], 5 * MB)
+            self.assertAlmostEqual(widget["WSTATS_PERCENT"], 100 * 5 * MB / 100_000_000)
+
+
+REMINDER = "Your bill cycle ends today. Open Tallymo to check your usage."
+H21, H23 = "qx.noti.billalert.2100", "qx.noti.billalert.2300"
+
+
+class BillCycleReminders(unittest.TestCase):
+    """Monthly plan, bill day 1: the reminders of 21:00 and 23:00 on the period's last day."""
+
+    def pending(self, c):
+        with open(os.path.join(c.path, "notifications.json")) as f:
+            return {r["identifier"]: r["fireAt"] for r in json.load(f)["pending"]}
+
+    def test_reminders_with_the_service(self):
+        cases = [
+            # Nothing but the service, three seconds before 21:00 on 30 November.
+            ("service alone", None, ("UTC", "2026-11-30T20:59:57Z"), None, [REMINDER],
+             {H23: "2026-11-30T23:00:00.000Z"}),
+            # The service's day is 1 December (UTC+14), the first of its period; a refresh made in
+            # Honolulu, where it is still 30 November, asks for 21:00 there, seconds away.
+            ("another process's request", None, ("Pacific/Kiritimati", "2026-12-01T06:59:53Z"),
+             ("Pacific/Honolulu", "2026-12-01T06:59:55Z"), [REMINDER], {H23: "2026-12-01T09:00:00.000Z"}),
+            # Scheduled on 30 November, the service starts on 3 December: the day is over, nothing
+            # shows, and the service has set the next period's pair.
+            ("day long over", ("UTC", "2026-11-30T12:00:00Z"), ("UTC", "2026-12-03T12:00:00Z"), None, [],
+             {H21: "2026-12-31T21:00:00.000Z", H23: "2026-12-31T23:00:00.000Z"}),
+        ]
+        for name, before, start, request, shown, pending in cases:
+            with self.subTest(name), SessionBus() as session:
+                c = Container()
+                self.addCleanup(c.cleanup)
+                c.env.update(DBUS_SESSION_BUS_ADDRESS=session.address)
+                c.write_counters({"wwan0": (1000, 1000)})
+                clock = lambda zone, now: dict(c.env, TZ=zone, TALLYMO_NOW=now)  # noqa: E731
+                if before:
+                    c.run("refresh", env=clock(*before))
+                    self.assertEqual(self.pending(c), {H21: "2026-11-30T21:00:00.000Z",
+                                                       H23: "2026-11-30T23:00:00.000Z"})
+                service = Service(clock(*start))
+                try:
+                    if request:
+                        c.run("refresh", env=clock(*request))
+                        self.assertEqual(self.pending(c)[H21], "2026-12-01T07:00:00.000Z")
+                    deadline = time.time() + (10 if shown else 4)
+                    while time.time() < deadline and not session.calls("Notify"):
+                        time.sleep(0.1)
+                    time.sleep(1.5)  # room for a second, wrong, delivery
+                finally:
+                    service.stop()
+                bills = [n[4] for n in session.calls("Notify") if n[3] == "Bill Cycle"]
+                self.assertEqual(bills, shown)
+                self.assertEqual(self.pending(c), pending)
+
+
+# Addresses from the benchmarking range, assigned inside this test's own namespaces only.
+SAMPLER, PEER, PORT = "198.18.78.1", "198.18.78.2", 7078
+NS_A, NS_B = f"tvA{os.getpid()}", f"tvB{os.getpid()}"
+CHUNK = 1_000_000
+# Holds connections and listeners in one namespace, driven line by line; a listener answers "k" for
+# every CHUNK it receives, so a sender knows the peer has (and has acknowledged) what it sent.
+HUB = """
+import socket, sys, threading
+CHUNK = 1_000_000
+conns = {}
+def drain(c):
+    n = 0
+    while b := c.recv(1 << 16):
+        c.sendall(b"k" * ((n + len(b)) // CHUNK - n // CHUNK))
+        n += len(b)
+def serve(s):
+    while True:
+        threading.Thread(target=drain, args=(s.accept()[0],), daemon=True).start()
+def sock(host):
+    s = socket.socket(socket.AF_INET6 if ":" in host else socket.AF_INET)
+    if ":" in host: s.setsockopt(socket.IPPROTO_IPV6, socket.IPV6_V6ONLY, 0)
+    return s
+for line in sys.stdin:
+    cmd, *a = line.split()
+    if cmd == "listen":
+        s = sock(a[0]); s.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)
+        s.bind((a[0], int(a[1]))); s.listen(8)
+        threading.Thread(target=serve, args=(s,), daemon=True).start()
+    elif cmd == "connect":
+        s = conns[a[0]] = sock(a[1])
+        s.bind(("::" if ":" in a[1] else "0.0.0.0", 0)); s.connect((a[1], int(a[2])))
+    elif cmd == "send":
+        s = conns[a[0]]; s.sendall(b"x" * int(a[1]))
+        for _ in range(int(a[1]) // CHUNK): assert s.recv(1) == b"k"
+    print("ok", flush=True)
+"""
+
+
+def ip(*args):
+    return subprocess.run(["ip", *args], capture_output=True, text=True)
+
+
+class Hub:
+    def __init__(self, ns):
+        self.proc = subprocess.Popen(["ip", "netns", "exec", ns, "/usr/bin/python3", "-c", HUB], text=True,
+                                     stdin=subprocess.PIPE, stdout=subprocess.PIPE)
+
+    def __call__(self, *command):
+        self.proc.stdin.write(" ".join(map(str, command)) + "\n")
+        self.proc.stdin.flush()
+        if not select.select([self.proc.stdout], [], [], 30)[0] or self.proc.stdout.readline() != "ok\n":
+            raise AssertionError(f"{command} failed")
+
+    def close(self):
+        self.proc.stdin.close()
+        self.proc.kill()
+        self.proc.wait(timeout=10)
+        self.proc.stdout.close()
+
+
+class PerAddress(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        r = ip("netns", "add", NS_A)
+        if r.returncode != 0:
+            raise unittest.SkipTest(f"network namespaces refused here: {r.stderr.strip()}")
+        ip("netns", "add", NS_B)
+        for step in [("link", "add", "wwan0", "netns", NS_A, "type", "veth", "peer", "name", "eth0", "netns", NS_B),
+                     ("-n", NS_A, "addr", "add", f"{SAMPLER}/30", "dev", "wwan0"),
+                     ("-n", NS_B, "addr", "add", f"{PEER}/30", "dev", "eth0"),
+                     ("-n", NS_A, "link", "set", "wwan0", "up"), ("-n", NS_B, "link", "set", "eth0", "up"),
+                     ("-n", NS_A, "link", "set", "lo", "up")]:
+            r = ip(*step)
+            if r.returncode != 0:
+                cls.tearDownClass()
+                raise unittest.SkipTest(f"cannot set up the veth pair: ip {' '.join(step)}: {r.stderr.strip()}")
+
+    @classmethod
+    def tearDownClass(cls):
+        ip("netns", "del", NS_A)
+        ip("netns", "del", NS_B)
+
+    def setUp(self):
+        self.c = Container(wifi=())
+        self.addCleanup(self.c.cleanup)
+        del self.c.env["TALLYMO_PROC_NET_DEV"]  # the namespace's own counters
+        self.c.env.update(DBUS_SESSION_BUS_ADDRESS="unix:path=/nonexistent", XDG_RUNTIME_DIR=self.c.root)
+        self.peer, self.me = Hub(NS_B), Hub(NS_A)
+        self.addCleanup(self.peer.close)
+        self.addCleanup(self.me.close)
+
+    def refresh(self):
+        p = subprocess.run(["ip", "netns", "exec", NS_A, TALLYMO, "refresh"], env=self.c.env, capture_output=True,
+                           text=True, timeout=60)
+        self.assertIn(p.returncode, (0, 10), p.stderr)
+        self.assertNotIn("skipped", p.stdout)
+
+    def stored(self):
+        with sqlite3.connect(f"file:{self.c.store_path()}?mode=ro", uri=True) as db:
+            return dict(db.execute("SELECT ipaddress, total(bytes) FROM Netevent GROUP BY ipaddress"))
+
+    def assertGrew(self, before, sent):
+        grown = self.stored().get(PEER, 0) - before
+        # The payload acknowledged, and the peer's one-byte answers: never less, never a byte twice.
+        self.assertGreaterEqual(grown, sent)
+        self.assertLessEqual(grown, sent + sent // CHUNK + 16)
+
+    def test_refresh_alone_and_beside_the_service(self):
+        self.peer("listen", PEER, PORT)
+        self.me("connect", "long", PEER, PORT)
+        self.me("send", "long", CHUNK)
+        self.refresh()  # the first read ever takes the baseline only
+        self.me("send", "long", 2 * CHUNK)
+        self.refresh()
+        self.assertEqual(list(self.stored()), [PEER])
+        self.assertGrew(0, 2 * CHUNK)
+        before = self.stored()[PEER]
+        service = Service(self.c.env, NS_A)
+        try:
+            self.me("send", "long", CHUNK)
+            service.checks(2)
+            # Held between two of its checks, the service leaves the next bytes to the hand-run refresh.
+            service.checks(1)
+            service.proc.send_signal(signal.SIGSTOP)
+            self.me("send", "long", CHUNK)
+            self.refresh()
+            self.assertGrew(before, 2 * CHUNK)  # counted from the service's last read
+            service.proc.send_signal(signal.SIGCONT)
+            service.checks(2)
+        finally:
+            service.stop()
+        self.assertGrew(before, 2 * CHUNK)
+
+    # A dual-stack socket's IPv4 peer is that IPv4 address; a dual-stack loopback peer is not counted.
+    def test_dual_stack_peers(self):
+        self.peer("listen", PEER, PORT + 1)
+        self.me("listen", "::", PORT + 2)
+        self.me("connect", "mapped", f"::ffff:{PEER}", PORT + 1)
+        self.me("connect", "loop", "::ffff:127.0.0.1", PORT + 2)
+        for name in ("mapped", "loop"):
+            self.me("send", name, CHUNK)
+        service = Service(self.c.env, NS_A)
+        try:
+            for name in ("mapped", "loop"):
+                self.me("send", name, 2 * CHUNK)
+            service.checks(2)
+        finally:
+            service.stop()
+        self.assertEqual(list(self.stored()), [PEER])
+        self.assertGrew(0, 2 * CHUNK)
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)
