@@ -1,5 +1,7 @@
 #include "alertscontrollers.h"
 
+#include "core/settingskeys.h"
+
 #include "core/settingsdomain.h"
 
 #include <QCoreApplication>
@@ -8,7 +10,7 @@ namespace {
 
 QString alertKey(quint32 number)
 {
-    return QStringLiteral("PREF_ALERT%1").arg(number);
+    return Keys::alert(int(number));
 }
 
 QString percentText(const char *format, double value)

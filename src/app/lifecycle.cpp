@@ -1,15 +1,13 @@
 // When usage is sampled: launch, the state changes, and the usage check every wake-up runs.
 #include "core/dispatchqueue.h"
-#include "core/logging.h"
 #include "core/settingskeys.h"
 #include "datausageappdelegate.h"
+#include "logging.h"
 
 #include <QCoreApplication>
 #include <QSemaphore>
 
 namespace {
-
-const QLatin1StringView kWhatsNewKey("PREF_WHATSNEW_CHECK_8_6");
 
 QString tr(const char *text)
 {
@@ -161,7 +159,7 @@ void DataUsageAppDelegate::checkDataUsageWithCompletionHandler(CompletionHandler
                 m_lastSample = sample;
             }
         } catch (const std::exception &e) {
-            qCWarning(lcCore, "usage check failed: %s", e.what());
+            qCWarning(lcApp, "usage check failed: %s", e.what());
         }
         dispatchMain(finish);
     });
@@ -190,15 +188,15 @@ QString DataUsageAppDelegate::getBundleVersion()
 void DataUsageAppDelegate::showWhatsNew()
 {
     SettingsDomain &pref = m_shared.userPref();
-    const QVariant seen = pref.value(kWhatsNewKey);
+    const QVariant seen = pref.value(Keys::PREF_WHATSNEW_CHECK_8_6);
     const QString current = getBundleVersion();
     if (seen.isNull()) {
-        pref.setValue(kWhatsNewKey, current);
+        pref.setValue(Keys::PREF_WHATSNEW_CHECK_8_6, current);
         return;
     }
     if (seen.toString() == current)
         return;
-    pref.setValue(kWhatsNewKey, current);
+    pref.setValue(Keys::PREF_WHATSNEW_CHECK_8_6, current);
     pref.setValue(Keys::PREF_UPDATE_PREVIOUS_VERSION, seen.toString());
     if (rootController)
         rootController->presentAlert(
@@ -233,9 +231,9 @@ void DataUsageAppDelegate::startCloudKitSubscription()
         return;
     m_services.push->save(kSubscriptionId, [](const QString &error) {
         if (error.isEmpty())
-            qCInfo(lcCore, "qx_marker_log sub.ok - %s", kSubscriptionId.data());
+            qCInfo(lcApp, "qx_marker_log sub.ok - %s", kSubscriptionId.data());
         else
-            qCWarning(lcCore, "qx_marker_log sub.error - %s", qPrintable(error));
+            qCWarning(lcApp, "qx_marker_log sub.error - %s", qPrintable(error));
     });
 }
 
@@ -262,10 +260,10 @@ void DataUsageAppDelegate::checkCloudKitSubscriptions()
         return;
     m_services.push->fetchAll([](const QStringList &ids, const QString &error) {
         if (!error.isEmpty()) {
-            qCWarning(lcCore, "qx_marker_log sub.check.error - %s", qPrintable(error));
+            qCWarning(lcApp, "qx_marker_log sub.check.error - %s", qPrintable(error));
             return;
         }
-        qCInfo(lcCore, "qx_marker_log sub.check.count - %lld", qlonglong(ids.size()));
-        qCInfo(lcCore, "qx_marker_log sub.check.array - (%s)", qPrintable(ids.join(QStringLiteral(", "))));
+        qCInfo(lcApp, "qx_marker_log sub.check.count - %lld", qlonglong(ids.size()));
+        qCInfo(lcApp, "qx_marker_log sub.check.array - (%s)", qPrintable(ids.join(QStringLiteral(", "))));
     });
 }

@@ -1,8 +1,8 @@
 // Plans: creating, switching and removing them, and the two corrections of the current period.
 #include "core/dispatchqueue.h"
-#include "core/logging.h"
 #include "core/settingskeys.h"
 #include "datausageappdelegate.h"
+#include "logging.h"
 
 #include <QFile>
 
@@ -80,7 +80,7 @@ void DataUsageAppDelegate::addUsageToCurrent(double bytes)
 void DataUsageAppDelegate::showHistoryForPlan(const QString &plan, QObject *presenter, bool animated)
 {
     if (!presentHistory) {
-        qCWarning(lcCore) << "no screen can show the history of plan" << plan;
+        qCWarning(lcApp) << "no screen can show the history of plan" << plan;
         return;
     }
     presentHistory(plan, presenter, animated);

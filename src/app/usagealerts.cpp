@@ -27,7 +27,7 @@ QString withPercent(QString format, qint64 n)
 
 QString alertKey(int number)
 {
-    return QStringLiteral("PREF_ALERT%1").arg(number);
+    return Keys::alert(number);
 }
 
 } // namespace

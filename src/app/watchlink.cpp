@@ -1,7 +1,7 @@
 // The watch link: answering the companion's messages and pushing the figures to it.
-#include "core/logging.h"
 #include "core/settingskeys.h"
 #include "datausageappdelegate.h"
+#include "logging.h"
 #include "sharing/watchsession.h"
 #include "sharing/widgetstats.h"
 
@@ -45,7 +45,7 @@ void DataUsageAppDelegate::sessionDidReceiveMessage(const QVariantMap &, WatchSe
             const QVariantMap stats = m_shared.computeWidgetStats(context.get());
             record = WidgetRecord::fromStats(m_shared, stats, m_shared.clock().now());
         } catch (const std::exception &e) {
-            qCWarning(lcCore, "watch message: %s", e.what());
+            qCWarning(lcApp, "watch message: %s", e.what());
             record.clear();
         }
         reply(record);
@@ -73,7 +73,7 @@ void DataUsageAppDelegate::sendAppContext(const QVariantMap &r)
     }
     QString error;
     if (!session->updateApplicationContext(context, &error))
-        qCInfo(lcCore) << "application context not updated:" << error;
+        qCInfo(lcApp) << "application context not updated:" << error;
 }
 
 bool DataUsageAppDelegate::didForecastStateChange(const QVariantMap &c)

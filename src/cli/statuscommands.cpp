@@ -202,7 +202,7 @@ int alerts(const QStringList &args, Environment &env)
                              .arg(threshold.title().toLower())
                              .arg(threshold.minlevel())
                              .arg(threshold.maxlevel()));
-    s.shared.userPref().setValue(QStringLiteral("PREF_ALERT%1").arg(n), percent);
+    s.shared.userPref().setValue(Keys::alert(n), percent);
     return synchronized(s.shared);
 }
 

@@ -1,5 +1,7 @@
 #include "settingskeys.h"
 
+#include <algorithm>
+
 namespace Keys {
 
 const QList<Key> &all()
@@ -57,8 +59,15 @@ const QList<Key> &all()
         PREF_TIP_DISMISS,
         PREF_FETCH_DONT_SHOW,
         PREF_UPDATE_PREVIOUS_VERSION,
+        PREF_WHATSNEW_CHECK_8_6,
     };
     return keys;
+}
+
+const Key &alert(int number)
+{
+    static const Key keys[] = {PREF_ALERT1, PREF_ALERT2, PREF_ALERT3, PREF_ALERT4};
+    return keys[std::clamp(number, 1, 4) - 1];
 }
 
 const QList<Key> &sampleBaselines()

@@ -75,6 +75,7 @@ TALLYMO_KEY(PREF_TIP_APPSWITCHER, Global, Bool)
 TALLYMO_KEY(PREF_TIP_DISMISS, Global, Bool)
 TALLYMO_KEY(PREF_FETCH_DONT_SHOW, Global, Bool)
 TALLYMO_KEY(PREF_UPDATE_PREVIOUS_VERSION, Global, Any)
+TALLYMO_KEY(PREF_WHATSNEW_CHECK_8_6, Global, String)
 
 #undef TALLYMO_KEY
 
@@ -82,6 +83,8 @@ TALLYMO_KEY(PREF_UPDATE_PREVIOUS_VERSION, Global, Any)
 const QList<Key> &all();
 // Looks a key up by name; nothing for an unknown name.
 const Key *find(QStringView name);
+// The usage-alert threshold key of alert 1 to 4 (PREF_ALERT1 ... PREF_ALERT4).
+const Key &alert(int number);
 // The keys that hold where the counters stood at the last sample. A copy of them that may be
 // older than the newest sample is dropped rather than used, so no bytes are counted twice.
 const QList<Key> &sampleBaselines();

@@ -75,7 +75,6 @@ public:
     static void setSharedInstance(SharedCode *instance);
 
     // Settings domain and plan-scoped keys. A null plan means the active plan.
-    SettingsDomain &loadUserDefaults() { return m_settings; }
     SettingsDomain &userPref() { return m_settings; }
     const SettingsDomain &userPref() const { return m_settings; }
     QString activePlanID() const;

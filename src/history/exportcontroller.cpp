@@ -2,8 +2,8 @@
 
 #include "app/datausageappdelegate.h"
 #include "core/dispatchqueue.h"
-#include "core/logging.h"
 #include "core/privatefiles.h"
+#include "logging.h"
 #include "plans/billingcycle.h"
 
 #include <QCoreApplication>
@@ -261,7 +261,7 @@ ExportController::Outcome ExportController::runExport(UsageStore *store, qint64 
         outcome.kind = e.cancel ? Outcome::Cancelled : Outcome::Failed;
         outcome.message = e.reason;
     } catch (const std::exception &e) {
-        qCInfo(lcCore, "export to %s failed: %s", qPrintable(path), e.what());
+        qCInfo(lcHistory, "export to %s failed: %s", qPrintable(path), e.what());
         outcome.kind = Outcome::Failed;
         outcome.message = tr("Export file error.");
         outcome.reason = QString::fromLocal8Bit(e.what());

@@ -176,11 +176,6 @@ QDateTime SharedCode::dateByAddingUnit(CalendarUnit unit, qint64 value, const QD
     }
 }
 
-QString SettingsHelper::planName(int type, const QString &plan)
-{
-    return planNameForLength(type, SharedCode::sharedInstance().nForCycleForPlan(plan));
-}
-
 QString SettingsHelper::planNameForLength(int type, qint64 n)
 {
     switch (type) {

@@ -40,7 +40,6 @@ QDateTime validDateForDay(qint64 day, const QDateTime &date);
 class SettingsHelper
 {
 public:
-    static QString planName(int type, const QString &plan);
     static QString planNameForLength(int type, qint64 n);
     static QString suffixEN(qint64 day);
     static QString shortBillDateString(qint64 day);

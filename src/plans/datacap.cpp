@@ -1,8 +1,8 @@
 // The data cap with rollover, the forecast and the number texts.
 #include "datacap.h"
-#include "core/logging.h"
 #include "core/settingskeys.h"
 #include "core/sharedcode.h"
+#include "logging.h"
 
 #include <QCoreApplication>
 
@@ -54,7 +54,7 @@ void SharedCode::initRollover(StoreContext *context, const QString &plan)
     setForPlan(plan, Keys::PREF_ROLLOVER_AMOUNT, mb * kMB);
     setForPlan(plan, Keys::PREF_ROLLOVER_DISPLAY,
                QVariantList{stringTwoDecimal(inGB ? mb / 1024 : mb), qint64(inGB ? 1 : 0)});
-    qCDebug(lcCore, "rollover of %s recomputed: %.0f MB left of the previous period", qPrintable(plan), mb);
+    qCDebug(lcPlans, "rollover of %s recomputed: %.0f MB left of the previous period", qPrintable(plan), mb);
 }
 
 double SharedCode::forecastRatio(double timeLeft, double dataLeft)

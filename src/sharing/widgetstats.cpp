@@ -1,10 +1,10 @@
 #include "widgetstats.h"
 
 #include "core/location.h"
-#include "core/logging.h"
 #include "core/privatefiles.h"
 #include "core/settingskeys.h"
 #include "core/sharedcode.h"
+#include "logging.h"
 #include "plans/billingcycle.h"
 
 #include <QDir>
@@ -111,7 +111,7 @@ bool writeRecordFile(const QVariantMap &record, const QString &path)
         PrivateFiles::writeFile(path, QJsonDocument(toJson(record)).toJson(QJsonDocument::Compact) + '\n',
                                 &error))
         return true;
-    qCWarning(lcCore, "widget record not written: %s", qPrintable(error));
+    qCWarning(lcSharing, "widget record not written: %s", qPrintable(error));
     return false;
 }
 
