@@ -1,8 +1,8 @@
 // tallymo-widget: the current period for a status bar. Takes its own sample (unless another
 // process is sampling), computes the record from the store, prints it; with --follow, once more
 // after every reload and at least every 15 minutes.
-#include "core/settingskeys.h"
 #include "core/privatefiles.h"
+#include "core/settingskeys.h"
 #include "core/sharedcode.h"
 #include "platform/linux/linuxnetworkinterfaces.h"
 #include "platform/linux/paths.h"
@@ -44,8 +44,8 @@ QVariantMap currentRecord(SharedCode &shared)
     QVariantMap record;
     context->performAndWait([&] {
         shared.saveUsageGasp(context.get(), Coordinate()); // no position: the widget has no fix of its own
-        record =
-            WidgetRecord::fromStats(shared, shared.computeWidgetStats(context.get()), shared.clock().now());
+        record = WidgetRecord::fromStats(shared, WidgetStats::computeWidgetStats(shared, context.get()),
+                                         shared.clock().now());
     });
     return record;
 }
@@ -93,7 +93,7 @@ int main(int argc, char **argv)
         const QVariantMap record = currentRecord(shared);
         const QByteArray line = WidgetOutput::render(
             record, format, int(shared.userPref().integerForKey(Keys::PREF_THEME_WIDGET)),
-            shared.widgetAppearance());
+            WidgetStats::widgetAppearance(shared));
         std::fwrite(line.constData(), 1, size_t(line.size()), stdout);
         std::fflush(stdout);
     };

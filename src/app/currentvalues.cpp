@@ -3,6 +3,7 @@
 #include "core/settingskeys.h"
 #include "datausageappdelegate.h"
 #include "plans/billingcycle.h"
+#include "plans/datacap.h"
 #include "sharing/widgetstats.h"
 
 #include <cmath>
@@ -43,9 +44,9 @@ CurrentValues DataUsageAppDelegate::readCurrentValues(StoreContext *context, con
     // meanwhile, these are not the current figures and are not kept as such.
     const QString id = plan.isNull() ? context->name() : plan;
     const bool active = id == m_shared.activePlanID();
-    const Period period = m_shared.computeStartEndDates(m_shared.clock().now(), id);
+    const Period period = BillingCycle::computeStartEndDates(m_shared, m_shared.clock().now(), id);
     const std::optional<UsageSums> sums = context->sum(period.start, period.end);
-    const double cap = m_shared.effectiveDataCap(context, id);
+    const double cap = DataCap::effectiveDataCap(m_shared, context, id);
     QMutexLocker locker(&m_valuesMutex);
     CurrentValues v = active ? m_values : CurrentValues();
     v.monthStartDate = period.start;
@@ -115,11 +116,11 @@ void DataUsageAppDelegate::resetCache()
 std::pair<qint64, QString> DataUsageAppDelegate::timeLeft(const CurrentValues &v, const QString &plan) const
 {
     qint64 count;
-    if (m_shared.isDailyCycleForPlan(plan))
+    if (BillingCycle::isDailyCycleForPlan(m_shared, plan))
         count = 24 - m_shared.clock().now().toLocalTime().time().hour();
     else
         count = BillingCycle::wholeDaysBetween(m_shared.todayAtZeroHour(), v.monthEndDate);
-    return {count, m_shared.timeUnitSingularOrPural(count, plan)};
+    return {count, BillingCycle::timeUnitSingularOrPural(m_shared, count, plan)};
 }
 
 double DataUsageAppDelegate::forecastRatio(const CurrentValues &v) const
@@ -127,5 +128,5 @@ double DataUsageAppDelegate::forecastRatio(const CurrentValues &v) const
     const double length = double(v.monthStartDate.msecsTo(v.monthEndDate));
     const double left = double(m_shared.clock().now().msecsTo(v.monthEndDate));
     const double timeLeft = length > 0 ? left * 100 / length : 0;
-    return SharedCode::forecastRatio(timeLeft, 100 - v.monthPercent);
+    return DataCap::forecastRatio(timeLeft, 100 - v.monthPercent);
 }

@@ -1,5 +1,6 @@
 // Where a sample was taken: the location service, visits, and the coordinate stored with usage.
 #include "location.h"
+#include "sharing/widgetstats.h"
 
 #include "core/dispatchqueue.h"
 #include "core/settingskeys.h"
@@ -38,7 +39,7 @@ std::optional<Visit> VisitDetector::addFix(const LocationFix &fix)
 
 bool DataUsageAppDelegate::isMapTracking()
 {
-    return m_shared.isMapTracking(m_services.location);
+    return WidgetStats::isMapTracking(m_shared, m_services.location);
 }
 
 void DataUsageAppDelegate::initLocation()

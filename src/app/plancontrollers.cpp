@@ -1,4 +1,5 @@
 #include "plancontrollers.h"
+#include "plans/datacap.h"
 
 #include "core/dateformatter.h"
 #include "core/settingskeys.h"
@@ -32,7 +33,7 @@ bool PlanController::canDelete() const
 QString PlanController::startDateDetail() const
 {
     SharedCode &shared = m_delegate.shared();
-    switch (shared.dataPlanTypeForPlan(m_plan)) {
+    switch (BillingCycle::dataPlanTypeForPlan(shared, m_plan)) {
     case BillingCycle::Monthly:
         return SettingsHelper::shortBillDateString(
             shared.getForPlan(m_plan, Keys::PREF_BILLDAY).toLongLong());
@@ -52,17 +53,18 @@ QList<SettingsRow> PlanController::rows(int section) const
 {
     SharedCode &shared = m_delegate.shared();
     if (section == 0) {
-        QList<SettingsRow> rows{{tr("Label"), shared.getForPlan(m_plan, Keys::PREF_PLAN_LABEL).toString(),
-                                 QStringLiteral("LabelController")},
-                                {tr("Plan Type"),
-                                 SettingsHelper::planNameForLength(shared.dataPlanTypeForPlan(m_plan),
-                                                                   shared.nForCycleForPlan(m_plan)),
-                                 QStringLiteral("PlantypeController")}};
-        if (!shared.isDailyCycleForPlan(m_plan)) {
+        QList<SettingsRow> rows{
+            {tr("Label"), shared.getForPlan(m_plan, Keys::PREF_PLAN_LABEL).toString(),
+             QStringLiteral("LabelController")},
+            {tr("Plan Type"),
+             SettingsHelper::planNameForLength(BillingCycle::dataPlanTypeForPlan(shared, m_plan),
+                                               BillingCycle::nForCycleForPlan(shared, m_plan)),
+             QStringLiteral("PlantypeController")}};
+        if (!BillingCycle::isDailyCycleForPlan(shared, m_plan)) {
             static const char *const pickers[] = {"BilldateController", "Picker2DateController",
                                                   "PickerWeekController", "Picker2DateController",
                                                   "Picker2DateController"};
-            const int type = std::clamp(shared.dataPlanTypeForPlan(m_plan), 0, 4);
+            const int type = std::clamp(BillingCycle::dataPlanTypeForPlan(shared, m_plan), 0, 4);
             rows.append({tr("Start Date"), startDateDetail(), QString::fromLatin1(pickers[type])});
         }
         rows.append(
@@ -158,7 +160,7 @@ std::optional<AlertValue> AddController::add()
 {
     if (!addEnabled())
         return std::nullopt;
-    setText(SharedCode::stringTwoDecimal(ByteEntry::amountOf(m_text)));
+    setText(DataCap::stringTwoDecimal(ByteEntry::amountOf(m_text)));
     const QString amount = SettingsHelper::capString(QVariantList{m_text, qint64(unit)});
     AlertValue a = DataUsageAppDelegate::alertControllerWithTitle(
         QString(),

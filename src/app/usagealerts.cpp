@@ -112,12 +112,12 @@ void DataUsageAppDelegate::scheduleEndBillAlert()
         return;
     if (setEndBillAlerts(end))
         return;
-    setEndBillAlerts(m_shared.computeStartEndDates(end, QString()).end);
+    setEndBillAlerts(BillingCycle::computeStartEndDates(m_shared, end, QString()).end);
 }
 
 bool DataUsageAppDelegate::setEndBillAlerts(const QDateTime &end)
 {
-    const QDate lastDay = SharedCode::dateByAddingUnit(CalendarUnit::Day, -1, end).toLocalTime().date();
+    const QDate lastDay = BillingCycle::dateByAddingUnit(CalendarUnit::Day, -1, end).toLocalTime().date();
     const QDateTime at2100(lastDay, QTime(21, 0));
     if (m_shared.clock().now().msecsTo(at2100) <= 0)
         return false;

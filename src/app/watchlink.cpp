@@ -2,6 +2,9 @@
 #include "core/settingskeys.h"
 #include "datausageappdelegate.h"
 #include "logging.h"
+#include "plans/billingcycle.h"
+#include "plans/colorscheme.h"
+#include "plans/datacap.h"
 #include "sharing/watchsession.h"
 #include "sharing/widgetstats.h"
 
@@ -42,7 +45,7 @@ void DataUsageAppDelegate::sessionDidReceiveMessage(const QVariantMap &, WatchSe
         QVariantMap record;
         try {
             m_shared.saveUsageGasp(context.get(), loc);
-            const QVariantMap stats = m_shared.computeWidgetStats(context.get());
+            const QVariantMap stats = WidgetStats::computeWidgetStats(m_shared, context.get());
             record = WidgetRecord::fromStats(m_shared, stats, m_shared.clock().now());
         } catch (const std::exception &e) {
             qCWarning(lcApp, "watch message: %s", e.what());
@@ -58,15 +61,16 @@ void DataUsageAppDelegate::sendAppContext(const QVariantMap &r)
     if (!session || !session->isSupported() || !session->isWatchAppInstalled())
         return;
     const qint64 days = r.value(WStats::DAYS).toLongLong();
-    const double cap = m_shared.effectiveDataCap(nullptr, QString());
-    const QVariantMap context{{WStats::TIMESTAMP, m_shared.clock().now()},
-                              {WStats::LEFT, std::max(cap - r.value(WStats::USED).toDouble(), 0.0) + 0.0},
-                              {WStats::FORECAST, r.value(WStats::FORECAST)},
-                              {WStats::COLOR, r.value(WStats::COLOR)},
-                              {WStats::PERCENT, r.value(WStats::PERCENT)},
-                              {WStats::USED, r.value(WStats::USED)},
-                              {WStats::DAYS, days},
-                              {WStats::TIMEUNIT, m_shared.timeUnitSingularOrPural(days, QString())}};
+    const double cap = DataCap::effectiveDataCap(m_shared, nullptr, QString());
+    const QVariantMap context{
+        {WStats::TIMESTAMP, m_shared.clock().now()},
+        {WStats::LEFT, std::max(cap - r.value(WStats::USED).toDouble(), 0.0) + 0.0},
+        {WStats::FORECAST, r.value(WStats::FORECAST)},
+        {WStats::COLOR, r.value(WStats::COLOR)},
+        {WStats::PERCENT, r.value(WStats::PERCENT)},
+        {WStats::USED, r.value(WStats::USED)},
+        {WStats::DAYS, days},
+        {WStats::TIMEUNIT, BillingCycle::timeUnitSingularOrPural(m_shared, days, QString())}};
     if (didForecastStateChange(context) && session->isComplicationEnabled()) {
         session->transferCurrentComplicationUserInfo(context);
         return;
@@ -94,8 +98,8 @@ QVariantMap DataUsageAppDelegate::mainScreenRecord() const
     const CurrentValues v = values();
     const double ratio = forecastRatio(v);
     return {{WStats::PERCENT, v.monthPercent},
-            {WStats::COLOR, m_shared.colorForRatio(ratio)},
-            {WStats::FORECAST, SharedCode::forecastText(ratio)},
+            {WStats::COLOR, ColorScheme::colorForRatio(m_shared, ratio)},
+            {WStats::FORECAST, DataCap::forecastText(ratio)},
             {WStats::USED, v.monthCell},
             {WStats::DAYS, timeLeft(v).first}};
 }

@@ -64,7 +64,8 @@ void checkValue(const QString &key, const QVariant &value)
 
 QString planTypeName(SharedCode &shared, const QString &plan)
 {
-    return SettingsHelper::planNameForLength(shared.dataPlanTypeForPlan(plan), shared.nForCycleForPlan(plan));
+    return SettingsHelper::planNameForLength(BillingCycle::dataPlanTypeForPlan(shared, plan),
+                                             BillingCycle::nForCycleForPlan(shared, plan));
 }
 
 // Stores a value the command line was given, or says why the settings file cannot hold it.
@@ -149,12 +150,13 @@ int period(const QStringList &args, Environment &env)
                                               : std::nullopt;
     Services &s = env.services();
     const QString plan = planOption(s.shared, a);
-    const Period p = s.shared.computeStartEndDates(date.value_or(s.shared.clock().now()), plan);
+    const Period p =
+        BillingCycle::computeStartEndDates(s.shared, date.value_or(s.shared.clock().now()), plan);
     const QString name = planTypeName(s.shared, plan);
     if (a.flag(QStringLiteral("json"))) {
         const QJsonObject o{{QStringLiteral("start"), isoWithOffset(p.start)},
                             {QStringLiteral("end"), isoWithOffset(p.end)},
-                            {QStringLiteral("type"), s.shared.dataPlanTypeForPlan(plan)},
+                            {QStringLiteral("type"), BillingCycle::dataPlanTypeForPlan(s.shared, plan)},
                             {QStringLiteral("name"), name}};
         print(QString::fromUtf8(jsonText(o, false)));
     } else {
@@ -325,7 +327,7 @@ QJsonObject planSummary(SharedCode &shared, const QString &id)
 {
     return QJsonObject{{QStringLiteral("id"), id},
                        {QStringLiteral("label"), shared.getForPlan(id, Keys::PREF_PLAN_LABEL).toString()},
-                       {QStringLiteral("type"), shared.dataPlanTypeForPlan(id)},
+                       {QStringLiteral("type"), BillingCycle::dataPlanTypeForPlan(shared, id)},
                        {QStringLiteral("name"), planTypeName(shared, id)},
                        {QStringLiteral("active"), id == shared.activePlanID()}};
 }

@@ -7,6 +7,8 @@
 #include "core/sharedcode.h"
 #include "output.h"
 #include "plans/billingcycle.h"
+#include "plans/colorscheme.h"
+#include "plans/datacap.h"
 #include "sharing/commonshared.h"
 
 #include <QCoreApplication>
@@ -37,11 +39,11 @@ Figures readFigures(Services &s, const QString &plan)
     Figures f;
     context->performAndWait([&] {
         f.v = s.delegate.readCurrentValues(context.get(), plan);
-        f.cap = s.shared.effectiveDataCap(context.get(), plan);
+        f.cap = DataCap::effectiveDataCap(s.shared, context.get(), plan);
     });
     f.ratio = s.delegate.forecastRatio(f.v);
-    f.forecast = SharedCode::forecastText(f.ratio);
-    f.color = s.shared.colorForRatio(f.ratio);
+    f.forecast = DataCap::forecastText(f.ratio);
+    f.color = ColorScheme::colorForRatio(s.shared, f.ratio);
     f.level = DataUsageAppDelegate::thresholdLevelFor(f.v.monthPercent, s.shared.userPref());
     f.timeLeft = s.delegate.timeLeft(f.v, plan);
     return f;
@@ -61,7 +63,7 @@ QJsonObject figuresJson(const Figures &f)
                        {QStringLiteral("monthPercent"), f.v.monthPercent},
                        {QStringLiteral("forecastRatio"), f.ratio},
                        {QStringLiteral("forecast"), f.forecast},
-                       {QStringLiteral("forecastIconCode"), SharedCode::forecastIconCode(f.forecast)},
+                       {QStringLiteral("forecastIconCode"), DataCap::forecastIconCode(f.forecast)},
                        {QStringLiteral("color"), qint64(f.color)},
                        {QStringLiteral("timeLeft"), f.timeLeft.first},
                        {QStringLiteral("timeUnit"), f.timeLeft.second},
@@ -82,8 +84,9 @@ QString bar(double percent, int width)
 QString humanStatus(Services &s, const Figures &f, const QString &planId)
 {
     const QString plan = s.shared.getForPlan(planId, Keys::PREF_PLAN_LABEL).toString();
-    const QString type = SettingsHelper::planNameForLength(s.shared.dataPlanTypeForPlan(planId),
-                                                           s.shared.nForCycleForPlan(planId));
+    const QString type =
+        SettingsHelper::planNameForLength(BillingCycle::dataPlanTypeForPlan(s.shared, planId),
+                                          BillingCycle::nForCycleForPlan(s.shared, planId));
     const QString dateFormat = QStringLiteral("d MMM yyyy");
     QString out =
         QStringLiteral("%1 (%2)  %3 → %4, %5 %6 left\n")

@@ -46,8 +46,6 @@ struct Period
     bool contains(const QDateTime &t) const { return start <= t && t < end; }
 };
 
-enum class CalendarUnit { Month, Day, Hour, Minute };
-
 // The shared logic of every Tallymo process: settings and plan-scoped keys, the interface counters
 // and the usage recorder, the usage store contexts, and the billing periods. One instance per
 // process (sharedInstance); creating it computes the lock path and runs the settings migration.
@@ -106,29 +104,10 @@ public:
     std::shared_ptr<StoreContext> mocForActive();
     std::shared_ptr<StoreContext> dataMOC() const;
 
-    // Billing periods.
-    Period computeStartEndDates(const QDateTime &date, const QString &plan) const;
-    static QDateTime validDateForDay(qint64 day, const QDateTime &date);
-    int dataPlanTypeForPlan(const QString &plan) const;
-    qint64 nForCycleForPlan(const QString &plan) const;
-    bool isDailyCycleForPlan(const QString &plan) const;
-    QString timeUnitSingularOrPural(qint64 count, const QString &plan) const;
-    static QDateTime dateByAddingUnit(CalendarUnit unit, qint64 value, const QDateTime &date);
+    // Time stamps: the start of today and of the current hour, in local time.
     QDateTime todayAtZeroHour() const;
     QDateTime nowAtHour() const;
     const Clock &clock() const { return *m_clock; }
-
-    // Data cap, rollover and forecast.
-    double baseDataCapForPlan(const QString &plan) const;
-    bool isRolloverForPlan(const QString &plan) const;
-    // The cap of the current period with rollover; recomputes the rollover after a period
-    // boundary. With a context, runs on that context's queue.
-    double effectiveDataCap(StoreContext *context, const QString &plan);
-    void initRollover(StoreContext *context, const QString &plan);
-    static double forecastRatio(double timeLeft, double dataLeft);
-    static QString forecastText(double ratio);
-    static QString forecastIconCode(const QString &text);
-    static QString stringTwoDecimal(double x);
 
     // The last known position when it is good enough to store with usage (accuracy 0 to 500 m).
     static Coordinate coordinatFromLocationManager(const std::optional<LocationFix> &last);
@@ -141,18 +120,6 @@ public:
     ConnectionSource *connections() const { return m_connections; }
     // One protocol's table, or nothing when it cannot be read.
     std::optional<ConnectionTable> proto(int protocol);
-
-    // The widget's statistics of the current period (five WSTATS_ keys); on the context's queue.
-    QVariantMap computeWidgetStats(StoreContext *context);
-    // The widget's position: the location service's last fix, when usage is being mapped.
-    Coordinate getCurrentCoordinateForWidget(LocationService *location);
-    bool isMapTracking(LocationService *location) const;
-    int widgetAppearance() const;
-    static int widgetColorStyle() { return 0; }
-
-    // Colours.
-    static const std::array<std::array<quint32, 6>, 25> &getColorsDBandRows(int *rows);
-    quint32 colorForRatio(double ratio) const;
 
 private:
     QStringList cellularLinks(const QStringList &present) const;

@@ -80,7 +80,7 @@ bool DayViewController::swipe(Swipe direction)
 TimeChartViewController *DayViewController::cycleController()
 {
     if (!m_cycle) {
-        if (m_delegate.shared().isDailyCycleForPlan(planID)) {
+        if (BillingCycle::isDailyCycleForPlan(m_delegate.shared(), planID)) {
             auto *multi = new MultiCyclesController(m_delegate, planID, this);
             connect(multi, &MultiCyclesController::periodSelected, this,
                     [this](const QDateTime &start) { reloadWithDate(start); });

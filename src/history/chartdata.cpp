@@ -82,15 +82,16 @@ QList<PeriodRow> periods(SharedCode &shared, StoreContext &context, const QStrin
     const std::optional<TimeStampRange> range = context.timeStampRange();
     if (!range)
         return rows;
-    const int steps =
-        shared.dataPlanTypeForPlan(plan) == BillingCycle::NDays && shared.nForCycleForPlan(plan) < 3 ? 30
-                                                                                                     : 12;
+    const int steps = BillingCycle::dataPlanTypeForPlan(shared, plan) == BillingCycle::NDays &&
+                              BillingCycle::nForCycleForPlan(shared, plan) < 3
+                          ? 30
+                          : 12;
     QDateTime d = shared.clock().now();
     for (int i = 0; i < steps; ++i) {
-        const Period p = shared.computeStartEndDates(d, plan);
+        const Period p = BillingCycle::computeStartEndDates(shared, d, plan);
         if (range->minDate > p.end)
             break;
-        d = SharedCode::dateByAddingUnit(CalendarUnit::Day, -1, p.start);
+        d = BillingCycle::dateByAddingUnit(CalendarUnit::Day, -1, p.start);
         if (const std::optional<ChartData> data = computeUsage(context, p.start, p.end))
             rows.append(PeriodRow{p.start, p.end, *data});
     }

@@ -110,14 +110,14 @@ qint64 ExportController::exportPeriod(quint32 row, int planType)
 
 qint64 ExportController::exportPeriod(quint32 row) const
 {
-    return exportPeriod(row, m_shared.dataPlanTypeForPlan(m_planID));
+    return exportPeriod(row, BillingCycle::dataPlanTypeForPlan(m_shared, m_planID));
 }
 
 QString ExportController::exportString(quint32 row) const
 {
     if (row == 0)
         return tr("Most Recent");
-    const int type = m_shared.dataPlanTypeForPlan(m_planID);
+    const int type = BillingCycle::dataPlanTypeForPlan(m_shared, m_planID);
     const QString unit = type == BillingCycle::Weekly                                    ? tr("Weeks")
                          : type >= BillingCycle::Monthly && type <= BillingCycle::Days28 ? tr("Months")
                                                                                          : tr("Cycles");
@@ -196,7 +196,7 @@ ExportController::Outcome ExportController::runExport(UsageStore *store, qint64 
         QDateTime cursor = range->maxDate;
         StampWriter stamps;
         for (qint64 i = 0; i < cycles; ++i) {
-            const Period p = m_shared.computeStartEndDates(cursor, m_planID);
+            const Period p = BillingCycle::computeStartEndDates(m_shared, cursor, m_planID);
             if (range->minDate > p.end)
                 break; // the cycle lies wholly before the first record
             if (m_exportCancel) {
@@ -204,7 +204,7 @@ ExportController::Outcome ExportController::runExport(UsageStore *store, qint64 
                 putInPlace();
                 throw ExportException{true, QString()};
             }
-            cursor = SharedCode::dateByAddingUnit(CalendarUnit::Day, -1, p.start);
+            cursor = BillingCycle::dateByAddingUnit(CalendarUnit::Day, -1, p.start);
             if (i > 0)
                 out.put(',');
             out.put("{\"billCycleStart\":\"");

@@ -113,7 +113,7 @@ CycleViewController::CycleViewController(DataUsageAppDelegate &delegate, const Q
 {
     isSelectable = true;
     m_date = date;
-    const Period p = delegate.shared().computeStartEndDates(date, plan);
+    const Period p = BillingCycle::computeStartEndDates(delegate.shared(), date, plan);
     m_start = p.start;
     m_end = p.end;
     reload();
@@ -123,7 +123,7 @@ QString CycleViewController::title() const
 {
     const DateFormatter df = DateFormatter::withTemplate(QStringLiteral("MMMd"));
     return QStringLiteral("%1 - %2").arg(
-        df.toString(m_start), df.toString(SharedCode::dateByAddingUnit(CalendarUnit::Day, -1, m_end)));
+        df.toString(m_start), df.toString(BillingCycle::dateByAddingUnit(CalendarUnit::Day, -1, m_end)));
 }
 
 QString CycleViewController::periodLabel() const
@@ -138,7 +138,7 @@ void CycleViewController::reloadWithDate(const QDateTime &date)
     if (date == m_date)
         return;
     m_date = date;
-    const Period p = m_delegate.shared().computeStartEndDates(date, planID);
+    const Period p = BillingCycle::computeStartEndDates(m_delegate.shared(), date, planID);
     m_start = p.start;
     m_end = p.end;
     m_usage.clear();
@@ -178,13 +178,13 @@ void CycleViewController::didLoad()
 MultiCyclesController::MultiCyclesController(DataUsageAppDelegate &delegate, const QString &plan,
                                              QObject *parent)
     : TimeChartViewController(delegate, plan, QString(), parent),
-      m_planType(delegate.shared().dataPlanTypeForPlan(plan))
+      m_planType(BillingCycle::dataPlanTypeForPlan(delegate.shared(), plan))
 {
     isSelectable = true;
     if (m_planType == BillingCycle::Monthly) {
         setMainPattern(QStringLiteral("MMM"));
         timeLabelFontsize = 22;
-    } else if (!delegate.shared().isDailyCycleForPlan(plan)) {
+    } else if (!BillingCycle::isDailyCycleForPlan(delegate.shared(), plan)) {
         setMainPattern(QStringLiteral("d"));
         m_subDF = DateFormatter::withPattern(QStringLiteral("MMM"));
         showSubLabel = true;
@@ -214,7 +214,7 @@ TimeChartViewController::BucketsJob MultiCyclesController::bucketsJob() const
 
 QDateTime MultiCyclesController::periodEnd(const QDateTime &start) const
 {
-    return m_delegate.shared().computeStartEndDates(start, planID).end;
+    return BillingCycle::computeStartEndDates(m_delegate.shared(), start, planID).end;
 }
 
 void MultiCyclesController::didLoad()

@@ -1,4 +1,5 @@
 #include "amountentry.h"
+#include "datacap.h"
 
 #include "core/settingskeys.h"
 #include "core/sharedcode.h"
@@ -33,7 +34,7 @@ std::optional<Amount> amountFrom(const QString &text, Unit unit, double minimum)
     if (!x || !std::isfinite(*x) || *x < minimum)
         return std::nullopt;
     return Amount{std::floor(*x * unitBytes(unit)),
-                  QVariantList{SharedCode::stringTwoDecimal(*x), qint64(unit)}};
+                  QVariantList{DataCap::stringTwoDecimal(*x), qint64(unit)}};
 }
 
 } // namespace

@@ -113,53 +113,49 @@ Period periodContaining(const QDateTime &date, const Settings &s)
 
 } // namespace BillingCycle
 
-Period SharedCode::computeStartEndDates(const QDateTime &date, const QString &plan) const
+Period BillingCycle::computeStartEndDates(const SharedCode &shared, const QDateTime &date,
+                                          const QString &plan)
 {
     BillingCycle::Settings s;
     // Read defensively: values no screen or command stores (a hand-edited file) are brought into
     // range, so that dates stay representable and the period is a week's, a month's, N days'.
-    s.type = dataPlanTypeForPlan(plan);
-    s.billDay = std::clamp<qint64>(integerForPlan(plan, Keys::PREF_BILLDAY), 0, 31);
-    const QVariant anchor = getForPlan(plan, Keys::PREF_30DAY_START);
+    s.type = dataPlanTypeForPlan(shared, plan);
+    s.billDay = std::clamp<qint64>(shared.integerForPlan(plan, Keys::PREF_BILLDAY), 0, 31);
+    const QVariant anchor = shared.getForPlan(plan, Keys::PREF_30DAY_START);
     if (anchor.typeId() == QMetaType::QDateTime && anchor.toDateTime().isValid())
         s.anchor = anchor.toDateTime();
-    s.nDays = std::min<qint64>(nForCycleForPlan(plan), 3650);
+    s.nDays = std::min<qint64>(nForCycleForPlan(shared, plan), 3650);
     // 0 (unset) is kept as it is read; anything else counts round the week to 1 (Sunday) ... 7.
-    const qint64 weekStart = m_settings.integerForKey(Keys::PREF_WEEK_START);
+    const qint64 weekStart = shared.userPref().integerForKey(Keys::PREF_WEEK_START);
     s.weekStart = weekStart >= 0 && weekStart <= 7 ? weekStart : (weekStart % 7 + 6) % 7 + 1;
     return BillingCycle::periodContaining(date, s);
 }
 
-QDateTime SharedCode::validDateForDay(qint64 day, const QDateTime &date)
+int BillingCycle::dataPlanTypeForPlan(const SharedCode &shared, const QString &plan)
 {
-    return BillingCycle::validDateForDay(day, date);
+    return int(shared.integerForPlan(plan, Keys::PREF_BILLTYPE));
 }
 
-int SharedCode::dataPlanTypeForPlan(const QString &plan) const
+qint64 BillingCycle::nForCycleForPlan(const SharedCode &shared, const QString &plan)
 {
-    return int(integerForPlan(plan, Keys::PREF_BILLTYPE));
+    return shared.integerForPlan(plan, Keys::PREF_NDAYS_N);
 }
 
-qint64 SharedCode::nForCycleForPlan(const QString &plan) const
+bool BillingCycle::isDailyCycleForPlan(const SharedCode &shared, const QString &plan)
 {
-    return integerForPlan(plan, Keys::PREF_NDAYS_N);
+    return dataPlanTypeForPlan(shared, plan) == NDays && nForCycleForPlan(shared, plan) == 1;
 }
 
-bool SharedCode::isDailyCycleForPlan(const QString &plan) const
+QString BillingCycle::timeUnitSingularOrPural(const SharedCode &shared, qint64 count, const QString &plan)
 {
-    return dataPlanTypeForPlan(plan) == BillingCycle::NDays && nForCycleForPlan(plan) == 1;
-}
-
-QString SharedCode::timeUnitSingularOrPural(qint64 count, const QString &plan) const
-{
-    if (isDailyCycleForPlan(plan))
+    if (isDailyCycleForPlan(shared, plan))
         return count > 1 ? QCoreApplication::translate("SharedCode", "hours")
                          : QCoreApplication::translate("SharedCode", "hour");
     return count > 1 ? QCoreApplication::translate("SharedCode", "days")
                      : QCoreApplication::translate("SharedCode", "day");
 }
 
-QDateTime SharedCode::dateByAddingUnit(CalendarUnit unit, qint64 value, const QDateTime &date)
+QDateTime BillingCycle::dateByAddingUnit(CalendarUnit unit, qint64 value, const QDateTime &date)
 {
     switch (unit) {
     case CalendarUnit::Month: {

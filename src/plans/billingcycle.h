@@ -6,6 +6,9 @@
 #include <optional>
 
 struct Period;
+class SharedCode;
+
+enum class CalendarUnit { Month, Day, Hour, Minute };
 
 // The calendar arithmetic of billing periods, in the local time zone. All of it works on calendar
 // days, so a period boundary is always a local midnight (the first moment of the day where a
@@ -33,6 +36,16 @@ QDateTime addDays(const QDateTime &date, qint64 days);
 qint64 wholeDaysBetween(const QDateTime &a, const QDateTime &b);
 // Day `day` of date's month at midnight; the first of the next month when the month is shorter.
 QDateTime validDateForDay(qint64 day, const QDateTime &date);
+QDateTime dateByAddingUnit(CalendarUnit unit, qint64 value, const QDateTime &date);
+
+// A plan's settings read from the shared settings (a null plan is the active plan).
+// The billing period of the plan that contains `date`.
+Period computeStartEndDates(const SharedCode &shared, const QDateTime &date, const QString &plan);
+int dataPlanTypeForPlan(const SharedCode &shared, const QString &plan);
+qint64 nForCycleForPlan(const SharedCode &shared, const QString &plan);
+bool isDailyCycleForPlan(const SharedCode &shared, const QString &plan);
+// "hour"/"hours" for a daily plan, else "day"/"days".
+QString timeUnitSingularOrPural(const SharedCode &shared, qint64 count, const QString &plan);
 
 } // namespace BillingCycle
 

@@ -58,14 +58,14 @@ quint32 colorForRatio(double ratio, qint64 row)
 
 } // namespace ColorScheme
 
-const ColorScheme::Table &SharedCode::getColorsDBandRows(int *rows)
+const ColorScheme::Table &ColorScheme::getColorsDBandRows(int *rows)
 {
     if (rows)
         *rows = ColorScheme::kRows;
     return ColorScheme::table();
 }
 
-quint32 SharedCode::colorForRatio(double ratio) const
+quint32 ColorScheme::colorForRatio(const SharedCode &shared, double ratio)
 {
-    return ColorScheme::colorForRatio(ratio, m_settings.integerForKey(Keys::PREF_THEME_COLOR));
+    return colorForRatio(ratio, shared.userPref().integerForKey(Keys::PREF_THEME_COLOR));
 }

@@ -4,6 +4,8 @@
 
 #include <array>
 
+class SharedCode;
+
 // The palette: one row per colour scheme, one column per forecast bucket (0 = safest, 5 = over).
 namespace ColorScheme {
 
@@ -18,6 +20,9 @@ int bucketForRatio(double ratio);
 
 // The colour of a ratio in a scheme row; rows outside the table read as row 0.
 quint32 colorForRatio(double ratio, qint64 row);
+// The same in the colour scheme the settings choose.
+quint32 colorForRatio(const SharedCode &shared, double ratio);
+const Table &getColorsDBandRows(int *rows);
 
 } // namespace ColorScheme
 

@@ -1,5 +1,6 @@
 // The data cap with rollover, the forecast and the number texts.
 #include "datacap.h"
+#include "billingcycle.h"
 #include "core/settingskeys.h"
 #include "core/sharedcode.h"
 #include "logging.h"
@@ -12,52 +13,53 @@ namespace {
 constexpr double kMB = 1048576.0;
 } // namespace
 
-double SharedCode::baseDataCapForPlan(const QString &plan) const
+double DataCap::baseDataCapForPlan(const SharedCode &shared, const QString &plan)
 {
-    return doubleForPlan(plan, Keys::PREF_THRES_MONTHLY);
+    return shared.doubleForPlan(plan, Keys::PREF_THRES_MONTHLY);
 }
 
-bool SharedCode::isRolloverForPlan(const QString &plan) const
+bool DataCap::isRolloverForPlan(const SharedCode &shared, const QString &plan)
 {
-    return boolForPlan(plan, Keys::PREF_ROLLOVER_ON);
+    return shared.boolForPlan(plan, Keys::PREF_ROLLOVER_ON);
 }
 
-double SharedCode::effectiveDataCap(StoreContext *context, const QString &plan)
+double DataCap::effectiveDataCap(SharedCode &shared, StoreContext *context, const QString &plan)
 {
-    const double base = baseDataCapForPlan(plan);
-    if (!isRolloverForPlan(plan))
+    const double base = baseDataCapForPlan(shared, plan);
+    if (!isRolloverForPlan(shared, plan))
         return base;
     if (!context)
-        return base + doubleForPlan(plan, Keys::PREF_ROLLOVER_AMOUNT);
-    const QVariant ts = getForPlan(plan, Keys::PREF_ROLLOVER_TIMESTAMP);
-    const Period current = computeStartEndDates(m_clock->now(), plan);
+        return base + shared.doubleForPlan(plan, Keys::PREF_ROLLOVER_AMOUNT);
+    const QVariant ts = shared.getForPlan(plan, Keys::PREF_ROLLOVER_TIMESTAMP);
+    const Period current = BillingCycle::computeStartEndDates(shared, shared.clock().now(), plan);
     if (ts.typeId() == QMetaType::QDateTime && current.contains(ts.toDateTime()))
-        return base + doubleForPlan(plan, Keys::PREF_ROLLOVER_AMOUNT);
-    initRollover(context, plan);
-    return base + doubleForPlan(plan, Keys::PREF_ROLLOVER_AMOUNT);
+        return base + shared.doubleForPlan(plan, Keys::PREF_ROLLOVER_AMOUNT);
+    initRollover(shared, context, plan);
+    return base + shared.doubleForPlan(plan, Keys::PREF_ROLLOVER_AMOUNT);
 }
 
-void SharedCode::initRollover(StoreContext *context, const QString &plan)
+void DataCap::initRollover(SharedCode &shared, StoreContext *context, const QString &plan)
 {
-    const QDateTime now = m_clock->now();
-    const QDateTime start = computeStartEndDates(now, plan).start;
-    const Period previous = computeStartEndDates(dateByAddingUnit(CalendarUnit::Day, -1, start), plan);
+    const QDateTime now = shared.clock().now();
+    const QDateTime start = BillingCycle::computeStartEndDates(shared, now, plan).start;
+    const Period previous = BillingCycle::computeStartEndDates(
+        shared, BillingCycle::dateByAddingUnit(CalendarUnit::Day, -1, start), plan);
     double used = 0;
     if (context) {
         if (const std::optional<UsageSums> sums = context->sum(previous.start, previous.end))
             used = sums->cellIn + sums->cellOut;
     }
-    const double left = std::max(baseDataCapForPlan(plan) - used, 0.0) + 0.0; // + 0.0 turns -0 into 0
+    const double left = std::max(baseDataCapForPlan(shared, plan) - used, 0.0) + 0.0; // + 0.0 turns -0 into 0
     const double mb = std::floor(left / kMB);
     const bool inGB = mb > 10000;
-    setForPlan(plan, Keys::PREF_ROLLOVER_TIMESTAMP, now);
-    setForPlan(plan, Keys::PREF_ROLLOVER_AMOUNT, mb * kMB);
-    setForPlan(plan, Keys::PREF_ROLLOVER_DISPLAY,
-               QVariantList{stringTwoDecimal(inGB ? mb / 1024 : mb), qint64(inGB ? 1 : 0)});
+    shared.setForPlan(plan, Keys::PREF_ROLLOVER_TIMESTAMP, now);
+    shared.setForPlan(plan, Keys::PREF_ROLLOVER_AMOUNT, mb * kMB);
+    shared.setForPlan(plan, Keys::PREF_ROLLOVER_DISPLAY,
+                      QVariantList{stringTwoDecimal(inGB ? mb / 1024 : mb), qint64(inGB ? 1 : 0)});
     qCDebug(lcPlans, "rollover of %s recomputed: %.0f MB left of the previous period", qPrintable(plan), mb);
 }
 
-double SharedCode::forecastRatio(double timeLeft, double dataLeft)
+double DataCap::forecastRatio(double timeLeft, double dataLeft)
 {
     if (dataLeft <= 0)
         return 1.0;
@@ -69,7 +71,7 @@ double SharedCode::forecastRatio(double timeLeft, double dataLeft)
     return s / timeLeft;
 }
 
-QString SharedCode::forecastText(double q)
+QString DataCap::forecastText(double q)
 {
     if (std::isnan(q) || q <= 0)
         return QStringLiteral("safe");
@@ -78,7 +80,7 @@ QString SharedCode::forecastText(double q)
     return q < 0.5 ? QStringLiteral("caution") : QStringLiteral("danger");
 }
 
-QString SharedCode::forecastIconCode(const QString &text)
+QString DataCap::forecastIconCode(const QString &text)
 {
     if (text == QLatin1StringView("caution"))
         return QStringLiteral("2");
@@ -89,7 +91,7 @@ QString SharedCode::forecastIconCode(const QString &text)
     return QStringLiteral("1");
 }
 
-QString SharedCode::stringTwoDecimal(double x)
+QString DataCap::stringTwoDecimal(double x)
 {
     if (std::isnan(x))
         return QStringLiteral("NaN");

@@ -1,4 +1,5 @@
 #include "widgetstats.h"
+#include "plans/colorscheme.h"
 
 #include "core/location.h"
 #include "core/privatefiles.h"
@@ -6,6 +7,7 @@
 #include "core/sharedcode.h"
 #include "logging.h"
 #include "plans/billingcycle.h"
+#include "plans/datacap.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -13,20 +15,21 @@
 
 #include <atomic>
 
-QVariantMap SharedCode::computeWidgetStats(StoreContext *context)
+QVariantMap WidgetStats::computeWidgetStats(SharedCode &shared, StoreContext *context)
 {
-    const QDateTime now = clock().now();
+    const QDateTime now = shared.clock().now();
     const QString plan = context ? context->name() : QString(); // the store's plan, not a newer one
-    const Period p = computeStartEndDates(now, plan);
+    const Period p = BillingCycle::computeStartEndDates(shared, now, plan);
     const std::optional<UsageSums> sums = context ? context->sum(p.start, p.end) : std::nullopt;
     const double used = sums ? sums->cellIn + sums->cellOut : 0; // Wi-Fi is never counted
-    const double cap = effectiveDataCap(context, plan);
+    const double cap = DataCap::effectiveDataCap(shared, context, plan);
     const double percent = cap > 0 ? used * 100 / cap : 0;
     const double length = double(p.start.msecsTo(p.end));
     const double timeLeft = length > 0 ? double(now.msecsTo(p.end)) * 100 / length : 0;
-    const double ratio = forecastRatio(timeLeft, 100 - percent);
-    const qint64 days = isDailyCycleForPlan(plan) ? 24 - now.toLocalTime().time().hour()
-                                                  : BillingCycle::wholeDaysBetween(todayAtZeroHour(), p.end);
+    const double ratio = DataCap::forecastRatio(timeLeft, 100 - percent);
+    const qint64 days = BillingCycle::isDailyCycleForPlan(shared, plan)
+                            ? 24 - now.toLocalTime().time().hour()
+                            : BillingCycle::wholeDaysBetween(shared.todayAtZeroHour(), p.end);
     const double left = std::max(cap - used, 0.0) + 0.0; // never a negative zero
     return {{WStats::F_RATIO, ratio},
             {WStats::PERCENT, percent},
@@ -35,22 +38,23 @@ QVariantMap SharedCode::computeWidgetStats(StoreContext *context)
             {WStats::DAYS, days}};
 }
 
-bool SharedCode::isMapTracking(LocationService *location) const
+bool WidgetStats::isMapTracking(const SharedCode &shared, LocationService *location)
 {
-    return userPref().boolForKey(Keys::PREF_V7_GEO) && location &&
+    return shared.userPref().boolForKey(Keys::PREF_V7_GEO) && location &&
            location->authorizationStatus() == LocationService::Authorization::Always;
 }
 
-Coordinate SharedCode::getCurrentCoordinateForWidget(LocationService *location)
+Coordinate WidgetStats::getCurrentCoordinateForWidget(const SharedCode &shared, LocationService *location)
 {
-    if (!isMapTracking(location))
+    if (!isMapTracking(shared, location))
         return Coordinate();
-    return coordinatFromLocationManager(location->lastLocation()); // the last fix only; nothing is started
+    return SharedCode::coordinatFromLocationManager(
+        location->lastLocation()); // the last fix only; nothing is started
 }
 
-int SharedCode::widgetAppearance() const
+int WidgetStats::widgetAppearance(const SharedCode &shared)
 {
-    return int(userPref().integerForKey(Keys::PREF_THEME_WIDGET_BG));
+    return int(shared.userPref().integerForKey(Keys::PREF_THEME_WIDGET_BG));
 }
 
 namespace WidgetRecord {
@@ -70,13 +74,13 @@ QVariantMap fromStats(const SharedCode &shared, const QVariantMap &stats, const 
     const double ratio = stats.value(WStats::F_RATIO).toDouble();
     const qint64 days = stats.value(WStats::DAYS).toLongLong();
     return {{WStats::TIMESTAMP, now},
-            {WStats::COLOR, shared.colorForRatio(ratio)},
-            {WStats::FORECAST, SharedCode::forecastText(ratio)},
+            {WStats::COLOR, ColorScheme::colorForRatio(shared, ratio)},
+            {WStats::FORECAST, DataCap::forecastText(ratio)},
             {WStats::PERCENT, stats.value(WStats::PERCENT)},
             {WStats::USED, stats.value(WStats::USED)},
             {WStats::LEFT, stats.value(WStats::LEFT)},
             {WStats::DAYS, days},
-            {WStats::TIMEUNIT, shared.timeUnitSingularOrPural(days, QString())}};
+            {WStats::TIMEUNIT, BillingCycle::timeUnitSingularOrPural(shared, days, QString())}};
 }
 
 QString isoText(const QDateTime &date)

@@ -21,6 +21,24 @@ inline const QString FORECAST = QStringLiteral("WSTATS_FORECAST");
 inline const QString TIMEUNIT = QStringLiteral("WSTATS_TIMEUNIT");
 } // namespace WStats
 
+class LocationService;
+class StoreContext;
+struct Coordinate;
+
+// The widget's figures of the current period (a null plan is the active plan).
+namespace WidgetStats {
+// The five WSTATS_ keys of the store's plan; on the context's queue.
+QVariantMap computeWidgetStats(SharedCode &shared, StoreContext *context);
+// The widget's position: the location service's last fix, when usage is being mapped.
+Coordinate getCurrentCoordinateForWidget(const SharedCode &shared, LocationService *location);
+bool isMapTracking(const SharedCode &shared, LocationService *location);
+int widgetAppearance(const SharedCode &shared);
+inline int widgetColorStyle()
+{
+    return 0;
+}
+} // namespace WidgetStats
+
 namespace WidgetRecord {
 // First-run setup is finished.
 bool isSetUp(const SharedCode &shared);

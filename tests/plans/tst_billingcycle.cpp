@@ -233,7 +233,7 @@ private slots:
         else
             shared->setForPlan(QString(), key, value);
         const QDateTime when = local(QStringLiteral("2026-11-23T15:00"));
-        const Period p = shared->computeStartEndDates(when, QString());
+        const Period p = BillingCycle::computeStartEndDates(*shared, when, QString());
         QVERIFY2(p.contains(when), qPrintable(withOffset(p.start) + QLatin1Char(' ') + withOffset(p.end)));
         QVERIFY(p.start.daysTo(p.end) <= 3650);
     }
@@ -262,14 +262,14 @@ private slots:
             shared->setForPlan(QString(), Keys::PREF_30DAY_START, local(anchor));
 
         const QDateTime when = local(date);
-        const Period p = shared->computeStartEndDates(when, QString());
+        const Period p = BillingCycle::computeStartEndDates(*shared, when, QString());
         QCOMPARE(withOffset(p.start), start);
         QCOMPARE(withOffset(p.end), end);
         // The period from any moment inside it is the same period (without an anchor, a period
         // of days starts on the day asked about, so there it cannot be).
         const bool anchored = type == 0 || type == 2 || type > 4 || !anchor.isEmpty();
         if (anchored && p.contains(when)) {
-            const Period again = shared->computeStartEndDates(p.end.addSecs(-1), QString());
+            const Period again = BillingCycle::computeStartEndDates(*shared, p.end.addSecs(-1), QString());
             QCOMPARE(withOffset(again.start), start);
             QCOMPARE(withOffset(again.end), end);
         }
@@ -305,15 +305,15 @@ private slots:
     {
         ZoneScope tz("Europe/Berlin");
         const QDateTime jan31(QDate(2023, 1, 31), QTime(9, 0));
-        QCOMPARE(SharedCode::dateByAddingUnit(CalendarUnit::Month, 1, jan31),
+        QCOMPARE(BillingCycle::dateByAddingUnit(CalendarUnit::Month, 1, jan31),
                  QDateTime(QDate(2023, 2, 28), QTime(9, 0)));
         const QDateTime beforeChange(QDate(2024, 3, 30), QTime(12, 0));
-        QCOMPARE(SharedCode::dateByAddingUnit(CalendarUnit::Day, 1, beforeChange),
+        QCOMPARE(BillingCycle::dateByAddingUnit(CalendarUnit::Day, 1, beforeChange),
                  QDateTime(QDate(2024, 3, 31), QTime(12, 0)));
-        QCOMPARE(SharedCode::dateByAddingUnit(CalendarUnit::Hour, 24, beforeChange),
+        QCOMPARE(BillingCycle::dateByAddingUnit(CalendarUnit::Hour, 24, beforeChange),
                  QDateTime(QDate(2024, 3, 31), QTime(13, 0)));
-        QCOMPARE(SharedCode::dateByAddingUnit(CalendarUnit::Minute, 5, beforeChange), beforeChange);
-        QCOMPARE(SharedCode::validDateForDay(0, QDateTime(QDate(2024, 3, 10), QTime())),
+        QCOMPARE(BillingCycle::dateByAddingUnit(CalendarUnit::Minute, 5, beforeChange), beforeChange);
+        QCOMPARE(BillingCycle::validDateForDay(0, QDateTime(QDate(2024, 3, 10), QTime())),
                  QDateTime(QDate(2024, 2, 29), QTime()));
     }
 
@@ -368,13 +368,13 @@ private slots:
         TestContainer c;
         auto shared = c.open();
         shared->userPref().setValue(Keys::PREF_ACTIVE_PLAN, QStringLiteral("P"));
-        QCOMPARE(shared->timeUnitSingularOrPural(0, QString()), QStringLiteral("day"));
-        QCOMPARE(shared->timeUnitSingularOrPural(2, QString()), QStringLiteral("days"));
+        QCOMPARE(BillingCycle::timeUnitSingularOrPural(*shared, 0, QString()), QStringLiteral("day"));
+        QCOMPARE(BillingCycle::timeUnitSingularOrPural(*shared, 2, QString()), QStringLiteral("days"));
         shared->setForPlan(QString(), Keys::PREF_BILLTYPE, 4);
         shared->setForPlan(QString(), Keys::PREF_NDAYS_N, 1);
-        QVERIFY(shared->isDailyCycleForPlan(QString()));
-        QCOMPARE(shared->timeUnitSingularOrPural(1, QString()), QStringLiteral("hour"));
-        QCOMPARE(shared->timeUnitSingularOrPural(5, QString()), QStringLiteral("hours"));
+        QVERIFY(BillingCycle::isDailyCycleForPlan(*shared, QString()));
+        QCOMPARE(BillingCycle::timeUnitSingularOrPural(*shared, 1, QString()), QStringLiteral("hour"));
+        QCOMPARE(BillingCycle::timeUnitSingularOrPural(*shared, 5, QString()), QStringLiteral("hours"));
     }
 };
 

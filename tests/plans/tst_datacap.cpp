@@ -1,5 +1,7 @@
 #include "core/settingskeys.h"
 #include "plans/amountentry.h"
+#include "plans/colorscheme.h"
+#include "plans/datacap.h"
 #include "sharing/commonshared.h"
 #include "testsupport.h"
 
@@ -59,7 +61,7 @@ private slots:
             ctx->insertEvent(Event{QDateTime(QDate(2026, 3, 1), QTime()), 999 * GB}); // this period: ignored
             ctx->insertEvent(Event{QDateTime(QDate(2026, 1, 31), QTime(23, 0)), 999 * GB}); // before: ignored
             ctx->save();
-            return shared->effectiveDataCap(ctx.get(), QString());
+            return DataCap::effectiveDataCap(*shared, ctx.get(), QString());
         });
         QCOMPARE(effective, cap + amount);
         QCOMPARE(shared->doubleForPlan(QString(), Keys::PREF_ROLLOVER_AMOUNT), amount);
@@ -87,12 +89,15 @@ private slots:
         auto shared = openPlan(c, 100 * MB);
         shared->setForPlan(QString(), Keys::PREF_ROLLOVER_AMOUNT, 7 * MB);
         shared->setForPlan(QString(), Keys::PREF_ROLLOVER_TIMESTAMP, timeStamp);
-        QCOMPARE(shared->effectiveDataCap(nullptr, QString()), 107 * MB); // without a store: as stored
+        QCOMPARE(DataCap::effectiveDataCap(*shared, nullptr, QString()),
+                 107 * MB); // without a store: as stored
         auto ctx = shared->mocForActive();
-        const double cap = onQueue(*ctx, [&] { return shared->effectiveDataCap(ctx.get(), QString()); });
+        const double cap =
+            onQueue(*ctx, [&] { return DataCap::effectiveDataCap(*shared, ctx.get(), QString()); });
         QCOMPARE(cap, recomputed ? 200 * MB : 107 * MB);
         shared->setForPlan(QString(), Keys::PREF_ROLLOVER_ON, false);
-        QCOMPARE(onQueue(*ctx, [&] { return shared->effectiveDataCap(ctx.get(), QString()); }), 100 * MB);
+        QCOMPARE(onQueue(*ctx, [&] { return DataCap::effectiveDataCap(*shared, ctx.get(), QString()); }),
+                 100 * MB);
     }
 
     void forecast_data()
@@ -127,13 +132,13 @@ private slots:
         QFETCH(double, ratio);
         QFETCH(QString, text);
         QFETCH(QString, icon);
-        const double q = SharedCode::forecastRatio(timeLeft, dataLeft);
+        const double q = DataCap::forecastRatio(timeLeft, dataLeft);
         if (std::isnan(ratio))
             QVERIFY(std::isnan(q));
         else
             QCOMPARE(q, ratio);
-        QCOMPARE(SharedCode::forecastText(q), text);
-        QCOMPARE(SharedCode::forecastIconCode(text), icon);
+        QCOMPARE(DataCap::forecastText(q), text);
+        QCOMPARE(DataCap::forecastIconCode(text), icon);
     }
 
     void colors_data()
@@ -162,9 +167,9 @@ private slots:
         TestContainer c;
         auto shared = c.open();
         shared->userPref().setValue(Keys::PREF_THEME_COLOR, row);
-        QCOMPARE(shared->colorForRatio(ratio), color);
+        QCOMPARE(ColorScheme::colorForRatio(*shared, ratio), color);
         int rows = 0;
-        QCOMPARE(SharedCode::getColorsDBandRows(&rows).size(), size_t(25));
+        QCOMPARE(ColorScheme::getColorsDBandRows(&rows).size(), size_t(25));
         QCOMPARE(rows, 25);
     }
 
@@ -218,7 +223,7 @@ private slots:
         QFETCH(double, value);
         QFETCH(QString, twoDecimal);
         QFETCH(QString, bytes);
-        QCOMPARE(SharedCode::stringTwoDecimal(value), twoDecimal);
+        QCOMPARE(DataCap::stringTwoDecimal(value), twoDecimal);
         QCOMPARE(CommonShared::getDataBytesStr(value), bytes);
     }
 
@@ -254,9 +259,9 @@ private slots:
             auto shared = c.open();
             shared->userPref().setValue(Keys::PREF_ACTIVE_PLAN, QStringLiteral("P"));
             AmountEntry::storeCap(*shared, QString(), *cap);
-            QCOMPARE(shared->baseDataCapForPlan(QString()), capBytes);
+            QCOMPARE(DataCap::baseDataCapForPlan(*shared, QString()), capBytes);
             QCOMPARE(shared->getForPlan(QString(), Keys::PREF_DATA_DISPLAY_CAP).toList(),
-                     (QVariantList{SharedCode::stringTwoDecimal(text.toDouble()), unit}));
+                     (QVariantList{DataCap::stringTwoDecimal(text.toDouble()), unit}));
         }
     }
 };

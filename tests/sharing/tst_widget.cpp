@@ -89,7 +89,7 @@ private slots:
                 ctx->insertEvent(Event{now, cell, 0, 777, 1});
             ctx->insertEvent(Event{now.addDays(-40), 12345}); // an earlier period
             ctx->save();
-            return shared->computeWidgetStats(ctx.get());
+            return WidgetStats::computeWidgetStats(*shared, ctx.get());
         });
         QCOMPARE(QSet<QString>(s.keyBegin(), s.keyEnd()),
                  (QSet<QString>{WStats::F_RATIO, WStats::PERCENT, WStats::USED, WStats::LEFT, WStats::DAYS}));
@@ -116,11 +116,11 @@ private slots:
             }
             void stopMonitoring() override {}
         } location;
-        QCOMPARE(shared->getCurrentCoordinateForWidget(&location).latitude,
+        QCOMPARE(WidgetStats::getCurrentCoordinateForWidget(*shared, &location).latitude,
                  kUnknownCoordinate); // not mapping
         shared->userPref().setValue(Keys::PREF_V7_GEO, true);
-        QCOMPARE(shared->getCurrentCoordinateForWidget(&location).latitude, 52.5);
-        QCOMPARE(shared->getCurrentCoordinateForWidget(nullptr).latitude, kUnknownCoordinate);
+        QCOMPARE(WidgetStats::getCurrentCoordinateForWidget(*shared, &location).latitude, 52.5);
+        QCOMPARE(WidgetStats::getCurrentCoordinateForWidget(*shared, nullptr).latitude, kUnknownCoordinate);
     }
 
     // A message is answered before setup with two keys, after it with the record and a fresh sample.

@@ -1,4 +1,5 @@
 #include "watchsessionservice.h"
+#include "sharing/widgetstats.h"
 
 #include "core/sharedcode.h"
 
@@ -100,7 +101,7 @@ void DBusWidgetCenter::reloadAllTimelines()
     // Waited for: a short-lived command reloads just before it exits. One sum over the period.
     QVariantMap record;
     const auto compute = [&] {
-        const QVariantMap stats = m_shared.computeWidgetStats(context.get());
+        const QVariantMap stats = WidgetStats::computeWidgetStats(m_shared, context.get());
         record = WidgetRecord::fromStats(m_shared, stats, m_shared.clock().now());
     };
     if (context->isCurrent())
