@@ -21,7 +21,16 @@ QString percentText(const char *format, double value)
 
 } // namespace
 
-AlertsController::AlertsController(SettingsDomain &pref, QObject *parent) : QObject(parent), m_pref(pref) {}
+AlertsController::AlertsController(SettingsDomain &pref, QObject *parent)
+    : QObject(parent), m_pref(pref), m_thresholds(new ListModel(
+                                         {"text", "detail"}, [this] { return int(rowTexts().size()); },
+                                         [this](int row, const QByteArray &role) -> QVariant {
+                                             return (role == "text" ? rowTexts() : rowDetails()).value(row);
+                                         },
+                                         this))
+{
+    connect(this, &AlertsController::reloaded, m_thresholds, &ListModel::reload);
+}
 
 QString AlertsController::alertName(quint32 index)
 {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "core/listmodel.h"
+
 #include <QObject>
 #include <QStringList>
 
@@ -12,6 +14,7 @@ class AlertsController : public QObject
     Q_PROPERTY(QString title READ title CONSTANT)
     Q_PROPERTY(QStringList rowTexts READ rowTexts CONSTANT)
     Q_PROPERTY(QStringList rowDetails READ rowDetails NOTIFY reloaded)
+    Q_PROPERTY(ListModel *thresholds READ thresholds CONSTANT)
 
 public:
     explicit AlertsController(SettingsDomain &pref, QObject *parent = nullptr);
@@ -20,6 +23,8 @@ public:
     QString title() const;
     QStringList rowTexts() const;
     QStringList rowDetails() const; // "50%"
+    // The four thresholds as a model: text ("First Alert"...), detail ("50%").
+    ListModel *thresholds() const { return m_thresholds; }
     quint32 tappedRow() const { return m_tappedRow; }
 
     // Remembers the row; the caller opens a ThresholdController with that type.
@@ -33,6 +38,7 @@ signals:
 private:
     SettingsDomain &m_pref;
     quint32 m_tappedRow = 0;
+    ListModel *m_thresholds;
 };
 
 // One alert's threshold: a picker in 5 % steps between its neighbours.

@@ -53,7 +53,13 @@ public:
 // A choice offered by an alert.
 struct AlertAction
 {
+    Q_GADGET
+    Q_PROPERTY(QString title MEMBER title)
+    Q_PROPERTY(Style style MEMBER style)
+
+public:
     enum Style { Default, Cancel, Destructive };
+    Q_ENUM(Style)
     QString title;
     Style style = Default;
     bool operator==(const AlertAction &) const = default;
@@ -61,6 +67,12 @@ struct AlertAction
 
 struct AlertValue
 {
+    Q_GADGET
+    Q_PROPERTY(QString title MEMBER title)
+    Q_PROPERTY(QString message MEMBER message)
+    Q_PROPERTY(QString button MEMBER button)
+
+public:
     QString title;
     QString message;
     QString button;

@@ -11,6 +11,12 @@ class DataUsageAppDelegate;
 // One row of a settings table: its title, the value shown at its right, the screen it opens.
 struct SettingsRow
 {
+    Q_GADGET
+    Q_PROPERTY(QString title MEMBER title)
+    Q_PROPERTY(QString detail MEMBER detail)
+    Q_PROPERTY(QString opens MEMBER opens)
+
+public:
     QString title;
     QString detail;
     QString opens; // class name of the screen, or empty

@@ -50,8 +50,19 @@ private:
 } // namespace
 
 SelectPlanController::SelectPlanController(DataUsageAppDelegate &delegate, QObject *parent)
-    : QObject(parent), m_delegate(delegate)
+    : QObject(parent), m_delegate(delegate),
+      m_plans(new ListModel(
+          {"planID", "label", "checked"}, [this] { return int(m_ids.size()); },
+          [this](int row, const QByteArray &role) -> QVariant {
+              if (role == "planID")
+                  return m_ids.value(row);
+              if (role == "label")
+                  return m_labels.value(row);
+              return row == checkedRow();
+          },
+          this))
 {
+    connect(this, &SelectPlanController::reloaded, m_plans, &ListModel::reload);
     reload();
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "core/listmodel.h"
+
 #include <QObject>
 #include <QStringList>
 
@@ -14,6 +16,7 @@ class SelectPlanController : public QObject
     Q_PROPERTY(QStringList planIDs READ planIDs NOTIFY reloaded)
     Q_PROPERTY(QStringList labels READ labels NOTIFY reloaded)
     Q_PROPERTY(int checkedRow READ checkedRow NOTIFY reloaded)
+    Q_PROPERTY(ListModel *plans READ plans CONSTANT)
 
 public:
     explicit SelectPlanController(DataUsageAppDelegate &delegate, QObject *parent = nullptr);
@@ -22,6 +25,8 @@ public:
     QStringList planIDs() const { return m_ids; }
     QStringList labels() const { return m_labels; }
     int checkedRow() const;
+    // The plans as a model: planID, label, checked.
+    ListModel *plans() const { return m_plans; }
 
     Q_INVOKABLE void reload();
     // The active plan's row only goes back; another row switches to that plan.
@@ -36,4 +41,5 @@ private:
     DataUsageAppDelegate &m_delegate;
     QStringList m_ids;
     QStringList m_labels;
+    ListModel *m_plans;
 };

@@ -3,7 +3,7 @@
 #include <QDateTime>
 #include <QList>
 #include <QMap>
-#include <QMetaType>
+#include <QObject>
 #include <QString>
 
 #include <limits>
@@ -70,12 +70,20 @@ std::optional<ChartData> computeUsage(StoreContext &context, const QDateTime &st
 // A piece of styled text: what the views draw in the icon font, the number font or the unit font.
 struct TextRun
 {
+    Q_GADGET
+    Q_PROPERTY(QString text MEMBER text)
+    Q_PROPERTY(Style style MEMBER style)
+
+public:
     enum Style { Glyph, Number, Unit };
+    Q_ENUM(Style)
     QString text;
     Style style;
     bool operator==(const TextRun &) const = default;
 };
 using StyledText = QList<TextRun>;
+// As a view reads it: a list of TextRun values.
+QVariantList runsForView(const StyledText &text);
 
 // Operations shared by the history screens.
 class DayChildHelper

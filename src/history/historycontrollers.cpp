@@ -14,8 +14,26 @@
 TimeChartViewController::TimeChartViewController(DataUsageAppDelegate &delegate, const QString &plan,
                                                  const QString &mainPattern, QObject *parent)
     : QObject(parent), planID(plan), m_delegate(delegate), m_context(delegate.mocForPlan(plan)),
-      m_mainDF(DateFormatter::withPattern(mainPattern))
-{}
+      m_mainDF(DateFormatter::withPattern(mainPattern)),
+      m_rows(new ListModel(
+          {"key", "timeLabel", "subLabel", "cellAmount", "wifiAmount", "cellPercent", "wifiPercent"},
+          [this] { return rowCount(); },
+          [this](int i, const QByteArray &role) -> QVariant {
+              const ChartRow r = row(i);
+              if (role == "key")
+                  return r.key;
+              if (role == "timeLabel")
+                  return r.timeLabel;
+              if (role == "subLabel")
+                  return r.subLabel;
+              if (role == "cellAmount" || role == "wifiAmount")
+                  return runsForView(role == "cellAmount" ? r.cellAmount : r.wifiAmount);
+              return role == "cellPercent" ? r.cellPercent : r.wifiPercent;
+          },
+          this))
+{
+    connect(this, &TimeChartViewController::loaded, m_rows, &ListModel::reload);
+}
 
 TimeChartViewController::~TimeChartViewController() = default;
 
@@ -228,6 +246,14 @@ void MultiCyclesController::didLoad()
 }
 
 // ---- DayChildHelper ----
+
+QVariantList runsForView(const StyledText &text)
+{
+    QVariantList runs;
+    for (const TextRun &run : text)
+        runs.append(QVariant::fromValue(run));
+    return runs;
+}
 
 StyledText DayChildHelper::headerUsageStringForCell(double cell, double wifi)
 {

@@ -2,6 +2,7 @@
 
 #include "chartdata.h"
 #include "core/dateformatter.h"
+#include "core/listmodel.h"
 
 #include <QObject>
 #include <QPointer>
@@ -15,6 +16,14 @@ class StoreContext;
 // What one history row shows.
 struct ChartRow
 {
+    Q_GADGET
+    Q_PROPERTY(QDateTime key MEMBER key)
+    Q_PROPERTY(QString timeLabel MEMBER timeLabel)
+    Q_PROPERTY(QString subLabel MEMBER subLabel)
+    Q_PROPERTY(double cellPercent MEMBER cellPercent)
+    Q_PROPERTY(double wifiPercent MEMBER wifiPercent)
+
+public:
     QDateTime key;
     QString timeLabel; // the main format of the key, cut to 3 characters when longer
     QString subLabel;  // the second date line, where the screen has one
@@ -34,6 +43,7 @@ class TimeChartViewController : public QObject
     Q_PROPERTY(bool noUsage READ noUsage NOTIFY loaded)
     Q_PROPERTY(int rowCount READ rowCount NOTIFY loaded)
     Q_PROPERTY(QString periodLabel READ periodLabel NOTIFY loaded)
+    Q_PROPERTY(ListModel *rows READ rows CONSTANT)
 
 public:
     ~TimeChartViewController() override;
@@ -53,6 +63,9 @@ public:
     bool noUsage() const { return !m_busy && keysForChart.isEmpty(); }
     int rowCount() const { return int(keysForChart.size()); }
     ChartRow row(int index) const;
+    // The rows as a model: key, timeLabel, subLabel, cellAmount, wifiAmount (lists of TextRun),
+    // cellPercent, wifiPercent (bar fractions, -1 for none).
+    ListModel *rows() const { return m_rows; }
     // The header's period label; empty when the header has none (it is then 1 point high).
     virtual QString periodLabel() const { return QString(); }
     double headerHeight() const { return periodLabel().isEmpty() ? 1 : 30; }
@@ -83,6 +96,7 @@ protected:
 private:
     void setBuckets(const ChartBuckets &buckets);
     DateFormatter m_mainDF;
+    ListModel *m_rows;
     bool m_busy = true;
     quint64 m_generation = 0;
 };

@@ -7,8 +7,31 @@
 
 NetViewController::NetViewController(DataUsageAppDelegate &delegate, const DayValue &day,
                                      std::shared_ptr<const ChartBuckets> hoursOnQueue, QObject *parent)
-    : QObject(parent), m_delegate(delegate), m_day(day), m_hours(std::move(hoursOnQueue))
+    : QObject(parent), m_delegate(delegate), m_day(day), m_hours(std::move(hoursOnQueue)),
+      m_addresses(new ListModel(
+          {"hour", "cellTotal", "wifiTotal", "label", "bytes"}, [this] { return int(m_flat.size()); },
+          [this](int i, const QByteArray &role) -> QVariant {
+              const auto [section, row] = m_flat.value(i);
+              if (role == "hour")
+                  return sectionTitle(section);
+              if (role == "cellTotal" || role == "wifiTotal")
+                  return runsForView(role == "cellTotal" ? sectionCell(section) : sectionWifi(section));
+              if (role == "label")
+                  return drawRow(section, row);
+              return dataForAll.value(hourKeys.value(section)).value(row).sum;
+          },
+          this))
 {
+    connect(this, &NetViewController::loaded, this, [this] {
+        m_flat.clear();
+        for (int section = 0; section < hourKeys.size(); ++section)
+            for (int row = 0; row < dataForAll.value(hourKeys.at(section)).size(); ++row)
+                m_flat.append({section, row});
+        m_addresses->reload();
+    });
+    connect(this, &NetViewController::rowUpdated, this, [this](int section, int row) {
+        m_addresses->rowChanged(int(m_flat.indexOf({section, row})));
+    });
     makeCache();
     connect(m_cache.get(), &HostNameCache::addToCache, this, &NetViewController::addCachedName);
     processData();

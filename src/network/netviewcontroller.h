@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/listmodel.h"
 #include "history/historycontrollers.h"
 
 #include <QHash>
@@ -43,6 +44,7 @@ class NetViewController : public QObject
 {
     Q_OBJECT
     Q_PROPERTY(bool busy READ busy NOTIFY loaded)
+    Q_PROPERTY(ListModel *addresses READ addresses CONSTANT)
 
 public:
     NetViewController(DataUsageAppDelegate &delegate, const DayValue &day,
@@ -67,6 +69,11 @@ public:
     // The rows the view shows now, in order; a looked-up name updates the first of them only.
     QList<QPair<int, int>> visibleRows;
 
+    // The table flat, one row per address and hour, for a list with sections: hour (the section's
+    // title), cellTotal and wifiTotal (the hour's totals, lists of TextRun), label (the host name once
+    // known, else the address), bytes.
+    ListModel *addresses() const { return m_addresses; }
+
     void processData();
     void getHosts(const QSet<QString> &addresses);
     void addCachedName(const QString &ip, const QString &hostname);
@@ -84,4 +91,6 @@ private:
     bool m_busy = true;
     QSet<QString> m_pending;
     QHash<QPair<int, int>, QString> m_labels;
+    QList<QPair<int, int>> m_flat; // (section, row) of each model row
+    ListModel *m_addresses;
 };
