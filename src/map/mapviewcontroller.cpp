@@ -72,8 +72,27 @@ Fit fitPage(const QList<MapData> &places, int hourIndex)
 
 MapViewController::MapViewController(DataUsageAppDelegate &delegate, const DayValue &day,
                                      std::shared_ptr<const ChartBuckets> hoursOnQueue, QObject *parent)
-    : QObject(parent), m_delegate(delegate), m_day(day), m_hours(std::move(hoursOnQueue))
+    : QObject(parent), m_delegate(delegate), m_day(day), m_hours(std::move(hoursOnQueue)),
+      m_cards(new ListModel(
+          {"title", "line"}, [this] { return int(hourKeys.size()); },
+          [this](int page, const QByteArray &role) -> QVariant {
+              return role == "title" ? QVariant(cardTitle(page)) : QVariant(runsForView(cardLine(page)));
+          },
+          this)),
+      m_shownPins(new ListModel(
+          {"latitude", "longitude", "callout"}, [this] { return int(m_pins.size()); },
+          [this](int i, const QByteArray &role) -> QVariant {
+              const QXPointAnnotation &pin = m_pins.at(i);
+              if (role == "latitude")
+                  return pin.coordinate.latitude;
+              if (role == "longitude")
+                  return pin.coordinate.longitude;
+              return runsForView(callout(pin.hourIndex, pin.locationIndex));
+          },
+          this))
 {
+    connect(this, &MapViewController::loaded, m_cards, &ListModel::reload);
+    connect(this, &MapViewController::pageShown, m_shownPins, &ListModel::reload);
     processData();
 }
 

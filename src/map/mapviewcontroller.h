@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/listmodel.h"
 #include "history/historycontrollers.h"
 #include "mapkit.h"
 
@@ -55,6 +56,8 @@ class MapViewController : public QObject
     Q_OBJECT
     Q_PROPERTY(bool busy READ busy NOTIFY loaded)
     Q_PROPERTY(int currentPage READ currentPage NOTIFY pageShown)
+    Q_PROPERTY(ListModel *cards READ cards CONSTANT)
+    Q_PROPERTY(ListModel *shownPins READ shownPins CONSTANT)
 
 public:
     MapViewController(DataUsageAppDelegate &delegate, const DayValue &day,
@@ -80,6 +83,11 @@ public:
     // A tapped card scrolls to the next one (the first after the last); -1 with a single card.
     int nextCardForTap(int card) const;
 
+    // The card strip, a card per page: title, line (a list of TextRun).
+    ListModel *cards() const { return m_cards; }
+    // The pins of the page shown: latitude, longitude, callout (a list of TextRun).
+    ListModel *shownPins() const { return m_shownPins; }
+
     QString cardTitle(int page) const;
     StyledText cardLine(int page) const;
     StyledText callout(int page, int location) const;
@@ -97,4 +105,6 @@ private:
     int m_page = -1;
     QList<QXPointAnnotation> m_pins;
     MKMapRect m_fitted{};
+    ListModel *m_cards;
+    ListModel *m_shownPins;
 };

@@ -4,6 +4,7 @@
 #include "map/mapviewcontroller.h"
 #include "testsupport.h"
 
+#include <QAbstractItemModelTester>
 #include <QtTest>
 
 namespace {
@@ -129,7 +130,11 @@ private slots:
         DayViewController day(delegate, QStringLiteral("P"));
         auto *map = qobject_cast<MapViewController *>(day.child(1));
         QVERIFY(map);
+        QAbstractItemModelTester cards(map->cards(), QAbstractItemModelTester::FailureReportingMode::QtTest);
+        QAbstractItemModelTester pins(map->shownPins(), QAbstractItemModelTester::FailureReportingMode::QtTest);
         QTRY_VERIFY(!map->busy());
+        QCOMPARE(map->cards()->rowCount(), 3);
+        QCOMPARE(map->shownPins()->rowCount(), 2);
         QCOMPARE(map->hourKeys, (QList<QDateTime>{MapPlaces::distantFuture(), ten, nine}));
         QCOMPARE(map->dataForAll.value(nine).size(), 1);
         QCOMPARE(map->dataForAll.value(nine)[0].cell, 150.0);
@@ -142,6 +147,9 @@ private slots:
         QCOMPARE(map->nextCardForTap(2), 0);
         map->updatePinsForScroll(750, 375);
         QCOMPARE(map->currentPage(), 2);
+        const QModelIndex pin = map->shownPins()->index(0);
+        QCOMPARE(map->shownPins()->rowCount(), 1); // the 9 o'clock page: one merged place
+        QCOMPARE(pin.data(map->shownPins()->roleNames().key("latitude")).toDouble(), 48.0);
 
         day.reloadWithDate(nine.addDays(1)); // a day without usage
         map = qobject_cast<MapViewController *>(day.child(1));
