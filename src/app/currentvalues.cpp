@@ -108,6 +108,23 @@ void DataUsageAppDelegate::refreshWidget()
     WidgetHelper::reload();
 }
 
+void DataUsageAppDelegate::makeHostnameCache()
+{
+    if (!m_hostnameCache)
+        m_hostnameCache = std::make_shared<HostNameCache>();
+}
+
+std::shared_ptr<HostNameCache> DataUsageAppDelegate::hostnameCache()
+{
+    makeHostnameCache();
+    return m_hostnameCache;
+}
+
+HostNameResolver *DataUsageAppDelegate::resolver()
+{
+    return m_services.hostNames;
+}
+
 void DataUsageAppDelegate::resetCache()
 {
     m_hostnameCache.reset(); // pages still open keep theirs until they go

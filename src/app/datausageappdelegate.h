@@ -2,8 +2,10 @@
 
 #include "applicationservices.h"
 #include "core/sharedcode.h"
+#include "hostnames.h"
 #include "location.h"
 #include "plans/datacap.h"
+#include "planstores.h"
 
 #include <QMutex>
 
@@ -13,8 +15,6 @@
 #include <memory>
 
 class WatchSession;
-class HostNameResolver;
-class HostNameCache;
 class QObject;
 
 // The figures of the active plan's current billing period.
@@ -33,7 +33,7 @@ struct CurrentValues
 
 // The application's delegate: the current figures, the alerts and notifications, the plans, and
 // what lives for the whole process beside the shared logic.
-class DataUsageAppDelegate
+class DataUsageAppDelegate : public PlanStores, public HostNames
 {
 public:
     enum ApplicationState { Active = 0, Inactive = 1, Background = 2 };
@@ -53,7 +53,7 @@ public:
     explicit DataUsageAppDelegate(SharedCode &shared);
     DataUsageAppDelegate(SharedCode &shared, Services services);
 
-    SharedCode &shared() const { return m_shared; }
+    SharedCode &shared() const override { return m_shared; }
     void setServices(Services services) { m_services = services; }
     Services services() const { return m_services; }
     int applicationState = Active;
@@ -75,7 +75,7 @@ public:
     void resetCurrent();
     // A cellular record of that many bytes, stamped now; nothing for 0 or less.
     void addUsageToCurrent(double bytes);
-    std::shared_ptr<StoreContext> mocForPlan(const QString &plan);
+    std::shared_ptr<StoreContext> mocForPlan(const QString &plan) override;
     // Asks `presentHistory` to make the plan's day history screen and show it full screen over the
     // presenter (the screens live above this layer; the screen belongs to whoever presents it).
     void showHistoryForPlan(const QString &plan, QObject *presenter, bool animated);
@@ -146,7 +146,8 @@ public:
 
     // Host names looked up in this process (made on first use, shared by every network page).
     void makeHostnameCache();
-    std::shared_ptr<HostNameCache> hostnameCache() const { return m_hostnameCache; }
+    std::shared_ptr<HostNameCache> hostnameCache() override;
+    HostNameResolver *resolver() override;
 
     // The watch link.
     void initWatchConnectivity();

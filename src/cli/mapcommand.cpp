@@ -38,7 +38,8 @@ DayCommand openDay(const QStringList &args, Environment &env, const QString &usa
                              : s.shared.activePlanID();
     if (lookups)
         env.desktopServices(); // only once the arguments are known to be good
-    DayCommand c{std::make_unique<DayViewController>(s.delegate, plan), a.flag(QStringLiteral("json"))};
+    DayCommand c{std::make_unique<DayViewController>(s.delegate, s.delegate, plan),
+                 a.flag(QStringLiteral("json"))};
     if (date)
         c.day->reloadWithDate(*date);
     return c;

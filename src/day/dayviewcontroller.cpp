@@ -1,9 +1,9 @@
 #include "dayviewcontroller.h"
 
-#include "app/datausageappdelegate.h"
 #include "core/dispatchqueue.h"
 #include "core/localtime.h"
 #include "core/settingskeys.h"
+#include "core/sharedcode.h"
 #include "core/storecontext.h"
 #include "map/mapviewcontroller.h"
 #include "network/netviewcontroller.h"
@@ -11,11 +11,13 @@
 
 // ---- DayViewController ----
 
-DayViewController::DayViewController(DataUsageAppDelegate &delegate, const QString &plan, QObject *parent)
-    : QObject(parent), planID(plan), m_delegate(delegate), m_context(delegate.mocForPlan(plan)),
-      m_day(delegate.shared().todayAtZeroHour()), m_queueHours(std::make_shared<ChartBuckets>())
+DayViewController::DayViewController(PlanStores &stores, HostNames &hostNames, const QString &plan,
+                                     QObject *parent)
+    : QObject(parent), planID(plan), m_stores(stores), m_hostNames(hostNames),
+      m_context(stores.mocForPlan(plan)), m_day(stores.shared().todayAtZeroHour()),
+      m_queueHours(std::make_shared<ChartBuckets>())
 {
-    const qint64 stored = delegate.shared().userPref().integerForKey(Keys::PREF_DAYVIEW_TYPE);
+    const qint64 stored = stores.shared().userPref().integerForKey(Keys::PREF_DAYVIEW_TYPE);
     m_active = stored == 1 ? 1 : 0;
     compute();
 }
@@ -33,11 +35,11 @@ QObject *DayViewController::child(int index)
         return nullptr;
     if (!m_children[index]) {
         if (index == 0)
-            m_children[0] = new TimeViewController(m_delegate, planID, m_queueHours, this);
+            m_children[0] = new TimeViewController(m_stores, planID, m_queueHours, this);
         else if (index == 1)
-            m_children[1] = new MapViewController(m_delegate, *this, m_queueHours, this);
+            m_children[1] = new MapViewController(m_stores, *this, m_queueHours, this);
         else
-            m_children[2] = new NetViewController(m_delegate, *this, m_queueHours, this);
+            m_children[2] = new NetViewController(m_stores, m_hostNames, *this, m_queueHours, this);
     }
     return m_children[index];
 }
@@ -47,8 +49,8 @@ void DayViewController::setSegment(int index)
     if (index != 0 && index != 1)
         return;
     m_active = index;
-    m_delegate.shared().userPref().setValue(Keys::PREF_DAYVIEW_TYPE, index);
-    m_delegate.shared().userPref().synchronize();
+    m_stores.shared().userPref().setValue(Keys::PREF_DAYVIEW_TYPE, index);
+    m_stores.shared().userPref().synchronize();
     child(index);
     emit activeChanged();
 }
@@ -80,14 +82,13 @@ bool DayViewController::swipe(Swipe direction)
 TimeChartViewController *DayViewController::cycleController()
 {
     if (!m_cycle) {
-        if (BillingCycle::isDailyCycleForPlan(m_delegate.shared(), planID)) {
-            auto *multi = new MultiCyclesController(m_delegate, planID, this);
+        if (BillingCycle::isDailyCycleForPlan(m_stores.shared(), planID)) {
+            auto *multi = new MultiCyclesController(m_stores, planID, this);
             connect(multi, &MultiCyclesController::periodSelected, this,
                     [this](const QDateTime &start) { reloadWithDate(start); });
             m_cycle = multi;
         } else {
-            auto *cycle =
-                new CycleViewController(m_delegate, planID, m_delegate.shared().clock().now(), this);
+            auto *cycle = new CycleViewController(m_stores, planID, m_stores.shared().clock().now(), this);
             connect(cycle, &CycleViewController::daySelected, this,
                     [this](const QDateTime &day) { reloadWithDate(day); });
             m_cycle = cycle;

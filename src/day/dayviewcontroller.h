@@ -1,5 +1,7 @@
 #pragma once
 
+#include "app/hostnames.h"
+#include "app/planstores.h"
 #include "history/historycontrollers.h"
 
 #include <QObject>
@@ -7,8 +9,6 @@
 
 #include <array>
 #include <memory>
-
-class DataUsageAppDelegate;
 
 // The day screen: the day's totals and two children, the hour list and the map, one shown.
 class DayViewController : public QObject, public DayValue
@@ -18,7 +18,8 @@ class DayViewController : public QObject, public DayValue
     Q_PROPERTY(int activeIndex READ activeIndex NOTIFY activeChanged)
 
 public:
-    DayViewController(DataUsageAppDelegate &delegate, const QString &plan, QObject *parent = nullptr);
+    DayViewController(PlanStores &stores, HostNames &hostNames, const QString &plan,
+                      QObject *parent = nullptr);
     ~DayViewController() override;
 
     const QString planID;
@@ -56,7 +57,8 @@ signals:
 
 private:
     void compute();
-    DataUsageAppDelegate &m_delegate;
+    PlanStores &m_stores;
+    HostNames &m_hostNames;
     std::shared_ptr<StoreContext> m_context;
     QDateTime m_day;
     std::shared_ptr<ChartBuckets> m_queueHours; // only touched on the store's queue

@@ -1,8 +1,8 @@
 #include "historycontrollers.h"
 #include "core/localtime.h"
 
-#include "app/datausageappdelegate.h"
 #include "core/settingskeys.h"
+#include "core/sharedcode.h"
 #include "core/storecontext.h"
 #include "plans/billingcycle.h"
 #include "sharing/commonshared.h"
@@ -11,9 +11,9 @@
 
 // ---- TimeChartViewController ----
 
-TimeChartViewController::TimeChartViewController(DataUsageAppDelegate &delegate, const QString &plan,
+TimeChartViewController::TimeChartViewController(PlanStores &stores, const QString &plan,
                                                  const QString &mainPattern, QObject *parent)
-    : QObject(parent), planID(plan), m_delegate(delegate), m_context(delegate.mocForPlan(plan)),
+    : QObject(parent), planID(plan), m_stores(stores), m_context(stores.mocForPlan(plan)),
       m_mainDF(DateFormatter::withPattern(mainPattern)),
       m_rows(new ListModel(
           {"key", "timeLabel", "subLabel", "cellAmount", "wifiAmount", "cellPercent", "wifiPercent"},
@@ -102,10 +102,10 @@ void TimeChartViewController::setBuckets(const ChartBuckets &buckets)
 
 // ---- TimeViewController ----
 
-TimeViewController::TimeViewController(DataUsageAppDelegate &delegate, const QString &plan,
+TimeViewController::TimeViewController(PlanStores &stores, const QString &plan,
                                        std::shared_ptr<const ChartBuckets> hoursOnQueue, QObject *parent)
-    : TimeChartViewController(delegate, plan, QString(), parent), m_hours(std::move(hoursOnQueue)),
-      m_24Hour(DayChildHelper::timeIs24HourFormat(delegate.shared().clock().now()))
+    : TimeChartViewController(stores, plan, QString(), parent), m_hours(std::move(hoursOnQueue)),
+      m_24Hour(DayChildHelper::timeIs24HourFormat(stores.shared().clock().now()))
 {
     setMainPattern(m_24Hour ? QStringLiteral("HH") : QStringLiteral("h"));
     reload();
@@ -125,13 +125,13 @@ TimeChartViewController::BucketsJob TimeViewController::bucketsJob() const
 
 // ---- CycleViewController ----
 
-CycleViewController::CycleViewController(DataUsageAppDelegate &delegate, const QString &plan,
-                                         const QDateTime &date, QObject *parent)
-    : TimeChartViewController(delegate, plan, QStringLiteral("d"), parent)
+CycleViewController::CycleViewController(PlanStores &stores, const QString &plan, const QDateTime &date,
+                                         QObject *parent)
+    : TimeChartViewController(stores, plan, QStringLiteral("d"), parent)
 {
     isSelectable = true;
     m_date = date;
-    const Period p = BillingCycle::computeStartEndDates(delegate.shared(), date, plan);
+    const Period p = BillingCycle::computeStartEndDates(stores.shared(), date, plan);
     m_start = p.start;
     m_end = p.end;
     reload();
@@ -156,7 +156,7 @@ void CycleViewController::reloadWithDate(const QDateTime &date)
     if (date == m_date)
         return;
     m_date = date;
-    const Period p = BillingCycle::computeStartEndDates(m_delegate.shared(), date, planID);
+    const Period p = BillingCycle::computeStartEndDates(m_stores.shared(), date, planID);
     m_start = p.start;
     m_end = p.end;
     m_usage.clear();
@@ -166,7 +166,7 @@ void CycleViewController::reloadWithDate(const QDateTime &date)
 MultiCyclesController *CycleViewController::multiCycleController()
 {
     if (!m_multi) {
-        m_multi = new MultiCyclesController(m_delegate, planID, this);
+        m_multi = new MultiCyclesController(m_stores, planID, this);
         connect(m_multi, &MultiCyclesController::periodSelected, this,
                 [this](const QDateTime &start) { reloadWithDate(start); });
     }
@@ -193,16 +193,15 @@ void CycleViewController::didLoad()
 
 // ---- MultiCyclesController ----
 
-MultiCyclesController::MultiCyclesController(DataUsageAppDelegate &delegate, const QString &plan,
-                                             QObject *parent)
-    : TimeChartViewController(delegate, plan, QString(), parent),
-      m_planType(BillingCycle::dataPlanTypeForPlan(delegate.shared(), plan))
+MultiCyclesController::MultiCyclesController(PlanStores &stores, const QString &plan, QObject *parent)
+    : TimeChartViewController(stores, plan, QString(), parent),
+      m_planType(BillingCycle::dataPlanTypeForPlan(stores.shared(), plan))
 {
     isSelectable = true;
     if (m_planType == BillingCycle::Monthly) {
         setMainPattern(QStringLiteral("MMM"));
         timeLabelFontsize = 22;
-    } else if (!BillingCycle::isDailyCycleForPlan(delegate.shared(), plan)) {
+    } else if (!BillingCycle::isDailyCycleForPlan(stores.shared(), plan)) {
         setMainPattern(QStringLiteral("d"));
         m_subDF = DateFormatter::withPattern(QStringLiteral("MMM"));
         showSubLabel = true;
@@ -222,7 +221,7 @@ void MultiCyclesController::tapRow(int row)
 TimeChartViewController::BucketsJob MultiCyclesController::bucketsJob() const
 {
     // The settings domain is safe to read from any thread; the delegate outlives every screen.
-    return [shared = &m_delegate.shared(), plan = planID](StoreContext &context) {
+    return [shared = &m_stores.shared(), plan = planID](StoreContext &context) {
         ChartBuckets buckets;
         for (const History::PeriodRow &p : History::periods(*shared, context, plan))
             buckets.insert(p.start, p.data);
@@ -232,12 +231,12 @@ TimeChartViewController::BucketsJob MultiCyclesController::bucketsJob() const
 
 QDateTime MultiCyclesController::periodEnd(const QDateTime &start) const
 {
-    return BillingCycle::computeStartEndDates(m_delegate.shared(), start, planID).end;
+    return BillingCycle::computeStartEndDates(m_stores.shared(), start, planID).end;
 }
 
 void MultiCyclesController::didLoad()
 {
-    SettingsDomain &pref = m_delegate.shared().userPref();
+    SettingsDomain &pref = m_stores.shared().userPref();
     if (keysForChart.isEmpty() || pref.boolForKey(Keys::PREF_TIP_DISMISS))
         return;
     pref.setValue(Keys::PREF_TIP_DISMISS, true);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "app/planstores.h"
 #include "chartdata.h"
 #include "core/dateformatter.h"
 #include "core/listmodel.h"
@@ -10,7 +11,6 @@
 #include <functional>
 #include <memory>
 
-class DataUsageAppDelegate;
 class StoreContext;
 
 // What one history row shows.
@@ -80,7 +80,7 @@ signals:
     void loaded();
 
 protected:
-    TimeChartViewController(DataUsageAppDelegate &delegate, const QString &plan, const QString &mainPattern,
+    TimeChartViewController(PlanStores &stores, const QString &plan, const QString &mainPattern,
                             QObject *parent);
     void setMainPattern(const QString &pattern) { m_mainDF = DateFormatter::withPattern(pattern); }
     // The work that sums the view's buckets on the store's queue; it owns copies of what it needs,
@@ -89,7 +89,7 @@ protected:
     virtual BucketsJob bucketsJob() const = 0;
     // On the main thread, after the buckets are in.
     virtual void didLoad() {}
-    DataUsageAppDelegate &m_delegate;
+    PlanStores &m_stores;
     std::shared_ptr<StoreContext> m_context;
     std::optional<DateFormatter> m_subDF;
 
@@ -106,7 +106,7 @@ class TimeViewController : public TimeChartViewController
 {
     Q_OBJECT
 public:
-    TimeViewController(DataUsageAppDelegate &delegate, const QString &plan,
+    TimeViewController(PlanStores &stores, const QString &plan,
                        std::shared_ptr<const ChartBuckets> hoursOnQueue, QObject *parent = nullptr);
     QString periodLabel() const override;
 
@@ -126,7 +126,7 @@ class CycleViewController : public TimeChartViewController
     Q_OBJECT
     Q_PROPERTY(QString title READ title NOTIFY loaded)
 public:
-    CycleViewController(DataUsageAppDelegate &delegate, const QString &plan, const QDateTime &date,
+    CycleViewController(PlanStores &stores, const QString &plan, const QDateTime &date,
                         QObject *parent = nullptr);
     QDateTime cycleStartDate() const { return m_start; }
     QDateTime cycleEndDate() const { return m_end; }
@@ -158,7 +158,7 @@ class MultiCyclesController : public TimeChartViewController
 {
     Q_OBJECT
 public:
-    MultiCyclesController(DataUsageAppDelegate &delegate, const QString &plan, QObject *parent = nullptr);
+    MultiCyclesController(PlanStores &stores, const QString &plan, QObject *parent = nullptr);
     int planType() const { return m_planType; }
     QString title() const { return tr("Bill Cycles"); }
     QDateTime periodEnd(const QDateTime &start) const;

@@ -1,8 +1,8 @@
 #include "mapviewcontroller.h"
 #include "core/localtime.h"
 
-#include "app/datausageappdelegate.h"
 #include "core/settingskeys.h"
+#include "core/sharedcode.h"
 #include "core/storecontext.h"
 #include "plans/billingcycle.h"
 
@@ -70,9 +70,9 @@ Fit fitPage(const QList<MapData> &places, int hourIndex)
 
 } // namespace MapPlaces
 
-MapViewController::MapViewController(DataUsageAppDelegate &delegate, const DayValue &day,
+MapViewController::MapViewController(PlanStores &stores, const DayValue &day,
                                      std::shared_ptr<const ChartBuckets> hoursOnQueue, QObject *parent)
-    : QObject(parent), m_delegate(delegate), m_day(day), m_hours(std::move(hoursOnQueue)),
+    : QObject(parent), m_stores(stores), m_day(day), m_hours(std::move(hoursOnQueue)),
       m_cards(new ListModel(
           {"title", "line"}, [this] { return int(hourKeys.size()); },
           [this](int page, const QByteArray &role) -> QVariant {
@@ -98,7 +98,7 @@ MapViewController::MapViewController(DataUsageAppDelegate &delegate, const DayVa
 
 QString MapViewController::noDataText() const
 {
-    return m_delegate.shared().userPref().boolForKey(Keys::PREF_GEO_HIDE_HINT)
+    return m_stores.shared().userPref().boolForKey(Keys::PREF_GEO_HIDE_HINT)
                ? tr("No Locations")
                : tr("No locations. Go to Settings > Advanced > Map Usage to turn on.");
 }
@@ -166,7 +166,7 @@ QString MapViewController::cardTitle(int page) const
         return tr("All Locations");
     if (page < 0 || page >= hourKeys.size())
         return QString();
-    const QDateTime now = m_delegate.shared().clock().now();
+    const QDateTime now = m_stores.shared().clock().now();
     return DateFormatter::withPattern(DayChildHelper::hourFormat(now)).toString(hourKeys.at(page));
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "app/planstores.h"
 #include "core/listmodel.h"
 #include "history/historycontrollers.h"
 #include "mapkit.h"
@@ -9,7 +10,6 @@
 #include <QMap>
 #include <QObject>
 
-class DataUsageAppDelegate;
 struct PlaceSums;
 
 // One place on the usage map: where it was founded, and the bytes used within 500 m of it.
@@ -60,7 +60,7 @@ class MapViewController : public QObject
     Q_PROPERTY(ListModel *shownPins READ shownPins CONSTANT)
 
 public:
-    MapViewController(DataUsageAppDelegate &delegate, const DayValue &day,
+    MapViewController(PlanStores &stores, const DayValue &day,
                       std::shared_ptr<const ChartBuckets> hoursOnQueue, QObject *parent = nullptr);
 
     QMap<QDateTime, QList<MapData>> dataForAll;
@@ -98,7 +98,7 @@ signals:
     void setVisibleMapRect(const MKMapRect &rect, bool animated);
 
 private:
-    DataUsageAppDelegate &m_delegate;
+    PlanStores &m_stores;
     const DayValue &m_day;
     std::shared_ptr<const ChartBuckets> m_hours;
     bool m_busy = true;

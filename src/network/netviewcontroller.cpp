@@ -1,13 +1,13 @@
 #include "netviewcontroller.h"
 #include "core/localtime.h"
 
-#include "app/datausageappdelegate.h"
+#include "core/sharedcode.h"
 #include "core/storecontext.h"
 #include "plans/billingcycle.h"
 
-NetViewController::NetViewController(DataUsageAppDelegate &delegate, const DayValue &day,
+NetViewController::NetViewController(PlanStores &stores, HostNames &hostNames, const DayValue &day,
                                      std::shared_ptr<const ChartBuckets> hoursOnQueue, QObject *parent)
-    : QObject(parent), m_delegate(delegate), m_day(day), m_hours(std::move(hoursOnQueue)),
+    : QObject(parent), m_stores(stores), m_hostNames(hostNames), m_day(day), m_hours(std::move(hoursOnQueue)),
       m_addresses(new ListModel(
           {"hour", "cellTotal", "wifiTotal", "label", "bytes"}, [this] { return int(m_flat.size()); },
           [this](int i, const QByteArray &role) -> QVariant {
@@ -39,8 +39,7 @@ NetViewController::NetViewController(DataUsageAppDelegate &delegate, const DayVa
 
 void NetViewController::makeCache()
 {
-    m_delegate.makeHostnameCache();
-    m_cache = m_delegate.hostnameCache();
+    m_cache = m_hostNames.hostnameCache();
 }
 
 std::optional<QString> NetViewController::cacheForKey(const QString &address) const
@@ -90,7 +89,7 @@ void NetViewController::processData()
 
 void NetViewController::getHosts(const QSet<QString> &addresses)
 {
-    HostNameResolver *resolver = m_delegate.services().hostNames;
+    HostNameResolver *resolver = m_hostNames.resolver();
     if (!resolver)
         return; // addresses stay addresses
     for (const QString &address : addresses) {
@@ -139,7 +138,7 @@ QString NetViewController::sectionTitle(int section) const
 {
     if (section < 0 || section >= hourKeys.size())
         return QString();
-    return DateFormatter::withPattern(DayChildHelper::hourFormat(m_delegate.shared().clock().now()))
+    return DateFormatter::withPattern(DayChildHelper::hourFormat(m_stores.shared().clock().now()))
         .toString(hourKeys.at(section));
 }
 
@@ -166,10 +165,4 @@ StyledText NetViewController::sectionCell(int section) const
 StyledText NetViewController::sectionWifi(int section) const
 {
     return hourTotal(m_day, hourKeys, section, true);
-}
-
-void DataUsageAppDelegate::makeHostnameCache()
-{
-    if (!m_hostnameCache)
-        m_hostnameCache = std::make_shared<HostNameCache>();
 }

@@ -7,27 +7,8 @@
 #include <QObject>
 #include <QSet>
 
-class DataUsageAppDelegate;
-
-// Reverse lookups of addresses; `done` gets the host name, or the address itself when there is
-// none. Answers on the main thread, never at once.
-class HostNameResolver
-{
-public:
-    virtual ~HostNameResolver() = default;
-    virtual void lookup(const QString &address, std::function<void(const QString &name)> done) = 0;
-};
-
-// Names looked up in this process, shared by every network page; never emptied.
-class HostNameCache : public QObject
-{
-    Q_OBJECT
-public:
-    QHash<QString, QString> names;
-signals:
-    // A lookup answered: the name, or the address when there is none.
-    void addToCache(const QString &ip, const QString &hostname);
-};
+#include "app/hostnames.h"
+#include "app/planstores.h"
 
 // One address's traffic in one hour.
 struct NetRow
@@ -47,7 +28,7 @@ class NetViewController : public QObject
     Q_PROPERTY(ListModel *addresses READ addresses CONSTANT)
 
 public:
-    NetViewController(DataUsageAppDelegate &delegate, const DayValue &day,
+    NetViewController(PlanStores &stores, HostNames &hostNames, const DayValue &day,
                       std::shared_ptr<const ChartBuckets> hoursOnQueue, QObject *parent = nullptr);
 
     QMap<QDateTime, QList<NetRow>> dataForAll;
@@ -84,7 +65,8 @@ signals:
 
 private:
     void makeCache();
-    DataUsageAppDelegate &m_delegate;
+    PlanStores &m_stores;
+    HostNames &m_hostNames;
     const DayValue &m_day;
     std::shared_ptr<const ChartBuckets> m_hours;
     std::shared_ptr<HostNameCache> m_cache;

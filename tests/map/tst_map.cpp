@@ -127,11 +127,12 @@ private slots:
             ctx->insertEvent(Event{ten, 99999}); // no position
             return ctx->save();
         });
-        DayViewController day(delegate, QStringLiteral("P"));
+        DayViewController day(delegate, delegate, QStringLiteral("P"));
         auto *map = qobject_cast<MapViewController *>(day.child(1));
         QVERIFY(map);
         QAbstractItemModelTester cards(map->cards(), QAbstractItemModelTester::FailureReportingMode::QtTest);
-        QAbstractItemModelTester pins(map->shownPins(), QAbstractItemModelTester::FailureReportingMode::QtTest);
+        QAbstractItemModelTester pins(map->shownPins(),
+                                      QAbstractItemModelTester::FailureReportingMode::QtTest);
         QTRY_VERIFY(!map->busy());
         QCOMPARE(map->cards()->rowCount(), 3);
         QCOMPARE(map->shownPins()->rowCount(), 2);
