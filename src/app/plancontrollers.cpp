@@ -11,8 +11,34 @@
 // ---- PlanController ----
 
 PlanController::PlanController(DataUsageAppDelegate &delegate, const QString &plan, QObject *parent)
-    : QObject(parent), m_delegate(delegate), m_plan(plan), m_new(plan.isEmpty())
+    : QObject(parent), m_delegate(delegate), m_plan(plan), m_new(plan.isEmpty()),
+      m_settings(new ListModel(
+          {"section", "row", "title", "detail", "opens"},
+          [this] {
+              int n = 0;
+              for (int s = 0; s < sectionCount(); ++s)
+                  n += int(rows(s).size());
+              return n;
+          },
+          [this](int i, const QByteArray &role) -> QVariant {
+              for (int s = 0; s < sectionCount(); ++s) {
+                  const QList<SettingsRow> list = rows(s);
+                  if (i >= list.size()) {
+                      i -= int(list.size());
+                      continue;
+                  }
+                  const SettingsRow &r = list.at(i);
+                  return role == "section"  ? QVariant(s)
+                         : role == "row"    ? QVariant(i)
+                         : role == "title"  ? QVariant(r.title)
+                         : role == "detail" ? QVariant(r.detail)
+                                            : QVariant(r.opens);
+              }
+              return QVariant();
+          },
+          this))
 {
+    connect(this, &PlanController::changed, m_settings, &ListModel::reload);
     if (m_new) {
         const QVariantMap created = delegate.makeNewPlan();
         m_plan = created.value(Keys::PREF_PLAN_ID).toString();

@@ -3,6 +3,8 @@
 #include "applicationservices.h"
 #include "plans/amountentry.h"
 
+#include "core/listmodel.h"
+
 #include <QObject>
 #include <QStringList>
 
@@ -32,6 +34,7 @@ class PlanController : public QObject
     Q_PROPERTY(QString title READ title NOTIFY changed)
     Q_PROPERTY(bool newPlanMode READ newPlanMode NOTIFY changed)
     Q_PROPERTY(bool canDelete READ canDelete NOTIFY changed)
+    Q_PROPERTY(ListModel *settings READ settings CONSTANT)
 
 public:
     PlanController(DataUsageAppDelegate &delegate, const QString &plan = QString(),
@@ -43,6 +46,8 @@ public:
     bool canDelete() const;
     int sectionCount() const { return m_new ? 1 : 2; }
     QList<SettingsRow> rows(int section) const;
+    // Every section's rows flat, for a list with sections: section, row, title, detail, opens.
+    ListModel *settings() const { return m_settings; }
 
     Q_INVOKABLE void save();
     Q_INVOKABLE void cancel();
@@ -61,6 +66,7 @@ private:
     DataUsageAppDelegate &m_delegate;
     QString m_plan;
     bool m_new;
+    ListModel *m_settings;
 };
 
 // Adding cellular usage by hand: the amount typed, the question, and the record.

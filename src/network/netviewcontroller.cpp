@@ -112,7 +112,7 @@ void NetViewController::addCachedName(const QString &ip, const QString &hostname
     if (ip.isEmpty() || hostname.isEmpty())
         return;
     m_cache->names.insert(ip, hostname);
-    for (const QPair<int, int> &at : std::as_const(visibleRows)) {
+    for (const QPair<int, int> &at : std::as_const(m_visibleRows)) {
         const QList<NetRow> rows =
             at.first < hourKeys.size() ? dataForAll.value(hourKeys.at(at.first)) : QList<NetRow>();
         if (at.second < rows.size() && rows.at(at.second).ipaddress == ip) {
@@ -121,6 +121,14 @@ void NetViewController::addCachedName(const QString &ip, const QString &hostname
             return; // the first visible row only; the others pick the name up when drawn
         }
     }
+}
+
+void NetViewController::setVisibleModelRows(const QList<int> &rows)
+{
+    m_visibleRows.clear();
+    for (int row : rows)
+        if (row >= 0 && row < m_flat.size())
+            m_visibleRows.append(m_flat.at(row));
 }
 
 QString NetViewController::drawRow(int section, int row)

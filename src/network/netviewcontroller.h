@@ -47,8 +47,10 @@ public:
     // What a row shows when it is drawn: the cached name, else the address.
     QString drawRow(int section, int row);
     QString rowLabel(int section, int row) const { return m_labels.value({section, row}); }
-    // The rows the view shows now, in order; a looked-up name updates the first of them only.
-    QList<QPair<int, int>> visibleRows;
+    // The rows the view shows now, in order, as (section, row) or as rows of `addresses`; a
+    // looked-up name updates the first of them only.
+    void setVisibleRows(const QList<QPair<int, int>> &rows) { m_visibleRows = rows; }
+    Q_INVOKABLE void setVisibleModelRows(const QList<int> &rows);
 
     // The table flat, one row per address and hour, for a list with sections: hour (the section's
     // title), cellTotal and wifiTotal (the hour's totals, lists of TextRun), label (the host name once
@@ -74,5 +76,6 @@ private:
     QSet<QString> m_pending;
     QHash<QPair<int, int>, QString> m_labels;
     QList<QPair<int, int>> m_flat; // (section, row) of each model row
+    QList<QPair<int, int>> m_visibleRows;
     ListModel *m_addresses;
 };

@@ -3,6 +3,7 @@
 #include "app/alertscontrollers.h"
 #include "app/datausageappdelegate.h"
 #include "app/mainscreencontroller.h"
+#include "app/plancontrollers.h"
 #include "app/selectplancontroller.h"
 #include "core/settingskeys.h"
 #include "day/dayviewcontroller.h"
@@ -96,6 +97,15 @@ private slots:
         QTRY_COMPARE(p.shared->activePlanID(), other.value(Keys::PREF_PLAN_ID).toString());
         select.reload();
         QCOMPARE(Plan::rows(*select.plans()).at(0).value("checked").toBool(), true);
+
+        PlanController plan(p.delegate, QStringLiteral("P"));
+        QAbstractItemModelTester settings(plan.settings(),
+                                          QAbstractItemModelTester::FailureReportingMode::QtTest);
+        const QList<QVariantMap> planRows = Plan::rows(*plan.settings());
+        QCOMPARE(planRows.size(), plan.rows(0).size() + plan.rows(1).size());
+        QCOMPARE(planRows.last().value("section").toInt(), 1);
+        QCOMPARE(planRows.last().value("title").toString(), plan.rows(1).last().title);
+        QCOMPARE(planRows.first().value("detail").toString(), plan.rows(0).first().detail);
 
         AlertsController alerts(p.shared->userPref());
         QAbstractItemModelTester thresholds(alerts.thresholds(),

@@ -137,7 +137,7 @@ private slots:
             nine.append(r.ipaddress);
         QCOMPARE(nine, (QStringList{"198.18.0.5", "198.18.0.1", "198.18.0.9"})); // busiest, then by address
         QCOMPARE(page->drawRow(0, 0), QStringLiteral("198.18.0.9"));             // not looked up yet
-        page->visibleRows = {{0, 0}, {1, 2}};
+        page->setVisibleRows({{0, 0}, {1, 2}});
         n.resolver.answerAll();
         QCOMPARE(page->pendingLookups(), 0);
         QCOMPARE(page->rowLabel(0, 0), QStringLiteral("nine.example")); // the first visible row only
