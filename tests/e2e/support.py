@@ -4,6 +4,7 @@ import plistlib
 import sqlite3
 import subprocess
 import tempfile
+import unittest
 
 TALLYMO = os.environ.get("TALLYMO_BIN", "tallymo")
 
@@ -66,3 +67,30 @@ class Container:
             db.close()
         return {"cellIn": row[0], "cellOut": row[1], "wifiIn": row[2], "wifiOut": row[3], "events": row[4],
                 "integrity": check}
+
+
+def ip(*args):
+    return subprocess.run(["ip", *args], capture_output=True, text=True)
+
+
+def veth_pair(ns_a, ns_b, link_a, address_a, link_b, address_b):
+    """Two namespaces joined by a veth pair (addresses given with their prefix length), both ends and
+    the loopbacks up; skips the calling test class with the reason when the kernel refuses."""
+    r = ip("netns", "add", ns_a)
+    if r.returncode != 0:
+        raise unittest.SkipTest(f"network namespaces refused here: {r.stderr.strip()}")
+    ip("netns", "add", ns_b)
+    for step in [("link", "add", link_a, "netns", ns_a, "type", "veth", "peer", "name", link_b, "netns", ns_b),
+                 ("-n", ns_a, "addr", "add", address_a, "dev", link_a),
+                 ("-n", ns_b, "addr", "add", address_b, "dev", link_b),
+                 ("-n", ns_a, "link", "set", link_a, "up"), ("-n", ns_b, "link", "set", link_b, "up"),
+                 ("-n", ns_a, "link", "set", "lo", "up"), ("-n", ns_b, "link", "set", "lo", "up")]:
+        r = ip(*step)
+        if r.returncode != 0:
+            drop_namespaces(ns_a, ns_b)
+            raise unittest.SkipTest(f"cannot set up the veth pair: ip {' '.join(step)}: {r.stderr.strip()}")
+
+
+def drop_namespaces(*names):
+    for name in names:
+        ip("netns", "del", name)

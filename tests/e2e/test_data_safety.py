@@ -21,7 +21,7 @@ from contextlib import closing
 from pathlib import Path
 
 sys.path.insert(0, os.path.dirname(__file__))
-from support import TALLYMO, Container  # noqa: E402
+from support import TALLYMO, Container, ip  # noqa: E402
 from test_netns_counters import RECEIVE, RECEIVER, SEND, SENDER  # noqa: E402
 
 SETTINGS = "group.zr.qxnext.plist"
@@ -200,9 +200,6 @@ class ModemPppLink(Case):
                     os.kill(int(system[1]), signal.SIGTERM)
                 self.assertEqual(c.totals()["cellIn"] + c.totals()["cellOut"], expected)
 
-
-def ip(*args):
-    return subprocess.run(["ip", *args], capture_output=True, text=True)
 
 
 def in_namespace(ns, *args, **kw):

@@ -10,7 +10,7 @@ import time
 import unittest
 
 sys.path.insert(0, os.path.dirname(__file__))
-from support import Container  # noqa: E402
+from support import Container, drop_namespaces, ip, veth_pair  # noqa: E402
 
 SIZE = 20_000_000
 # Addresses from the benchmarking range, assigned inside the test's own namespaces only.
@@ -103,32 +103,15 @@ class ServiceInNamespace:
         return rows
 
 
-def ip(*args):
-    return subprocess.run(["ip", *args], capture_output=True, text=True)
-
 
 class NamespaceCounters(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
-        r = ip("netns", "add", NS_A)
-        if r.returncode != 0:
-            raise unittest.SkipTest(f"network namespaces refused here: {r.stderr.strip()}")
-        ip("netns", "add", NS_B)
-        steps = [("link", "add", "wwan0", "netns", NS_A, "type", "veth", "peer", "name", "wlan0", "netns", NS_B),
-                 ("-n", NS_A, "addr", "add", f"{SENDER}/30", "dev", "wwan0"),
-                 ("-n", NS_B, "addr", "add", f"{RECEIVER}/30", "dev", "wlan0"),
-                 ("-n", NS_A, "link", "set", "wwan0", "up"), ("-n", NS_B, "link", "set", "wlan0", "up"),
-                 ("-n", NS_A, "link", "set", "lo", "up"), ("-n", NS_B, "link", "set", "lo", "up")]
-        for step in steps:
-            r = ip(*step)
-            if r.returncode != 0:
-                cls.tearDownClass()
-                raise unittest.SkipTest(f"cannot set up the veth pair: ip {' '.join(step)}: {r.stderr.strip()}")
+        veth_pair(NS_A, NS_B, "wwan0", f"{SENDER}/30", "wlan0", f"{RECEIVER}/30")
 
     @classmethod
     def tearDownClass(cls):
-        ip("netns", "del", NS_A)
-        ip("netns", "del", NS_B)
+        drop_namespaces(NS_A, NS_B)
 
     def sample(self, c, ns):
         return subprocess.run(["ip", "netns", "exec", ns, os.environ["TALLYMO_BIN"], "sample", "--json"],

@@ -14,7 +14,7 @@ import unittest
 
 sys.path.insert(0, os.path.dirname(__file__))
 from session import SessionBus  # noqa: E402
-from support import TALLYMO, Container  # noqa: E402
+from support import TALLYMO, Container, drop_namespaces, ip, veth_pair  # noqa: E402
 
 WIDGET = os.path.join(os.path.dirname(os.path.dirname(TALLYMO)), "tallymo-widget", "tallymo-widget")
 REPORT = re.compile(r"  (\w+): .* \| period \S+ → \S+: cell (.+) \((\d+)%\) wifi .*, level (\d+)$")
@@ -210,9 +210,6 @@ for line in sys.stdin:
 """
 
 
-def ip(*args):
-    return subprocess.run(["ip", *args], capture_output=True, text=True)
-
 
 class Hub:
     def __init__(self, ns):
@@ -235,24 +232,11 @@ class Hub:
 class PerAddress(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
-        r = ip("netns", "add", NS_A)
-        if r.returncode != 0:
-            raise unittest.SkipTest(f"network namespaces refused here: {r.stderr.strip()}")
-        ip("netns", "add", NS_B)
-        for step in [("link", "add", "wwan0", "netns", NS_A, "type", "veth", "peer", "name", "eth0", "netns", NS_B),
-                     ("-n", NS_A, "addr", "add", f"{SAMPLER}/30", "dev", "wwan0"),
-                     ("-n", NS_B, "addr", "add", f"{PEER}/30", "dev", "eth0"),
-                     ("-n", NS_A, "link", "set", "wwan0", "up"), ("-n", NS_B, "link", "set", "eth0", "up"),
-                     ("-n", NS_A, "link", "set", "lo", "up")]:
-            r = ip(*step)
-            if r.returncode != 0:
-                cls.tearDownClass()
-                raise unittest.SkipTest(f"cannot set up the veth pair: ip {' '.join(step)}: {r.stderr.strip()}")
+        veth_pair(NS_A, NS_B, "wwan0", f"{SAMPLER}/30", "eth0", f"{PEER}/30")
 
     @classmethod
     def tearDownClass(cls):
-        ip("netns", "del", NS_A)
-        ip("netns", "del", NS_B)
+        drop_namespaces(NS_A, NS_B)
 
     def setUp(self):
         self.c = Container(wifi=())
