@@ -3,6 +3,7 @@
 #include "app/datausageappdelegate.h"
 #include "cli/cli.h"
 #include "core/sharedcode.h"
+#include "platform/linux/desktopmodule.h"
 #include "platform/linux/linuxnetworkinterfaces.h"
 #include "platform/linux/paths.h"
 #include "platform/linux/sockdiag.h"
@@ -11,7 +12,6 @@
 #include "sharing/widgetstats.h"
 
 #include <QCoreApplication>
-#include <QLibrary>
 
 #include <cstdio>
 #include <memory>
@@ -32,24 +32,15 @@ std::unique_ptr<Clock> clockFromEnvironment()
     return std::make_unique<RunningClock>(start.toLocalTime());
 }
 
-// The desktop services live in a module loaded on demand: beside the program in a build tree,
-// under the library directory once installed.
 std::unique_ptr<DesktopServices> loadDesktopServices(const SharedCode &shared)
 {
-    using Factory = DesktopServices *(*)(const QString &, const Clock &);
-    const QString dir = QCoreApplication::applicationDirPath();
     QString errors;
-    for (const QString &path :
-         {dir + QStringLiteral("/libtallymo_desktop.so"),
-          dir + QStringLiteral("/../" TALLYMO_LIBDIR "/tallymo/libtallymo_desktop.so")}) {
-        QLibrary module(path);
-        if (const auto factory = reinterpret_cast<Factory>(module.resolve("tallymo_desktop_services")))
-            return std::unique_ptr<DesktopServices>(factory(shared.containerURL(), shared.clock()));
-        errors += QStringLiteral("\n  ") + module.errorString();
-    }
-    std::fprintf(stderr, "tallymo: desktop services unavailable (no notifications or badge):%s\n",
-                 qPrintable(errors));
-    return nullptr;
+    std::unique_ptr<DesktopServices> services =
+        DesktopModule::load(shared.containerURL(), shared.clock(), &errors);
+    if (!services)
+        std::fprintf(stderr, "tallymo: desktop services unavailable (no notifications or badge):%s\n",
+                     qPrintable(errors));
+    return services;
 }
 
 } // namespace

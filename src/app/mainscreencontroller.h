@@ -66,6 +66,10 @@ signals:
     // The view shows it and reports presenting while it does.
     void alertRequested(const AlertValue &alert);
 
+protected:
+    DataUsageAppDelegate *delegate() const { return m_delegate; }
+    const CurrentValues &currentValues() const { return m_values; }
+
 private:
     DataUsageAppDelegate *m_delegate = nullptr;
     CurrentValues m_values;

@@ -208,12 +208,94 @@ void AddController::confirm()
 
 // ---- AddExistingController ----
 
+ByteController::ByteController(QString title, QString footer, QObject *parent)
+    : QObject(parent), m_title(std::move(title)), m_footer(std::move(footer))
+{}
+
+void ByteController::setText(const QString &text)
+{
+    const QString filtered = ByteEntry::transformText(text);
+    if (filtered == m_text)
+        return;
+    m_text = filtered;
+    emit textChanged();
+}
+
+void ByteController::setUnitIndex(int index)
+{
+    const AmountEntry::Unit u = index == 1 ? AmountEntry::GB : AmountEntry::MB;
+    if (u == unit)
+        return;
+    unit = u;
+    emit unitChanged();
+}
+
+AddExistingController::AddExistingController(QObject *parent)
+    : ByteController(tr("Existing Usage"), tr("Amount of cellular data already used in this billing period."),
+                     parent)
+{}
+
 double AddExistingController::bytes() const
 {
-    if (text.isEmpty())
+    if (text().isEmpty())
         return 0;
-    const double x = ByteEntry::amountOf(ByteEntry::transformText(text));
+    const double x = amount();
     if (!(x > 0) || !std::isfinite(x))
         return 0;
     return std::floor(x * AmountEntry::unitBytes(unit));
+}
+
+AllowController::AllowController(SharedCode &shared, const QString &plan, QObject *parent)
+    : ByteController(tr("Data Cap"), tr("Amount of cellular data in one billing period."), parent),
+      m_shared(shared), m_plan(plan)
+{
+    const QVariantList shown = shared.getForPlan(plan, Keys::PREF_DATA_DISPLAY_CAP).toList();
+    if (shown.size() == 2) {
+        setText(shown.at(0).toString());
+        setUnitIndex(int(SettingsValue::toInteger(shown.at(1))));
+    }
+}
+
+bool AllowController::close()
+{
+    const double x = amount();
+    if (!(x >= 0.001) || !std::isfinite(x))
+        return false;
+    const std::optional<AmountEntry::Amount> a = AmountEntry::capAmount(QString::number(x, 'g', 17), unit);
+    if (!a)
+        return false;
+    AmountEntry::storeCap(m_shared, m_plan, *a);
+    return true;
+}
+
+BilldateController::BilldateController(SharedCode &shared, const QString &plan, QObject *parent)
+    : QObject(parent), m_shared(shared), m_plan(plan)
+{
+    const qint64 day = SettingsValue::toInteger(shared.getForPlan(plan, Keys::PREF_BILLDAY));
+    m_row = int(std::clamp<qint64>(day, 1, 31) - 1);
+}
+
+QString BilldateController::footer() const
+{
+    return tr(
+        "Pick your bill cycle date. This is the day that your monthly billing period will begin each month.");
+}
+
+QStringList BilldateController::rows() const
+{
+    QStringList days;
+    for (int d = 1; d <= 31; ++d)
+        days.append(tr("%1").arg(d));
+    return days;
+}
+
+void BilldateController::selectRow(int row)
+{
+    if (row < 0 || row > 30)
+        return;
+    m_shared.setForPlan(m_plan, Keys::PREF_BILLDAY, qint64(row + 1));
+    if (row == m_row)
+        return;
+    m_row = row;
+    emit selectedRowChanged();
 }

@@ -9,6 +9,7 @@
 #include <QStringList>
 
 class DataUsageAppDelegate;
+class SharedCode;
 
 // One row of a settings table: its title, the value shown at its right, the screen it opens.
 struct SettingsRow
@@ -100,15 +101,93 @@ private:
     QString m_text;
 };
 
+// An amount screen: a number field whose text is filtered on every edit (a decimal comma becomes a
+// point) and an MB / GB unit.
+class ByteController : public QObject
+{
+    Q_OBJECT
+    Q_PROPERTY(QString title READ title CONSTANT)
+    Q_PROPERTY(QString footer READ footer CONSTANT)
+    Q_PROPERTY(QString text READ text WRITE setText NOTIFY textChanged)
+    Q_PROPERTY(int unit READ unitIndex WRITE setUnitIndex NOTIFY unitChanged)
+    Q_PROPERTY(QString unitLabel READ unitLabel NOTIFY unitChanged)
+    Q_PROPERTY(QStringList units READ units CONSTANT)
+
+public:
+    QString title() const { return m_title; }
+    QString footer() const { return m_footer; }
+    QString text() const { return m_text; }
+    void setText(const QString &text);
+    int unitIndex() const { return int(unit); }
+    void setUnitIndex(int index);
+    QString unitLabel() const { return units().value(unitIndex()); }
+    QStringList units() const { return {tr("MB"), tr("GB")}; }
+    // The amount typed (text after a second point is ignored); 0 for nothing typed.
+    double amount() const { return ByteEntry::amountOf(m_text); }
+
+    AmountEntry::Unit unit = AmountEntry::MB;
+
+signals:
+    void textChanged();
+    void unitChanged();
+
+protected:
+    ByteController(QString title, QString footer, QObject *parent);
+
+private:
+    QString m_title;
+    QString m_footer;
+    QString m_text;
+};
+
 // Usage already spent when the first plan is set up.
-class AddExistingController : public QObject
+class AddExistingController : public ByteController
 {
     Q_OBJECT
 public:
-    explicit AddExistingController(QObject *parent = nullptr) : QObject(parent) {}
-    QString title() const { return tr("Existing Usage"); }
-    QString text;
-    AmountEntry::Unit unit = AmountEntry::MB;
+    explicit AddExistingController(QObject *parent = nullptr);
     // Bytes: 0 for an empty text, a non-positive or infinite amount.
     double bytes() const;
+};
+
+// The data cap of a plan, shown from what was typed last; stored when the screen closes, only for
+// an amount of at least 0.001.
+class AllowController : public ByteController
+{
+    Q_OBJECT
+public:
+    AllowController(SharedCode &shared, const QString &plan, QObject *parent = nullptr);
+    // False (and nothing stored) when the amount is not a cap.
+    Q_INVOKABLE bool close();
+
+private:
+    SharedCode &m_shared;
+    QString m_plan;
+};
+
+// The day of the month a monthly period begins: 31 rows "1" to "31".
+class BilldateController : public QObject
+{
+    Q_OBJECT
+    Q_PROPERTY(QString title READ title CONSTANT)
+    Q_PROPERTY(QString footer READ footer CONSTANT)
+    Q_PROPERTY(QStringList rows READ rows CONSTANT)
+    Q_PROPERTY(int selectedRow READ selectedRow WRITE selectRow NOTIFY selectedRowChanged)
+
+public:
+    BilldateController(SharedCode &shared, const QString &plan, QObject *parent = nullptr);
+    QString title() const { return tr("Start Date"); }
+    QString footer() const;
+    QStringList rows() const;
+    int selectedRow() const { return m_row; }
+    // Stores the day (row + 1) at once.
+    void selectRow(int row);
+
+signals:
+    void selectedRowChanged();
+
+private:
+    SharedCode &m_shared;
+    QString m_plan;
+    int m_row = 0;
 };

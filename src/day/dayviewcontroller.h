@@ -16,6 +16,7 @@ class DayViewController : public QObject, public DayValue
     Q_OBJECT
     Q_PROPERTY(QString title READ title NOTIFY loaded)
     Q_PROPERTY(int activeIndex READ activeIndex NOTIFY activeChanged)
+    Q_PROPERTY(QObject *activeController READ activeController NOTIFY activeChanged)
 
 public:
     DayViewController(PlanStores &stores, HostNames &hostNames, const QString &plan,

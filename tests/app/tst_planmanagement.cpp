@@ -242,7 +242,7 @@ private slots:
         QCOMPARE(add.text(), field);
         QCOMPARE(add.addEnabled(), enabled);
         AddExistingController existing;
-        existing.text = typed;
+        existing.setText(typed);
         QCOMPARE(existing.bytes(), bytes);
         QCOMPARE(add.add().has_value(), enabled);
     }

@@ -1,0 +1,276 @@
+// The app: wires the Linux services into the delegate, shows the main screen, and runs the
+// lifecycle from the window system's application state.
+#include "app/backgroundtasks.h"
+#include "app/datausageappdelegate.h"
+#include "core/sharedcode.h"
+#include "platform/dbus/applicationinstance.h"
+#include "platform/linux/desktopicons.h"
+#include "platform/linux/desktopmodule.h"
+#include "platform/linux/linuxnetworkinterfaces.h"
+#include "platform/linux/paths.h"
+#include "platform/linux/sockdiag.h"
+#include "sharing/widgetstats.h"
+#include "ui/newuicontroller.h"
+#include "ui/screens.h"
+#include "ui/screenshots.h"
+
+#include <QCommandLineParser>
+#include <QDir>
+#include <QDirIterator>
+#include <QElapsedTimer>
+#include <QGuiApplication>
+#include <QIcon>
+#include <QQmlApplicationEngine>
+#include <QQmlExtensionPlugin>
+#include <QQuickWindow>
+#include <QSGRendererInterface>
+#include <QTemporaryDir>
+#include <QTimer>
+
+#include <cstdio>
+
+Q_IMPORT_QML_PLUGIN(TallymoPlugin)
+
+namespace {
+
+[[noreturn]] void fail(const QString &message, int status = 1)
+{
+    std::fprintf(stderr, "tallymo-app: %s\n", qPrintable(message));
+    std::exit(status);
+}
+
+// A copy of the container for a screenshot run, whose states change settings and figures.
+QString copyContainer(const QString &from, const QString &to)
+{
+    QDirIterator it(from, QDir::Files | QDir::Hidden | QDir::NoDotAndDotDot, QDirIterator::Subdirectories);
+    while (it.hasNext()) {
+        const QString path = it.next();
+        const QString target = to + QLatin1Char('/') + QDir(from).relativeFilePath(path);
+        QDir().mkpath(QFileInfo(target).absolutePath());
+        if (!QFile::copy(path, target))
+            return QStringLiteral("cannot copy %1").arg(path);
+    }
+    return QString();
+}
+
+QIcon iconFor(const QString &alternate)
+{
+    const QString name = LinuxAlternateIcons::themeIconName(alternate);
+    return QIcon::fromTheme(name, QIcon(QStringLiteral(":/icons/%1.svg").arg(name)));
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    QElapsedTimer sinceStart;
+    sinceStart.start();
+    QGuiApplication app(argc, argv);
+    QGuiApplication::setApplicationName(QStringLiteral("tallymo"));
+    QGuiApplication::setApplicationDisplayName(QStringLiteral("Tallymo"));
+    QGuiApplication::setApplicationVersion(QStringLiteral(TALLYMO_VERSION));
+    QGuiApplication::setDesktopFileName(QStringLiteral("org.tallymo.Tallymo"));
+
+    QCommandLineParser parser;
+    parser.setApplicationDescription(
+        QStringLiteral("Tallymo: how much of your data plan is used, and whether it lasts."));
+    parser.addHelpOption();
+    parser.addVersionOption();
+    const QCommandLineOption screenshot(QStringLiteral("screenshot"),
+                                        QStringLiteral("Write pictures of the screens to DIR and exit."),
+                                        QStringLiteral("DIR"));
+    const QCommandLineOption size(QStringLiteral("size"),
+                                  QStringLiteral("Window size for --screenshot (default 420x820)."),
+                                  QStringLiteral("WxH"), QStringLiteral("420x820"));
+    const QCommandLineOption action(QStringLiteral("action"),
+                                    QStringLiteral("Run a quick action (SHORTCUTS_HISTORY, …)."),
+                                    QStringLiteral("NAME"));
+    const QCommandLineOption firstFrame(
+        QStringLiteral("first-frame"), QStringLiteral("Print the milliseconds to the first frame and exit."));
+    parser.addOptions({screenshot, size, action, firstFrame});
+    parser.process(app);
+
+    const bool pictures = parser.isSet(screenshot);
+    QSize windowSize(420, 820);
+    if (pictures) {
+        const QStringList wh = parser.value(size).split(QLatin1Char('x'));
+        bool okW = false, okH = false;
+        if (wh.size() == 2)
+            windowSize = QSize(wh[0].toInt(&okW), wh[1].toInt(&okH));
+        if (!okW || !okH || windowSize.width() < 200 || windowSize.height() < 300 ||
+            windowSize.width() > 4000 || windowSize.height() > 4000)
+            fail(QStringLiteral("--size wants WIDTHxHEIGHT between 200x300 and 4000x4000, not %1")
+                     .arg(parser.value(size)),
+                 2);
+    }
+
+    // One app per session: a second start hands its request to the first and exits.
+    ApplicationInstance instance;
+    if (!pictures && !parser.isSet(firstFrame)) {
+        QString why;
+        switch (instance.registerOrForward(parser.value(action), &why)) {
+        case ApplicationInstance::Outcome::Forwarded:
+            if (!why.isEmpty())
+                fail(QStringLiteral("the running Tallymo did not answer: %1").arg(why));
+            return 0;
+        case ApplicationInstance::Outcome::NoBus:
+            std::fprintf(stderr, "tallymo-app: no session bus (%s); running without single-instance\n",
+                         qPrintable(why));
+            break;
+        case ApplicationInstance::Outcome::First:
+            break;
+        }
+    }
+
+    QString container = Paths::container();
+    QTemporaryDir copy;
+    if (pictures) {
+        if (!copy.isValid())
+            fail(QStringLiteral("cannot make a temporary folder: %1").arg(copy.errorString()));
+        const QString error = copyContainer(container, copy.path());
+        if (!error.isEmpty())
+            fail(error);
+        container = copy.path();
+    }
+
+    LinuxNetworkInterfaces interfaces = LinuxNetworkInterfaces::fromEnvironment();
+    SockDiagConnections connections;
+    SharedCode::Services s{container, &interfaces};
+    s.connections = &connections;
+    SharedCode shared(s);
+    if (const QString error = shared.userPref().loadError(); !error.isEmpty())
+        fail(error); // never go on with defaults over the user's file
+    SharedCode::setSharedInstance(&shared);
+    DataUsageAppDelegate delegate(shared);
+    TimedBackgroundTasks tasks;
+    QString moduleErrors;
+    std::unique_ptr<DesktopServices> desktop =
+        pictures ? nullptr : DesktopModule::load(shared.containerURL(), shared.clock(), &moduleErrors);
+    DataUsageAppDelegate::Services services;
+    services.application = &tasks;
+    if (desktop) {
+        interfaces.setModemLinks([d = desktop.get()] { return d->modemDataLinks(); });
+        services.notifications = desktop->notifications();
+        services.badge = desktop->badge();
+        services.refreshStatus = desktop->refreshStatus();
+        services.location = desktop->location();
+        services.watch = desktop->watch();
+        services.hostNames = desktop->hostNames();
+        WidgetHelper::setCenter(desktop->widgetCenter(shared));
+    } else if (!pictures) {
+        std::fprintf(stderr, "tallymo-app: desktop services unavailable (no notifications or badge):%s\n",
+                     qPrintable(moduleErrors));
+    }
+    delegate.setServices(services);
+    // The history opens as a page of the window when the main screen asks for it.
+    delegate.presentHistory = [](const QString &, QObject *, bool) {};
+
+    LinuxAlternateIcons icons;
+    icons.changed = [](const QString &name) { QGuiApplication::setWindowIcon(iconFor(name)); };
+    QGuiApplication::setWindowIcon(iconFor(icons.alternateIconName()));
+
+    delegate.applicationState = DataUsageAppDelegate::Inactive;
+    delegate.applicationWillFinishLaunching();
+    Screens screens(delegate, &icons);
+    screens.main()->setStillFrames(pictures);
+    delegate.applicationDidFinishLaunching();
+
+    QQmlApplicationEngine engine;
+    engine.addImportPath(QStringLiteral("qrc:/qt/qml"));
+    engine.setInitialProperties({{QStringLiteral("screens"), QVariant::fromValue(&screens)}});
+    engine.load(QUrl(QStringLiteral("qrc:/qt/qml/Tallymo/Main.qml")));
+    if (engine.rootObjects().isEmpty())
+        fail(QStringLiteral("the main screen could not be loaded"));
+    auto *window = qobject_cast<QQuickWindow *>(engine.rootObjects().constFirst());
+    if (pictures)
+        window->resize(windowSize);
+
+    // The lifecycle follows the window system: active, inactive, hidden (the background).
+    int state = DataUsageAppDelegate::Inactive;
+    auto follow = [&](Qt::ApplicationState qt) {
+        const int next = qt == Qt::ApplicationActive     ? DataUsageAppDelegate::Active
+                         : qt == Qt::ApplicationInactive ? DataUsageAppDelegate::Inactive
+                                                         : DataUsageAppDelegate::Background;
+        if (next == state)
+            return;
+        if (next == DataUsageAppDelegate::Active) {
+            if (state == DataUsageAppDelegate::Background)
+                delegate.applicationWillEnterForeground();
+            delegate.applicationDidBecomeActive();
+        } else {
+            if (state == DataUsageAppDelegate::Active)
+                delegate.applicationWillResignActive();
+            if (next == DataUsageAppDelegate::Background) {
+                delegate.applicationDidEnterBackground();
+                screens.main()->enterBG();
+            }
+        }
+        state = next;
+        screens.main()->applicationStateChanged();
+    };
+    if (!pictures) {
+        QObject::connect(&app, &QGuiApplication::applicationStateChanged, &app, follow);
+        QObject::connect(window, &QWindow::visibilityChanged, &app, [&](QWindow::Visibility v) {
+            if (v == QWindow::Hidden || v == QWindow::Minimized)
+                follow(Qt::ApplicationHidden);
+            else if (window->isActive())
+                follow(Qt::ApplicationActive);
+        });
+        QObject::connect(&app, &QGuiApplication::aboutToQuit, &app,
+                         [&] { delegate.applicationWillTerminate(); });
+    }
+    QObject::connect(&instance, &ApplicationInstance::activated, window, [window] {
+        window->show();
+        window->raise();
+        window->requestActivate();
+    });
+    QObject::connect(&instance, &ApplicationInstance::actionActivated, window, [&](const QString &name) {
+        window->show();
+        window->requestActivate();
+        screens.main()->handleShortcuts(name);
+    });
+
+    // The main screen is on show once the window is.
+    QObject::connect(window, &QQuickWindow::frameSwapped, window, [&] {
+        static bool first = true;
+        if (!first)
+            return;
+        first = false;
+        screens.main()->viewDidAppear();
+        if (parser.isSet(firstFrame)) {
+            std::printf("%lld\n", static_cast<long long>(sinceStart.elapsed()));
+            QTimer::singleShot(0, &app, &QCoreApplication::quit);
+        }
+    });
+    if (parser.isSet(action))
+        QTimer::singleShot(0, window, [&] { screens.main()->handleShortcuts(parser.value(action)); });
+
+    std::unique_ptr<ScreenshotRun> run;
+    int status = 0;
+    if (pictures) {
+        const bool particles = window->rendererInterface()->graphicsApi() != QSGRendererInterface::Software;
+        if (!particles)
+            std::fprintf(stderr, "tallymo-app: the software renderer cannot draw particles: no picture of "
+                                 "\"Winter Wonderland\" (run under a display with OpenGL, e.g. xvfb-run)\n");
+        run = std::make_unique<ScreenshotRun>(screens, *window, parser.value(screenshot), particles);
+        QObject::connect(window, &QQuickWindow::frameSwapped, window, [&] {
+            static bool started = false;
+            if (started)
+                return;
+            started = true;
+            run->start([&](const QStringList &files, const QString &error) {
+                for (const QString &f : files)
+                    std::printf("%s\n", qPrintable(f));
+                if (!error.isEmpty()) {
+                    std::fprintf(stderr, "tallymo-app: %s\n", qPrintable(error));
+                    status = 1;
+                }
+                QCoreApplication::quit();
+            });
+        });
+    }
+    const int loop = app.exec();
+    WidgetHelper::setCenter(nullptr);
+    delegate.setServices({});
+    return status ? status : loop;
+}

@@ -1,0 +1,34 @@
+#include "firstrunsetup.h"
+
+#include "core/settingskeys.h"
+#include "core/storecontext.h"
+#include "datausageappdelegate.h"
+
+namespace FirstRunSetup {
+
+void resetWithExistingUsage(DataUsageAppDelegate &delegate, double existingBytes)
+{
+    const std::shared_ptr<StoreContext> context = delegate.shared().mocForActive();
+    if (!context)
+        return;
+    StoreContext *c = context.get();
+    // The period as the settings now have it: the reset deletes exactly that period's usage.
+    c->performAndWait([&] { delegate.readCurrentValues(c); });
+    delegate.resetCurrent();
+    if (existingBytes > 0)
+        delegate.addUsageToCurrent(existingBytes);
+    c->performAndWait([&] { delegate.computeCurrentValues(c); });
+}
+
+bool markShown(DataUsageAppDelegate &delegate, QString *error)
+{
+    SettingsDomain &pref = delegate.shared().userPref();
+    pref.setValue(Keys::PREF_SHOWED_SETUP, true);
+    if (pref.synchronize())
+        return true;
+    if (error)
+        *error = pref.lastError();
+    return false;
+}
+
+} // namespace FirstRunSetup

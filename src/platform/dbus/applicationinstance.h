@@ -1,0 +1,32 @@
+#pragma once
+
+#include <QObject>
+#include <QStringList>
+#include <QVariantMap>
+
+// The app's one instance on the session bus (org.freedesktop.Application under its desktop id):
+// the first process takes the name and hears Activate / ActivateAction; a later one hands its
+// request to the first and exits.
+class ApplicationInstance : public QObject
+{
+    Q_OBJECT
+public:
+    static constexpr QLatin1StringView kName{"org.tallymo.Tallymo"};
+    static constexpr QLatin1StringView kPath{"/org/tallymo/Tallymo"};
+    static constexpr QLatin1StringView kInterface{"org.freedesktop.Application"};
+
+    explicit ApplicationInstance(QObject *parent = nullptr);
+    ~ApplicationInstance() override;
+
+    enum class Outcome { First, Forwarded, NoBus };
+    // Takes the name, or forwards `action` (ActivateAction when not empty, else Activate) to the
+    // instance that has it. Without a session bus the process runs on its own (NoBus, with why).
+    Outcome registerOrForward(const QString &action, QString *error);
+
+signals:
+    void activated();
+    void actionActivated(const QString &name);
+
+private:
+    friend class ApplicationAdaptor;
+};

@@ -1,0 +1,59 @@
+import QtQuick
+import QtQuick.Controls
+import QtQuick.Layouts
+
+// An amount screen's field and its MB / GB control; the controller filters what is typed.
+ColumnLayout {
+    id: field
+    required property var controller
+    spacing: 10
+
+    RowLayout {
+        Layout.fillWidth: true
+        Layout.leftMargin: 16
+        Layout.rightMargin: 16
+        TextField {
+            id: numberField
+            objectName: "numberField"
+            Layout.fillWidth: true
+            text: field.controller.text
+            inputMethodHints: Qt.ImhFormattedNumbersOnly
+            placeholderText: "0"
+            font.pixelSize: 22
+            focus: true
+            Accessible.name: field.controller.title
+            onTextEdited: {
+                field.controller.text = text
+                if (text !== field.controller.text)
+                    text = field.controller.text
+            }
+        }
+        Label { objectName: "lUnit"; text: field.controller.unitLabel; font.pixelSize: 20; color: "#333333" }
+    }
+    RowLayout {
+        Layout.alignment: Qt.AlignHCenter
+        spacing: 0
+        Repeater {
+            model: field.controller.units
+            Button {
+                required property int index
+                required property string modelData
+                objectName: "unit" + modelData
+                text: modelData
+                checkable: true
+                checked: field.controller.unit === index
+                implicitWidth: 84
+                onClicked: field.controller.unit = index
+            }
+        }
+    }
+    Label {
+        Layout.fillWidth: true
+        Layout.leftMargin: 16
+        Layout.rightMargin: 16
+        wrapMode: Text.Wrap
+        text: field.controller.footer
+        font.pixelSize: 13
+        color: "#6d6d72"
+    }
+}

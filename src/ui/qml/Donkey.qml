@@ -1,0 +1,36 @@
+import QtQuick
+import Tallymo
+
+// "DONKEY Bounce": the image bounces in a box larger than the screen, stepped once per frame.
+Item {
+    id: root
+    required property NewUIController controller
+    readonly property real imageSize: 96
+    clip: false
+
+    DonkeyBounce { id: physics }
+
+    Image {
+        objectName: "donkey"
+        source: "qrc:/qt/qml/Tallymo/icons/donkey.svg"
+        sourceSize: Qt.size(root.imageSize, root.imageSize)
+        width: root.imageSize
+        height: root.imageSize
+        x: physics.boxX + physics.x - width / 2
+        y: physics.boxY + physics.y - height / 2
+        rotation: physics.rotation
+    }
+
+    FrameAnimation {
+        running: root.visible && !root.controller.stillFrames && Qt.application.state === Qt.ApplicationActive
+        onTriggered: physics.step(frameTime)
+    }
+
+    Component.onCompleted: {
+        if (controller.stillFrames)
+            physics.fix(0, 40)
+        physics.start(width, height, imageSize, controller.percent)
+        if (controller.stillFrames)
+            physics.step(0.6)
+    }
+}

@@ -1,0 +1,122 @@
+import QtQuick
+import QtQuick.Controls
+import Tallymo
+
+// The app's window: the main screen, the screens shown over it, and the first-run setup.
+ApplicationWindow {
+    id: window
+    required property Screens screens
+    readonly property NewUIController main: screens.main
+
+    width: 420
+    height: 820
+    minimumWidth: 320
+    minimumHeight: 480
+    visible: true
+    title: qsTr("Tallymo")
+    color: "black"
+
+    MainScreen {
+        id: mainScreen
+        objectName: "mainScreen"
+        anchors.fill: parent
+        controller: window.main
+        visible: window.main.whatToPop === 0
+        focus: pages.depth === 0
+    }
+
+    // Screens over the main screen; the main screen is away while any is shown.
+    StackView {
+        id: pages
+        objectName: "pages"
+        anchors.fill: parent
+        visible: depth > 0
+        focus: depth > 0
+        onDepthChanged: {
+            if (depth === 0) {
+                window.main.presenting = false
+                window.main.viewDidAppear()
+                mainScreen.forceActiveFocus()
+            }
+        }
+        Keys.onEscapePressed: window.back()
+        Keys.onBackPressed: window.back()
+    }
+
+    function back() {
+        if (pages.depth > 0)
+            pages.pop(pages.depth > 1 ? undefined : null)
+        if (pages.depth === 1 && pages.currentItem && pages.currentItem.closing)
+            pages.clear()
+    }
+    function openPage(file, props, animated) {
+        if (pages.depth === 0)
+            window.main.viewDidDisappear()
+        pages.push(file, Object.assign({ screens: window.screens }, props),
+                   animated ? StackView.PushTransition : StackView.Immediate)
+    }
+    function openScreen(name, animated) {
+        const controller = screens.create(name)
+        if (!controller)
+            return
+        const file = name === "ThemeController" || name === "WidgetOptionController" ? "MenuPage.qml"
+                   : name === "SelectPlanController" ? "PlansPage.qml" : "PickerPage.qml"
+        openPage(file, { controller: controller }, animated)
+    }
+
+    function closeAll() {
+        pages.clear(StackView.Immediate)
+    }
+    // The setup flow over everything, for pictures of its steps.
+    function openSetupPreview() {
+        openPage("SetupFlow.qml", {}, false)
+    }
+    function setupNext() {
+        if (pages.currentItem && pages.currentItem.controller && pages.currentItem.controller.next)
+            pages.currentItem.controller.next()
+    }
+
+    Connections {
+        target: window.main
+        function onShowSettingsRequested(push, animated) {
+            window.openScreen(push === "dataplan" ? "SelectPlanController" : "ThemeController", animated)
+        }
+        function onShowMoreRequested(animated) {
+            window.openPage("HistoryPage.qml", {}, animated)
+        }
+        function onDismissPresented() {
+            pages.clear(StackView.Immediate)
+            alert.close()
+        }
+        function onAlertRequested(value) {
+            alert.value = value
+            alert.open()
+        }
+    }
+
+    Loader {
+        id: setup
+        objectName: "setup"
+        anchors.fill: parent
+        active: window.main.whatToPop === 1
+        sourceComponent: SetupFlow { screens: window.screens }
+    }
+
+    Dialog {
+        id: alert
+        property var value
+        objectName: "alert"
+        anchors.centerIn: parent
+        width: Math.min(parent.width - 48, 320)
+        modal: true
+        title: value ? value.title : ""
+        standardButtons: Dialog.Ok
+        onOpened: window.main.presenting = true
+        onClosed: window.main.presenting = pages.depth > 0
+        Label {
+            width: parent.width
+            wrapMode: Text.Wrap
+            text: alert.value ? alert.value.message : ""
+        }
+    }
+}

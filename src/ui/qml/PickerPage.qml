@@ -1,0 +1,100 @@
+import QtQuick
+import QtQuick.Controls
+import Tallymo
+
+// A theme picker: the current row checked; choosing a row stores it and goes back.
+Page {
+    id: page
+    required property Screens screens
+    required property PickerController controller
+    objectName: "pickerPage"
+    background: Rectangle { color: "#f2f2f7" }
+    header: PageHeader { title: page.controller.title; onBack: page.StackView.view.pop() }
+
+    Connections {
+        target: page.controller
+        function onGoBack() { page.StackView.view.pop() }
+    }
+
+    ListView {
+        id: list
+        anchors.fill: parent
+        model: page.controller.rows
+        focus: true
+        keyNavigationEnabled: true
+        currentIndex: page.controller.checkedRow
+        header: Column {
+            width: list.width
+            topPadding: 20
+            Label {
+                visible: page.controller.header !== ""
+                leftPadding: 16
+                bottomPadding: 6
+                text: page.controller.header.toUpperCase()
+                font.pixelSize: 13
+                color: "#6d6d72"
+            }
+        }
+        footer: Label {
+            width: list.width
+            padding: 16
+            wrapMode: Text.Wrap
+            visible: text !== ""
+            text: page.controller.error !== "" ? page.controller.error : page.controller.footer
+            font.pixelSize: 13
+            color: page.controller.error !== "" ? "#c0001a" : "#6d6d72"
+        }
+        Component.onCompleted: positionViewAtIndex(Math.max(0, page.controller.checkedRow), ListView.Center)
+        delegate: ItemDelegate {
+            id: row
+            required property int index
+            required property string title
+            required property bool checked
+            required property font font
+            required property bool ownFont
+            required property var colors
+            width: list.width
+            height: page.controller.swatches ? 100 : 48
+            highlighted: ListView.isCurrentItem && list.activeFocus
+            background: Rectangle { color: row.down || row.highlighted ? "#e5e5ea" : "white" }
+            Accessible.name: title
+            Accessible.checkable: true
+            Accessible.checked: checked
+            contentItem: Item {
+                Label {
+                    visible: !page.controller.swatches
+                    anchors.verticalCenter: parent.verticalCenter
+                    text: row.title
+                    font: row.ownFont ? row.font : Qt.font({ pixelSize: 17 })
+                    color: "#111111"
+                }
+                Row {
+                    visible: page.controller.swatches
+                    anchors.centerIn: parent
+                    Repeater {
+                        model: row.colors
+                        Rectangle {
+                            required property color modelData
+                            width: page.controller.swatchWidth(row.width)
+                            height: page.controller.swatchHeight(row.height)
+                            color: modelData
+                        }
+                    }
+                }
+                Label {
+                    anchors.right: parent.right
+                    anchors.verticalCenter: parent.verticalCenter
+                    visible: row.checked
+                    text: "\u2713"
+                    font.pixelSize: 20
+                    font.weight: Font.Bold
+                    color: page.controller.swatches ? "white" : "#0a60d0"
+                    style: page.controller.swatches ? Text.Outline : Text.Normal
+                    styleColor: "#333333"
+                }
+            }
+            onClicked: page.controller.choose(index)
+            Keys.onReturnPressed: page.controller.choose(index)
+        }
+    }
+}

@@ -1,0 +1,127 @@
+import QtQuick
+import QtQuick.Controls
+import QtQuick.Layouts
+import Tallymo
+
+// The first-run setup: introduction, bill day, data cap, usage so far, finish.
+Page {
+    id: page
+    required property Screens screens
+    property SetupController controller: screens.create("SetupController")
+    objectName: "setupFlow"
+    background: Rectangle { color: "#f2f2f7" }
+
+    header: ToolBar {
+        height: 52
+        background: Rectangle { color: "#f2f2f7" }
+        ToolButton {
+            objectName: "setupBack"
+            anchors.left: parent.left
+            anchors.verticalCenter: parent.verticalCenter
+            visible: page.controller.step > 0 && page.controller.step < 4
+            text: "\u2039 " + qsTr("Back")
+            font.pixelSize: 17
+            onClicked: page.controller.back()
+        }
+        Label {
+            objectName: "setupTitle"
+            anchors.centerIn: parent
+            text: page.controller.title
+            font.pixelSize: 17
+            font.weight: Font.DemiBold
+            color: "#111111"
+            Accessible.role: Accessible.Heading
+        }
+        ToolButton {
+            id: next
+            objectName: "setupNext"
+            anchors.right: parent.right
+            anchors.verticalCenter: parent.verticalCenter
+            text: page.controller.button
+            font.pixelSize: 17
+            font.weight: Font.DemiBold
+            palette.buttonText: "#0a60d0"
+            onClicked: page.controller.next()
+        }
+    }
+
+    Keys.onReturnPressed: page.controller.next()
+    Keys.onEnterPressed: page.controller.next()
+
+    StackLayout {
+        anchors.fill: parent
+        anchors.topMargin: 24
+        currentIndex: page.controller.step
+
+        Label {
+            objectName: "setupIntro"
+            padding: 24
+            wrapMode: Text.Wrap
+            text: page.controller.intro
+            font.pixelSize: 17
+            color: "#111111"
+        }
+        ColumnLayout {
+            spacing: 8
+            Tumbler {
+                id: days
+                objectName: "billdayPicker"
+                Layout.alignment: Qt.AlignHCenter
+                Layout.preferredHeight: 200
+                model: page.controller.billdate.rows
+                currentIndex: page.controller.billdate.selectedRow
+                visibleItemCount: 5
+                wrap: false
+                onCurrentIndexChanged: if (moving || activeFocus) page.controller.billdate.selectedRow = currentIndex
+                onMovingChanged: if (!moving) page.controller.billdate.selectedRow = currentIndex
+                delegate: Label {
+                    required property string modelData
+                    required property int index
+                    text: modelData
+                    font.pixelSize: 22
+                    horizontalAlignment: Text.AlignHCenter
+                    verticalAlignment: Text.AlignVCenter
+                    opacity: 1.0 - Math.abs(Tumbler.displacement) / (days.visibleItemCount / 2)
+                    color: "#111111"
+                }
+                Keys.onUpPressed: page.controller.billdate.selectedRow = Math.max(0, currentIndex - 1)
+                Keys.onDownPressed: page.controller.billdate.selectedRow = Math.min(30, currentIndex + 1)
+            }
+            Label {
+                Layout.fillWidth: true
+                Layout.leftMargin: 16
+                Layout.rightMargin: 16
+                wrapMode: Text.Wrap
+                text: page.controller.billdate.footer
+                font.pixelSize: 13
+                color: "#6d6d72"
+            }
+            Item { Layout.fillHeight: true }
+        }
+        ColumnLayout {
+            AmountField { controller: page.controller.allow; Layout.fillWidth: true }
+            Item { Layout.fillHeight: true }
+        }
+        ColumnLayout {
+            AmountField { controller: page.controller.existing; Layout.fillWidth: true }
+            Item { Layout.fillHeight: true }
+        }
+        Label {
+            objectName: "setupFinish"
+            padding: 24
+            wrapMode: Text.Wrap
+            text: qsTr("You are all set. Swipe up for the history, swipe left for the settings.")
+            font.pixelSize: 17
+            color: "#111111"
+        }
+    }
+    Label {
+        anchors.bottom: parent.bottom
+        width: parent.width
+        padding: 16
+        visible: text !== ""
+        wrapMode: Text.Wrap
+        text: page.controller.error
+        color: "#c0001a"
+    }
+}

@@ -1,0 +1,76 @@
+#include "screens.h"
+
+#include "app/datausageappdelegate.h"
+#include "app/selectplancontroller.h"
+#include "day/dayviewcontroller.h"
+#include "newuicontroller.h"
+#include "notificationcenter.h"
+#include "setupcontroller.h"
+#include "themecontrollers.h"
+
+#include <QLoggingCategory>
+
+Q_LOGGING_CATEGORY(lcScreens, "tallymo.ui")
+
+Screens::Screens(DataUsageAppDelegate &delegate, AlternateIcons *icons, QObject *parent)
+    : QObject(parent), m_delegate(delegate), m_icons(icons), m_main(new NewUIController(this))
+{
+    connect(&NotificationCenter::defaultCenter(), &NotificationCenter::posted, m_main,
+            [this](const QString &name) {
+                if (name == kNotifyUpdateTheme)
+                    m_main->updateTheme();
+            });
+    m_main->setDelegate(&m_delegate);
+}
+
+Screens::~Screens()
+{
+    m_main->setDelegate(nullptr);
+}
+
+QStringList Screens::screenNames()
+{
+    return {QStringLiteral("SetupController"),       QStringLiteral("ThemeController"),
+            QStringLiteral("DisplayController"),     QStringLiteral("FontController"),
+            QStringLiteral("ColorsController"),      QStringLiteral("BackgroundColorController"),
+            QStringLiteral("IconController"),        QStringLiteral("WidgetOptionController"),
+            QStringLiteral("WidgetColorController"), QStringLiteral("WidgetStyleController")};
+}
+
+QObject *Screens::create(const QString &screen, const QString &plan)
+{
+    SharedCode &shared = m_delegate.shared();
+    if (screen == QLatin1StringView("SetupController")) {
+        auto *setup = new SetupController(m_delegate);
+        connect(setup, &SetupController::finished, m_main, &NewUIController::dismissedSetupMigrate);
+        return setup;
+    }
+    if (screen == QLatin1StringView("ThemeController"))
+        return new ThemeController;
+    if (screen == QLatin1StringView("WidgetOptionController"))
+        return new WidgetOptionController;
+    if (screen == QLatin1StringView("DisplayController"))
+        return new DisplayController(shared);
+    if (screen == QLatin1StringView("FontController"))
+        return new FontController(shared);
+    if (screen == QLatin1StringView("ColorsController"))
+        return new ColorsController(shared);
+    if (screen == QLatin1StringView("BackgroundColorController"))
+        return new BackgroundColorController(shared);
+    if (screen == QLatin1StringView("WidgetColorController"))
+        return new WidgetColorController(shared);
+    if (screen == QLatin1StringView("WidgetStyleController"))
+        return new WidgetStyleController(shared);
+    if (screen == QLatin1StringView("IconController"))
+        return new IconController(shared, m_icons);
+    if (screen == QLatin1StringView("BilldateController"))
+        return new BilldateController(shared, plan);
+    if (screen == QLatin1StringView("AllowController"))
+        return new AllowController(shared, plan);
+    if (screen == QLatin1StringView("SelectPlanController"))
+        return new SelectPlanController(m_delegate);
+    if (screen == QLatin1StringView("DayViewController"))
+        return new DayViewController(m_delegate, m_delegate, plan);
+    qCWarning(lcScreens) << "no screen named" << screen;
+    return nullptr;
+}

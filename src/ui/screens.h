@@ -1,0 +1,37 @@
+#pragma once
+
+#include <QObject>
+#include <QtQml/qqmlregistration.h>
+
+class AlternateIcons;
+class DataUsageAppDelegate;
+class NewUIController;
+
+// The one place the app's screens get their controllers: each is made with the services it needs
+// and handed to the view, which owns it while it is on screen. The main screen's controller lives
+// as long as this factory.
+class Screens : public QObject
+{
+    Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("made by the app")
+    Q_PROPERTY(NewUIController *main READ main CONSTANT)
+
+public:
+    Screens(DataUsageAppDelegate &delegate, AlternateIcons *icons, QObject *parent = nullptr);
+    ~Screens() override;
+
+    NewUIController *main() const { return m_main; }
+    DataUsageAppDelegate &delegate() const { return m_delegate; }
+
+    // A new controller for the named screen (its class name), for a plan (empty: the active one);
+    // nothing for an unknown name. The caller owns it.
+    Q_INVOKABLE QObject *create(const QString &screen, const QString &plan = QString());
+    // Every screen name create() knows, for the screenshot run.
+    static QStringList screenNames();
+
+private:
+    DataUsageAppDelegate &m_delegate;
+    AlternateIcons *m_icons;
+    NewUIController *m_main;
+};
