@@ -10,6 +10,7 @@ if [ "${TALLYMO_SANITIZE:-0}" = 1 ]; then
     dir=build-asan
     flags+=(-DTALLYMO_SANITIZE=ON)
     export ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
+    export LSAN_OPTIONS=suppressions=$PWD/tests/lsan.supp:print_suppressions=0
 fi
 cmake -S . -B "$dir" "${flags[@]}" >/dev/null
 cmake --build "$dir" -j"$(nproc)"

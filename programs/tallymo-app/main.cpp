@@ -3,6 +3,7 @@
 #include "app/backgroundtasks.h"
 #include "app/datausageappdelegate.h"
 #include "core/sharedcode.h"
+#include "core/storecontext.h"
 #include "platform/dbus/applicationinstance.h"
 #include "platform/linux/desktopicons.h"
 #include "platform/linux/desktopmodule.h"
@@ -87,7 +88,10 @@ int main(int argc, char **argv)
                                     QStringLiteral("NAME"));
     const QCommandLineOption firstFrame(
         QStringLiteral("first-frame"), QStringLiteral("Print the milliseconds to the first frame and exit."));
-    parser.addOptions({screenshot, size, action, firstFrame});
+    const QCommandLineOption dumpMain(
+        QStringLiteral("dump-main"),
+        QStringLiteral("With --screenshot: print the main screen's texts instead of pictures."));
+    parser.addOptions({screenshot, size, action, firstFrame, dumpMain});
     parser.process(app);
 
     const bool pictures = parser.isSet(screenshot);
@@ -174,6 +178,10 @@ int main(int argc, char **argv)
     Screens screens(delegate, &icons);
     screens.main()->setStillFrames(pictures);
     delegate.applicationDidFinishLaunching();
+    // The figures as stored, so the first frame shows them; activation then takes a fresh sample.
+    if (const std::shared_ptr<StoreContext> context = shared.mocForActive())
+        context->performAndWait([&] { delegate.readCurrentValues(context.get()); });
+    screens.main()->reloadValues();
 
     QQmlApplicationEngine engine;
     engine.addImportPath(QStringLiteral("qrc:/qt/qml"));
@@ -252,6 +260,21 @@ int main(int argc, char **argv)
         if (!particles)
             std::fprintf(stderr, "tallymo-app: the software renderer cannot draw particles: no picture of "
                                  "\"Winter Wonderland\" (run under a display with OpenGL, e.g. xvfb-run)\n");
+        if (parser.isSet(dumpMain)) {
+            QObject::connect(window, &QQuickWindow::frameSwapped, window, [&] {
+                static bool printed = false;
+                if (std::exchange(printed, true))
+                    return;
+                for (const char *name :
+                     {"lDays", "lPercent", "lUsedStaticText", "lCellUsage", "lWifiUsage", "lForecast"}) {
+                    const QObject *item = window->findChild<QObject *>(QLatin1StringView(name));
+                    std::printf("%s=%s\n", name,
+                                item ? qPrintable(item->property("text").toString()) : "(missing)");
+                }
+                QTimer::singleShot(0, &app, &QCoreApplication::quit);
+            });
+            return app.exec();
+        }
         run = std::make_unique<ScreenshotRun>(screens, *window, parser.value(screenshot), particles);
         QObject::connect(window, &QQuickWindow::frameSwapped, window, [&] {
             static bool started = false;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/settingskeys.h"
+#include "plans/amountentry.h"
 
 #include <QDateTime>
 #include <QHash>
@@ -48,6 +49,10 @@ private:
     QHash<QString, QString> m_values;
     QStringList m_flags;
 };
+
+// An amount with an optional unit ("500MB", "1.5GB", "300" in MB) of at least `minimum` (0.001 for
+// a cap, 0 for usage so far); nothing otherwise.
+std::optional<AmountEntry::Amount> parseAmount(const QString &text, double minimum);
 
 // "YYYY-MM-DD" (local midnight) or "YYYY-MM-DDTHH:MM[:SS]" with an optional "Z" or "+HH:MM".
 QDateTime parseDate(const QString &text);

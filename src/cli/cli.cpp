@@ -24,6 +24,8 @@ const char kUsage[] = "usage: tallymo <command> [options]\n"
                       "  map [--day D] [--plan ID] [--json]      where the day's usage happened\n"
                       "  net [--day D] [--plan ID] [--json]      traffic per remote address and hour\n"
                       "  watch [--follow] [--complication]       be the watch: ask once, then print pushes\n"
+                      "  setup [--bill-day N] [--cap AMOUNT] [--used AMOUNT]   the first-run setup\n"
+                      "  demo DIR                                write a demo container to try the app on\n"
                       "\n"
                       "Dates are ISO 8601: YYYY-MM-DD (local midnight) or YYYY-MM-DDTHH:MM[+HH:MM].\n"
                       "Types: string, int, double, bool, date, json.\n";
@@ -51,6 +53,7 @@ int run(const QStringList &args, Environment &env)
         {QLatin1StringView("push"), push},         {QLatin1StringView("export"), exportUsage},
         {QLatin1StringView("history"), history},   {QLatin1StringView("watch"), watch},
         {QLatin1StringView("map"), map},           {QLatin1StringView("net"), net},
+        {QLatin1StringView("setup"), setup},       {QLatin1StringView("demo"), demo},
     };
     if (args.isEmpty() || args.first() == QLatin1StringView("--help") ||
         args.first() == QLatin1StringView("help")) {

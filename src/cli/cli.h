@@ -72,5 +72,7 @@ int history(const QStringList &args, Environment &env);
 int watch(const QStringList &args, Environment &env);
 int map(const QStringList &args, Environment &env);
 int net(const QStringList &args, Environment &env);
+int setup(const QStringList &args, Environment &env);
+int demo(const QStringList &args, Environment &env);
 
 } // namespace Cli

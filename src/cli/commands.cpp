@@ -297,14 +297,7 @@ int planChange(const Arguments &a, Environment &env, const QString &usage)
     }
     if (verb == QLatin1StringView("add-usage")) {
         a.expectPositional(2, 2, usage);
-        static const QRegularExpression re(QStringLiteral("^\\s*([^a-zA-Z]+?)\\s*(MB|GB)?\\s*$"),
-                                           QRegularExpression::CaseInsensitiveOption);
-        const QRegularExpressionMatch m = re.match(a.positional.at(1));
-        const AmountEntry::Unit unit =
-            m.captured(2).compare(QLatin1StringView("GB"), Qt::CaseInsensitive) == 0 ? AmountEntry::GB
-                                                                                     : AmountEntry::MB;
-        const std::optional<AmountEntry::Amount> amount =
-            m.hasMatch() ? AmountEntry::capAmount(m.captured(1), unit) : std::nullopt;
+        const std::optional<AmountEntry::Amount> amount = parseAmount(a.positional.at(1), 0.001);
         if (!amount)
             throw UsageError(
                 QStringLiteral("\"%1\" is not an amount of at least 0.001 MB (for example 500MB or 1.5GB)")

@@ -2,6 +2,7 @@
 
 #include <QCoreApplication>
 #include <QFontDatabase>
+#include <QFontInfo>
 
 #include <iterator>
 
@@ -111,8 +112,8 @@ QString familyOf(const Entry &e)
         return QString::fromLatin1(kRounded);
     if (e.design == Design::Serif)
         return QString::fromLatin1(kSerif);
-    if (!e.family)
-        return QFontDatabase::systemFont(QFontDatabase::GeneralFont).family();
+    if (!e.family) // the family the desktop's general font resolves to (not an alias like "Sans Serif")
+        return QFontInfo(QFontDatabase::systemFont(QFontDatabase::GeneralFont)).family();
     return QString::fromLatin1(e.family);
 }
 

@@ -35,13 +35,6 @@ QString span(const QString &text, const QFont &font)
         .arg(escaped(text));
 }
 
-QString glyph(const QString &name, int size)
-{
-    return QStringLiteral("<img src=\"qrc:/qt/qml/Tallymo/icons/glyph-%1.svg\" width=\"%2\" height=\"%2\">")
-        .arg(name)
-        .arg(size);
-}
-
 double maxLineWidth(const QFontMetricsF &metrics, const QString &text)
 {
     double width = 0;
@@ -232,8 +225,9 @@ QString NewUIController::getSmallMBString(double bytes) const
 QString NewUIController::getDownUpMBStringWithDown(double down, double up) const
 {
     const QFont arrows = FontTable::systemFont(QFont::Normal, 9);
-    return QStringLiteral("<p style=\"margin:0\">") + span(QStringLiteral("\u25BC  "), arrows) +
-           getSmallMBString(down) + QStringLiteral("</p><p style=\"margin:0\">") +
+    return QStringLiteral("<p align=\"center\" style=\"margin:0\">") +
+           span(QStringLiteral("\u25BC  "), arrows) + getSmallMBString(down) +
+           QStringLiteral("</p><p align=\"center\" style=\"margin:0\">") +
            span(QStringLiteral("\u25B2  "), arrows) + getSmallMBString(up) + QStringLiteral("</p>");
 }
 
@@ -248,9 +242,8 @@ QString NewUIController::getUsageStringType(int type) const
     const CurrentValues &v = currentValues();
     const bool cell = type == 0;
     const double total = cell ? v.monthCell : v.monthWifi;
-    QString text = QStringLiteral("<p style=\"margin:0 0 8px 0\">") +
-                   glyph(cell ? QStringLiteral("c") : QStringLiteral("w"), 24) +
-                   QStringLiteral("</p><p style=\"margin:0 0 8px 0\">") + getBigMBString(total) +
+    // The glyph ("c" or "w", 24 px, 8 px above the total) is drawn by the view: glyphFor(type).
+    QString text = QStringLiteral("<p align=\"center\" style=\"margin:0 0 8px 0\">") + getBigMBString(total) +
                    QStringLiteral("</p>");
     if (displayMode() == Complete)
         text += getDownUpMBStringWithDown(cell ? v.monthCellIn : v.monthWifiIn,
@@ -493,4 +486,12 @@ QVariantMap NewUIController::snowEmitter(double width, double height) const
             {QStringLiteral("size"), 0.2 * kImage},
             {QStringLiteral("sizeRange"), 0.2 * kImage},
             {QStringLiteral("alphaRange"), 0.2}};
+}
+
+QString NewUIController::glyphFor(int type) const
+{
+    if (!m_rendered || displayMode() == Minimal)
+        return QString();
+    return QStringLiteral("qrc:/qt/qml/Tallymo/icons/glyph-%1.svg")
+        .arg(type == 0 ? QLatin1Char('c') : QLatin1Char('w'));
 }

@@ -22,6 +22,8 @@ class NewUIController : public MainScreenController
     Q_PROPERTY(QString daysText READ daysText NOTIFY rendered)
     Q_PROPERTY(QString cellText READ cellText NOTIFY rendered)
     Q_PROPERTY(QString wifiText READ wifiText NOTIFY rendered)
+    Q_PROPERTY(QString cellGlyph READ cellGlyph NOTIFY rendered)
+    Q_PROPERTY(QString wifiGlyph READ wifiGlyph NOTIFY rendered)
     Q_PROPERTY(QString cellAccessible READ cellAccessible NOTIFY rendered)
     Q_PROPERTY(QString wifiAccessible READ wifiAccessible NOTIFY rendered)
     Q_PROPERTY(QString percentText READ percentText NOTIFY rendered)
@@ -62,6 +64,10 @@ public:
     QString daysText() const { return m_days; }
     QString cellText() const { return m_cell; }
     QString wifiText() const { return m_wifi; }
+    // The network's glyph above its block (0 cellular, 1 Wi-Fi); none in Minimal display.
+    QString glyphFor(int type) const;
+    QString cellGlyph() const { return glyphFor(0); }
+    QString wifiGlyph() const { return glyphFor(1); }
     QString cellAccessible() const { return m_cellSpoken; }
     QString wifiAccessible() const { return m_wifiSpoken; }
     QString percentText() const { return m_percent; }

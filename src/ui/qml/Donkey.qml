@@ -26,11 +26,19 @@ Item {
         onTriggered: physics.step(frameTime)
     }
 
-    Component.onCompleted: {
+    // Starts once the view has its size.
+    property bool started: false
+    function begin() {
+        if (started || width <= 0 || height <= 0)
+            return
+        started = true
         if (controller.stillFrames)
             physics.fix(0, 40)
         physics.start(width, height, imageSize, controller.percent)
-        if (controller.stillFrames)
-            physics.step(0.6)
+        for (let frame = 0; controller.stillFrames && frame < 12; ++frame)
+            physics.step(1 / 60)
     }
+    onWidthChanged: begin()
+    onHeightChanged: begin()
+    Component.onCompleted: begin()
 }

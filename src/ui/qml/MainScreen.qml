@@ -111,6 +111,16 @@ Item {
         id: blocks
         anchors.horizontalCenter: parent.horizontalCenter
         y: parent.height * 0.64
+        Column {
+            width: root.width / 2
+            spacing: 8
+            Image {
+                anchors.horizontalCenter: parent.horizontalCenter
+                source: root.controller.cellGlyph
+                sourceSize: Qt.size(24, 24)
+                visible: source != ""
+                Accessible.ignored: true
+            }
         Text {
             id: lCellUsage
             objectName: "lCellUsage"
@@ -122,6 +132,17 @@ Item {
             Accessible.role: Accessible.StaticText
             Accessible.name: root.controller.cellAccessible
         }
+        }
+        Column {
+            width: root.width / 2
+            spacing: 8
+            Image {
+                anchors.horizontalCenter: parent.horizontalCenter
+                source: root.controller.wifiGlyph
+                sourceSize: Qt.size(24, 24)
+                visible: source != ""
+                Accessible.ignored: true
+            }
         Text {
             id: lWifiUsage
             objectName: "lWifiUsage"
@@ -132,6 +153,7 @@ Item {
             text: root.controller.wifiText
             Accessible.role: Accessible.StaticText
             Accessible.name: root.controller.wifiAccessible
+        }
         }
     }
 

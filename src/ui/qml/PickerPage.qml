@@ -48,24 +48,23 @@ Page {
         delegate: ItemDelegate {
             id: row
             required property int index
-            required property string title
-            required property bool checked
-            required property font font
-            required property bool ownFont
-            required property var colors
+            required property var model
+            readonly property string title: model.title
+            readonly property bool isChecked: model.checked
+            readonly property var colors: model.colors
             width: list.width
             height: page.controller.swatches ? 100 : 48
             highlighted: ListView.isCurrentItem && list.activeFocus
             background: Rectangle { color: row.down || row.highlighted ? "#e5e5ea" : "white" }
             Accessible.name: title
             Accessible.checkable: true
-            Accessible.checked: checked
+            Accessible.checked: isChecked
             contentItem: Item {
                 Label {
                     visible: !page.controller.swatches
                     anchors.verticalCenter: parent.verticalCenter
                     text: row.title
-                    font: row.ownFont ? row.font : Qt.font({ pixelSize: 17 })
+                    font: row.model.ownFont ? row.model.font : Qt.font({ pixelSize: 17 })
                     color: "#111111"
                 }
                 Row {
@@ -84,7 +83,7 @@ Page {
                 Label {
                     anchors.right: parent.right
                     anchors.verticalCenter: parent.verticalCenter
-                    visible: row.checked
+                    visible: row.isChecked
                     text: "\u2713"
                     font.pixelSize: 20
                     font.weight: Font.Bold

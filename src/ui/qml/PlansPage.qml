@@ -25,15 +25,16 @@ Page {
         focus: true
         delegate: ItemDelegate {
             required property int index
-            required property string label
-            required property bool checked
+            required property var model
+            readonly property string label: model.label
+            readonly property bool isChecked: model.checked
             width: list.width
             height: 48
             background: Rectangle { color: parent.down ? "#e5e5ea" : "white" }
             Accessible.name: label
             contentItem: Item {
                 Label { anchors.verticalCenter: parent.verticalCenter; text: label; font.pixelSize: 17; color: "#111111"; elide: Text.ElideRight; width: parent.width - 32 }
-                Label { anchors.right: parent.right; anchors.verticalCenter: parent.verticalCenter; visible: checked; text: "\u2713"; font.pixelSize: 20; color: "#0a60d0" }
+                Label { anchors.right: parent.right; anchors.verticalCenter: parent.verticalCenter; visible: isChecked; text: "\u2713"; font.pixelSize: 20; color: "#0a60d0" }
             }
             onClicked: page.controller.tapRow(index)
         }

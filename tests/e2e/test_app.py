@@ -1,0 +1,141 @@
+"""The app as a user starts it: headless (offscreen), on a private session bus, on real containers."""
+import os
+import subprocess
+import sys
+import tempfile
+import time
+import unittest
+
+import dbus
+
+from session import SessionBus
+from support import TALLYMO, Container
+
+APP = os.path.join(os.path.dirname(os.path.dirname(TALLYMO)), "tallymo-app", "tallymo-app")
+WIDGET = os.path.join(os.path.dirname(os.path.dirname(TALLYMO)), "tallymo-widget", "tallymo-widget")
+HEADLESS = {"QT_QPA_PLATFORM": "offscreen", "QT_QUICK_CONTROLS_STYLE": "Basic"}
+# Lines the app may print on its own that are not faults of the screens.
+EXPECTED = ("QStandardPaths:", "tallymo-app: the software renderer cannot draw particles",
+            "tallymo-app: desktop services unavailable", "  ")
+
+
+def problems(stderr):
+    return [line for line in stderr.splitlines() if line and not line.startswith(EXPECTED)]
+
+
+class Screens(unittest.TestCase):
+    def setUp(self):
+        self.c = Container()
+        self.env = dict(self.c.env, **HEADLESS, XDG_RUNTIME_DIR=self.c.root)
+
+    def tearDown(self):
+        self.c.cleanup()
+
+    def test_pictures_of_every_state_from_the_demo_data(self):
+        demo = os.path.join(self.c.root, "demo")
+        self.c.run("demo", demo)
+        shots = os.path.join(self.c.root, "shots")
+        before = open(os.path.join(demo, "group.zr.qxnext.plist"), "rb").read()
+        p = subprocess.run([APP, "--screenshot", shots, "--size", "360x720"], env=dict(self.env, TALLYMO_CONTAINER=demo),
+                           capture_output=True, text=True, timeout=120)
+        self.assertEqual(p.returncode, 0, p.stderr)
+        self.assertEqual(problems(p.stderr), [])  # every view loads and binds without a warning
+        files = [os.path.basename(f) for f in p.stdout.split()]
+        self.assertEqual(files[0], "main.png")
+        for name in ("display-minimal.png", "display-complete.png", "background-black.png", "forecast-over.png",
+                     "theme-donkey-bounce.png", "picker-FontController.png", "picker-ColorsController.png",
+                     "setup-1-intro.png", "setup-5-finish.png"):
+            self.assertIn(name, files)
+        for f in files:
+            with open(os.path.join(shots, f), "rb") as png:
+                self.assertEqual(png.read(8), b"\x89PNG\r\n\x1a\n")
+        # The states are pictured on a copy: the user's settings are as they were.
+        self.assertEqual(open(os.path.join(demo, "group.zr.qxnext.plist"), "rb").read(), before)
+
+    def test_bad_size_is_refused_in_one_line(self):
+        p = subprocess.run([APP, "--screenshot", self.c.root, "--size", "big"], env=self.env, capture_output=True,
+                           text=True, timeout=30)
+        self.assertEqual(p.returncode, 2)
+        self.assertEqual(problems(p.stderr), ["tallymo-app: --size wants WIDTHxHEIGHT between 200x300 and 4000x4000, not big"])
+
+    def test_first_frame_after_a_sample_shows_the_new_percentage(self):
+        self.c.run("setup", "--bill-day", "1", "--cap", "100MB", "--used", "0")
+        self.c.write_counters({"wlan0": (10, 10), "wwan0": (1000, 1000)})
+        self.c.run("sample")  # the first sight of the counters
+        first = self.percent()
+        self.c.write_counters({"wlan0": (10, 10), "wwan0": (1000 + 40 * 1048576, 1000 + 2 * 1048576)})
+        self.c.run("sample")
+        self.assertEqual((first, self.percent()), ("0", "42"))
+
+    def percent(self):
+        with tempfile.TemporaryDirectory() as shots:
+            p = subprocess.run([APP, "--screenshot", shots, "--size", "360x720", "--dump-main"], env=self.env,
+                               capture_output=True, text=True, timeout=60)
+            self.assertEqual(p.returncode, 0, p.stderr)
+            return [l.split("=", 1)[1] for l in p.stdout.splitlines() if l.startswith("lPercent=")][0]
+
+
+class SetupOnATerminalLess(unittest.TestCase):
+    def test_setup_then_widget_shows_figures(self):
+        c = Container()
+        try:
+            p = c.run("setup", "--bill-day", "32", "--cap", "5GB", check=False)
+            self.assertEqual((p.returncode, p.stderr.strip()),
+                             (2, 'tallymo: the bill day must be a whole number from 1 to 31, not "32"'))
+            p = c.run("setup", "--bill-day", "5", "--cap", "0", check=False)
+            self.assertEqual(p.returncode, 2)
+            p = subprocess.run([TALLYMO, "setup"], env=c.env, capture_output=True, text=True, stdin=subprocess.DEVNULL)
+            self.assertEqual(p.returncode, 2)
+            settings = os.path.join(c.path, "group.zr.qxnext.plist")
+            self.assertFalse(os.path.exists(settings) and "PREF_SHOWED_SETUP" in c.settings())
+            w = subprocess.run([WIDGET, "--format", "text"], env=c.env, capture_output=True, text=True)
+            self.assertIn("not set up", w.stdout + w.stderr)
+
+            c.run("setup", "--bill-day", "5", "--cap", "2,5GB", "--used", "300MB")
+            s = c.settings()
+            plan = s["PREF_ALL_PLANS"][s["PREF_ACTIVE_PLAN"]]
+            self.assertTrue(s["PREF_SHOWED_SETUP"])
+            self.assertEqual((plan["PREF_BILLDAY"], plan["PREF_THRES_MONTHLY"]), (5, float(int(2.5 * 1073741824))))
+            self.assertEqual(c.totals()["cellIn"], 300 * 1048576)
+            w = subprocess.run([WIDGET, "--format", "text"], env=c.env, capture_output=True, text=True)
+            self.assertEqual(w.returncode, 0, w.stderr)
+            self.assertNotIn("not set up", w.stdout)
+            self.assertIn("%", w.stdout)
+        finally:
+            c.cleanup()
+
+
+class SingleInstance(unittest.TestCase):
+    def test_second_start_activates_the_first_and_exits(self):
+        c = Container()
+        try:
+            c.run("setup", "--bill-day", "1", "--cap", "1GB")
+            with SessionBus(notification_server=False) as bus:
+                env = dict(c.env, **HEADLESS, XDG_RUNTIME_DIR=c.root, DBUS_SESSION_BUS_ADDRESS=bus.address)
+                first = subprocess.Popen([APP], env=env, stdout=subprocess.DEVNULL, stderr=subprocess.PIPE, text=True)
+                try:
+                    deadline = time.time() + 20
+                    while not bus.bus.name_has_owner("org.tallymo.Tallymo"):
+                        self.assertIsNone(first.poll(), first.stderr.read() if first.poll() is not None else "")
+                        self.assertLess(time.time(), deadline, "the app never took its name")
+                        time.sleep(0.05)
+                    start = time.time()
+                    second = subprocess.run([APP], env=env, capture_output=True, text=True, timeout=30)
+                    self.assertEqual(second.returncode, 0, second.stderr)
+                    self.assertLess(time.time() - start, 10)
+                    third = subprocess.run([APP, "--action", "SHORTCUTS_THEME"], env=env, capture_output=True,
+                                           text=True, timeout=30)
+                    self.assertEqual(third.returncode, 0, third.stderr)
+                    self.assertIsNone(first.poll())  # the first one runs on
+                    owner = bus.bus.get_name_owner("org.tallymo.Tallymo")
+                    app = dbus.Interface(bus.bus.get_object(owner, "/org/tallymo/Tallymo"), "org.freedesktop.Application")
+                    app.Activate({})
+                finally:
+                    first.terminate()
+                    first.wait(timeout=20)
+        finally:
+            c.cleanup()
+
+
+if __name__ == "__main__":
+    unittest.main(argv=[sys.argv[0], "-v"])
