@@ -1,0 +1,45 @@
+#!/usr/bin/env bash
+# The app on five years of 5-minute samples: time from process start to the main screen's first
+# frame (median of 15 starts), resident memory, and CPU over 20 s idle and with each animated theme.
+# Runs under Xvfb with Mesa's software OpenGL, as a desktop without a GPU would.
+#   bench/app.sh [build-dir]     (default build-bench, built here in release mode)
+set -euo pipefail
+cd "$(dirname "$0")/.."
+scripts/deps.sh xvfb xauth
+build=${1:-build-bench}
+if [ "$build" = build-bench ]; then
+    cmake -S . -B build-bench -DCMAKE_BUILD_TYPE=Release -DTALLYMO_TESTS=OFF -DTALLYMO_BENCH=ON >/dev/null
+    cmake --build build-bench -j"$(nproc)" --target tallymo_bench tallymo tallymo-app >/dev/null
+fi
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+"$build/bench/tallymo_bench" --make-container "$work/container" >/dev/null
+export TALLYMO_CONTAINER="$work/container" TALLYMO_PROC_NET_DEV=/dev/null XDG_RUNTIME_DIR="$work" \
+       QT_QUICK_CONTROLS_STYLE=Basic
+app="$build/programs/tallymo-app/tallymo-app"
+tallymo="$build/programs/tallymo/tallymo"
+"$tallymo" defaults write PREF_SHOWED_SETUP true --type bool >/dev/null
+xvfb-run -a -s "-screen 0 1280x1024x24" bash -s "$app" "$tallymo" <<'SH'
+set -euo pipefail
+app=$1 tallymo=$2
+export QT_QPA_PLATFORM=xcb
+times=()
+for _ in $(seq 15); do times+=("$("$app" --first-frame 2>/dev/null)"); done
+printf '%s\n' "${times[@]}" | sort -n | awk '{a[NR]=$1} END {printf "  %7.1f ms median  start to first frame (15 starts, min %.0f, max %.0f)\n", a[int((NR+1)/2)], a[1], a[NR]}'
+cpu() { # theme font row, colour row, label
+    "$tallymo" defaults write PREF_THEME_FONT "$1" --type int >/dev/null
+    "$tallymo" defaults write PREF_THEME_COLOR "$2" --type int >/dev/null
+    "$app" 2>/dev/null & pid=$!
+    sleep 5
+    t0=$(awk '{print $14 + $15}' /proc/$pid/stat)
+    sleep 20
+    t1=$(awk '{print $14 + $15}' /proc/$pid/stat)
+    rss=$(awk '/^VmRSS/ {print $2}' /proc/$pid/status)
+    kill $pid; wait $pid 2>/dev/null || true
+    awk -v a="$t0" -v b="$t1" -v hz="$(getconf CLK_TCK)" -v rss="$rss" -v l="$3" \
+        'BEGIN {printf "  %6.1f %% of one core over 20 s, %6.1f MB resident  %s\n", (b - a) / hz / 20 * 100, rss / 1024, l}'
+}
+cpu 0 0 "idle main screen"
+cpu 13 18 "DONKEY Bounce"
+cpu 14 19 "Winter Wonderland"
+SH
