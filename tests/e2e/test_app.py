@@ -1,5 +1,6 @@
 """The app as a user starts it: headless (offscreen), on a private session bus, on real containers."""
 import os
+import shutil
 import subprocess
 import sys
 import tempfile
@@ -51,6 +52,18 @@ class Screens(unittest.TestCase):
                 self.assertEqual(png.read(8), b"\x89PNG\r\n\x1a\n")
         # The states are pictured on a copy: the user's settings are as they were.
         self.assertEqual(open(os.path.join(demo, "group.zr.qxnext.plist"), "rb").read(), before)
+
+    @unittest.skipUnless(shutil.which("xvfb-run"), "xvfb-run is not installed")
+    def test_snow_is_drawn_with_opengl_under_a_display(self):
+        demo = os.path.join(self.c.root, "demo")
+        self.c.run("demo", demo)
+        shots = os.path.join(self.c.root, "shots")
+        env = dict(self.env, TALLYMO_CONTAINER=demo, QT_QPA_PLATFORM="xcb")
+        p = subprocess.run(["xvfb-run", "-a", "-s", "-screen 0 800x900x24", APP, "--screenshot", shots, "--size",
+                            "360x720"], env=env, capture_output=True, text=True, timeout=180)
+        self.assertEqual(p.returncode, 0, p.stderr)
+        self.assertEqual(problems(p.stderr), [])
+        self.assertIn("theme-winter-wonderland.png", [os.path.basename(f) for f in p.stdout.split()])
 
     def test_bad_size_is_refused_in_one_line(self):
         p = subprocess.run([APP, "--screenshot", self.c.root, "--size", "big"], env=self.env, capture_output=True,

@@ -21,6 +21,8 @@ ColumnLayout {
             placeholderText: "0"
             font.pixelSize: 22
             focus: true
+            // Shown with what is stored, all selected: typing replaces it.
+            onVisibleChanged: if (visible) { forceActiveFocus(); selectAll() }
             Accessible.name: field.controller.title
             onTextEdited: {
                 field.controller.text = text

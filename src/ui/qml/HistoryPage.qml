@@ -8,9 +8,17 @@ Page {
     required property Screens screens
     property var day: screens.create("DayViewController")
     readonly property var hours: day ? day.activeController : null
+    // Back: to the screen below, or to the main screen from the first one.
+    function close() {
+        const view = StackView.view
+        if (view.depth > 1)
+            view.pop()
+        else
+            view.clear()
+    }
     objectName: "historyPage"
     background: Rectangle { color: "white" }
-    header: PageHeader { title: page.day ? page.day.title : ""; onBack: page.StackView.view.pop() }
+    header: PageHeader { title: page.day ? page.day.title : ""; onBack: page.close() }
 
     BusyIndicator { anchors.centerIn: parent; running: page.hours ? page.hours.busy : true }
     Label {

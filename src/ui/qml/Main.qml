@@ -39,14 +39,17 @@ ApplicationWindow {
                 mainScreen.forceActiveFocus()
             }
         }
-        Keys.onEscapePressed: window.back()
-        Keys.onBackPressed: window.back()
+    }
+    Shortcut {
+        sequences: [StandardKey.Back, StandardKey.Cancel]
+        enabled: pages.depth > 0
+        onActivated: window.back()
     }
 
     function back() {
-        if (pages.depth > 0)
-            pages.pop(pages.depth > 1 ? undefined : null)
-        if (pages.depth === 1 && pages.currentItem && pages.currentItem.closing)
+        if (pages.depth > 1)
+            pages.pop()
+        else
             pages.clear()
     }
     function openPage(file, props, animated) {

@@ -7,9 +7,17 @@ Page {
     id: page
     required property Screens screens
     required property MenuController controller
+    // Back: to the screen below, or to the main screen from the first one.
+    function close() {
+        const view = StackView.view
+        if (view.depth > 1)
+            view.pop()
+        else
+            view.clear()
+    }
     objectName: "menuPage"
     background: Rectangle { color: "#f2f2f7" }
-    header: PageHeader { title: page.controller.title; onBack: page.StackView.view.pop() }
+    header: PageHeader { title: page.controller.title; onBack: page.close() }
 
     StackView.onActivating: page.controller.viewWillAppear()
 

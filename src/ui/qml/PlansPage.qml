@@ -7,14 +7,22 @@ Page {
     id: page
     required property Screens screens
     required property var controller
+    // Back: to the screen below, or to the main screen from the first one.
+    function close() {
+        const view = StackView.view
+        if (view.depth > 1)
+            view.pop()
+        else
+            view.clear()
+    }
     objectName: "plansPage"
     background: Rectangle { color: "#f2f2f7" }
-    header: PageHeader { title: page.controller.title; onBack: page.StackView.view.pop() }
+    header: PageHeader { title: page.controller.title; onBack: page.close() }
 
     Connections {
         target: page.controller
-        function onGoBack() { page.StackView.view.pop() }
-        function onSwitched() { page.StackView.view.pop() }
+        function onGoBack() { page.close() }
+        function onSwitched() { page.close() }
     }
 
     ListView {

@@ -72,6 +72,8 @@ Page {
                 currentIndex: page.controller.billdate.selectedRow
                 visibleItemCount: 5
                 wrap: false
+                focus: true
+                onVisibleChanged: if (visible) forceActiveFocus()
                 onCurrentIndexChanged: if (moving || activeFocus) page.controller.billdate.selectedRow = currentIndex
                 onMovingChanged: if (!moving) page.controller.billdate.selectedRow = currentIndex
                 delegate: Label {

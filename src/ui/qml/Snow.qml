@@ -10,7 +10,7 @@ Item {
 
     ParticleSystem {
         id: system
-        running: Qt.application.state === Qt.ApplicationActive
+        running: root.controller.stillFrames || Qt.application.state === Qt.ApplicationActive
     }
     ImageParticle {
         system: system
