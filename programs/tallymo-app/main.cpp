@@ -150,22 +150,14 @@ int main(int argc, char **argv)
     QString moduleErrors;
     std::unique_ptr<DesktopServices> desktop =
         pictures ? nullptr : DesktopModule::load(shared.containerURL(), shared.clock(), &moduleErrors);
-    DataUsageAppDelegate::Services services;
-    services.application = &tasks;
     if (desktop) {
         interfaces.setModemLinks([d = desktop.get()] { return d->modemDataLinks(); });
-        services.notifications = desktop->notifications();
-        services.badge = desktop->badge();
-        services.refreshStatus = desktop->refreshStatus();
-        services.location = desktop->location();
-        services.watch = desktop->watch();
-        services.hostNames = desktop->hostNames();
         WidgetHelper::setCenter(desktop->widgetCenter(shared));
     } else if (!pictures) {
         std::fprintf(stderr, "tallymo-app: desktop services unavailable (no notifications or badge):%s\n",
                      qPrintable(moduleErrors));
     }
-    delegate.setServices(services);
+    delegate.setServices(DataUsageAppDelegate::Services::from(desktop.get(), &tasks));
     // The history opens as a page of the window when the main screen asks for it.
     delegate.presentHistory = [](const QString &, QObject *, bool) {};
 
@@ -192,6 +184,8 @@ int main(int argc, char **argv)
     auto *window = qobject_cast<QQuickWindow *>(engine.rootObjects().constFirst());
     if (pictures)
         window->resize(windowSize);
+    else
+        window->requestActivate(); // where no window manager gives it the focus (kiosks, phones)
 
     // The lifecycle follows the window system: active, inactive, hidden (the background).
     int state = DataUsageAppDelegate::Inactive;

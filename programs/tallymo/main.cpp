@@ -84,18 +84,9 @@ int main(int argc, char **argv)
             desktop = loadDesktopServices(*shared);
             if (desktop) // a PPP link is cellular when it is a connected modem's
                 interfaces.setModemLinks([d = desktop.get()] { return d->modemDataLinks(); });
-            DataUsageAppDelegate::Services services;
-            services.application = &tasks;
-            if (desktop) {
-                services.notifications = desktop->notifications();
-                services.badge = desktop->badge();
-                services.refreshStatus = desktop->refreshStatus();
-                services.location = desktop->location();
-                services.watch = desktop->watch();
-                services.hostNames = desktop->hostNames();
+            if (desktop)
                 WidgetHelper::setCenter(desktop->widgetCenter(*shared));
-            }
-            delegate->setServices(services);
+            delegate->setServices(DataUsageAppDelegate::Services::from(desktop.get(), &tasks));
         }
         return s;
     };

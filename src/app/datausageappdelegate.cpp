@@ -11,6 +11,22 @@ DataUsageAppDelegate::DataUsageAppDelegate(SharedCode &shared, Services services
     : m_shared(shared), m_services(services)
 {}
 
+DataUsageAppDelegate::Services DataUsageAppDelegate::Services::from(DesktopServices *desktop,
+                                                                    PlatformApplication *application)
+{
+    Services services;
+    services.application = application;
+    if (desktop) {
+        services.notifications = desktop->notifications();
+        services.badge = desktop->badge();
+        services.refreshStatus = desktop->refreshStatus();
+        services.location = desktop->location();
+        services.watch = desktop->watch();
+        services.hostNames = desktop->hostNames();
+    }
+    return services;
+}
+
 void DataUsageAppDelegate::setupUserDefaultsForNewInstall()
 {
     if (!m_shared.activePlanID().isNull())

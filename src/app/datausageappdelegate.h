@@ -48,6 +48,8 @@ public:
         LocationService *location = nullptr;
         WatchSession *watch = nullptr;
         HostNameResolver *hostNames = nullptr;
+        // What the desktop provides (none of it without one), with the program's background tasks.
+        static Services from(DesktopServices *desktop, PlatformApplication *application);
     };
 
     explicit DataUsageAppDelegate(SharedCode &shared);

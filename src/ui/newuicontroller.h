@@ -130,6 +130,12 @@ public:
     Q_INVOKABLE void stopAnimator();
     // The application's state moved (active, inactive, background): parallax and animation follow.
     Q_INVOKABLE void applicationStateChanged();
+    // The gradient's vertical offset for a lean of the device (or the pointer's place) from -1 to 1:
+    // +parallaxEffectY at -1, -parallaxEffectY at 1 (it moves against the tilt).
+    Q_INVOKABLE double parallaxOffset(double tilt) const
+    {
+        return m_parallax ? -tilt * parallaxEffectY() : 0;
+    }
     // The snow theme's emitter for a view size: rate, lifespan (ms), the emitting strip, the fall's
     // angle and spread (degrees), speed and its range, downward acceleration, size and alpha range.
     Q_INVOKABLE QVariantMap snowEmitter(double width, double height) const;

@@ -9,6 +9,7 @@
 #include "ui/newuicontroller.h"
 #include "ui/setupcontroller.h"
 #include "ui/themecontrollers.h"
+#include "ui/tiltsource.h"
 
 #include <QFontInfo>
 #include <QGuiApplication>
@@ -368,6 +369,36 @@ private slots:
                                    .arg(FontTable::familyOf(*e), QFontInfo(font).family())));
             }
         }
+    }
+
+    void parallaxFollowsTiltAgainstIt_data()
+    {
+        QTest::addColumn<double>("y");
+        QTest::addColumn<double>("z");
+        QTest::addColumn<double>("tilt");
+        QTest::newRow("upright") << 9.81 << 0.0 << -1.0;
+        QTest::newRow("45 degrees") << 6.9367 << 6.9367 << 0.0;
+        QTest::newRow("flat") << 0.0 << 9.81 << 1.0;
+        QTest::newRow("face down") << 0.0 << -9.81 << -1.0;
+    }
+    void parallaxFollowsTiltAgainstIt()
+    {
+        QFETCH(double, y);
+        QFETCH(double, z);
+        QFETCH(double, tilt);
+        QVERIFY(std::abs(TiltSource::tiltFor(y, z) - tilt) < 1e-4);
+        Screen s;
+        NewUIController c;
+        c.setDelegate(&s.delegate);
+        c.setViewHeight(720);
+        QCOMPARE(c.parallaxOffset(tilt), 0.0); // not active yet
+        s.delegate.applicationState = DataUsageAppDelegate::Active;
+        c.applicationStateChanged();
+        QCOMPARE(c.parallaxOffset(-1), 144.0);
+        QCOMPARE(c.parallaxOffset(1), -144.0);
+        // Qt's stand-in backends never count as the device's sensor.
+        QVERIFY(!TiltSource::deviceAccelerometer().startsWith("dummy."));
+        c.setDelegate(nullptr);
     }
 
     void donkeyBouncesElastically()

@@ -183,11 +183,19 @@ Item {
         }
     }
 
-    // The gradient moves against the pointer, as it would against the device's tilt.
+    // The gradient moves against the device's tilt; without a tilt sensor, against the pointer.
+    TiltSource {
+        id: tilt
+        active: available && root.controller.parallaxOn
+        onTiltChanged: root.parallaxOffset = root.controller.parallaxOffset(tilt.tilt)
+    }
     HoverHandler {
-        id: hover
-        enabled: root.controller.parallaxOn
-        onPointChanged: root.parallaxOffset = root.controller.parallaxEffectY * (1 - 2 * point.position.y / root.height)
+        enabled: !tilt.available && root.controller.parallaxOn
+        onPointChanged: root.parallaxOffset = root.controller.parallaxOffset(2 * point.position.y / root.height - 1)
+    }
+    Connections {
+        target: root.controller
+        function onParallaxChanged() { if (!root.controller.parallaxOn) root.parallaxOffset = 0 }
     }
 
     DragHandler {
