@@ -175,6 +175,9 @@ int main(int argc, char **argv)
         context->performAndWait([&] { delegate.readCurrentValues(context.get()); });
     screens.main()->reloadValues();
 
+    // Glyphs rasterised once into a texture: cheaper to draw each frame than distance-field text,
+    // which matters with software OpenGL while a theme animates.
+    QQuickWindow::setTextRenderType(QQuickWindow::NativeTextRendering);
     QQmlApplicationEngine engine;
     engine.addImportPath(QStringLiteral("qrc:/qt/qml"));
     engine.setInitialProperties({{QStringLiteral("screens"), QVariant::fromValue(&screens)}});
