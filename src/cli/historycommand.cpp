@@ -88,14 +88,14 @@ int history(const QStringList &args, Environment &env)
     if (a.flag(QStringLiteral("json"))) {
         QJsonArray json;
         for (const ChartRow &r : rows) {
-            const ChartData d = list->dataForChart.value(r.key);
+            const ChartData d = list->dataForChart().value(r.key);
             QJsonObject row{{QStringLiteral("key"), isoWithOffset(r.key)},
                             {QStringLiteral("label"), r.timeLabel},
                             {QStringLiteral("cell"), d.sumCell},
                             {QStringLiteral("wifi"), d.sumWifi},
                             {QStringLiteral("cellFraction"), r.cellPercent},
                             {QStringLiteral("wifiFraction"), r.wifiPercent}};
-            if (list->showSubLabel)
+            if (list->showSubLabel())
                 row.insert(QStringLiteral("subLabel"), r.subLabel);
             json.append(row);
         }
@@ -119,12 +119,13 @@ int history(const QStringList &args, Environment &env)
               .arg(QStringLiteral("  "), 6)
               .arg(QStringLiteral("Wi-Fi")));
     for (const ChartRow &r : rows) {
-        const ChartData d = list->dataForChart.value(r.key);
-        const QString label = list->showSubLabel ? r.subLabel + QLatin1Char(' ') + r.timeLabel : r.timeLabel;
+        const ChartData d = list->dataForChart().value(r.key);
+        const QString label =
+            list->showSubLabel() ? r.subLabel + QLatin1Char(' ') + r.timeLabel : r.timeLabel;
         print(QStringLiteral("%1 %2 %3 %4 %5\n")
                   .arg(CommonShared::getDataBytesStr(d.sumCell), 9)
                   .arg(bar(r.cellPercent, 20, true))
-                  .arg(label, list->showSubLabel ? 7 : 4)
+                  .arg(label, list->showSubLabel() ? 7 : 4)
                   .arg(bar(r.wifiPercent, 20, false))
                   .arg(CommonShared::getDataBytesStr(d.sumWifi)));
     }

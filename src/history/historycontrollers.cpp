@@ -51,28 +51,28 @@ StyledText TimeChartViewController::getMBString(double bytes)
 ChartRow TimeChartViewController::row(int index) const
 {
     ChartRow r;
-    if (index < 0 || index >= keysForChart.size())
+    if (index < 0 || index >= m_keys.size())
         return r;
-    r.key = keysForChart.at(index);
+    r.key = m_keys.at(index);
     r.timeLabel = m_mainDF.toString(r.key);
     if (r.timeLabel.size() >= 4)
         r.timeLabel.truncate(3);
-    if (showSubLabel && m_subDF)
+    if (m_showSubLabel && m_subDF)
         r.subLabel = m_subDF->toString(r.key);
-    const ChartData d = dataForChart.value(r.key);
+    const ChartData d = m_data.value(r.key);
     r.cellAmount = getMBString(d.sumCell);
     r.wifiAmount = getMBString(d.sumWifi);
-    r.cellPercent = History::widthPercent(d.sumCell, chartRange.cellNonZeroMinimum, chartRange.cellMaximum);
-    r.wifiPercent = History::widthPercent(d.sumWifi, chartRange.wifiNonZeroMinimum, chartRange.wifiMaximum);
+    r.cellPercent = History::widthPercent(d.sumCell, m_range.cellNonZeroMinimum, m_range.cellMaximum);
+    r.wifiPercent = History::widthPercent(d.sumWifi, m_range.wifiNonZeroMinimum, m_range.wifiMaximum);
     return r;
 }
 
 void TimeChartViewController::reload()
 {
     // Cleared before the store is asked, so a reload never shows the previous view's rows.
-    keysForChart.clear();
-    dataForChart.clear();
-    chartRange = ChartRanges();
+    m_keys.clear();
+    m_data.clear();
+    m_range = ChartRanges();
     m_busy = true;
     const quint64 generation = ++m_generation;
     if (!m_context) {
@@ -92,9 +92,9 @@ void TimeChartViewController::reload()
 
 void TimeChartViewController::setBuckets(const ChartBuckets &buckets)
 {
-    dataForChart = buckets;
-    keysForChart = DayChildHelper::reverseSortArrayUsingCompare(buckets.keys());
-    chartRange = History::findRanges(buckets);
+    m_data = buckets;
+    m_keys = DayChildHelper::reverseSortArrayUsingCompare(buckets.keys());
+    m_range = History::findRanges(buckets);
     m_busy = false;
     didLoad();
     emit loaded();
@@ -113,9 +113,9 @@ TimeViewController::TimeViewController(PlanStores &stores, const QString &plan,
 
 QString TimeViewController::periodLabel() const
 {
-    if (m_24Hour || keysForChart.isEmpty())
+    if (m_24Hour || m_keys.isEmpty())
         return QString();
-    return DateFormatter::withPattern(QStringLiteral("a")).toString(keysForChart.first());
+    return DateFormatter::withPattern(QStringLiteral("a")).toString(m_keys.first());
 }
 
 TimeChartViewController::BucketsJob TimeViewController::bucketsJob() const
@@ -129,7 +129,7 @@ CycleViewController::CycleViewController(PlanStores &stores, const QString &plan
                                          QObject *parent)
     : TimeChartViewController(stores, plan, QStringLiteral("d"), parent)
 {
-    isSelectable = true;
+    m_isSelectable = true;
     m_date = date;
     const Period p = BillingCycle::computeStartEndDates(stores.shared(), date, plan);
     m_start = p.start;
@@ -146,9 +146,9 @@ QString CycleViewController::title() const
 
 QString CycleViewController::periodLabel() const
 {
-    if (keysForChart.isEmpty())
+    if (m_keys.isEmpty())
         return QString();
-    return DateFormatter::withPattern(QStringLiteral("MMM")).toString(keysForChart.first());
+    return DateFormatter::withPattern(QStringLiteral("MMM")).toString(m_keys.first());
 }
 
 void CycleViewController::reloadWithDate(const QDateTime &date)
@@ -175,8 +175,8 @@ MultiCyclesController *CycleViewController::multiCycleController()
 
 void CycleViewController::tapRow(int row)
 {
-    if (row >= 0 && row < keysForChart.size())
-        emit daySelected(keysForChart.at(row));
+    if (row >= 0 && row < m_keys.size())
+        emit daySelected(m_keys.at(row));
 }
 
 TimeChartViewController::BucketsJob CycleViewController::bucketsJob() const
@@ -188,7 +188,7 @@ TimeChartViewController::BucketsJob CycleViewController::bucketsJob() const
 
 void CycleViewController::didLoad()
 {
-    m_usage = DayChildHelper::totalsLine(dataForChart);
+    m_usage = DayChildHelper::totalsLine(m_data);
 }
 
 // ---- MultiCyclesController ----
@@ -197,15 +197,15 @@ MultiCyclesController::MultiCyclesController(PlanStores &stores, const QString &
     : TimeChartViewController(stores, plan, QString(), parent),
       m_planType(BillingCycle::dataPlanTypeForPlan(stores.shared(), plan))
 {
-    isSelectable = true;
+    m_isSelectable = true;
     if (m_planType == BillingCycle::Monthly) {
         setMainPattern(QStringLiteral("MMM"));
-        timeLabelFontsize = 22;
+        m_timeLabelFontsize = 22;
     } else if (!BillingCycle::isDailyCycleForPlan(stores.shared(), plan)) {
         setMainPattern(QStringLiteral("d"));
         m_subDF = DateFormatter::withPattern(QStringLiteral("MMM"));
-        showSubLabel = true;
-        rowHeight = 95;
+        m_showSubLabel = true;
+        m_rowHeight = 95;
     } else {
         setMainPattern(QStringLiteral("d"));
     }
@@ -214,8 +214,8 @@ MultiCyclesController::MultiCyclesController(PlanStores &stores, const QString &
 
 void MultiCyclesController::tapRow(int row)
 {
-    if (row >= 0 && row < keysForChart.size())
-        emit periodSelected(keysForChart.at(row));
+    if (row >= 0 && row < m_keys.size())
+        emit periodSelected(m_keys.at(row));
 }
 
 TimeChartViewController::BucketsJob MultiCyclesController::bucketsJob() const
@@ -237,7 +237,7 @@ QDateTime MultiCyclesController::periodEnd(const QDateTime &start) const
 void MultiCyclesController::didLoad()
 {
     SettingsDomain &pref = m_stores.shared().userPref();
-    if (keysForChart.isEmpty() || pref.boolForKey(Keys::PREF_TIP_DISMISS))
+    if (m_keys.isEmpty() || pref.boolForKey(Keys::PREF_TIP_DISMISS))
         return;
     pref.setValue(Keys::PREF_TIP_DISMISS, true);
     pref.synchronize();

@@ -44,24 +44,32 @@ class TimeChartViewController : public QObject
     Q_PROPERTY(int rowCount READ rowCount NOTIFY loaded)
     Q_PROPERTY(QString periodLabel READ periodLabel NOTIFY loaded)
     Q_PROPERTY(ListModel *rows READ rows CONSTANT)
+    Q_PROPERTY(double timeLabelWidth READ timeLabelWidth CONSTANT)
+    Q_PROPERTY(double timeLabelFontsize READ timeLabelFontsize CONSTANT)
+    Q_PROPERTY(double rowHeight READ rowHeight CONSTANT)
+    Q_PROPERTY(bool showSubLabel READ showSubLabel CONSTANT)
+    Q_PROPERTY(bool isSelectable READ isSelectable CONSTANT)
+    Q_PROPERTY(double headerHeight READ headerHeight NOTIFY loaded)
 
 public:
     ~TimeChartViewController() override;
 
     const QString planID;
-    QList<QDateTime> keysForChart;
-    ChartBuckets dataForChart;
-    ChartRanges chartRange;
-    double timeLabelWidth = 48;
-    double timeLabelFontsize = 26;
-    double rowHeight = 77;
-    bool showSubLabel = false;
-    bool isSelectable = false;
+    // The view's buckets by key, the keys newest first, and the bars' scales.
+    const QList<QDateTime> &keysForChart() const { return m_keys; }
+    const ChartBuckets &dataForChart() const { return m_data; }
+    const ChartRanges &chartRange() const { return m_range; }
+    // Row layout, in points.
+    double timeLabelWidth() const { return m_timeLabelWidth; }
+    double timeLabelFontsize() const { return m_timeLabelFontsize; }
+    double rowHeight() const { return m_rowHeight; }
+    bool showSubLabel() const { return m_showSubLabel; }
+    bool isSelectable() const { return m_isSelectable; }
 
     const DateFormatter &mainDF() const { return m_mainDF; }
     bool busy() const { return m_busy; }
-    bool noUsage() const { return !m_busy && keysForChart.isEmpty(); }
-    int rowCount() const { return int(keysForChart.size()); }
+    bool noUsage() const { return !m_busy && m_keys.isEmpty(); }
+    int rowCount() const { return int(m_keys.size()); }
     ChartRow row(int index) const;
     // The rows as a model: key, timeLabel, subLabel, cellAmount, wifiAmount (lists of TextRun),
     // cellPercent, wifiPercent (bar fractions, -1 for none).
@@ -91,6 +99,14 @@ protected:
     virtual void didLoad() {}
     PlanStores &m_stores;
     std::shared_ptr<StoreContext> m_context;
+    QList<QDateTime> m_keys;
+    ChartBuckets m_data;
+    ChartRanges m_range;
+    double m_timeLabelWidth = 48;
+    double m_timeLabelFontsize = 26;
+    double m_rowHeight = 77;
+    bool m_showSubLabel = false;
+    bool m_isSelectable = false;
     std::optional<DateFormatter> m_subDF;
 
 private:

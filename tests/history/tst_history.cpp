@@ -250,9 +250,9 @@ private slots:
         QCOMPARE(periods.rowCount(), 1);
         QCOMPARE(periods.row(0).timeLabel, label);
         QCOMPARE(periods.row(0).subLabel, subLabel);
-        QCOMPARE(periods.rowHeight, rowHeight);
-        QCOMPARE(periods.timeLabelFontsize, fontSize);
-        QVERIFY(periods.isSelectable);
+        QCOMPARE(periods.rowHeight(), rowHeight);
+        QCOMPARE(periods.timeLabelFontsize(), fontSize);
+        QVERIFY(periods.isSelectable());
         // A daily plan's day view goes back to the periods, the others to the period's days.
         DayViewController day(s.delegate, s.delegate, QStringLiteral("P"));
         QCOMPARE(qobject_cast<MultiCyclesController *>(day.cycleController()) != nullptr,
@@ -295,7 +295,7 @@ private slots:
         QCOMPARE(day.thisDay(), at(3, 2, 0));
         auto *hours = static_cast<TimeChartViewController *>(day.child(0));
         waitLoaded(hours);
-        QCOMPARE(hours->keysForChart, QList<QDateTime>{at(3, 2, 23)});
+        QCOMPARE(hours->keysForChart(), QList<QDateTime>{at(3, 2, 23)});
 
         // The periods view below the period view: its first rows show the tip, once.
         MultiCyclesController *multi = cycle->multiCycleController();
