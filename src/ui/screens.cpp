@@ -1,10 +1,12 @@
 #include "screens.h"
 
+#include "app/alertscontrollers.h"
 #include "app/datausageappdelegate.h"
 #include "app/selectplancontroller.h"
 #include "day/dayviewcontroller.h"
 #include "newuicontroller.h"
 #include "notificationcenter.h"
+#include "settingscontrollers.h"
 #include "setupcontroller.h"
 #include "themecontrollers.h"
 
@@ -30,15 +32,45 @@ Screens::~Screens()
 
 QStringList Screens::screenNames()
 {
-    return {QStringLiteral("SetupController"),       QStringLiteral("ThemeController"),
+    return {QStringLiteral("SetupController"),       QStringLiteral("SettingsNewController"),
+            QStringLiteral("AlertsController"),      QStringLiteral("ThemeController"),
             QStringLiteral("DisplayController"),     QStringLiteral("FontController"),
             QStringLiteral("ColorsController"),      QStringLiteral("BackgroundColorController"),
             QStringLiteral("IconController"),        QStringLiteral("WidgetOptionController"),
             QStringLiteral("WidgetColorController"), QStringLiteral("WidgetStyleController")};
 }
 
-QObject *Screens::create(const QString &screen, const QString &plan)
+bool Screens::canCreate(const QString &screen)
 {
+    static const QStringList more = {QStringLiteral("BilldateController"), QStringLiteral("AllowController"),
+                                     QStringLiteral("SelectPlanController"),
+                                     QStringLiteral("DayViewController"),
+                                     QStringLiteral("ThresholdController")};
+    return screenNames().contains(screen) || more.contains(screen);
+}
+
+QString Screens::pageFor(const QString &screen) const
+{
+    if (screen == QLatin1StringView("ThemeController") ||
+        screen == QLatin1StringView("WidgetOptionController") ||
+        screen == QLatin1StringView("SettingsNewController"))
+        return QStringLiteral("MenuPage.qml");
+    if (screen == QLatin1StringView("SelectPlanController"))
+        return QStringLiteral("PlansPage.qml");
+    if (screen == QLatin1StringView("AlertsController"))
+        return QStringLiteral("AlertsPage.qml");
+    if (screen == QLatin1StringView("ThresholdController"))
+        return QStringLiteral("ThresholdPage.qml");
+    if (screen == QLatin1StringView("DayViewController"))
+        return QStringLiteral("HistoryPage.qml");
+    if (screen == QLatin1StringView("SetupController"))
+        return QStringLiteral("SetupFlow.qml");
+    return QStringLiteral("PickerPage.qml");
+}
+
+QObject *Screens::create(const QString &screen, const QString &argument)
+{
+    const QString &plan = argument;
     SharedCode &shared = m_delegate.shared();
     if (screen == QLatin1StringView("SetupController")) {
         auto *setup = new SetupController(m_delegate);
@@ -69,6 +101,16 @@ QObject *Screens::create(const QString &screen, const QString &plan)
         return new AllowController(shared, plan);
     if (screen == QLatin1StringView("SelectPlanController"))
         return new SelectPlanController(m_delegate);
+    if (screen == QLatin1StringView("SettingsNewController"))
+        return new SettingsNewController(shared, &Screens::canCreate);
+    if (screen == QLatin1StringView("AlertsController"))
+        return new AlertsController(shared.userPref());
+    if (screen == QLatin1StringView("ThresholdController")) {
+        bool ok = false;
+        const uint alert = argument.toUInt(&ok);
+        if (ok && alert < 4)
+            return new ThresholdController(shared.userPref(), alert);
+    }
     if (screen == QLatin1StringView("DayViewController"))
         return new DayViewController(m_delegate, m_delegate, plan);
     qCWarning(lcScreens) << "no screen named" << screen;

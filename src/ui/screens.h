@@ -26,7 +26,12 @@ public:
 
     // A new controller for the named screen (its class name), for a plan (empty: the active one);
     // nothing for an unknown name. The caller owns it.
-    Q_INVOKABLE QObject *create(const QString &screen, const QString &plan = QString());
+    // `argument` is the plan for a plan's screen, the alert (0 to 3) for ThresholdController.
+    Q_INVOKABLE QObject *create(const QString &screen, const QString &argument = QString());
+    // Whether create() can make that screen in this version.
+    static bool canCreate(const QString &screen);
+    // The view file that shows a screen's controller.
+    Q_INVOKABLE QString pageFor(const QString &screen) const;
     // Every screen name create() knows, for the screenshot run.
     static QStringList screenNames();
 

@@ -219,13 +219,17 @@ bool IconController::store(int value)
 MenuController::MenuController(QString title, std::vector<Row> rows, QObject *parent)
     : QObject(parent), m_title(std::move(title)), m_rows(std::move(rows)),
       m_model(new ListModel(
-          {"section", "title", "opens"}, [this] { return int(m_rows.size()); },
+          {"section", "title", "detail", "opens", "enabled"}, [this] { return int(m_rows.size()); },
           [this](int i, const QByteArray &role) -> QVariant {
               const Row &r = m_rows[size_t(i)];
               if (role == "section")
                   return r.section;
               if (role == "title")
                   return r.title;
+              if (role == "detail")
+                  return r.detail;
+              if (role == "enabled")
+                  return r.enabled;
               return r.opens;
           },
           this))
@@ -233,9 +237,15 @@ MenuController::MenuController(QString title, std::vector<Row> rows, QObject *pa
     m_model->reload();
 }
 
+void MenuController::setRows(std::vector<Row> rows)
+{
+    m_rows = std::move(rows);
+    m_model->reload();
+}
+
 void MenuController::tapRow(int row)
 {
-    if (row >= 0 && row < int(m_rows.size()))
+    if (row >= 0 && row < int(m_rows.size()) && m_rows[size_t(row)].enabled)
         emit open(m_rows[size_t(row)].opens);
 }
 

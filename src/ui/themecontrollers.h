@@ -157,7 +157,7 @@ class MenuController : public QObject
     QML_ELEMENT
     QML_UNCREATABLE("made by the app's screen factory")
     Q_PROPERTY(QString title READ title CONSTANT)
-    // section, title, opens
+    // section, title, detail, opens, enabled
     Q_PROPERTY(ListModel *rows READ rows CONSTANT)
 
 public:
@@ -166,6 +166,8 @@ public:
         int section;
         QString title;
         QString opens;
+        QString detail = QString();
+        bool enabled = true;
     };
     QString title() const { return m_title; }
     ListModel *rows() const { return m_model; }
@@ -179,6 +181,7 @@ signals:
 
 protected:
     MenuController(QString title, std::vector<Row> rows, QObject *parent);
+    void setRows(std::vector<Row> rows);
 
 private:
     QString m_title;

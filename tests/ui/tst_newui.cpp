@@ -7,6 +7,8 @@
 #include "ui/donkeybounce.h"
 #include "ui/fonttable.h"
 #include "ui/newuicontroller.h"
+#include "ui/screens.h"
+#include "ui/settingscontrollers.h"
 #include "ui/setupcontroller.h"
 #include "ui/themecontrollers.h"
 #include "ui/tiltsource.h"
@@ -350,6 +352,43 @@ private slots:
         QCOMPARE(colours.rowCount(), 25);
         QCOMPARE(colours.swatchWidth(400), 60);
         QCOMPARE(colours.swatchHeight(100), 68);
+    }
+
+    void settingsRoot()
+    {
+        Screen s;
+        s.shared->setForPlan(QString(), Keys::PREF_PLAN_LABEL, QStringLiteral("Phone"));
+        SettingsNewController c(*s.shared, &Screens::canCreate);
+        const struct
+        {
+            int section;
+            const char *title;
+            const char *opens;
+            bool enabled;
+        } expected[] = {{0, "Data Plan", "SelectPlanController", true},
+                        {1, "Advanced", "ResetController", false},
+                        {1, "Usage Alerts", "AlertsController", true},
+                        {1, "Export Statistics", "ExportController", false},
+                        {1, "Theme", "ThemeController", true},
+                        {2, "Share Screenshot", "ShareScreenshot", false},
+                        {2, "About", "AboutController", false}};
+        QCOMPARE(c.menuRows().size(), std::size(expected));
+        for (size_t i = 0; i < std::size(expected); ++i) {
+            const MenuController::Row &r = c.menuRows()[i];
+            QCOMPARE(r.section, expected[i].section);
+            QCOMPARE(r.title, QLatin1StringView(expected[i].title));
+            QCOMPARE(r.opens, QLatin1StringView(expected[i].opens));
+            QCOMPARE(r.enabled, expected[i].enabled);
+        }
+        QCOMPARE(c.menuRows()[0].detail, QStringLiteral("Phone"));
+        QSignalSpy open(&c, &MenuController::open);
+        c.tapRow(1); // not in this version: nothing opens
+        c.tapRow(4);
+        QCOMPARE(open.size(), 1);
+        QCOMPARE(open.at(0).at(0).toString(), QStringLiteral("ThemeController"));
+        s.shared->setForPlan(QString(), Keys::PREF_PLAN_LABEL, QStringLiteral("Travel"));
+        c.viewWillAppear();
+        QCOMPARE(c.menuRows()[0].detail, QStringLiteral("Travel"));
     }
 
     void fontsResolveToTheirFamilies()

@@ -173,13 +173,20 @@ private slots:
 
         app.drag(QPoint(300, 360), QPoint(290, 352)); // 10 points: nothing
         QCOMPARE(app.pages(), 0);
-        app.drag(QPoint(300, 360), QPoint(180, 360)); // left: the theme menu
+        app.drag(QPoint(300, 360), QPoint(180, 360)); // left: the settings
         QCOMPARE(app.pages(), 1);
+        QVERIFY(app.item("menuPage"));
         QTest::keyClick(app.window, Qt::Key_Escape);
         QTRY_COMPARE(app.pages(), 0);
 
         QTest::keyClick(app.window, Qt::Key_Left);
         QCOMPARE(app.pages(), 1);
+        QTest::keyClick(app.window, Qt::Key_Escape);
+        QTRY_COMPARE(app.pages(), 0);
+        app.screens->main()->handleShortcuts(
+            QStringLiteral("SHORTCUTS_DATAPLAN")); // settings, then the plans
+        QCOMPARE(app.pages(), 2);
+        QVERIFY(app.item("plansPage"));
         QCOMPARE(g_warnings, QStringList());
     }
 

@@ -60,11 +60,8 @@ ApplicationWindow {
     }
     function openScreen(name, animated) {
         const controller = screens.create(name)
-        if (!controller)
-            return
-        const file = name === "ThemeController" || name === "WidgetOptionController" ? "MenuPage.qml"
-                   : name === "SelectPlanController" ? "PlansPage.qml" : "PickerPage.qml"
-        openPage(file, { controller: controller }, animated)
+        if (controller)
+            openPage(screens.pageFor(name), { controller: controller }, animated)
     }
 
     function closeAll() {
@@ -81,8 +78,11 @@ ApplicationWindow {
 
     Connections {
         target: window.main
+        // The settings list, and for a quick action the screen it asks for on top of it.
         function onShowSettingsRequested(push, animated) {
-            window.openScreen(push === "dataplan" ? "SelectPlanController" : "ThemeController", animated)
+            window.openScreen("SettingsNewController", animated && push === "")
+            if (push !== "")
+                window.openScreen(push === "dataplan" ? "SelectPlanController" : "ThemeController", false)
         }
         function onShowMoreRequested(animated) {
             window.openPage("HistoryPage.qml", {}, animated)

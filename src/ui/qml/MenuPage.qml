@@ -25,10 +25,8 @@ Page {
         target: page.controller
         function onOpen(screen) {
             const controller = page.screens.create(screen)
-            if (!controller)
-                return
-            const file = screen === "WidgetOptionController" ? "MenuPage.qml" : "PickerPage.qml"
-            page.StackView.view.push(file, { screens: page.screens, controller: controller })
+            if (controller)
+                page.StackView.view.push(page.screens.pageFor(screen), { screens: page.screens, controller: controller })
         }
     }
 
@@ -41,20 +39,48 @@ Page {
         section.property: "section"
         section.delegate: Item { width: list.width; height: 28 }
         delegate: ItemDelegate {
+            id: row
             required property int index
-            required property string title
+            required property var model
+            readonly property string title: model.title
+            readonly property string detail: model.detail
             width: list.width
             height: 48
             text: title
+            enabled: model.enabled
             font.pixelSize: 17
             highlighted: ListView.isCurrentItem && list.activeFocus
-            background: Rectangle { color: parent.down || parent.highlighted ? "#e5e5ea" : "white" }
-            contentItem: Row {
-                spacing: 8
-                Label { text: title; font.pixelSize: 17; color: "#111111"; anchors.verticalCenter: parent.verticalCenter; width: list.width - 56 }
-                Label { text: "\u203A"; font.pixelSize: 22; color: "#8e8e93"; anchors.verticalCenter: parent.verticalCenter }
+            background: Rectangle { color: row.down || row.highlighted ? "#e5e5ea" : "white" }
+            contentItem: Item {
+                Label {
+                    anchors.verticalCenter: parent.verticalCenter
+                    width: parent.width - detailLabel.width - 32
+                    elide: Text.ElideRight
+                    text: row.title
+                    font.pixelSize: 17
+                    color: row.enabled ? "#111111" : "#8e8e93"
+                }
+                Label {
+                    id: detailLabel
+                    anchors.right: chevron.left
+                    anchors.rightMargin: 8
+                    anchors.verticalCenter: parent.verticalCenter
+                    width: Math.min(implicitWidth, parent.width * 0.5)
+                    elide: Text.ElideLeft
+                    text: row.detail
+                    font.pixelSize: 17
+                    color: "#8e8e93"
+                }
+                Label {
+                    id: chevron
+                    anchors.right: parent.right
+                    anchors.verticalCenter: parent.verticalCenter
+                    text: "\u203A"
+                    font.pixelSize: 22
+                    color: "#c7c7cc"
+                }
             }
-            Accessible.name: title
+            Accessible.name: detail === "" ? title : title + ", " + detail
             onClicked: page.controller.tapRow(index)
             Keys.onReturnPressed: page.controller.tapRow(index)
         }

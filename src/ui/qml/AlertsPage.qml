@@ -1,0 +1,53 @@
+import QtQuick
+import QtQuick.Controls
+import Tallymo
+
+// The four usage alerts, each with its threshold; a row opens that alert's picker.
+Page {
+    id: page
+    required property Screens screens
+    required property var controller
+    // Back: to the screen below, or to the main screen from the first one.
+    function close() {
+        const view = StackView.view
+        if (view.depth > 1)
+            view.pop()
+        else
+            view.clear()
+    }
+    objectName: "alertsPage"
+    background: Rectangle { color: "#f2f2f7" }
+    header: PageHeader { title: page.controller.title; onBack: page.close() }
+    StackView.onActivating: page.controller.viewWillAppear()
+
+    ListView {
+        id: list
+        anchors.fill: parent
+        anchors.topMargin: 20
+        model: page.controller.thresholds
+        focus: true
+        keyNavigationEnabled: true
+        delegate: ItemDelegate {
+            id: row
+            required property int index
+            required property var model
+            width: list.width
+            height: 48
+            highlighted: ListView.isCurrentItem && list.activeFocus
+            background: Rectangle { color: row.down || row.highlighted ? "#e5e5ea" : "white" }
+            Accessible.name: row.model.text + ", " + row.model.detail
+            contentItem: Item {
+                Label { anchors.verticalCenter: parent.verticalCenter; text: row.model.text; font.pixelSize: 17; color: "#111111" }
+                Label { anchors.right: parent.right; anchors.verticalCenter: parent.verticalCenter; text: row.model.detail + "  \u203A"; font.pixelSize: 17; color: "#8e8e93" }
+            }
+            function openIt() {
+                page.controller.tapRow(index)
+                const picker = page.screens.create("ThresholdController", String(index))
+                if (picker)
+                    page.StackView.view.push("ThresholdPage.qml", { screens: page.screens, controller: picker })
+            }
+            onClicked: openIt()
+            Keys.onReturnPressed: openIt()
+        }
+    }
+}

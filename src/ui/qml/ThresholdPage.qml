@@ -1,0 +1,67 @@
+import QtQuick
+import QtQuick.Controls
+import QtQuick.Layouts
+import Tallymo
+
+// One alert's threshold, in 5 % steps between its neighbours; stored as soon as it is picked.
+Page {
+    id: page
+    required property Screens screens
+    required property var controller
+    function close() {
+        const view = StackView.view
+        if (view.depth > 1)
+            view.pop()
+        else
+            view.clear()
+    }
+    objectName: "thresholdPage"
+    background: Rectangle { color: "#f2f2f7" }
+    header: PageHeader { title: page.controller.title; onBack: page.close() }
+
+    ColumnLayout {
+        anchors.fill: parent
+        anchors.topMargin: 20
+        spacing: 8
+        Label {
+            objectName: "thresholdDetail"
+            Layout.alignment: Qt.AlignHCenter
+            text: page.controller.detailText
+            font.pixelSize: 17
+            color: "#111111"
+        }
+        Tumbler {
+            id: levels
+            objectName: "thresholdPicker"
+            Layout.alignment: Qt.AlignHCenter
+            Layout.preferredHeight: 200
+            model: page.controller.pickerRows
+            currentIndex: page.controller.selectedRow
+            visibleItemCount: 5
+            wrap: false
+            focus: true
+            onMovingChanged: if (!moving) page.controller.chooseRow(currentIndex)
+            Keys.onUpPressed: page.controller.chooseRow(Math.max(0, currentIndex - 1))
+            Keys.onDownPressed: page.controller.chooseRow(Math.min(count - 1, currentIndex + 1))
+            delegate: Label {
+                required property string modelData
+                text: modelData
+                font.pixelSize: 22
+                horizontalAlignment: Text.AlignHCenter
+                verticalAlignment: Text.AlignVCenter
+                opacity: 1.0 - Math.abs(Tumbler.displacement) / (levels.visibleItemCount / 2)
+                color: "#111111"
+            }
+        }
+        Label {
+            Layout.fillWidth: true
+            Layout.leftMargin: 16
+            Layout.rightMargin: 16
+            wrapMode: Text.Wrap
+            text: page.controller.footer
+            font.pixelSize: 13
+            color: "#6d6d72"
+        }
+        Item { Layout.fillHeight: true }
+    }
+}
