@@ -10,6 +10,7 @@
 #include "platform/linux/linuxnetworkinterfaces.h"
 #include "platform/linux/paths.h"
 #include "platform/linux/sockdiag.h"
+#include "platform/linux/xdgmail.h"
 #include "sharing/widgetstats.h"
 #include "ui/newuicontroller.h"
 #include "ui/screens.h"
@@ -167,7 +168,8 @@ int main(int argc, char **argv)
 
     delegate.applicationState = DataUsageAppDelegate::Inactive;
     delegate.applicationWillFinishLaunching();
-    Screens screens(delegate, &icons);
+    XdgMail mail;
+    Screens screens(delegate, &icons, pictures ? nullptr : &mail);
     screens.main()->setStillFrames(pictures);
     delegate.applicationDidFinishLaunching();
     // The figures as stored, so the first frame shows them; activation then takes a fresh sample.

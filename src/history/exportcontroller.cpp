@@ -1,5 +1,7 @@
 #include "exportcontroller.h"
 
+#include <climits>
+
 #include "app/datausageappdelegate.h"
 #include "core/dispatchqueue.h"
 #include "core/privatefiles.h"
@@ -98,7 +100,12 @@ ExportController::ExportController(SharedCode &shared, QString planID, QObject *
     : QObject(parent), m_shared(shared), m_planID(std::move(planID))
 {}
 
-ExportController::~ExportController() = default;
+ExportController::~ExportController()
+{
+    // A running export stops at its next check; the context waits for it.
+    m_exportCancel = true;
+    m_context.reset();
+}
 
 qint64 ExportController::exportPeriod(quint32 row, int planType)
 {
@@ -291,11 +298,70 @@ void ExportController::processCycles(qint64 cycles, const QString &path, MailCom
     StoreContext *context = m_context.get();
     context->perform([this, context, cycles, path, mail, done = std::move(done)] {
         const Outcome outcome = runExport(context->store(), cycles, path, progress);
-        dispatchMain([this, outcome, path, mail, done] {
+        dispatchMain([this, alive = std::weak_ptr<int>(m_alive), outcome, path, mail, done] {
+            if (alive.expired())
+                return;
             m_context.reset();
             if (outcome.kind == Outcome::Finished && mail)
                 mail->compose(mailSubject(outcome.timestamp), path, attachmentName(outcome.timestamp));
             done(outcome);
         });
     });
+}
+
+QStringList ExportController::rowTexts() const
+{
+    QStringList rows;
+    for (quint32 row = 0; row < 4; ++row)
+        rows.append(exportString(row));
+    return rows;
+}
+
+QString ExportController::progressText() const
+{
+    return m_runningRow < 0
+               ? QString()
+               : tr("%n records exported", nullptr, int(std::min<qint64>(m_rowsWritten, INT_MAX)));
+}
+
+void ExportController::tapRow(int row)
+{
+    if (m_runningRow >= 0 || row < 0 || row > 3)
+        return;
+    m_runningRow = row;
+    m_rowsWritten = 0;
+    emit runningChanged();
+    emit progressChanged();
+    progress = [this, alive = std::weak_ptr<int>(m_alive)](qint64 rows) {
+        dispatchMain([this, alive, rows] {
+            if (alive.expired() || m_runningRow < 0)
+                return;
+            m_rowsWritten = rows;
+            emit progressChanged();
+        });
+    };
+    const QString path = exportFilePath();
+    processExport(quint32(row), path, m_mail, [this, path](const Outcome &outcome) {
+        m_runningRow = -1;
+        emit runningChanged();
+        emit progressChanged();
+        switch (outcome.kind) {
+        case Outcome::Finished:
+            emit exported(path);
+            emit leave();
+            break;
+        case Outcome::Failed:
+            emit leave();
+            emit alert(outcome.message);
+            break;
+        case Outcome::Cancelled:
+            break; // the screen was left when it was cancelled
+        }
+    });
+}
+
+void ExportController::cancel()
+{
+    cancelExport();
+    emit leave();
 }

@@ -3,6 +3,7 @@
 #include "core/sharedcode.h"
 
 #include <QObject>
+#include <QStringList>
 
 #include <atomic>
 #include <functional>
@@ -27,6 +28,9 @@ class ExportController : public QObject
     Q_OBJECT
     Q_PROPERTY(QString title READ title CONSTANT)
     Q_PROPERTY(QString footer READ footer CONSTANT)
+    Q_PROPERTY(QStringList rowTexts READ rowTexts CONSTANT)
+    Q_PROPERTY(int runningRow READ runningRow NOTIFY runningChanged)
+    Q_PROPERTY(QString progressText READ progressText NOTIFY progressChanged)
 
 public:
     struct Outcome
@@ -67,9 +71,30 @@ public:
     // Told the rows written so far after each cycle, on the export's queue.
     std::function<void(qint64 rows)> progress;
 
+    // The screen: four rows; a tapped row exports to exportFilePath() and hands the file to the mail
+    // program (when one is set); then the screen is left, with a message when the export failed.
+    void setMail(MailComposer *mail) { m_mail = mail; }
+    QStringList rowTexts() const;
+    int runningRow() const { return m_runningRow; }
+    QString progressText() const;
+    Q_INVOKABLE void tapRow(int row);
+    // Stops the export (it ends at its next check) and leaves the screen.
+    Q_INVOKABLE void cancel();
+
+signals:
+    void runningChanged();
+    void progressChanged();
+    void leave();
+    void alert(const QString &message);
+    void exported(const QString &path);
+
 private:
     SharedCode &m_shared;
     QString m_planID;
     std::atomic<bool> m_exportCancel{false};
     std::unique_ptr<StoreContext> m_context; // the running export's own context
+    MailComposer *m_mail = nullptr;
+    int m_runningRow = -1;
+    qint64 m_rowsWritten = 0;
+    std::shared_ptr<int> m_alive = std::make_shared<int>(0); // main-thread work after it is gone does nothing
 };

@@ -354,6 +354,11 @@ void NewUIController::animateGradient()
     emit gradientChanged();
 }
 
+void NewUIController::showMessage(const QString &message)
+{
+    presentAlert(DataUsageAppDelegate::alertControllerWithTitle(QString(), message));
+}
+
 void NewUIController::updateTheme()
 {
     reloadValues();

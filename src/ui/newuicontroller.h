@@ -117,6 +117,8 @@ public:
     void reloadValues() override;
 
     Q_INVOKABLE void updateTheme();
+    // A message over the main screen with an OK button (a screen over it reports a failure).
+    Q_INVOKABLE void showMessage(const QString &message);
     // The user's drag so far, in logical pixels; acts while no other screen is shown.
     Q_INVOKABLE void handlePan(double dx, double dy);
     Q_INVOKABLE void handleShortcuts(const QString &type);

@@ -4,6 +4,7 @@
 #include "app/datausageappdelegate.h"
 #include "app/selectplancontroller.h"
 #include "day/dayviewcontroller.h"
+#include "history/exportcontroller.h"
 #include "newuicontroller.h"
 #include "notificationcenter.h"
 #include "settingscontrollers.h"
@@ -14,8 +15,8 @@
 
 Q_LOGGING_CATEGORY(lcScreens, "tallymo.ui")
 
-Screens::Screens(DataUsageAppDelegate &delegate, AlternateIcons *icons, QObject *parent)
-    : QObject(parent), m_delegate(delegate), m_icons(icons), m_main(new NewUIController(this))
+Screens::Screens(DataUsageAppDelegate &delegate, AlternateIcons *icons, MailComposer *mail, QObject *parent)
+    : QObject(parent), m_delegate(delegate), m_icons(icons), m_mail(mail), m_main(new NewUIController(this))
 {
     connect(&NotificationCenter::defaultCenter(), &NotificationCenter::posted, m_main,
             [this](const QString &name) {
@@ -32,12 +33,19 @@ Screens::~Screens()
 
 QStringList Screens::screenNames()
 {
-    return {QStringLiteral("SetupController"),       QStringLiteral("SettingsNewController"),
-            QStringLiteral("AlertsController"),      QStringLiteral("ThemeController"),
-            QStringLiteral("DisplayController"),     QStringLiteral("FontController"),
-            QStringLiteral("ColorsController"),      QStringLiteral("BackgroundColorController"),
-            QStringLiteral("IconController"),        QStringLiteral("WidgetOptionController"),
-            QStringLiteral("WidgetColorController"), QStringLiteral("WidgetStyleController")};
+    return {QStringLiteral("SetupController"),
+            QStringLiteral("SettingsNewController"),
+            QStringLiteral("AlertsController"),
+            QStringLiteral("ExportController"),
+            QStringLiteral("ThemeController"),
+            QStringLiteral("DisplayController"),
+            QStringLiteral("FontController"),
+            QStringLiteral("ColorsController"),
+            QStringLiteral("BackgroundColorController"),
+            QStringLiteral("IconController"),
+            QStringLiteral("WidgetOptionController"),
+            QStringLiteral("WidgetColorController"),
+            QStringLiteral("WidgetStyleController")};
 }
 
 bool Screens::canCreate(const QString &screen)
@@ -61,6 +69,8 @@ QString Screens::pageFor(const QString &screen) const
         return QStringLiteral("AlertsPage.qml");
     if (screen == QLatin1StringView("ThresholdController"))
         return QStringLiteral("ThresholdPage.qml");
+    if (screen == QLatin1StringView("ExportController"))
+        return QStringLiteral("ExportPage.qml");
     if (screen == QLatin1StringView("DayViewController"))
         return QStringLiteral("HistoryPage.qml");
     if (screen == QLatin1StringView("SetupController"))
@@ -105,6 +115,11 @@ QObject *Screens::create(const QString &screen, const QString &argument)
         return new SettingsNewController(shared, &Screens::canCreate);
     if (screen == QLatin1StringView("AlertsController"))
         return new AlertsController(shared.userPref());
+    if (screen == QLatin1StringView("ExportController")) {
+        auto *e = new ExportController(shared, plan.isEmpty() ? shared.activePlanID() : plan);
+        e->setMail(m_mail);
+        return e;
+    }
     if (screen == QLatin1StringView("ThresholdController")) {
         bool ok = false;
         const uint alert = argument.toUInt(&ok);

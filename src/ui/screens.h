@@ -4,6 +4,7 @@
 #include <QtQml/qqmlregistration.h>
 
 class AlternateIcons;
+class MailComposer;
 class DataUsageAppDelegate;
 class NewUIController;
 
@@ -18,7 +19,8 @@ class Screens : public QObject
     Q_PROPERTY(NewUIController *main READ main CONSTANT)
 
 public:
-    Screens(DataUsageAppDelegate &delegate, AlternateIcons *icons, QObject *parent = nullptr);
+    Screens(DataUsageAppDelegate &delegate, AlternateIcons *icons, MailComposer *mail = nullptr,
+            QObject *parent = nullptr);
     ~Screens() override;
 
     NewUIController *main() const { return m_main; }
@@ -38,5 +40,6 @@ public:
 private:
     DataUsageAppDelegate &m_delegate;
     AlternateIcons *m_icons;
+    MailComposer *m_mail;
     NewUIController *m_main;
 };

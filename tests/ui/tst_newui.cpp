@@ -3,6 +3,7 @@
 #include "app/datausageappdelegate.h"
 #include "core/settingskeys.h"
 #include "core/storecontext.h"
+#include "history/exportcontroller.h"
 #include "testsupport.h"
 #include "ui/donkeybounce.h"
 #include "ui/fonttable.h"
@@ -13,9 +14,11 @@
 #include "ui/themecontrollers.h"
 #include "ui/tiltsource.h"
 
+#include <QFile>
 #include <QFontInfo>
 #include <QGuiApplication>
 #include <QSignalSpy>
+#include <QTemporaryDir>
 #include <QTest>
 
 #include <cmath>
@@ -368,7 +371,7 @@ private slots:
         } expected[] = {{0, "Data Plan", "SelectPlanController", true},
                         {1, "Advanced", "ResetController", false},
                         {1, "Usage Alerts", "AlertsController", true},
-                        {1, "Export Statistics", "ExportController", false},
+                        {1, "Export Statistics", "ExportController", true},
                         {1, "Theme", "ThemeController", true},
                         {2, "Share Screenshot", "ShareScreenshot", false},
                         {2, "About", "AboutController", false}};
@@ -389,6 +392,40 @@ private slots:
         s.shared->setForPlan(QString(), Keys::PREF_PLAN_LABEL, QStringLiteral("Travel"));
         c.viewWillAppear();
         QCOMPARE(c.menuRows()[0].detail, QStringLiteral("Travel"));
+    }
+
+    void exportScreen()
+    {
+        QTemporaryDir data;
+        qputenv("XDG_DATA_HOME", QFile::encodeName(data.path()));
+        Screen s;
+        Screens screens(s.delegate, nullptr);
+        std::unique_ptr<QObject> made(screens.create(QStringLiteral("ExportController")));
+        auto *e = qobject_cast<ExportController *>(made.get());
+        QVERIFY(e);
+        QCOMPARE(screens.pageFor(QStringLiteral("ExportController")), QStringLiteral("ExportPage.qml"));
+        QCOMPARE(e->rowTexts(),
+                 (QStringList{QStringLiteral("Most Recent"), QStringLiteral("Last 3 Months"),
+                              QStringLiteral("Last 6 Months"), QStringLiteral("Last 12 Months")}));
+        QSignalSpy leave(e, &ExportController::leave);
+        QSignalSpy alert(e, &ExportController::alert);
+        QSignalSpy exported(e, &ExportController::exported);
+        e->tapRow(0); // nothing stored yet
+        QCOMPARE(e->runningRow(), 0);
+        e->tapRow(1); // ignored while one runs
+        QVERIFY(alert.wait(5000));
+        QCOMPARE(alert.at(0).at(0).toString(), QStringLiteral("No statistics to export."));
+        QCOMPARE(leave.size(), 1);
+        QCOMPARE(e->runningRow(), -1);
+
+        s.use(1000, 2000);
+        e->tapRow(1);
+        QVERIFY(exported.wait(5000));
+        QCOMPARE(leave.size(), 2);
+        QFile file(exported.at(0).at(0).toString());
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        QVERIFY(file.readAll().contains(",1000,0,2000,0]"));
+        qunsetenv("XDG_DATA_HOME");
     }
 
     void fontsResolveToTheirFamilies()

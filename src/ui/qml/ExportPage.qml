@@ -1,0 +1,81 @@
+import QtQuick
+import QtQuick.Controls
+import Tallymo
+
+// The export: how many periods, then the file goes to the mail program. While it runs the rows are
+// dimmed, the chosen one turns, and Cancel takes the place of Back.
+Page {
+    id: page
+    required property Screens screens
+    required property var controller
+    readonly property bool running: controller.runningRow >= 0
+    function close() {
+        const view = StackView.view
+        if (view.depth > 1)
+            view.pop()
+        else
+            view.clear()
+    }
+    objectName: "exportPage"
+    background: Rectangle { color: "#f2f2f7" }
+    header: PageHeader {
+        title: page.controller.title
+        backText: page.running ? qsTr("Cancel") : qsTr("Back")
+        onBack: page.running ? page.controller.cancel() : page.close()
+    }
+    // Leaving the screen stops a running export.
+    StackView.onDeactivating: if (page.running) page.controller.cancel()
+
+    Connections {
+        target: page.controller
+        function onLeave() { page.close() }
+        function onAlert(message) { page.screens.main.showMessage(message) }
+    }
+
+    ListView {
+        id: list
+        anchors.fill: parent
+        anchors.topMargin: 20
+        model: page.controller.rowTexts
+        focus: true
+        keyNavigationEnabled: true
+        interactive: false
+        footer: Label {
+            width: list.width
+            padding: 16
+            wrapMode: Text.Wrap
+            text: page.running ? page.controller.progressText : page.controller.footer
+            font.pixelSize: 13
+            color: "#6d6d72"
+        }
+        delegate: ItemDelegate {
+            id: row
+            required property int index
+            required property string modelData
+            width: list.width
+            height: 48
+            enabled: !page.running
+            highlighted: ListView.isCurrentItem && list.activeFocus
+            background: Rectangle { color: row.down || row.highlighted ? "#e5e5ea" : "white" }
+            Accessible.name: modelData
+            contentItem: Item {
+                Label {
+                    anchors.verticalCenter: parent.verticalCenter
+                    text: row.modelData
+                    font.pixelSize: 17
+                    color: page.running ? "#8e8e93" : "#0a60d0"
+                }
+                BusyIndicator {
+                    anchors.right: parent.right
+                    anchors.verticalCenter: parent.verticalCenter
+                    height: 28
+                    width: 28
+                    running: page.controller.runningRow === row.index
+                    visible: running
+                }
+            }
+            onClicked: page.controller.tapRow(index)
+            Keys.onReturnPressed: page.controller.tapRow(index)
+        }
+    }
+}
