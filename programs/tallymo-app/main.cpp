@@ -3,7 +3,6 @@
 #include "app/backgroundtasks.h"
 #include "app/datausageappdelegate.h"
 #include "core/sharedcode.h"
-#include "core/storecontext.h"
 #include "platform/dbus/applicationinstance.h"
 #include "platform/linux/desktopicons.h"
 #include "platform/linux/desktopmodule.h"
@@ -173,8 +172,7 @@ int main(int argc, char **argv)
     screens.main()->setStillFrames(pictures);
     delegate.applicationDidFinishLaunching();
     // The figures as stored, so the first frame shows them; activation then takes a fresh sample.
-    if (const std::shared_ptr<StoreContext> context = shared.mocForActive())
-        context->performAndWait([&] { delegate.readCurrentValues(context.get()); });
+    delegate.readActivePlanValuesNow();
     screens.main()->reloadValues();
 
     // Glyphs rasterised once into a texture: cheaper to draw each frame than distance-field text,

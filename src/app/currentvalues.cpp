@@ -66,6 +66,14 @@ CurrentValues DataUsageAppDelegate::readCurrentValues(StoreContext *context, con
     return v;
 }
 
+CurrentValues DataUsageAppDelegate::readActivePlanValuesNow()
+{
+    const std::shared_ptr<StoreContext> context = m_shared.mocForActive();
+    if (context)
+        context->performAndWait([&] { readCurrentValues(context.get()); });
+    return values();
+}
+
 void DataUsageAppDelegate::doComputeValuesOnly()
 {
     const std::shared_ptr<StoreContext> context = m_shared.mocForActive();

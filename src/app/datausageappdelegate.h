@@ -90,6 +90,8 @@ public:
     // Reads the figures from the store (a failed read keeps the previous ones) without telling anyone.
     // For another plan than the active one, the figures are returned and not kept.
     CurrentValues readCurrentValues(StoreContext *context, const QString &plan = QString());
+    // The same for the active plan from the main thread, waiting for its store's queue.
+    CurrentValues readActivePlanValuesNow();
     void computeCurrentValues(StoreContext *context);
     void computeCurrentValues(StoreContext *context, bool inBackground);
     void doComputeValuesOnly();

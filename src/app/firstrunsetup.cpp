@@ -13,7 +13,7 @@ void resetWithExistingUsage(DataUsageAppDelegate &delegate, double existingBytes
         return;
     StoreContext *c = context.get();
     // The period as the settings now have it: the reset deletes exactly that period's usage.
-    c->performAndWait([&] { delegate.readCurrentValues(c); });
+    delegate.readActivePlanValuesNow();
     delegate.resetCurrent();
     if (existingBytes > 0)
         delegate.addUsageToCurrent(existingBytes);

@@ -289,8 +289,7 @@ int planChange(const Arguments &a, Environment &env, const QString &usage)
         if (!confirm(a, QCoreApplication::translate("ResetController",
                                                     "This will delete current usage statistics.")))
             return 1;
-        const std::shared_ptr<StoreContext> context = s.shared.mocForActive();
-        context->performAndWait([&] { s.delegate.readCurrentValues(context.get()); });
+        s.delegate.readActivePlanValuesNow(); // the period the reset deletes
         s.delegate.resetCurrent();
         drainActiveQueue(s.shared);
         return 0;

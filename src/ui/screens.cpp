@@ -31,103 +31,116 @@ Screens::~Screens()
     m_main->setDelegate(nullptr);
 }
 
+namespace {
+
+// Every screen the factory makes: its name, the view that shows it, whether the screenshot run
+// pictures it on its own, and how it is made (from the factory and the argument).
+struct Entry
+{
+    const char *name;
+    const char *page;
+    bool pictured;
+    QObject *(*make)(Screens &screens, const QString &argument);
+};
+
+SharedCode &sharedOf(Screens &s)
+{
+    return s.delegate().shared();
+}
+
+const Entry kScreens[] = {
+    {"SetupController", "SetupFlow.qml", false,
+     [](Screens &s, const QString &) -> QObject * {
+         auto *setup = new SetupController(s.delegate());
+         QObject::connect(setup, &SetupController::finished, s.main(),
+                          &NewUIController::dismissedSetupMigrate);
+         return setup;
+     }},
+    {"SettingsNewController", "MenuPage.qml", true,
+     [](Screens &s, const QString &) -> QObject * {
+         return new SettingsNewController(sharedOf(s), &Screens::canCreate);
+     }},
+    {"AlertsController", "AlertsPage.qml", true,
+     [](Screens &s, const QString &) -> QObject * { return new AlertsController(sharedOf(s).userPref()); }},
+    {"ExportController", "ExportPage.qml", true,
+     [](Screens &s, const QString &plan) -> QObject * {
+         auto *e = new ExportController(sharedOf(s), plan.isEmpty() ? sharedOf(s).activePlanID() : plan);
+         e->setMail(s.mail());
+         return e;
+     }},
+    {"ThemeController", "MenuPage.qml", true,
+     [](Screens &, const QString &) -> QObject * { return new ThemeController; }},
+    {"DisplayController", "PickerPage.qml", true,
+     [](Screens &s, const QString &) -> QObject * { return new DisplayController(sharedOf(s)); }},
+    {"FontController", "PickerPage.qml", true,
+     [](Screens &s, const QString &) -> QObject * { return new FontController(sharedOf(s)); }},
+    {"ColorsController", "PickerPage.qml", true,
+     [](Screens &s, const QString &) -> QObject * { return new ColorsController(sharedOf(s)); }},
+    {"BackgroundColorController", "PickerPage.qml", true,
+     [](Screens &s, const QString &) -> QObject * { return new BackgroundColorController(sharedOf(s)); }},
+    {"IconController", "PickerPage.qml", true,
+     [](Screens &s, const QString &) -> QObject * { return new IconController(sharedOf(s), s.icons()); }},
+    {"WidgetOptionController", "MenuPage.qml", true,
+     [](Screens &, const QString &) -> QObject * { return new WidgetOptionController; }},
+    {"WidgetColorController", "PickerPage.qml", true,
+     [](Screens &s, const QString &) -> QObject * { return new WidgetColorController(sharedOf(s)); }},
+    {"WidgetStyleController", "PickerPage.qml", true,
+     [](Screens &s, const QString &) -> QObject * { return new WidgetStyleController(sharedOf(s)); }},
+    {"BilldateController", "PickerPage.qml", false,
+     [](Screens &s, const QString &plan) -> QObject * { return new BilldateController(sharedOf(s), plan); }},
+    {"AllowController", "PickerPage.qml", false,
+     [](Screens &s, const QString &plan) -> QObject * { return new AllowController(sharedOf(s), plan); }},
+    {"SelectPlanController", "PlansPage.qml", false,
+     [](Screens &s, const QString &) -> QObject * { return new SelectPlanController(s.delegate()); }},
+    {"DayViewController", "HistoryPage.qml", false,
+     [](Screens &s, const QString &plan) -> QObject * {
+         return new DayViewController(s.delegate(), s.delegate(), plan);
+     }},
+    {"ThresholdController", "ThresholdPage.qml", false,
+     [](Screens &s, const QString &alert) -> QObject * {
+         bool ok = false;
+         const uint index = alert.toUInt(&ok);
+         return ok && index < 4 ? new ThresholdController(sharedOf(s).userPref(), index) : nullptr;
+     }},
+};
+
+const Entry *entryFor(const QString &screen)
+{
+    for (const Entry &e : kScreens) {
+        if (screen == QLatin1StringView(e.name))
+            return &e;
+    }
+    return nullptr;
+}
+
+} // namespace
+
 QStringList Screens::screenNames()
 {
-    return {QStringLiteral("SetupController"),
-            QStringLiteral("SettingsNewController"),
-            QStringLiteral("AlertsController"),
-            QStringLiteral("ExportController"),
-            QStringLiteral("ThemeController"),
-            QStringLiteral("DisplayController"),
-            QStringLiteral("FontController"),
-            QStringLiteral("ColorsController"),
-            QStringLiteral("BackgroundColorController"),
-            QStringLiteral("IconController"),
-            QStringLiteral("WidgetOptionController"),
-            QStringLiteral("WidgetColorController"),
-            QStringLiteral("WidgetStyleController")};
+    QStringList names;
+    for (const Entry &e : kScreens) {
+        if (e.pictured)
+            names.append(QString::fromLatin1(e.name));
+    }
+    return names;
 }
 
 bool Screens::canCreate(const QString &screen)
 {
-    static const QStringList more = {QStringLiteral("BilldateController"), QStringLiteral("AllowController"),
-                                     QStringLiteral("SelectPlanController"),
-                                     QStringLiteral("DayViewController"),
-                                     QStringLiteral("ThresholdController")};
-    return screenNames().contains(screen) || more.contains(screen);
+    return entryFor(screen) != nullptr;
 }
 
 QString Screens::pageFor(const QString &screen) const
 {
-    if (screen == QLatin1StringView("ThemeController") ||
-        screen == QLatin1StringView("WidgetOptionController") ||
-        screen == QLatin1StringView("SettingsNewController"))
-        return QStringLiteral("MenuPage.qml");
-    if (screen == QLatin1StringView("SelectPlanController"))
-        return QStringLiteral("PlansPage.qml");
-    if (screen == QLatin1StringView("AlertsController"))
-        return QStringLiteral("AlertsPage.qml");
-    if (screen == QLatin1StringView("ThresholdController"))
-        return QStringLiteral("ThresholdPage.qml");
-    if (screen == QLatin1StringView("ExportController"))
-        return QStringLiteral("ExportPage.qml");
-    if (screen == QLatin1StringView("DayViewController"))
-        return QStringLiteral("HistoryPage.qml");
-    if (screen == QLatin1StringView("SetupController"))
-        return QStringLiteral("SetupFlow.qml");
-    return QStringLiteral("PickerPage.qml");
+    const Entry *e = entryFor(screen);
+    return e ? QString::fromLatin1(e->page) : QString();
 }
 
 QObject *Screens::create(const QString &screen, const QString &argument)
 {
-    const QString &plan = argument;
-    SharedCode &shared = m_delegate.shared();
-    if (screen == QLatin1StringView("SetupController")) {
-        auto *setup = new SetupController(m_delegate);
-        connect(setup, &SetupController::finished, m_main, &NewUIController::dismissedSetupMigrate);
-        return setup;
-    }
-    if (screen == QLatin1StringView("ThemeController"))
-        return new ThemeController;
-    if (screen == QLatin1StringView("WidgetOptionController"))
-        return new WidgetOptionController;
-    if (screen == QLatin1StringView("DisplayController"))
-        return new DisplayController(shared);
-    if (screen == QLatin1StringView("FontController"))
-        return new FontController(shared);
-    if (screen == QLatin1StringView("ColorsController"))
-        return new ColorsController(shared);
-    if (screen == QLatin1StringView("BackgroundColorController"))
-        return new BackgroundColorController(shared);
-    if (screen == QLatin1StringView("WidgetColorController"))
-        return new WidgetColorController(shared);
-    if (screen == QLatin1StringView("WidgetStyleController"))
-        return new WidgetStyleController(shared);
-    if (screen == QLatin1StringView("IconController"))
-        return new IconController(shared, m_icons);
-    if (screen == QLatin1StringView("BilldateController"))
-        return new BilldateController(shared, plan);
-    if (screen == QLatin1StringView("AllowController"))
-        return new AllowController(shared, plan);
-    if (screen == QLatin1StringView("SelectPlanController"))
-        return new SelectPlanController(m_delegate);
-    if (screen == QLatin1StringView("SettingsNewController"))
-        return new SettingsNewController(shared, &Screens::canCreate);
-    if (screen == QLatin1StringView("AlertsController"))
-        return new AlertsController(shared.userPref());
-    if (screen == QLatin1StringView("ExportController")) {
-        auto *e = new ExportController(shared, plan.isEmpty() ? shared.activePlanID() : plan);
-        e->setMail(m_mail);
-        return e;
-    }
-    if (screen == QLatin1StringView("ThresholdController")) {
-        bool ok = false;
-        const uint alert = argument.toUInt(&ok);
-        if (ok && alert < 4)
-            return new ThresholdController(shared.userPref(), alert);
-    }
-    if (screen == QLatin1StringView("DayViewController"))
-        return new DayViewController(m_delegate, m_delegate, plan);
-    qCWarning(lcScreens) << "no screen named" << screen;
-    return nullptr;
+    const Entry *e = entryFor(screen);
+    QObject *made = e ? e->make(*this, argument) : nullptr;
+    if (!made)
+        qCWarning(lcScreens) << "no screen named" << screen << "for" << argument;
+    return made;
 }

@@ -25,6 +25,8 @@ public:
 
     NewUIController *main() const { return m_main; }
     DataUsageAppDelegate &delegate() const { return m_delegate; }
+    AlternateIcons *icons() const { return m_icons; }
+    MailComposer *mail() const { return m_mail; }
 
     // A new controller for the named screen (its class name), for a plan (empty: the active one);
     // nothing for an unknown name. The caller owns it.
@@ -34,7 +36,7 @@ public:
     static bool canCreate(const QString &screen);
     // The view file that shows a screen's controller.
     Q_INVOKABLE QString pageFor(const QString &screen) const;
-    // Every screen name create() knows, for the screenshot run.
+    // The screens the screenshot run pictures on their own (in the order it takes them).
     static QStringList screenNames();
 
 private:

@@ -2,7 +2,6 @@
 
 #include "app/datausageappdelegate.h"
 #include "core/settingskeys.h"
-#include "core/storecontext.h"
 #include "newuicontroller.h"
 #include "screens.h"
 
@@ -44,8 +43,6 @@ ScreenshotRun::ScreenshotRun(Screens &screens, QQuickWindow &window, QString fol
     if (canDrawParticles)
         m_shots.push_back({QStringLiteral("theme-winter-wonderland.png"), theme(0, 0, 14, 19), 3000});
     for (const QString &screen : Screens::screenNames()) {
-        if (screen == QLatin1StringView("SetupController"))
-            continue;
         m_shots.push_back({QStringLiteral("picker-%1.png").arg(screen), [this, screen] {
                                invoke("closeAll");
                                invoke("openScreen", screen);
@@ -82,9 +79,7 @@ void ScreenshotRun::invoke(const char *function, const QVariant &argument)
 
 void ScreenshotRun::recompute()
 {
-    DataUsageAppDelegate &d = m_screens.delegate();
-    if (const std::shared_ptr<StoreContext> c = d.shared().mocForActive())
-        c->performAndWait([&] { d.readCurrentValues(c.get()); });
+    m_screens.delegate().readActivePlanValuesNow();
     m_screens.main()->reloadValues();
 }
 

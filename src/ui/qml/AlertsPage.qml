@@ -3,20 +3,10 @@ import QtQuick.Controls
 import Tallymo
 
 // The four usage alerts, each with its threshold; a row opens that alert's picker.
-Page {
+ScreenPage {
     id: page
-    required property Screens screens
     required property var controller
-    // Back: to the screen below, or to the main screen from the first one.
-    function close() {
-        const view = StackView.view
-        if (view.depth > 1)
-            view.pop()
-        else
-            view.clear()
-    }
     objectName: "alertsPage"
-    background: Rectangle { color: "#f2f2f7" }
     header: PageHeader { title: page.controller.title; onBack: page.close() }
     StackView.onActivating: page.controller.viewWillAppear()
 

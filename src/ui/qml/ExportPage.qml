@@ -4,20 +4,11 @@ import Tallymo
 
 // The export: how many periods, then the file goes to the mail program. While it runs the rows are
 // dimmed, the chosen one turns, and Cancel takes the place of Back.
-Page {
+ScreenPage {
     id: page
-    required property Screens screens
     required property var controller
     readonly property bool running: controller.runningRow >= 0
-    function close() {
-        const view = StackView.view
-        if (view.depth > 1)
-            view.pop()
-        else
-            view.clear()
-    }
     objectName: "exportPage"
-    background: Rectangle { color: "#f2f2f7" }
     header: PageHeader {
         title: page.controller.title
         backText: page.running ? qsTr("Cancel") : qsTr("Back")

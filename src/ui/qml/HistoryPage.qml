@@ -3,19 +3,10 @@ import QtQuick.Controls
 import Tallymo
 
 // Today's usage per hour: cellular to the left of the centre line, Wi-Fi to the right.
-Page {
+ScreenPage {
     id: page
-    required property Screens screens
     property var day: screens.create("DayViewController")
     readonly property var hours: day ? day.activeController : null
-    // Back: to the screen below, or to the main screen from the first one.
-    function close() {
-        const view = StackView.view
-        if (view.depth > 1)
-            view.pop()
-        else
-            view.clear()
-    }
     objectName: "historyPage"
     background: Rectangle { color: "white" }
     header: PageHeader { title: page.day ? page.day.title : ""; onBack: page.close() }

@@ -3,20 +3,10 @@ import QtQuick.Controls
 import Tallymo
 
 // A grouped list of rows, each opening another screen (the theme menu, the widget options).
-Page {
+ScreenPage {
     id: page
-    required property Screens screens
     required property MenuController controller
-    // Back: to the screen below, or to the main screen from the first one.
-    function close() {
-        const view = StackView.view
-        if (view.depth > 1)
-            view.pop()
-        else
-            view.clear()
-    }
     objectName: "menuPage"
-    background: Rectangle { color: "#f2f2f7" }
     header: PageHeader { title: page.controller.title; onBack: page.close() }
 
     StackView.onActivating: page.controller.viewWillAppear()

@@ -3,20 +3,10 @@ import QtQuick.Controls
 import Tallymo
 
 // A theme picker: the current row checked; choosing a row stores it and goes back.
-Page {
+ScreenPage {
     id: page
-    required property Screens screens
     required property PickerController controller
-    // Back: to the screen below, or to the main screen from the first one.
-    function close() {
-        const view = StackView.view
-        if (view.depth > 1)
-            view.pop()
-        else
-            view.clear()
-    }
     objectName: "pickerPage"
-    background: Rectangle { color: "#f2f2f7" }
     header: PageHeader { title: page.controller.title; onBack: page.close() }
 
     Connections {

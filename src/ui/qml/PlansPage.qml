@@ -3,20 +3,10 @@ import QtQuick.Controls
 import Tallymo
 
 // The plan list: the active plan checked; choosing another switches to it.
-Page {
+ScreenPage {
     id: page
-    required property Screens screens
     required property var controller
-    // Back: to the screen below, or to the main screen from the first one.
-    function close() {
-        const view = StackView.view
-        if (view.depth > 1)
-            view.pop()
-        else
-            view.clear()
-    }
     objectName: "plansPage"
-    background: Rectangle { color: "#f2f2f7" }
     header: PageHeader { title: page.controller.title; onBack: page.close() }
 
     Connections {

@@ -4,19 +4,10 @@ import QtQuick.Layouts
 import Tallymo
 
 // One alert's threshold, in 5 % steps between its neighbours; stored as soon as it is picked.
-Page {
+ScreenPage {
     id: page
-    required property Screens screens
     required property var controller
-    function close() {
-        const view = StackView.view
-        if (view.depth > 1)
-            view.pop()
-        else
-            view.clear()
-    }
     objectName: "thresholdPage"
-    background: Rectangle { color: "#f2f2f7" }
     header: PageHeader { title: page.controller.title; onBack: page.close() }
 
     ColumnLayout {
