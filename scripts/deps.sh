@@ -8,6 +8,8 @@ packages=(build-essential cmake pkg-config qt6-base-dev qt6-positioning-dev libq
           qt6-declarative-dev qml6-module-qtquick qml6-module-qtquick-window qml6-module-qtqml-workerscript
           qml6-module-qtquick-controls qml6-module-qtquick-templates qml6-module-qtquick-layouts
           qml6-module-qtquick-shapes qml6-module-qtquick-particles libqt6svg6 libgl1-mesa-dri qt6-sensors-dev
+          # the translations: lrelease and its CMake functions
+          qt6-l10n-tools qt6-tools-dev
           fonts-dejavu-core fonts-urw-base35 fonts-lato fonts-roboto-unhinted fonts-linuxlibertine
           fonts-cantarell fonts-courier-prime fonts-b612 fonts-oldstandard fonts-comfortaa
           # app tests: a display for the particle theme, the desktop entry check

@@ -4,8 +4,10 @@
 #include "app/datausageappdelegate.h"
 #include "core/sharedcode.h"
 #include "platform/dbus/applicationinstance.h"
+#include "platform/dbus/systemdusermanager.h"
 #include "platform/linux/desktopicons.h"
 #include "platform/linux/desktopmodule.h"
+#include "platform/linux/desktopshell.h"
 #include "platform/linux/linuxnetworkinterfaces.h"
 #include "platform/linux/paths.h"
 #include "platform/linux/sockdiag.h"
@@ -14,6 +16,7 @@
 #include "ui/newuicontroller.h"
 #include "ui/screens.h"
 #include "ui/screenshots.h"
+#include "ui/translations.h"
 
 #include <QCommandLineParser>
 #include <QDir>
@@ -71,6 +74,7 @@ int main(int argc, char **argv)
     QGuiApplication::setApplicationDisplayName(QStringLiteral("Tallymo"));
     QGuiApplication::setApplicationVersion(QStringLiteral(TALLYMO_VERSION));
     QGuiApplication::setDesktopFileName(QStringLiteral("org.tallymo.Tallymo"));
+    Translations::install();
 
     QCommandLineParser parser;
     parser.setApplicationDescription(
@@ -168,7 +172,10 @@ int main(int argc, char **argv)
     delegate.applicationState = DataUsageAppDelegate::Inactive;
     delegate.applicationWillFinishLaunching();
     XdgMail mail;
-    Screens screens(delegate, &icons, pictures ? nullptr : &mail);
+    // A picture run keeps its pictures (the shared screenshot too) in its own folder.
+    LinuxDesktopShell shell(pictures ? parser.value(screenshot) : QString());
+    SystemdUserManager systemd;
+    Screens screens(delegate, {&icons, pictures ? nullptr : &mail, &shell, &systemd});
     screens.main()->setStillFrames(pictures);
     delegate.applicationDidFinishLaunching();
     // The figures as stored, so the first frame shows them; activation then takes a fresh sample.

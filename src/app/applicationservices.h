@@ -78,6 +78,8 @@ public:
     QString button;
     QList<AlertAction> actions; // a choice; without, the one button
     bool operator==(const AlertValue &) const = default;
+    // For a view: title, message, actions [{title, style}] (the one button as the only action).
+    QVariantMap toMap() const;
 };
 
 // The main screen as the delegate sees it.

@@ -6,6 +6,8 @@
 #include "datausageappdelegate.h"
 #include "plans/billingcycle.h"
 
+#include <QCoreApplication>
+
 #include <cmath>
 
 // ---- PlanController ----
@@ -145,6 +147,18 @@ void PlanController::confirmDelete()
     emit goBack();
 }
 
+void PlanController::requestDelete()
+{
+    if (canDelete())
+        emit ask(deleteQuestion().toMap());
+}
+
+void PlanController::answer(int index)
+{
+    if (index == 0)
+        confirmDelete();
+}
+
 void PlanController::selectRow(int section, int row)
 {
     const QList<SettingsRow> list = rows(section);
@@ -159,38 +173,39 @@ void PlanController::selectRow(int section, int row)
 // ---- AddController ----
 
 AddController::AddController(DataUsageAppDelegate &delegate, QObject *parent)
-    : QObject(parent), m_delegate(delegate)
+    : ByteController(tr("Add Usage"),
+                     tr("Amount of cellular data used. This amount will be added to your current usage."),
+                     parent),
+      m_delegate(delegate)
 {}
-
-QString AddController::footer() const
-{
-    return tr("Amount of cellular data used. This amount will be added to your current usage.");
-}
-
-void AddController::setText(const QString &text)
-{
-    const QString filtered = ByteEntry::transformText(text);
-    if (filtered == m_text)
-        return;
-    m_text = filtered;
-    emit textChanged();
-}
 
 bool AddController::addEnabled() const
 {
-    const double x = ByteEntry::amountOf(m_text);
+    const double x = amount();
     return std::isfinite(x) && x >= 0.001;
+}
+
+void AddController::requestAdd()
+{
+    if (const std::optional<AlertValue> question = add())
+        emit ask(question->toMap());
+}
+
+void AddController::answer(int index)
+{
+    if (index == 0)
+        confirm();
 }
 
 std::optional<AlertValue> AddController::add()
 {
     if (!addEnabled())
         return std::nullopt;
-    setText(DataCap::stringTwoDecimal(ByteEntry::amountOf(m_text)));
-    const QString amount = SettingsHelper::capString(QVariantList{m_text, qint64(unit)});
+    setText(DataCap::stringTwoDecimal(amount()));
+    const QString shown = SettingsHelper::capString(QVariantList{text(), qint64(unit)});
     AlertValue a = DataUsageAppDelegate::alertControllerWithTitle(
         QString(),
-        tr("Do you want to add %@ to your current cellular usage?").replace(QLatin1StringView("%@"), amount));
+        tr("Do you want to add %@ to your current cellular usage?").replace(QLatin1StringView("%@"), shown));
     a.actions = {AlertAction{tr("Add Usage"), AlertAction::Default},
                  AlertAction{tr("Cancel"), AlertAction::Cancel}};
     return a;
@@ -198,9 +213,9 @@ std::optional<AlertValue> AddController::add()
 
 void AddController::confirm()
 {
-    const double x = ByteEntry::amountOf(m_text);
-    if (!(std::isfinite(x) && x >= 0.001))
+    if (!addEnabled())
         return;
+    const double x = amount();
     m_delegate.addUsageToCurrent(std::floor(x * AmountEntry::unitBytes(unit)));
     m_delegate.doComputeValuesOnly();
     emit close();
@@ -268,34 +283,44 @@ bool AllowController::close()
     return true;
 }
 
-BilldateController::BilldateController(SharedCode &shared, const QString &plan, QObject *parent)
-    : QObject(parent), m_shared(shared), m_plan(plan)
-{
-    const qint64 day = SettingsValue::toInteger(shared.getForPlan(plan, Keys::PREF_BILLDAY));
-    m_row = int(std::clamp<qint64>(day, 1, 31) - 1);
-}
+RowPickerController::RowPickerController(QString title, QString footer, QStringList rows, int row,
+                                         QObject *parent)
+    : QObject(parent), m_title(std::move(title)), m_footer(std::move(footer)), m_rows(std::move(rows)),
+      m_row(std::clamp(row, 0, int(m_rows.size()) - 1))
+{}
 
-QString BilldateController::footer() const
+void RowPickerController::selectRow(int row)
 {
-    return tr(
-        "Pick your bill cycle date. This is the day that your monthly billing period will begin each month.");
-}
-
-QStringList BilldateController::rows() const
-{
-    QStringList days;
-    for (int d = 1; d <= 31; ++d)
-        days.append(tr("%1").arg(d));
-    return days;
-}
-
-void BilldateController::selectRow(int row)
-{
-    if (row < 0 || row > 30)
+    if (row < 0 || row >= m_rows.size())
         return;
-    m_shared.setForPlan(m_plan, Keys::PREF_BILLDAY, qint64(row + 1));
+    store(row);
     if (row == m_row)
         return;
     m_row = row;
     emit selectedRowChanged();
+}
+
+namespace {
+QStringList numberRows(int last)
+{
+    QStringList rows;
+    for (int n = 1; n <= last; ++n)
+        rows.append(QCoreApplication::translate("BilldateController", "%1").arg(n));
+    return rows;
+}
+} // namespace
+
+BilldateController::BilldateController(SharedCode &shared, const QString &plan, QObject *parent)
+    : RowPickerController(tr("Start Date"),
+                          tr("Pick your bill cycle date. This is the day that your monthly billing period "
+                             "will begin each month."),
+                          numberRows(31),
+                          int(SettingsValue::toInteger(shared.getForPlan(plan, Keys::PREF_BILLDAY))) - 1,
+                          parent),
+      m_shared(shared), m_plan(plan)
+{}
+
+void BilldateController::store(int row)
+{
+    m_shared.setForPlan(m_plan, Keys::PREF_BILLDAY, qint64(row + 1));
 }

@@ -55,10 +55,16 @@ public:
     // The delete button's question; confirmDelete removes the plan and goes back.
     AlertValue deleteQuestion() const;
     Q_INVOKABLE void confirmDelete();
+    // The same for a view: the question through ask(), the choice through answer() ("Delete" is 0).
+    Q_INVOKABLE void requestDelete();
+    Q_INVOKABLE void answer(int index);
     Q_INVOKABLE void selectRow(int section, int row);
+    // Back from an editing screen: the rows show what it changed.
+    Q_INVOKABLE void reload() { emit changed(); }
 
 signals:
     void changed();
+    void ask(const QVariantMap &question);
     void goBack();
     void open(const QString &screen, const QString &plan);
 
@@ -68,37 +74,6 @@ private:
     QString m_plan;
     bool m_new;
     ListModel *m_settings;
-};
-
-// Adding cellular usage by hand: the amount typed, the question, and the record.
-class AddController : public QObject
-{
-    Q_OBJECT
-    Q_PROPERTY(QString text READ text WRITE setText NOTIFY textChanged)
-    Q_PROPERTY(bool addEnabled READ addEnabled NOTIFY textChanged)
-
-public:
-    explicit AddController(DataUsageAppDelegate &delegate, QObject *parent = nullptr);
-
-    QString title() const { return tr("Add Usage"); }
-    QString footer() const;
-    QString text() const { return m_text; }
-    // Runs the input filter; the field is rewritten only when it changed.
-    void setText(const QString &text);
-    AmountEntry::Unit unit = AmountEntry::MB;
-    bool addEnabled() const;
-    // The Add button: the field is rewritten with two decimals and the question returned.
-    std::optional<AlertValue> add();
-    // "Add Usage" in the question: the record, the figures, and the screen closes.
-    void confirm();
-
-signals:
-    void textChanged();
-    void close();
-
-private:
-    DataUsageAppDelegate &m_delegate;
-    QString m_text;
 };
 
 // An amount screen: a number field whose text is filtered on every edit (a decimal comma becomes a
@@ -140,6 +115,35 @@ private:
     QString m_text;
 };
 
+// Adding cellular usage by hand: the amount typed, the question, and the record.
+class AddController : public ByteController
+{
+    Q_OBJECT
+    Q_PROPERTY(bool addEnabled READ addEnabled NOTIFY textChanged)
+    Q_PROPERTY(QString button READ button CONSTANT)
+
+public:
+    explicit AddController(DataUsageAppDelegate &delegate, QObject *parent = nullptr);
+
+    QString button() const { return tr("Add"); }
+    bool addEnabled() const;
+    // The Add button: the field is rewritten with two decimals and the question returned.
+    std::optional<AlertValue> add();
+    // The same for a view: the question is asked through ask().
+    Q_INVOKABLE void requestAdd();
+    // The answer to the question: "Add Usage" (0) records the usage, the figures follow, and the
+    // screen closes; "Cancel" returns to the field.
+    Q_INVOKABLE void answer(int index);
+    void confirm();
+
+signals:
+    void ask(const QVariantMap &question);
+    void close();
+
+private:
+    DataUsageAppDelegate &m_delegate;
+};
+
 // Usage already spent when the first plan is set up.
 class AddExistingController : public ByteController
 {
@@ -165,29 +169,51 @@ private:
     QString m_plan;
 };
 
-// The day of the month a monthly period begins: 31 rows "1" to "31".
-class BilldateController : public QObject
+// A wheel of rows with one chosen; choosing a row stores it at once.
+class RowPickerController : public QObject
 {
     Q_OBJECT
     Q_PROPERTY(QString title READ title CONSTANT)
     Q_PROPERTY(QString footer READ footer CONSTANT)
     Q_PROPERTY(QStringList rows READ rows CONSTANT)
     Q_PROPERTY(int selectedRow READ selectedRow WRITE selectRow NOTIFY selectedRowChanged)
+    // A line about the choice above the wheel (empty for none).
+    Q_PROPERTY(QString summary READ summary NOTIFY selectedRowChanged)
 
 public:
-    BilldateController(SharedCode &shared, const QString &plan, QObject *parent = nullptr);
-    QString title() const { return tr("Start Date"); }
-    QString footer() const;
-    QStringList rows() const;
+    QString title() const { return m_title; }
+    QString footer() const { return m_footer; }
+    QStringList rows() const { return m_rows; }
     int selectedRow() const { return m_row; }
-    // Stores the day (row + 1) at once.
+    virtual QString summary() const { return QString(); }
+    // Rows outside the wheel are ignored.
     void selectRow(int row);
 
 signals:
     void selectedRowChanged();
 
+protected:
+    RowPickerController(QString title, QString footer, QStringList rows, int row, QObject *parent);
+    virtual void store(int row) = 0;
+
+private:
+    QString m_title;
+    QString m_footer;
+    QStringList m_rows;
+    int m_row;
+};
+
+// The day of the month a monthly period begins: 31 rows "1" to "31".
+class BilldateController : public RowPickerController
+{
+    Q_OBJECT
+public:
+    BilldateController(SharedCode &shared, const QString &plan, QObject *parent = nullptr);
+
+protected:
+    void store(int row) override;
+
 private:
     SharedCode &m_shared;
     QString m_plan;
-    int m_row = 0;
 };

@@ -193,3 +193,17 @@ AlertValue DataUsageAppDelegate::alertControllerWithTitle(const QString &title, 
 {
     return AlertValue{title, message, tr("OK"), {}};
 }
+
+QVariantMap AlertValue::toMap() const
+{
+    QVariantList choices;
+    for (const AlertAction &a : actions)
+        choices.append(
+            QVariantMap{{QStringLiteral("title"), a.title}, {QStringLiteral("style"), int(a.style)}});
+    if (choices.isEmpty())
+        choices.append(QVariantMap{{QStringLiteral("title"), button},
+                                   {QStringLiteral("style"), int(AlertAction::Default)}});
+    return {{QStringLiteral("title"), title},
+            {QStringLiteral("message"), message},
+            {QStringLiteral("actions"), choices}};
+}

@@ -303,7 +303,8 @@ void ExportController::processCycles(qint64 cycles, const QString &path, MailCom
                 return;
             m_context.reset();
             if (outcome.kind == Outcome::Finished && mail)
-                mail->compose(mailSubject(outcome.timestamp), path, attachmentName(outcome.timestamp));
+                mail->compose(mailSubject(outcome.timestamp), QString(), path,
+                              attachmentName(outcome.timestamp));
             done(outcome);
         });
     });

@@ -18,8 +18,10 @@ class MailComposer
 public:
     virtual ~MailComposer() = default;
     virtual bool canSendMail() = 0;
-    // Opens a new message with the subject and the file attached under `attachmentName`.
-    virtual bool compose(const QString &subject, const QString &file, const QString &attachmentName) = 0;
+    // Opens a new message with the subject, the body text (may be empty) and the file attached under
+    // `attachmentName`.
+    virtual bool compose(const QString &subject, const QString &body, const QString &file,
+                         const QString &attachmentName) = 0;
 };
 
 // The export screen: one plan's usage, cycle by cycle, as JSON streamed to a file.

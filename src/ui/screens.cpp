@@ -1,12 +1,16 @@
 #include "screens.h"
 
+#include "advancedcontrollers.h"
 #include "app/alertscontrollers.h"
 #include "app/datausageappdelegate.h"
+#include "app/planeditors.h"
 #include "app/selectplancontroller.h"
 #include "day/dayviewcontroller.h"
+#include "desktopshell.h"
 #include "history/exportcontroller.h"
 #include "newuicontroller.h"
 #include "notificationcenter.h"
+#include "planeditors.h"
 #include "settingscontrollers.h"
 #include "setupcontroller.h"
 #include "themecontrollers.h"
@@ -15,8 +19,8 @@
 
 Q_LOGGING_CATEGORY(lcScreens, "tallymo.ui")
 
-Screens::Screens(DataUsageAppDelegate &delegate, AlternateIcons *icons, MailComposer *mail, QObject *parent)
-    : QObject(parent), m_delegate(delegate), m_icons(icons), m_mail(mail), m_main(new NewUIController(this))
+Screens::Screens(DataUsageAppDelegate &delegate, Platform platform, QObject *parent)
+    : QObject(parent), m_delegate(delegate), m_platform(platform), m_main(new NewUIController(this))
 {
     connect(&NotificationCenter::defaultCenter(), &NotificationCenter::posted, m_main,
             [this](const QString &name) {
@@ -65,7 +69,7 @@ const Entry kScreens[] = {
     {"ExportController", "ExportPage.qml", true,
      [](Screens &s, const QString &plan) -> QObject * {
          auto *e = new ExportController(sharedOf(s), plan.isEmpty() ? sharedOf(s).activePlanID() : plan);
-         e->setMail(s.mail());
+         e->setMail(s.platform().mail);
          return e;
      }},
     {"ThemeController", "MenuPage.qml", true,
@@ -79,29 +83,70 @@ const Entry kScreens[] = {
     {"BackgroundColorController", "PickerPage.qml", true,
      [](Screens &s, const QString &) -> QObject * { return new BackgroundColorController(sharedOf(s)); }},
     {"IconController", "PickerPage.qml", true,
-     [](Screens &s, const QString &) -> QObject * { return new IconController(sharedOf(s), s.icons()); }},
+     [](Screens &s, const QString &) -> QObject * {
+         return new IconController(sharedOf(s), s.platform().icons);
+     }},
     {"WidgetOptionController", "MenuPage.qml", true,
      [](Screens &, const QString &) -> QObject * { return new WidgetOptionController; }},
     {"WidgetColorController", "PickerPage.qml", true,
      [](Screens &s, const QString &) -> QObject * { return new WidgetColorController(sharedOf(s)); }},
     {"WidgetStyleController", "PickerPage.qml", true,
      [](Screens &s, const QString &) -> QObject * { return new WidgetStyleController(sharedOf(s)); }},
-    {"BilldateController", "PickerPage.qml", false,
+    {"PlanController", "PlanPage.qml", false,
+     [](Screens &s, const QString &plan) -> QObject * { return new PlanController(s.delegate(), plan); }},
+    {"LabelController", "LabelPage.qml", false,
+     [](Screens &s, const QString &plan) -> QObject * { return new LabelController(sharedOf(s), plan); }},
+    {"PlantypeController", "MenuPage.qml", false,
+     [](Screens &s, const QString &plan) -> QObject * { return new PlantypeController(sharedOf(s), plan); }},
+    {"NDayController", "WheelPage.qml", false,
+     [](Screens &s, const QString &plan) -> QObject * { return new NDayController(sharedOf(s), plan); }},
+    {"PickerWeekController", "WheelPage.qml", false,
+     [](Screens &s, const QString &) -> QObject * { return new PickerWeekController(sharedOf(s)); }},
+    {"Picker2DateController", "DatePage.qml", false,
+     [](Screens &s, const QString &plan) -> QObject * {
+         return new Picker2DateController(sharedOf(s), plan);
+     }},
+    {"RolloverController", "MenuPage.qml", false,
+     [](Screens &s, const QString &plan) -> QObject * { return new RolloverController(s.delegate(), plan); }},
+    {"RolloverAmountController", "AmountPage.qml", false,
+     [](Screens &s, const QString &plan) -> QObject * {
+         return new RolloverAmountController(sharedOf(s), plan);
+     }},
+    {"TetheringController", "MenuPage.qml", false,
+     [](Screens &s, const QString &plan) -> QObject * { return new TetheringController(sharedOf(s), plan); }},
+    {"ResetController", "MenuPage.qml", true,
+     [](Screens &s, const QString &) -> QObject * {
+         return new ResetController(s.delegate(), s.platform().services);
+     }},
+    {"AddController", "AmountPage.qml", true,
+     [](Screens &s, const QString &) -> QObject * { return new AddController(s.delegate()); }},
+    {"AboutController", "MenuPage.qml", true,
+     [](Screens &s, const QString &) -> QObject * { return new AboutController(s.platform().shell); }},
+    {"ShareScreenshot", "SharePage.qml", false,
+     [](Screens &s, const QString &) -> QObject * {
+         DesktopShell *shell = s.platform().shell;
+         return new ShareController(s.snapshot(), s.snapshotPixelRatio(),
+                                    shell ? shell->picturesFolder() : QString(), shell, s.platform().mail,
+                                    sharedOf(s).clock().now());
+     }},
+    {"BilldateController", "WheelPage.qml", false,
      [](Screens &s, const QString &plan) -> QObject * { return new BilldateController(sharedOf(s), plan); }},
-    {"AllowController", "PickerPage.qml", false,
+    {"AllowController", "AmountPage.qml", false,
      [](Screens &s, const QString &plan) -> QObject * { return new AllowController(sharedOf(s), plan); }},
     {"SelectPlanController", "PlansPage.qml", false,
      [](Screens &s, const QString &) -> QObject * { return new SelectPlanController(s.delegate()); }},
     {"DayViewController", "HistoryPage.qml", false,
-     [](Screens &s, const QString &plan) -> QObject * {
-         return new DayViewController(s.delegate(), s.delegate(), plan);
-     }},
+     [](Screens &s, const QString &plan)
+         -> QObject * { return new DayViewController(s.delegate(), s.delegate(), plan); }},
     {"ThresholdController", "ThresholdPage.qml", false,
-     [](Screens &s, const QString &alert) -> QObject * {
-         bool ok = false;
-         const uint index = alert.toUInt(&ok);
-         return ok && index < 4 ? new ThresholdController(sharedOf(s).userPref(), index) : nullptr;
-     }},
+     [](Screens &s, const QString &alert) -> QObject
+                                              * {
+                                                  bool ok = false;
+                                                  const uint index = alert.toUInt(&ok);
+                                                  return ok && index < 4 ? new ThresholdController(
+                                                                               sharedOf(s).userPref(), index)
+                                                                         : nullptr;
+                                              }},
 };
 
 const Entry *entryFor(const QString &screen)
@@ -114,6 +159,35 @@ const Entry *entryFor(const QString &screen)
 }
 
 } // namespace
+
+void Screens::setSnapshot(const QImage &image, qreal pixelRatio)
+{
+    m_snapshot = image;
+    m_snapshotRatio = pixelRatio > 0 ? pixelRatio : 1;
+}
+
+bool Screens::showFile(const QString &path)
+{
+    return m_platform.shell && m_platform.shell->showFile(path);
+}
+
+void Screens::offerFile(const QString &path)
+{
+    if (!m_platform.shell)
+        return;
+    m_offered = path;
+    AlertValue a = DataUsageAppDelegate::alertControllerWithTitle(QString(), tr("Exported to %1").arg(path));
+    a.actions = {AlertAction{tr("Show in Files"), AlertAction::Default},
+                 AlertAction{tr("OK"), AlertAction::Cancel}};
+    emit ask(a.toMap());
+}
+
+void Screens::answer(int index)
+{
+    const QString path = std::exchange(m_offered, QString());
+    if (index == 0 && !path.isEmpty() && !showFile(path))
+        emit message(tr("No file manager opened %1.").arg(path));
+}
 
 QStringList Screens::screenNames()
 {

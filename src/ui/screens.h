@@ -1,10 +1,13 @@
 #pragma once
 
+#include <QImage>
 #include <QObject>
 #include <QtQml/qqmlregistration.h>
 
 class AlternateIcons;
+class DesktopShell;
 class MailComposer;
+class UserServiceManager;
 class DataUsageAppDelegate;
 class NewUIController;
 
@@ -19,18 +22,36 @@ class Screens : public QObject
     Q_PROPERTY(NewUIController *main READ main CONSTANT)
 
 public:
-    Screens(DataUsageAppDelegate &delegate, AlternateIcons *icons, MailComposer *mail = nullptr,
-            QObject *parent = nullptr);
+    // The desktop services the screens use; any may be missing (its rows are then disabled).
+    struct Platform
+    {
+        AlternateIcons *icons = nullptr;
+        MailComposer *mail = nullptr;
+        DesktopShell *shell = nullptr;
+        UserServiceManager *services = nullptr;
+    };
+
+    Screens(DataUsageAppDelegate &delegate, Platform platform, QObject *parent = nullptr);
     ~Screens() override;
 
     NewUIController *main() const { return m_main; }
     DataUsageAppDelegate &delegate() const { return m_delegate; }
-    AlternateIcons *icons() const { return m_icons; }
-    MailComposer *mail() const { return m_mail; }
+    const Platform &platform() const { return m_platform; }
+
+    // The picture of the main screen taken as the settings open, for sharing.
+    Q_INVOKABLE void setSnapshot(const QImage &image, qreal pixelRatio);
+    QImage snapshot() const { return m_snapshot; }
+    qreal snapshotPixelRatio() const { return m_snapshotRatio; }
+    // Shows a file in the file manager; false when there is none to ask.
+    Q_INVOKABLE bool showFile(const QString &path);
+    // Asks (through ask()) whether to show a file just written in the file manager; answer(0) does.
+    Q_INVOKABLE void offerFile(const QString &path);
+    Q_INVOKABLE void answer(int index);
 
     // A new controller for the named screen (its class name), for a plan (empty: the active one);
     // nothing for an unknown name. The caller owns it.
-    // `argument` is the plan for a plan's screen, the alert (0 to 3) for ThresholdController.
+    // `argument` is the plan for a plan's screen (for PlanController, empty makes a new plan), the
+    // alert (0 to 3) for ThresholdController.
     Q_INVOKABLE QObject *create(const QString &screen, const QString &argument = QString());
     // Whether create() can make that screen in this version.
     static bool canCreate(const QString &screen);
@@ -39,9 +60,15 @@ public:
     // The screens the screenshot run pictures on their own (in the order it takes them).
     static QStringList screenNames();
 
+signals:
+    void ask(const QVariantMap &question);
+    void message(const QString &text);
+
 private:
     DataUsageAppDelegate &m_delegate;
-    AlternateIcons *m_icons;
-    MailComposer *m_mail;
+    Platform m_platform;
+    QString m_offered;
+    QImage m_snapshot;
+    qreal m_snapshotRatio = 1;
     NewUIController *m_main;
 };

@@ -2,6 +2,7 @@
 
 #include "app/datausageappdelegate.h"
 #include "core/settingskeys.h"
+#include "core/sharedcode.h"
 #include "newuicontroller.h"
 #include "screens.h"
 
@@ -48,6 +49,7 @@ ScreenshotRun::ScreenshotRun(Screens &screens, QQuickWindow &window, QString fol
                                invoke("openScreen", screen);
                            }});
     }
+    addSettingsShots();
     const char *steps[] = {"intro", "billdate", "cap", "existing", "finish"};
     for (int step = 0; step < 5; ++step) {
         m_shots.push_back(
@@ -61,6 +63,82 @@ ScreenshotRun::ScreenshotRun(Screens &screens, QQuickWindow &window, QString fol
                  }
              }});
     }
+}
+
+// The plan screens and their editors, on screen one above the other as the user gets there. The
+// demo data has the active plan (monthly) and one N Days plan.
+void ScreenshotRun::addSettingsShots()
+{
+    auto open = [this](QStringList screens, std::function<void(const QString &other)> before = nullptr) {
+        return [this, screens, before] {
+            SharedCode &shared = m_screens.delegate().shared();
+            // The demo's other plan, found before the new-plan picture adds one more.
+            if (m_otherPlan.isEmpty()) {
+                for (const QString &id : shared.userPref().dictionaryForKey(Keys::PREF_ALL_PLANS).keys()) {
+                    if (id != shared.activePlanID())
+                        m_otherPlan = id;
+                }
+            }
+            const QString other = m_otherPlan;
+            if (before)
+                before(other);
+            invoke("closeAll");
+            for (const QString &screen : screens) {
+                const int colon = screen.indexOf(QLatin1Char(':'));
+                const QString name = colon < 0 ? screen : screen.left(colon);
+                QString argument = colon < 0 ? QString() : screen.mid(colon + 1);
+                if (argument == QLatin1StringView("active"))
+                    argument = shared.activePlanID();
+                else if (argument == QLatin1StringView("other"))
+                    argument = other;
+                invoke("openScreenWith", QVariantList{name, argument});
+            }
+        };
+    };
+    const QString plans = QStringLiteral("SelectPlanController");
+    m_shots.push_back({QStringLiteral("screen-plans.png"), open({plans})});
+    m_shots.push_back(
+        {QStringLiteral("screen-plan-active.png"), open({plans, QStringLiteral("PlanController:active")})});
+    m_shots.push_back(
+        {QStringLiteral("screen-plan-other.png"), open({plans, QStringLiteral("PlanController:other")})});
+    m_shots.push_back(
+        {QStringLiteral("screen-plan-new.png"), open({plans, QStringLiteral("PlanController:")})});
+    const std::pair<const char *, const char *> editors[] = {
+        {"label", "LabelController:active"},
+        {"plantype", "PlantypeController:active"},
+        {"plantype-ndays", "PlantypeController:other"},
+        {"billdate", "BilldateController:active"},
+        {"nday", "NDayController:other"},
+        {"date", "Picker2DateController:other"},
+        {"allow", "AllowController:active"},
+        {"tethering", "TetheringController:active"},
+    };
+    for (const auto &[file, screen] : editors)
+        m_shots.push_back({QStringLiteral("screen-%1.png").arg(QLatin1StringView(file)),
+                           open({QString::fromLatin1(screen)})});
+    auto rolloverOn = [this](const QString &) {
+        SharedCode &shared = m_screens.delegate().shared();
+        shared.setForPlan(QString(), Keys::PREF_ROLLOVER_ON, true);
+        shared.setForPlan(QString(), Keys::PREF_ROLLOVER_DISPLAY,
+                          QVariantList{QStringLiteral("1548"), qint64(0)});
+    };
+    m_shots.push_back({QStringLiteral("screen-rollover.png"),
+                       open({QStringLiteral("RolloverController:active")}, rolloverOn)});
+    m_shots.push_back({QStringLiteral("screen-rollover-amount.png"),
+                       open({QStringLiteral("RolloverAmountController:active")})});
+    // The early plan types: the other plan turned weekly.
+    auto weekly = [this](const QString &other) {
+        m_screens.delegate().shared().setForPlan(other, Keys::PREF_BILLTYPE, qint64(2));
+    };
+    m_shots.push_back({QStringLiteral("screen-plantype-legacy.png"),
+                       open({QStringLiteral("PlantypeController:other")}, weekly)});
+    m_shots.push_back({QStringLiteral("screen-week.png"), open({QStringLiteral("PickerWeekController")})});
+    m_shots.push_back({QStringLiteral("screen-share.png"),
+                       [this] {
+                           invoke("closeAll");
+                           invoke("openShare");
+                       },
+                       400});
 }
 
 void ScreenshotRun::setSetting(const QString &key, const QVariant &value)

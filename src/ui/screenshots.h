@@ -30,6 +30,7 @@ private:
         std::function<void()> prepare;
         int settleMs = 60;
     };
+    void addSettingsShots();
     void next();
     void setSetting(const QString &key, const QVariant &value);
     void invoke(const char *function, const QVariant &argument = QVariant());
@@ -41,6 +42,7 @@ private:
     QString m_folder;
     std::vector<Shot> m_shots;
     size_t m_at = 0;
+    QString m_otherPlan;
     QStringList m_written;
     std::function<void(const QStringList &, const QString &)> m_done;
 };

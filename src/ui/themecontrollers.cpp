@@ -216,39 +216,6 @@ bool IconController::store(int value)
     return false;
 }
 
-MenuController::MenuController(QString title, std::vector<Row> rows, QObject *parent)
-    : QObject(parent), m_title(std::move(title)), m_rows(std::move(rows)),
-      m_model(new ListModel(
-          {"section", "title", "detail", "opens", "enabled"}, [this] { return int(m_rows.size()); },
-          [this](int i, const QByteArray &role) -> QVariant {
-              const Row &r = m_rows[size_t(i)];
-              if (role == "section")
-                  return r.section;
-              if (role == "title")
-                  return r.title;
-              if (role == "detail")
-                  return r.detail;
-              if (role == "enabled")
-                  return r.enabled;
-              return r.opens;
-          },
-          this))
-{
-    m_model->reload();
-}
-
-void MenuController::setRows(std::vector<Row> rows)
-{
-    m_rows = std::move(rows);
-    m_model->reload();
-}
-
-void MenuController::tapRow(int row)
-{
-    if (row >= 0 && row < int(m_rows.size()) && m_rows[size_t(row)].enabled)
-        emit open(m_rows[size_t(row)].opens);
-}
-
 ThemeController::ThemeController(QObject *parent)
     : MenuController(tr("Theme"),
                      {{0, tr("Display"), QStringLiteral("DisplayController")},

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/listmodel.h"
+#include "menucontroller.h"
 
 #include <QFont>
 #include <QObject>
@@ -148,45 +149,6 @@ protected:
 
 private:
     AlternateIcons *m_icons;
-};
-
-// A menu of screens: rows in sections, each naming the screen it opens.
-class MenuController : public QObject
-{
-    Q_OBJECT
-    QML_ELEMENT
-    QML_UNCREATABLE("made by the app's screen factory")
-    Q_PROPERTY(QString title READ title CONSTANT)
-    // section, title, detail, opens, enabled
-    Q_PROPERTY(ListModel *rows READ rows CONSTANT)
-
-public:
-    struct Row
-    {
-        int section;
-        QString title;
-        QString opens;
-        QString detail = QString();
-        bool enabled = true;
-    };
-    QString title() const { return m_title; }
-    ListModel *rows() const { return m_model; }
-    const std::vector<Row> &menuRows() const { return m_rows; }
-    Q_INVOKABLE virtual void tapRow(int row);
-    // The menu comes (back) on screen.
-    Q_INVOKABLE virtual void viewWillAppear() {}
-
-signals:
-    void open(const QString &screen);
-
-protected:
-    MenuController(QString title, std::vector<Row> rows, QObject *parent);
-    void setRows(std::vector<Row> rows);
-
-private:
-    QString m_title;
-    std::vector<Row> m_rows;
-    ListModel *m_model;
 };
 
 // The theme menu. When it comes back on screen after one of its rows was opened it tells the main

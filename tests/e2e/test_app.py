@@ -45,13 +45,34 @@ class Screens(unittest.TestCase):
         self.assertEqual(files[0], "main.png")
         for name in ("display-minimal.png", "display-complete.png", "background-black.png", "forecast-over.png",
                      "theme-donkey-bounce.png", "picker-FontController.png", "picker-ColorsController.png",
-                     "setup-1-intro.png", "setup-5-finish.png"):
+                     "setup-1-intro.png", "setup-5-finish.png", "picker-ResetController.png",
+                     "picker-AboutController.png", "picker-AddController.png", "screen-plans.png",
+                     "screen-plan-other.png", "screen-plan-new.png", "screen-plantype-legacy.png", "screen-date.png",
+                     "screen-rollover.png", "screen-week.png", "screen-share.png"):
             self.assertIn(name, files)
+        # The shared picture is saved beside them, not in the user's picture folder.
+        self.assertTrue([f for f in os.listdir(shots) if f.startswith("Tallymo ") and f.endswith(".png")])
         for f in files:
             with open(os.path.join(shots, f), "rb") as png:
                 self.assertEqual(png.read(8), b"\x89PNG\r\n\x1a\n")
         # The states are pictured on a copy: the user's settings are as they were.
         self.assertEqual(open(os.path.join(demo, "group.zr.qxnext.plist"), "rb").read(), before)
+
+    def test_german_texts_in_german(self):
+        demo = os.path.join(self.c.root, "demo")
+        self.c.run("demo", demo)
+        texts = {}
+        for language in ("de", "en"):
+            p = subprocess.run([APP, "--screenshot", os.path.join(self.c.root, language), "--dump-main"],
+                               env=dict(self.env, TALLYMO_CONTAINER=demo, LANGUAGE=language,
+                                        LANG={"de": "de_DE", "en": "en_US"}[language] + ".UTF-8"),
+                               capture_output=True, text=True, timeout=60)
+            self.assertEqual(p.returncode, 0, p.stderr)
+            texts[language] = p.stdout
+        for german, english in (("Tage übrig", "days left"), ("verbraucht", "used"), ("Prognose", "forecast")):
+            self.assertIn(german, texts["de"])
+            self.assertIn(english, texts["en"])
+            self.assertNotIn(german, texts["en"])
 
     @unittest.skipUnless(shutil.which("xvfb-run"), "xvfb-run is not installed")
     def test_snow_is_drawn_with_opengl_under_a_display(self):

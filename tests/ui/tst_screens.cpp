@@ -44,7 +44,7 @@ struct App
                 delegate.readCurrentValues(c.get());
             });
         }
-        screens = std::make_unique<Screens>(delegate, nullptr);
+        screens = std::make_unique<Screens>(delegate, Screens::Platform{});
         screens->main()->setStillFrames(true);
         engine.addImportPath(QStringLiteral("qrc:/qt/qml"));
         engine.setInitialProperties({{QStringLiteral("screens"), QVariant::fromValue(screens.get())}});

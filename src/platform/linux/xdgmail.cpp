@@ -18,7 +18,8 @@ bool XdgMail::canSendMail()
            !query.readAllStandardOutput().trimmed().isEmpty();
 }
 
-bool XdgMail::compose(const QString &subject, const QString &file, const QString &attachmentName)
+bool XdgMail::compose(const QString &subject, const QString &body, const QString &file,
+                      const QString &attachmentName)
 {
     // The attachment is the user's usage history: it stays in the user's own folders.
     const QString dir = PrivateFiles::runtimeFolder() + QStringLiteral("/mail");
@@ -31,6 +32,9 @@ bool XdgMail::compose(const QString &subject, const QString &file, const QString
         !PrivateFiles::writeFile(attachment, source.readAll(), &error))
         return false;
     // xdg-email exits 3 when no program handles mailto.
-    return QProcess::execute(QStringLiteral("xdg-email"), {QStringLiteral("--subject"), subject,
-                                                           QStringLiteral("--attach"), attachment}) == 0;
+    QStringList arguments{QStringLiteral("--subject"), subject};
+    if (!body.isEmpty())
+        arguments << QStringLiteral("--body") << body;
+    arguments << QStringLiteral("--attach") << attachment;
+    return QProcess::execute(QStringLiteral("xdg-email"), arguments) == 0;
 }

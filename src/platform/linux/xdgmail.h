@@ -8,5 +8,6 @@ class XdgMail : public MailComposer
 {
 public:
     bool canSendMail() override;
-    bool compose(const QString &subject, const QString &file, const QString &attachmentName) override;
+    bool compose(const QString &subject, const QString &body, const QString &file,
+                 const QString &attachmentName) override;
 };

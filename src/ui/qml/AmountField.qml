@@ -6,6 +6,8 @@ import QtQuick.Layouts
 ColumnLayout {
     id: field
     required property var controller
+    // Enter in the field.
+    signal accepted()
     spacing: 10
 
     RowLayout {
@@ -24,6 +26,7 @@ ColumnLayout {
             // Shown with what is stored, all selected: typing replaces it.
             onVisibleChanged: if (visible) { forceActiveFocus(); selectAll() }
             Accessible.name: field.controller.title
+            onAccepted: field.accepted()
             onTextEdited: {
                 field.controller.text = text
                 if (text !== field.controller.text)

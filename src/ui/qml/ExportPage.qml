@@ -21,6 +21,7 @@ ScreenPage {
         target: page.controller
         function onLeave() { page.close() }
         function onAlert(message) { page.screens.main.showMessage(message) }
+        function onExported(path) { page.screens.offerFile(path) }
     }
 
     ListView {

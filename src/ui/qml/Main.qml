@@ -64,6 +64,19 @@ ApplicationWindow {
             openPage(screens.pageFor(name), { controller: controller }, animated)
     }
 
+    // A screen for a plan: [name, argument].
+    function openScreenWith(spec, animated) {
+        const controller = screens.create(spec[0], spec[1])
+        if (controller)
+            openPage(screens.pageFor(spec[0]), { controller: controller, argument: spec[1] }, animated)
+    }
+    // The share screen with a picture of the main screen as it is now.
+    function openShare() {
+        mainScreen.grabToImage((result) => {
+            window.screens.setSnapshot(result.image, Screen.devicePixelRatio)
+            window.openScreen("ShareScreenshot", false)
+        })
+    }
     function closeAll() {
         pages.clear(StackView.Immediate)
     }
@@ -80,6 +93,8 @@ ApplicationWindow {
         target: window.main
         // The settings list, and for a quick action the screen it asks for on top of it.
         function onShowSettingsRequested(push, animated) {
+            // The main screen as it is now, for the settings' Share Screenshot.
+            mainScreen.grabToImage((result) => window.screens.setSnapshot(result.image, Screen.devicePixelRatio))
             window.openScreen("SettingsNewController", animated && push === "")
             if (push !== "")
                 window.openScreen(push === "dataplan" ? "SelectPlanController" : "ThemeController", false)
@@ -95,6 +110,17 @@ ApplicationWindow {
             alert.value = value
             alert.open()
         }
+    }
+
+    Connections {
+        target: window.screens
+        function onAsk(question) { fileQuestion.ask(question) }
+        function onMessage(text) { window.main.showMessage(text) }
+    }
+    QuestionDialog {
+        id: fileQuestion
+        objectName: "fileQuestion"
+        onAnswered: (index) => window.screens.answer(index)
     }
 
     Loader {

@@ -7,7 +7,21 @@ ScreenPage {
     id: page
     required property var controller
     objectName: "plansPage"
-    header: PageHeader { title: page.controller.title; onBack: page.close() }
+    header: PageHeader {
+        title: page.controller.title
+        onBack: page.close()
+        ToolButton {
+            objectName: "addPlanButton"
+            anchors.right: parent.right
+            anchors.verticalCenter: parent.verticalCenter
+            text: "+"
+            font.pixelSize: 26
+            palette.buttonText: "#0a60d0"
+            Accessible.name: qsTr("Add Plan")
+            onClicked: page.openScreen("PlanController", "")
+        }
+    }
+    StackView.onActivating: page.controller.reload()
 
     Connections {
         target: page.controller
@@ -21,18 +35,60 @@ ScreenPage {
         anchors.topMargin: 20
         model: page.controller.plans
         focus: true
+        keyNavigationEnabled: true
+        // Enter switches to the plan, Space (or the info button) opens its details.
+        Keys.onReturnPressed: page.controller.tapRow(currentIndex)
+        Keys.onEnterPressed: page.controller.tapRow(currentIndex)
+        Keys.onSpacePressed: if (currentItem) page.openScreen("PlanController", currentItem.planID)
         delegate: ItemDelegate {
+            id: row
             required property int index
             required property var model
             readonly property string label: model.label
+            readonly property string planID: model.planID
             readonly property bool isChecked: model.checked
             width: list.width
             height: 48
-            background: Rectangle { color: parent.down ? "#e5e5ea" : "white" }
+            leftPadding: 16
+            rightPadding: 8
+            focusPolicy: Qt.NoFocus
+            highlighted: ListView.isCurrentItem && list.activeFocus
+            background: Rectangle { color: row.down || row.highlighted ? "#e5e5ea" : "white" }
+            Accessible.role: Accessible.CheckBox
+            Accessible.checkable: true
+            Accessible.checked: isChecked
             Accessible.name: label
             contentItem: Item {
-                Label { anchors.verticalCenter: parent.verticalCenter; text: label; font.pixelSize: 17; color: "#111111"; elide: Text.ElideRight; width: parent.width - 32 }
-                Label { anchors.right: parent.right; anchors.verticalCenter: parent.verticalCenter; visible: isChecked; text: "\u2713"; font.pixelSize: 20; color: "#0a60d0" }
+                Label {
+                    anchors.verticalCenter: parent.verticalCenter
+                    width: parent.width - 88
+                    text: row.label
+                    font.pixelSize: 17
+                    color: "#111111"
+                    elide: Text.ElideRight
+                }
+                Label {
+                    anchors.right: info.left
+                    anchors.rightMargin: 12
+                    anchors.verticalCenter: parent.verticalCenter
+                    visible: row.isChecked
+                    text: "\u2713"
+                    font.pixelSize: 20
+                    font.weight: Font.Bold
+                    color: "#0a60d0"
+                }
+                ToolButton {
+                    id: info
+                    objectName: "planDetails"
+                    anchors.right: parent.right
+                    anchors.verticalCenter: parent.verticalCenter
+                    text: "\u24D8"
+                    font.pixelSize: 22
+                    focusPolicy: Qt.NoFocus
+                    palette.buttonText: "#0a60d0"
+                    Accessible.name: qsTr("Plan Details") + ", " + row.label
+                    onClicked: page.openScreen("PlanController", row.planID)
+                }
             }
             onClicked: page.controller.tapRow(index)
         }

@@ -63,31 +63,11 @@ Page {
         }
         ColumnLayout {
             spacing: 8
-            Tumbler {
-                id: days
+            WheelPicker {
                 objectName: "billdayPicker"
+                controller: page.controller.billdate
                 Layout.alignment: Qt.AlignHCenter
                 Layout.preferredHeight: 200
-                model: page.controller.billdate.rows
-                currentIndex: page.controller.billdate.selectedRow
-                visibleItemCount: 5
-                wrap: false
-                focus: true
-                onVisibleChanged: if (visible) forceActiveFocus()
-                onCurrentIndexChanged: if (moving || activeFocus) page.controller.billdate.selectedRow = currentIndex
-                onMovingChanged: if (!moving) page.controller.billdate.selectedRow = currentIndex
-                delegate: Label {
-                    required property string modelData
-                    required property int index
-                    text: modelData
-                    font.pixelSize: 22
-                    horizontalAlignment: Text.AlignHCenter
-                    verticalAlignment: Text.AlignVCenter
-                    opacity: 1.0 - Math.abs(Tumbler.displacement) / (days.visibleItemCount / 2)
-                    color: "#111111"
-                }
-                Keys.onUpPressed: page.controller.billdate.selectedRow = Math.max(0, currentIndex - 1)
-                Keys.onDownPressed: page.controller.billdate.selectedRow = Math.min(30, currentIndex + 1)
             }
             Label {
                 Layout.fillWidth: true

@@ -1,0 +1,10 @@
+#!/usr/bin/env bash
+# Collects the texts of the app's screens and the services they show into the translation files
+# (i18n/*.ts), keeping every translation already made. Translate with Qt Linguist
+# (`linguist i18n/tallymo_de.ts`); the build compiles the files into the app.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+lupdate=$(command -v lupdate || echo /usr/lib/qt6/bin/lupdate)
+"$lupdate" -locations relative -no-obsolete -extensions cpp,h,qml \
+    src/core src/plans src/sharing src/app src/history src/map src/network src/day src/ui src/platform \
+    -ts i18n/tallymo_de.ts i18n/tallymo_en.ts

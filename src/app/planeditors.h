@@ -1,0 +1,106 @@
+#pragma once
+
+#include "plancontrollers.h"
+
+#include <QDate>
+
+// The number of days of an N Days plan's period: 180 rows, 1 to 180.
+class NDayController : public RowPickerController
+{
+    Q_OBJECT
+public:
+    NDayController(SharedCode &shared, const QString &plan, QObject *parent = nullptr);
+
+protected:
+    void store(int row) override;
+
+private:
+    SharedCode &m_shared;
+    QString m_plan;
+};
+
+// The weekday a weekly period begins: the locale's weekday names, Sunday first. The choice is
+// shared by every plan.
+class PickerWeekController : public RowPickerController
+{
+    Q_OBJECT
+public:
+    explicit PickerWeekController(SharedCode &shared, QObject *parent = nullptr);
+    // "Every Monday".
+    QString summary() const override;
+    // The locale's standalone weekday names, Sunday first.
+    static QStringList weekdayNames();
+
+protected:
+    void store(int row) override;
+
+private:
+    SharedCode &m_shared;
+};
+
+// The first day of a 30 Days, 28 Days or N Days period: a date no later than today, stored (at its
+// local midnight) on every change. The month on show moves in whole months and never past today's.
+class Picker2DateController : public QObject
+{
+    Q_OBJECT
+    Q_PROPERTY(QString title READ title CONSTANT)
+    Q_PROPERTY(QString footer READ footer CONSTANT)
+    Q_PROPERTY(QDate date READ date WRITE setDate NOTIFY dateChanged)
+    Q_PROPERTY(QDate maximumDate READ maximumDate CONSTANT)
+    Q_PROPERTY(int shownYear READ shownYear NOTIFY shownMonthChanged)
+    Q_PROPERTY(int shownMonth READ shownMonth NOTIFY shownMonthChanged)
+    Q_PROPERTY(QString shownMonthTitle READ shownMonthTitle NOTIFY shownMonthChanged)
+    Q_PROPERTY(bool canShowNextMonth READ canShowNextMonth NOTIFY shownMonthChanged)
+
+public:
+    Picker2DateController(SharedCode &shared, const QString &plan, QObject *parent = nullptr);
+
+    QString title() const { return tr("Start Date"); }
+    QString footer() const
+    {
+        return tr("Pick your bill cycle start date. This is the first day of your billing period.");
+    }
+    QDate date() const { return m_date; }
+    QDate maximumDate() const { return m_max; }
+    // A date after today becomes today; an invalid one is ignored.
+    void setDate(QDate date);
+    Q_INVOKABLE bool isSelectable(QDate date) const { return date.isValid() && date <= m_max; }
+    Q_INVOKABLE bool isChosen(QDate date) const { return date == m_date; }
+    // The date `days` away from the chosen one, for the arrow keys (kept within the selectable dates).
+    Q_INVOKABLE void moveBy(int days);
+
+    int shownYear() const { return m_shown.year(); }
+    // 0 = January, as the calendar grid counts.
+    int shownMonth() const { return m_shown.month() - 1; }
+    QString shownMonthTitle() const;
+    bool canShowNextMonth() const { return m_shown.addMonths(1) <= m_max; }
+    Q_INVOKABLE void showPreviousMonth();
+    Q_INVOKABLE void showNextMonth();
+
+signals:
+    void dateChanged();
+    void shownMonthChanged();
+
+private:
+    void show(QDate month);
+    SharedCode &m_shared;
+    QString m_plan;
+    QDate m_max;
+    QDate m_date;
+    QDate m_shown; // the first of the month on show
+};
+
+// The rollover carried into the current period, typed by hand; stored when the screen closes for
+// any amount from 0.
+class RolloverAmountController : public ByteController
+{
+    Q_OBJECT
+public:
+    RolloverAmountController(SharedCode &shared, const QString &plan, QObject *parent = nullptr);
+    // False (and nothing stored) when the amount is not a rollover amount.
+    Q_INVOKABLE bool close();
+
+private:
+    SharedCode &m_shared;
+    QString m_plan;
+};

@@ -1,0 +1,115 @@
+import QtQuick
+import QtQuick.Controls
+import QtQuick.Layouts
+import Tallymo
+
+// The first day of a period: a month of days, none after today; the arrow keys move the day,
+// Page Up and Page Down the month.
+ScreenPage {
+    id: page
+    required property var controller
+    objectName: "datePage"
+    header: PageHeader { title: page.controller.title; onBack: page.close() }
+
+    ColumnLayout {
+        anchors.fill: parent
+        anchors.topMargin: 20
+        anchors.leftMargin: 12
+        anchors.rightMargin: 12
+        spacing: 8
+        focus: true
+        Keys.onLeftPressed: page.controller.moveBy(-1)
+        Keys.onRightPressed: page.controller.moveBy(1)
+        Keys.onUpPressed: page.controller.moveBy(-7)
+        Keys.onDownPressed: page.controller.moveBy(7)
+        Keys.onPressed: (event) => {
+            if (event.key === Qt.Key_PageUp) { page.controller.showPreviousMonth(); event.accepted = true }
+            else if (event.key === Qt.Key_PageDown) { page.controller.showNextMonth(); event.accepted = true }
+        }
+        Accessible.role: Accessible.Table
+        Accessible.name: page.controller.title
+        Accessible.description: page.controller.date.toLocaleDateString(Qt.locale(), Locale.LongFormat)
+
+        RowLayout {
+            Layout.fillWidth: true
+            ToolButton {
+                objectName: "previousMonth"
+                text: "\u2039"
+                font.pixelSize: 24
+                focusPolicy: Qt.NoFocus
+                Accessible.name: qsTr("Previous Month")
+                onClicked: page.controller.showPreviousMonth()
+            }
+            Label {
+                objectName: "monthTitle"
+                Layout.fillWidth: true
+                horizontalAlignment: Text.AlignHCenter
+                text: page.controller.shownMonthTitle
+                font.pixelSize: 17
+                font.weight: Font.DemiBold
+                color: "#111111"
+            }
+            ToolButton {
+                objectName: "nextMonth"
+                text: "\u203A"
+                font.pixelSize: 24
+                focusPolicy: Qt.NoFocus
+                enabled: page.controller.canShowNextMonth
+                Accessible.name: qsTr("Next Month")
+                onClicked: page.controller.showNextMonth()
+            }
+        }
+        DayOfWeekRow {
+            Layout.fillWidth: true
+            locale: grid.locale
+            delegate: Label {
+                required property string shortName
+                text: shortName
+                horizontalAlignment: Text.AlignHCenter
+                font.pixelSize: 13
+                color: "#6d6d72"
+            }
+        }
+        MonthGrid {
+            id: grid
+            objectName: "monthGrid"
+            Layout.fillWidth: true
+            month: page.controller.shownMonth
+            year: page.controller.shownYear
+            locale: Qt.locale()
+            delegate: Label {
+                id: day
+                required property var model
+                readonly property bool chosen: page.controller.date, page.controller.isChosen(model.date)
+                readonly property bool selectable: page.controller.isSelectable(model.date)
+                text: model.day
+                horizontalAlignment: Text.AlignHCenter
+                verticalAlignment: Text.AlignVCenter
+                height: 40
+                font.pixelSize: 17
+                font.weight: chosen ? Font.Bold : Font.Normal
+                opacity: model.month === grid.month ? 1 : 0.35
+                color: chosen ? "white" : selectable ? "#111111" : "#b0b0b5"
+                background: Rectangle {
+                    visible: day.chosen
+                    anchors.centerIn: parent
+                    width: 36
+                    height: 36
+                    radius: 18
+                    color: "#0a60d0"
+                }
+            }
+            onClicked: (date) => page.controller.date = date
+        }
+        Label {
+            Layout.fillWidth: true
+            leftPadding: 4
+            rightPadding: 4
+            wrapMode: Text.Wrap
+            text: page.controller.footer
+            font.pixelSize: 13
+            color: "#6d6d72"
+        }
+        Item { Layout.fillHeight: true }
+    }
+}

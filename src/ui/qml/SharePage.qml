@@ -1,0 +1,47 @@
+import QtQuick
+import QtQuick.Controls
+import Tallymo
+
+// The main screen's picture, saved in the picture folder, and what can be done with it.
+ScreenPage {
+    id: page
+    required property var controller
+    objectName: "sharePage"
+    header: PageHeader { title: page.controller.title; onBack: page.close() }
+
+    Connections {
+        target: page.controller
+        function onMessage(text) { page.say(text) }
+    }
+
+    ListView {
+        id: list
+        objectName: "rows"
+        anchors.fill: parent
+        model: page.controller.rows
+        focus: true
+        keyNavigationEnabled: true
+        Keys.onReturnPressed: if (currentItem) currentItem.activate()
+        Keys.onEnterPressed: if (currentItem) currentItem.activate()
+        header: Item {
+            width: list.width
+            height: preview.visible ? Math.min(list.height * 0.55, 420) + 32 : 28
+            Image {
+                id: preview
+                objectName: "preview"
+                anchors.centerIn: parent
+                height: parent.height - 32
+                width: parent.width - 32
+                visible: page.controller.imageUrl.toString() !== ""
+                source: page.controller.imageUrl
+                fillMode: Image.PreserveAspectFit
+                asynchronous: true
+                Accessible.role: Accessible.Graphic
+                Accessible.name: qsTr("Screenshot")
+            }
+        }
+        delegate: TableRow {
+            onTapped: page.controller.tapRow(index)
+        }
+    }
+}

@@ -1,0 +1,43 @@
+import QtQuick
+import QtQuick.Controls
+import QtQuick.Layouts
+import Tallymo
+
+// A picker screen: the bill day, N, the weekday. The choice is stored as it is made.
+ScreenPage {
+    id: page
+    required property var controller
+    objectName: "wheelPage"
+    header: PageHeader { title: page.controller.title; onBack: page.close() }
+
+    ColumnLayout {
+        anchors.fill: parent
+        anchors.topMargin: 20
+        spacing: 8
+        Label {
+            objectName: "summary"
+            Layout.fillWidth: true
+            visible: text !== ""
+            leftPadding: 16
+            text: page.controller.summary
+            font.pixelSize: 17
+            color: "#111111"
+        }
+        WheelPicker {
+            controller: page.controller
+            Layout.alignment: Qt.AlignHCenter
+            Layout.preferredHeight: 200
+            Layout.preferredWidth: 240
+        }
+        Label {
+            Layout.fillWidth: true
+            leftPadding: 16
+            rightPadding: 16
+            wrapMode: Text.Wrap
+            text: page.controller.footer
+            font.pixelSize: 13
+            color: "#6d6d72"
+        }
+        Item { Layout.fillHeight: true }
+    }
+}
