@@ -47,6 +47,7 @@ ScreenPage {
             readonly property string label: model.label
             readonly property string planID: model.planID
             readonly property bool isChecked: model.checked
+            objectName: "planRow" + index
             width: list.width
             height: 48
             leftPadding: 16
