@@ -106,6 +106,25 @@ struct App
             QTest::keyClick(window, *c);
     }
     int pages() const { return item("pages") ? item("pages")->property("depth").toInt() : -1; }
+    // The screen on top, once any push or pop has finished.
+    QQuickItem *top() const
+    {
+        QQuickItem *pages = item("pages");
+        return pages->property("busy").toBool() ? nullptr
+                                                : pages->property("currentItem").value<QQuickItem *>();
+    }
+    QString topName() const { return top() ? top()->objectName() : QString(); }
+    void key(Qt::Key k, int times = 1)
+    {
+        for (int i = 0; i < times; ++i)
+            QTest::keyClick(window, k);
+        QTest::qWait(30);
+    }
+    void open(const QString &screen, const QString &argument)
+    {
+        const QVariant spec = QVariantList{screen, argument};
+        QMetaObject::invokeMethod(window, "openScreenWith", Q_ARG(QVariant, spec), Q_ARG(QVariant, false));
+    }
 
     TestContainer container;
     std::unique_ptr<SharedCode> shared;
@@ -187,6 +206,151 @@ private slots:
             QStringLiteral("SHORTCUTS_DATAPLAN")); // settings, then the plans
         QCOMPARE(app.pages(), 2);
         QVERIFY(app.item("plansPage"));
+        QCOMPARE(g_warnings, QStringList());
+    }
+
+    // Every settings screen loads without a warning under its controller's title, its list showing
+    // the controller's rows.
+    void settingsScreensShowTheirControllers_data()
+    {
+        QTest::addColumn<QString>("screen");
+        QTest::addColumn<QString>("argument"); // "active": the active plan
+        QTest::addColumn<QString>("title");
+        QTest::addColumn<int>("rows"); // rows of the screen's list; -1: no list
+        QTest::newRow("plans") << "SelectPlanController"
+                               << ""
+                               << "Select Plan" << 1;
+        QTest::newRow("plan") << "PlanController"
+                              << "active"
+                              << "Plan Details" << 8;
+        QTest::newRow("new plan") << "PlanController"
+                                  << ""
+                                  << "New Plan" << 4;
+        QTest::newRow("label") << "LabelController"
+                               << "active"
+                               << "Label" << -1;
+        QTest::newRow("plan type") << "PlantypeController"
+                                   << "active"
+                                   << "Plan Type" << 2;
+        QTest::newRow("bill day") << "BilldateController"
+                                  << "active"
+                                  << "Start Date" << -1;
+        QTest::newRow("N") << "NDayController"
+                           << "active"
+                           << "N" << -1;
+        QTest::newRow("weekday") << "PickerWeekController"
+                                 << ""
+                                 << "Start Date" << -1;
+        QTest::newRow("start date") << "Picker2DateController"
+                                    << "active"
+                                    << "Start Date" << -1;
+        QTest::newRow("cap") << "AllowController"
+                             << "active"
+                             << "Data Cap" << -1;
+        QTest::newRow("rollover") << "RolloverController"
+                                  << "active"
+                                  << "Rollover Data" << 1;
+        QTest::newRow("rollover amount") << "RolloverAmountController"
+                                         << "active"
+                                         << "Rollover Amount" << -1;
+        QTest::newRow("tethering") << "TetheringController"
+                                   << "active"
+                                   << "Tethering" << 1;
+        QTest::newRow("advanced") << "ResetController"
+                                  << ""
+                                  << "Advanced" << 6;
+        QTest::newRow("add usage") << "AddController"
+                                   << ""
+                                   << "Add Usage" << -1;
+        QTest::newRow("about") << "AboutController"
+                               << ""
+                               << "About" << 3;
+        QTest::newRow("share") << "ShareScreenshot"
+                               << ""
+                               << "Share Screenshot" << 3;
+    }
+    void settingsScreensShowTheirControllers()
+    {
+        QFETCH(QString, screen);
+        QFETCH(QString, argument);
+        QFETCH(QString, title);
+        QFETCH(int, rows);
+        App app(true);
+        QVERIFY(app.window);
+        app.open(screen, argument == QLatin1StringView("active") ? app.shared->activePlanID() : argument);
+        QTRY_COMPARE(app.pages(), 1);
+        QTRY_VERIFY(app.top());
+        QQuickItem *page = app.top();
+        QVERIFY(page);
+        QCOMPARE(page->property("controller").value<QObject *>()->property("title").toString(), title);
+        QObject *header = page->property("header").value<QObject *>();
+        QCOMPARE(header->property("title").toString(), title);
+        if (rows >= 0) {
+            QQuickItem *list = nullptr;
+            std::function<void(QQuickItem *)> find = [&](QQuickItem *i) {
+                if (i->objectName() == QLatin1StringView("rows") || i->inherits("QQuickListView"))
+                    list = list ? list : i;
+                for (QQuickItem *c : i->childItems())
+                    find(c);
+            };
+            find(page);
+            QVERIFY(list);
+            QCOMPARE(list->property("count").toInt(), rows);
+        }
+        QTest::keyClick(app.window, Qt::Key_Escape);
+        QTRY_COMPARE(app.pages(), 0);
+        QCOMPARE(g_warnings, QStringList());
+    }
+
+    // Without a mouse: the settings by the arrow key, Advanced by Down and Enter, the reset by
+    // Enter on its question.
+    void resettingByKeyboard()
+    {
+        App app(true);
+        QVERIFY(app.window);
+        QCOMPARE(app.delegate.values().monthCell, 50 * 1048576.0);
+        app.key(Qt::Key_Left);
+        QCOMPARE(app.pages(), 1);
+        QTRY_VERIFY(app.top());
+        app.key(Qt::Key_Down);
+        app.key(Qt::Key_Return);
+        QTRY_COMPARE(app.pages(), 2);
+        QTRY_COMPARE(app.topName(), QStringLiteral("menuPage"));
+        app.key(Qt::Key_Down, 5);
+        app.key(Qt::Key_Return);
+        QTRY_VERIFY(app.item("answer0") && app.item("answer0")->isVisible());
+        app.key(Qt::Key_Return); // the first answer: Reset Current Statistics
+        QTRY_COMPARE(app.pages(), 1);
+        QTRY_COMPARE(app.delegate.values().monthCell, 0.0);
+        app.key(Qt::Key_Escape);
+        QTRY_COMPARE(app.pages(), 0);
+        QCOMPARE(g_warnings, QStringList());
+    }
+
+    // A new plan cancelled leaves the plans as they were; a label typed is kept on the way back.
+    void plansByInput()
+    {
+        App app(true);
+        QVERIFY(app.window);
+        const QVariantMap before = app.shared->userPref().dictionaryForKey(Keys::PREF_ALL_PLANS);
+        app.screens->main()->handleShortcuts(QStringLiteral("SHORTCUTS_DATAPLAN"));
+        QTRY_COMPARE(app.topName(), QStringLiteral("plansPage"));
+        QVERIFY(app.click("addPlanButton"));
+        QTRY_COMPARE(app.topName(), QStringLiteral("planPage"));
+        QCOMPARE(app.shared->userPref().dictionaryForKey(Keys::PREF_ALL_PLANS).size(), before.size() + 1);
+        QVERIFY(app.click("backButton")); // Cancel
+        QTRY_COMPARE(app.topName(), QStringLiteral("plansPage"));
+        QCOMPARE(app.shared->userPref().dictionaryForKey(Keys::PREF_ALL_PLANS), before);
+
+        QVERIFY(app.click("planDetails"));
+        QTRY_COMPARE(app.topName(), QStringLiteral("planPage"));
+        app.key(Qt::Key_Return); // Label
+        QTRY_COMPARE(app.topName(), QStringLiteral("labelPage"));
+        QTRY_VERIFY(app.item("labelField")->hasActiveFocus());
+        app.type("Work");
+        app.key(Qt::Key_Escape);
+        QTRY_COMPARE(app.topName(), QStringLiteral("planPage"));
+        QCOMPARE(app.shared->getForPlan(QString(), Keys::PREF_PLAN_LABEL).toString(), QStringLiteral("Work"));
         QCOMPARE(g_warnings, QStringList());
     }
 
