@@ -162,8 +162,6 @@ int main(int argc, char **argv)
                      qPrintable(moduleErrors));
     }
     delegate.setServices(DataUsageAppDelegate::Services::from(desktop.get(), &tasks));
-    // The history opens as a page of the window when the main screen asks for it.
-    delegate.presentHistory = [](const QString &, QObject *, bool) {};
 
     LinuxAlternateIcons icons;
     icons.changed = [](const QString &name) { QGuiApplication::setWindowIcon(iconFor(name)); };

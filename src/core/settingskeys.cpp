@@ -53,6 +53,7 @@ const QList<Key> &all()
         PREF_NET_LASTCONN_BOOT,
         PREF_WATCH_COMP_STATE,
         PREF_GEO_HIDE_HINT,
+        PREF_MAP_TILE_URL,
         PREF_V7_GEO,
         PREF_V7_BADGE,
         PREF_TIP_APPSWITCHER,

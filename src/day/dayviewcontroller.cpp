@@ -18,7 +18,8 @@ DayViewController::DayViewController(PlanStores &stores, HostNames &hostNames, c
       m_queueHours(std::make_shared<ChartBuckets>())
 {
     const qint64 stored = stores.shared().userPref().integerForKey(Keys::PREF_DAYVIEW_TYPE);
-    m_active = stored == 1 ? 1 : 0;
+    // 0 the hour chart, 1 the map, 2 the addresses; anything else shows the hour chart.
+    m_active = stored == 1 || stored == 2 ? int(stored) : 0;
     compute();
 }
 
@@ -46,7 +47,7 @@ QObject *DayViewController::child(int index)
 
 void DayViewController::setSegment(int index)
 {
-    if (index != 0 && index != 1)
+    if (index < 0 || index > 2)
         return;
     m_active = index;
     m_stores.shared().userPref().setValue(Keys::PREF_DAYVIEW_TYPE, index);
@@ -61,13 +62,16 @@ void DayViewController::reloadWithDate(const QDateTime &date)
     if (day == m_day)
         return;
     m_day = day;
-    for (QPointer<QObject> &c : m_children) {
-        delete c.data();
-        c = nullptr;
-    }
+    // The old day's pages go once the views hold the new day's, so no view reads a deleted one.
+    std::array<QPointer<QObject>, 3> old;
+    std::swap(old, m_children);
     compute();
     child(m_active);
     emit activeChanged();
+    for (QPointer<QObject> &c : old) {
+        if (c)
+            c->deleteLater();
+    }
 }
 
 bool DayViewController::swipe(Swipe direction)
@@ -108,6 +112,7 @@ void DayViewController::compute()
     m_hours.clear();
     m_usage.clear();
     const quint64 generation = ++m_generation;
+    emit loaded(); // the new day's title, and busy until its hours are in
     if (!m_context) {
         m_busy = false;
         emit loaded();

@@ -17,6 +17,12 @@ class DayViewController : public QObject, public DayValue
     Q_PROPERTY(QString title READ title NOTIFY loaded)
     Q_PROPERTY(int activeIndex READ activeIndex NOTIFY activeChanged)
     Q_PROPERTY(QObject *activeController READ activeController NOTIFY activeChanged)
+    Q_PROPERTY(bool busy READ busy NOTIFY loaded)
+    Q_PROPERTY(bool noUsage READ noUsage NOTIFY loaded)
+    // The day's totals (lists of TextRun).
+    Q_PROPERTY(QVariantList usageLine READ usageLine NOTIFY loaded)
+    // The segmented control: the hour chart, the map, the addresses.
+    Q_PROPERTY(QStringList segments READ segments CONSTANT)
 
 public:
     DayViewController(PlanStores &stores, HostNames &hostNames, const QString &plan,
@@ -27,6 +33,8 @@ public:
     QDateTime thisDay() const override { return m_day; }
     QString title() const;
     StyledText usageLabel() const { return m_usage; }
+    QVariantList usageLine() const { return runsForView(m_usage); }
+    QStringList segments() const { return {tr("Time"), tr("Map"), tr("Network")}; }
     ChartBuckets dataForAllHours() const override { return m_hours; }
     bool busy() const { return m_busy; }
     bool noUsage() const { return !m_busy && m_hours.isEmpty(); }
@@ -35,17 +43,18 @@ public:
     // The child in a slot (0 the hour list, 1 the map, 2 the addresses), made on first use.
     QObject *child(int index);
     QObject *activeController() { return child(m_active); }
-    // The segmented control: show that child and remember the choice.
-    void setSegment(int index);
+    // The segmented control: show that child and remember the choice (0, 1 or 2).
+    Q_INVOKABLE void setSegment(int index);
 
     // Another day: both children are thrown away and the shown one remade.
     void reloadWithDate(const QDateTime &date);
     // A swipe to the left shows the next day, to the right the previous; ignored while sliding.
     enum Swipe { Left, Right };
-    bool swipe(Swipe direction);
-    void slideFinished() { m_sliding = false; }
+    Q_ENUM(Swipe)
+    Q_INVOKABLE bool swipe(Swipe direction);
+    Q_INVOKABLE void slideFinished() { m_sliding = false; }
     // The back control: the periods view for a daily plan, else the period view; made once.
-    TimeChartViewController *cycleController();
+    Q_INVOKABLE TimeChartViewController *cycleController();
 
     // The day's store (the plan's context) and the end of the day, for the day's pages.
     std::shared_ptr<StoreContext> storeContext() const override { return m_context; }

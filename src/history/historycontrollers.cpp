@@ -48,6 +48,19 @@ StyledText TimeChartViewController::getMBString(double bytes)
     return {TextRun{a.number, TextRun::Number}, TextRun{a.unit, TextRun::Unit}};
 }
 
+QVariantMap TimeChartViewController::layoutRow(double width, double cellPercent, double wifiPercent)
+{
+    const History::RowLayout l = History::rowLayout(width, cellPercent, wifiPercent);
+    return {{QStringLiteral("cellAmountX"), l.cellAmountX}, {QStringLiteral("wifiAmountX"), l.wifiAmountX},
+            {QStringLiteral("cellBarX"), l.cellBarX},       {QStringLiteral("cellBarWidth"), l.cellBarWidth},
+            {QStringLiteral("wifiBarX"), l.wifiBarX},       {QStringLiteral("wifiBarWidth"), l.wifiBarWidth}};
+}
+
+bool TimeChartViewController::pullCloses(bool tracking, double contentOffsetY)
+{
+    return DayChildHelper::dismissScrollViewGesture(tracking, contentOffsetY);
+}
+
 ChartRow TimeChartViewController::row(int index) const
 {
     ChartRow r;
@@ -175,8 +188,10 @@ MultiCyclesController *CycleViewController::multiCycleController()
 
 void CycleViewController::tapRow(int row)
 {
-    if (row >= 0 && row < m_keys.size())
-        emit daySelected(m_keys.at(row));
+    if (row < 0 || row >= m_keys.size())
+        return;
+    emit daySelected(m_keys.at(row));
+    emit chosen();
 }
 
 TimeChartViewController::BucketsJob CycleViewController::bucketsJob() const
@@ -214,8 +229,10 @@ MultiCyclesController::MultiCyclesController(PlanStores &stores, const QString &
 
 void MultiCyclesController::tapRow(int row)
 {
-    if (row >= 0 && row < m_keys.size())
-        emit periodSelected(m_keys.at(row));
+    if (row < 0 || row >= m_keys.size())
+        return;
+    emit periodSelected(m_keys.at(row));
+    emit chosen();
 }
 
 TimeChartViewController::BucketsJob MultiCyclesController::bucketsJob() const

@@ -50,6 +50,9 @@ class TimeChartViewController : public QObject
     Q_PROPERTY(bool showSubLabel READ showSubLabel CONSTANT)
     Q_PROPERTY(bool isSelectable READ isSelectable CONSTANT)
     Q_PROPERTY(double headerHeight READ headerHeight NOTIFY loaded)
+    Q_PROPERTY(QString title READ title NOTIFY loaded)
+    // The totals line over the rows (lists of TextRun), where the screen has one.
+    Q_PROPERTY(QVariantList usageLine READ usageLine NOTIFY loaded)
 
 public:
     ~TimeChartViewController() override;
@@ -78,7 +81,16 @@ public:
     virtual QString periodLabel() const { return QString(); }
     double headerHeight() const { return periodLabel().isEmpty() ? 1 : 30; }
     // The text "No Usage" shown in place of an empty list.
-    static QString noUsageText();
+    Q_INVOKABLE static QString noUsageText();
+    virtual QString title() const { return QString(); }
+    virtual QVariantList usageLine() const { return {}; }
+    // A row's places for a row width: cellAmountX, wifiAmountX, cellBarX, cellBarWidth, wifiBarX,
+    // wifiBarWidth (bar fractions below 0 draw no bar).
+    Q_INVOKABLE static QVariantMap layoutRow(double width, double cellPercent, double wifiPercent);
+    // Whether a pull of the list (its vertical offset, the finger still on it) closes the history.
+    Q_INVOKABLE static bool pullCloses(bool tracking, double contentOffsetY);
+    // A tapped row: the day or period it stands for is shown below and this view goes (chosen()).
+    Q_INVOKABLE virtual void tapRow(int row) { Q_UNUSED(row); }
     static StyledText getMBString(double bytes);
 
     // Recompute from the store.
@@ -86,6 +98,8 @@ public:
 
 signals:
     void loaded();
+    // A row was chosen: the view below shows it; this one closes.
+    void chosen();
 
 protected:
     TimeChartViewController(PlanStores &stores, const QString &plan, const QString &mainPattern,
@@ -140,21 +154,21 @@ class MultiCyclesController;
 class CycleViewController : public TimeChartViewController
 {
     Q_OBJECT
-    Q_PROPERTY(QString title READ title NOTIFY loaded)
 public:
     CycleViewController(PlanStores &stores, const QString &plan, const QDateTime &date,
                         QObject *parent = nullptr);
     QDateTime cycleStartDate() const { return m_start; }
     QDateTime cycleEndDate() const { return m_end; }
-    QString title() const;
+    QString title() const override;
     StyledText usageLabel() const { return m_usage; }
+    QVariantList usageLine() const override { return runsForView(m_usage); }
     QString periodLabel() const override;
     // Show the period containing `date`; nothing when it is the date shown.
     void reloadWithDate(const QDateTime &date);
     // The periods view, made once and kept.
-    MultiCyclesController *multiCycleController();
+    Q_INVOKABLE MultiCyclesController *multiCycleController();
     // A day tapped: the day view below shows it and this view goes away.
-    void tapRow(int row);
+    void tapRow(int row) override;
 
 signals:
     void daySelected(const QDateTime &day);
@@ -176,9 +190,9 @@ class MultiCyclesController : public TimeChartViewController
 public:
     MultiCyclesController(PlanStores &stores, const QString &plan, QObject *parent = nullptr);
     int planType() const { return m_planType; }
-    QString title() const { return tr("Bill Cycles"); }
+    QString title() const override { return tr("Bill Cycles"); }
     QDateTime periodEnd(const QDateTime &start) const;
-    void tapRow(int row);
+    void tapRow(int row) override;
 
 signals:
     void periodSelected(const QDateTime &start);

@@ -1,5 +1,7 @@
 #include "mapviewcontroller.h"
+
 #include "core/localtime.h"
+#include <cmath>
 
 #include "core/settingskeys.h"
 #include "core/sharedcode.h"
@@ -145,6 +147,38 @@ void MapViewController::showPinsForHour(int page, bool animated)
         emit pageShown();
     }
     emit setVisibleMapRect(m_fitted, animated);
+}
+
+QString MapViewController::tileUrlTemplate() const
+{
+    const QString stored = m_stores.shared().userPref().stringForKey(Keys::PREF_MAP_TILE_URL);
+    return stored.isEmpty() ? QStringLiteral("https://tile.openstreetmap.org/{z}/{x}/{y}.png") : stored;
+}
+
+void MapViewController::setViewSize(double width, double height)
+{
+    if (!(width > 0 && height > 0) || (width == viewWidth && height == viewHeight))
+        return;
+    viewWidth = width;
+    viewHeight = height;
+    if (m_page < 0)
+        return;
+    const MapPlaces::Fit fit = MapPlaces::fitPage(dataForAll.value(hourKeys.at(m_page)), m_page);
+    m_fitted = mapRectThatFits(fit.rect, MapPlaces::kPadding, viewWidth, viewHeight);
+    emit pageShown();
+    emit setVisibleMapRect(m_fitted, false);
+}
+
+QPointF MapViewController::pinPosition(int pin, double width, double height) const
+{
+    if (pin < 0 || pin >= m_pins.size() || !(m_fitted.size.width > 0) || !(m_fitted.size.height > 0))
+        return QPointF(-1, -1);
+    MKMapPoint p = MKMapPointForCoordinate(m_pins.at(pin).coordinate);
+    // A rectangle across the 180th meridian reaches past the world's east edge.
+    if (p.x < m_fitted.minX())
+        p.x += MKMapSizeWorld.width;
+    return QPointF((p.x - m_fitted.minX()) / m_fitted.size.width * width,
+                   (p.y - m_fitted.minY()) / m_fitted.size.height * height);
 }
 
 void MapViewController::updatePinsForScroll(double contentOffsetX, double stripWidth)

@@ -9,6 +9,9 @@
 #include <QList>
 #include <QMap>
 #include <QObject>
+#include <QPointF>
+#include <QRectF>
+#include <QVariantList>
 
 struct PlaceSums;
 
@@ -58,6 +61,12 @@ class MapViewController : public QObject
     Q_PROPERTY(int currentPage READ currentPage NOTIFY pageShown)
     Q_PROPERTY(ListModel *cards READ cards CONSTANT)
     Q_PROPERTY(ListModel *shownPins READ shownPins CONSTANT)
+    Q_PROPERTY(bool hasData READ hasData NOTIFY loaded)
+    Q_PROPERTY(QString noDataText READ noDataText NOTIFY loaded)
+    // The map points on show for the page (x, y, width, height), as fitted to the view.
+    Q_PROPERTY(QRectF visibleMapRect READ visibleMapRect NOTIFY pageShown)
+    // Where the map's raster tiles come from: {z}, {x} and {y} stand for the tile.
+    Q_PROPERTY(QString tileUrlTemplate READ tileUrlTemplate CONSTANT)
 
 public:
     MapViewController(PlanStores &stores, const DayValue &day,
@@ -75,13 +84,24 @@ public:
     int currentPage() const { return m_page; }
     QList<QXPointAnnotation> pins() const { return m_pins; }
     MKMapRect fittedRect() const { return m_fitted; }
+    QRectF visibleMapRect() const
+    {
+        return QRectF(m_fitted.origin.x, m_fitted.origin.y, m_fitted.size.width, m_fitted.size.height);
+    }
+    // PREF_MAP_TILE_URL, else the OpenStreetMap standard layer.
+    QString tileUrlTemplate() const;
 
     void processData();
-    void showPinsForHour(int page, bool animated);
+    Q_INVOKABLE void showPinsForHour(int page, bool animated);
+    // The map view's size in points: the page's rectangle is fitted again.
+    Q_INVOKABLE void setViewSize(double width, double height);
+    // Where a pin of the page shown falls in a view of that size, in points.
+    QPointF pinPosition(int pin, double width, double height) const;
+
     // The strip came to rest at a horizontal offset: show the page in view.
-    void updatePinsForScroll(double contentOffsetX, double stripWidth);
+    Q_INVOKABLE void updatePinsForScroll(double contentOffsetX, double stripWidth);
     // A tapped card scrolls to the next one (the first after the last); -1 with a single card.
-    int nextCardForTap(int card) const;
+    Q_INVOKABLE int nextCardForTap(int card) const;
 
     // The card strip, a card per page: title, line (a list of TextRun).
     ListModel *cards() const { return m_cards; }

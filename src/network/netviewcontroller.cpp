@@ -9,7 +9,8 @@ NetViewController::NetViewController(PlanStores &stores, HostNames &hostNames, c
                                      std::shared_ptr<const ChartBuckets> hoursOnQueue, QObject *parent)
     : QObject(parent), m_stores(stores), m_hostNames(hostNames), m_day(day), m_hours(std::move(hoursOnQueue)),
       m_addresses(new ListModel(
-          {"hour", "cellTotal", "wifiTotal", "label", "bytes"}, [this] { return int(m_flat.size()); },
+          {"hour", "cellTotal", "wifiTotal", "label", "bytes", "amount"},
+          [this] { return int(m_flat.size()); },
           [this](int i, const QByteArray &role) -> QVariant {
               const auto [section, row] = m_flat.value(i);
               if (role == "hour")
@@ -18,7 +19,9 @@ NetViewController::NetViewController(PlanStores &stores, HostNames &hostNames, c
                   return runsForView(role == "cellTotal" ? sectionCell(section) : sectionWifi(section));
               if (role == "label")
                   return drawRow(section, row);
-              return dataForAll.value(hourKeys.value(section)).value(row).sum;
+              const double sum = dataForAll.value(hourKeys.value(section)).value(row).sum;
+              return role == "amount" ? QVariant(runsForView(TimeChartViewController::getMBString(sum)))
+                                      : QVariant(sum);
           },
           this))
 {

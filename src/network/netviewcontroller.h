@@ -35,7 +35,12 @@ public:
     QList<QDateTime> hourKeys;
 
     bool busy() const { return m_busy; }
-    static QString noDataText() { return tr("No IP Addresses"); }
+    Q_INVOKABLE static QString noDataText() { return tr("No IP Addresses"); }
+    // Whether a pull of the list closes the history, as for the other history lists.
+    Q_INVOKABLE static bool pullCloses(bool tracking, double contentOffsetY)
+    {
+        return DayChildHelper::dismissScrollViewGesture(tracking, contentOffsetY);
+    }
     std::optional<QString> cacheForKey(const QString &address) const;
     // Lookups still out.
     int pendingLookups() const { return int(m_pending.size()); }
@@ -54,7 +59,7 @@ public:
 
     // The table flat, one row per address and hour, for a list with sections: hour (the section's
     // title), cellTotal and wifiTotal (the hour's totals, lists of TextRun), label (the host name once
-    // known, else the address), bytes.
+    // known, else the address), bytes, amount (the bytes as a list of TextRun).
     ListModel *addresses() const { return m_addresses; }
 
     void processData();

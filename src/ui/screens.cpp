@@ -28,10 +28,15 @@ Screens::Screens(DataUsageAppDelegate &delegate, Platform platform, QObject *par
                     m_main->updateTheme();
             });
     m_main->setDelegate(&m_delegate);
+    // The history of a plan (from the main screen or a plan's screen) opens as a page.
+    m_delegate.presentHistory = [this](const QString &plan, QObject *, bool animated) {
+        emit historyRequested(plan, animated);
+    };
 }
 
 Screens::~Screens()
 {
+    m_delegate.presentHistory = nullptr;
     m_main->setDelegate(nullptr);
 }
 
@@ -135,9 +140,13 @@ const Entry kScreens[] = {
      [](Screens &s, const QString &plan) -> QObject * { return new AllowController(sharedOf(s), plan); }},
     {"SelectPlanController", "PlansPage.qml", false,
      [](Screens &s, const QString &) -> QObject * { return new SelectPlanController(s.delegate()); }},
-    {"DayViewController", "HistoryPage.qml", false,
-     [](Screens &s, const QString &plan)
-         -> QObject * { return new DayViewController(s.delegate(), s.delegate(), plan); }},
+    {"DayViewController", "DayPage.qml", false,
+     [](Screens &s, const QString &plan) -> QObject
+                                             * {
+                                                 const QString id =
+                                                     plan.isEmpty() ? sharedOf(s).activePlanID() : plan;
+                                                 return new DayViewController(s.delegate(), s.delegate(), id);
+                                             }},
     {"ThresholdController", "ThresholdPage.qml", false,
      [](Screens &s, const QString &alert) -> QObject
                                               * {

@@ -62,6 +62,8 @@ public:
 
 signals:
     void ask(const QVariantMap &question);
+    // The day screen of a plan (empty: the active one) is asked for.
+    void historyRequested(const QString &plan, bool animated);
     void message(const QString &text);
 
 private:

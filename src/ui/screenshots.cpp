@@ -50,6 +50,7 @@ ScreenshotRun::ScreenshotRun(Screens &screens, QQuickWindow &window, QString fol
                            }});
     }
     addSettingsShots();
+    addHistoryShots();
     const char *steps[] = {"intro", "billdate", "cap", "existing", "finish"};
     for (int step = 0; step < 5; ++step) {
         m_shots.push_back(
@@ -139,6 +140,28 @@ void ScreenshotRun::addSettingsShots()
                            invoke("openShare");
                        },
                        400});
+}
+
+// The history: today's hours, map and addresses, then the period view and the periods view, each
+// reached by the back control of the one before.
+void ScreenshotRun::addHistoryShots()
+{
+    const char *pages[] = {"hours", "map", "network"};
+    for (int type = 0; type < 3; ++type) {
+        m_shots.push_back(
+            {QStringLiteral("history-day-%1.png").arg(QLatin1StringView(pages[type])),
+             [this, type] {
+                 // Pictures never fetch map tiles unless the data names a server.
+                 if (m_screens.delegate().shared().userPref().stringForKey(Keys::PREF_MAP_TILE_URL).isEmpty())
+                     setSetting(Keys::PREF_MAP_TILE_URL, QStringLiteral("none"));
+                 setSetting(Keys::PREF_DAYVIEW_TYPE, qint64(type));
+                 invoke("closeAll");
+                 invoke("openScreenWith", QVariantList{QStringLiteral("DayViewController"), QString()});
+             },
+             500});
+    }
+    m_shots.push_back({QStringLiteral("history-period.png"), [this] { invoke("pressBack"); }, 500});
+    m_shots.push_back({QStringLiteral("history-periods.png"), [this] { invoke("pressBack"); }, 500});
 }
 
 void ScreenshotRun::setSetting(const QString &key, const QVariant &value)

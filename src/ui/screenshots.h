@@ -31,6 +31,7 @@ private:
         int settleMs = 60;
     };
     void addSettingsShots();
+    void addHistoryShots();
     void next();
     void setSetting(const QString &key, const QVariant &value);
     void invoke(const char *function, const QVariant &argument = QVariant());

@@ -4,6 +4,7 @@
 #include "plans/billingcycle.h"
 #include "testsupport.h"
 
+#include <QAbstractItemModelTester>
 #include <QtTest>
 
 namespace {
@@ -120,6 +121,90 @@ private slots:
         QCOMPARE(days.keys(), QList<QDateTime>{day});
         QCOMPARE(days.value(day).sumCell, 210.0);
         QCOMPARE(DayChildHelper::reverseSortArrayUsingCompare(hours.keys()).first(), secondTwo);
+    }
+
+    // The day screen's hour rows on the days the clocks change: every hour that happened is a row,
+    // the repeated hour twice (two distinct keys), the skipped one not at all.
+    void hourRowsOnClockChanges_data()
+    {
+        QTest::addColumn<QByteArray>("zone");
+        QTest::addColumn<QDate>("date");
+        QTest::addColumn<int>("hours");
+        QTest::newRow("Berlin, autumn") << QByteArray("Europe/Berlin") << QDate(2026, 10, 25) << 25;
+        QTest::newRow("Berlin, spring") << QByteArray("Europe/Berlin") << QDate(2026, 3, 29) << 23;
+        QTest::newRow("New York, spring") << QByteArray("America/New_York") << QDate(2026, 3, 8) << 23;
+        QTest::newRow("New York, autumn") << QByteArray("America/New_York") << QDate(2026, 11, 1) << 25;
+    }
+    void hourRowsOnClockChanges()
+    {
+        QFETCH(QByteArray, zone);
+        QFETCH(QDate, date);
+        QFETCH(int, hours);
+        ZoneScope tz(zone);
+        Screens s;
+        QList<Event> events;
+        const QDateTime start = date.startOfDay(), end = date.addDays(1).startOfDay();
+        for (QDateTime t = start; t < end; t = t.addSecs(3600))
+            events.append(Event{t.addSecs(60), 1000, 0, 500});
+        events.append(Event{end, 7}); // the next day
+        s.add(events);
+        DayViewController day(s.delegate, s.delegate, QStringLiteral("P"));
+        day.reloadWithDate(start);
+        auto *list = static_cast<TimeChartViewController *>(day.child(0));
+        QAbstractItemModelTester tester(list->rows(), QAbstractItemModelTester::FailureReportingMode::QtTest);
+        waitLoaded(list);
+        QCOMPARE(list->rows()->rowCount(), hours);
+        QSet<QDateTime> keys;
+        for (int i = 0; i < hours; ++i)
+            keys.insert(list->rows()
+                            ->data(list->rows()->index(i), list->rows()->roleNames().key("key"))
+                            .toDateTime());
+        QCOMPARE(int(keys.size()), hours);
+        QCOMPARE(list->keysForChart().first(), end.addSecs(-3600));
+        QCOMPARE(list->keysForChart().last(), start);
+    }
+
+    // The days of a period start at its first midnight and stop before the next period's.
+    void dayRowsAtPeriodEdges()
+    {
+        qputenv("TZ", "UTC");
+        Screens s;
+        s.add({Event{at(3, 1, 0), 10}, Event{at(3, 31, 23).addSecs(3599), 20}, Event{at(4, 1, 0), 40},
+               Event{at(2, 28, 23).addSecs(3599), 80}});
+        CycleViewController cycle(s.delegate, QStringLiteral("P"), at(3, 10, 12));
+        QAbstractItemModelTester tester(cycle.rows(), QAbstractItemModelTester::FailureReportingMode::QtTest);
+        waitLoaded(&cycle);
+        QCOMPARE(cycle.keysForChart(), (QList<QDateTime>{at(3, 31, 0), at(3, 1, 0)}));
+        QCOMPARE(cycle.dataForChart().value(at(3, 1, 0)).sumCell, 10.0);
+        QCOMPARE(cycle.dataForChart().value(at(3, 31, 0)).sumCell, 20.0);
+    }
+
+    // The periods view looks back 12 periods, 30 for a daily plan, however far the usage goes.
+    void periodsLookBack_data()
+    {
+        QTest::addColumn<int>("type");
+        QTest::addColumn<int>("n");
+        QTest::addColumn<int>("rows");
+        QTest::newRow("monthly") << 0 << 0 << 12;
+        QTest::newRow("daily") << 4 << 1 << 30;
+        QTest::newRow("every 3 days") << 4 << 3 << 12;
+    }
+    void periodsLookBack()
+    {
+        QFETCH(int, type);
+        QFETCH(int, n);
+        QFETCH(int, rows);
+        qputenv("TZ", "UTC");
+        Screens s(type, n);
+        QList<Event> events;
+        for (int d = 0; d < 500; ++d)
+            events.append(Event{at(3, 10, 6).addDays(-d), 1000});
+        s.add(events);
+        MultiCyclesController periods(s.delegate, QStringLiteral("P"));
+        QAbstractItemModelTester tester(periods.rows(),
+                                        QAbstractItemModelTester::FailureReportingMode::QtTest);
+        waitLoaded(&periods);
+        QCOMPARE(periods.rows()->rowCount(), rows);
     }
 
     void periodsWalk_data()

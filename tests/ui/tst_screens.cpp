@@ -3,15 +3,19 @@
 #include "app/datausageappdelegate.h"
 #include "core/settingskeys.h"
 #include "core/storecontext.h"
+#include "map/mapviewcontroller.h"
 #include "testsupport.h"
 #include "ui/newuicontroller.h"
 #include "ui/screens.h"
 
 #include <QGuiApplication>
+#include <QPointingDevice>
+#include <QProcess>
 #include <QQmlApplicationEngine>
 #include <QQmlExtensionPlugin>
 #include <QQuickItem>
 #include <QQuickWindow>
+#include <QTemporaryDir>
 #include <QTest>
 
 #include <cmath>
@@ -185,7 +189,7 @@ private slots:
         QVERIFY(app.window);
         app.drag(QPoint(180, 500), QPoint(180, 380)); // up: today's hours
         QCOMPARE(app.pages(), 1);
-        QVERIFY(app.item("historyPage"));
+        QTRY_COMPARE(app.topName(), QStringLiteral("dayPage"));
         QTest::keyClick(app.window, Qt::Key_Escape);
         QTRY_COMPARE(app.pages(), 0);
         QVERIFY(!app.screens->main()->isPresenting());
@@ -354,6 +358,211 @@ private slots:
         QCOMPARE(g_warnings, QStringList());
     }
 
+    // The day screen by keys: the next day, a second move during the slide ignored; its three pages
+    // load without a warning.
+    void dayScreenMovesOneDayAtATime()
+    {
+        App app(true);
+        QVERIFY(app.window);
+        app.key(Qt::Key_Up);
+        QTRY_COMPARE(app.topName(), QStringLiteral("dayPage"));
+        auto *day = app.top()->property("controller").value<QObject *>();
+        const QString today = day->property("title").toString();
+        QCOMPARE(today, QStringLiteral("Tuesday, March 10"));
+        app.key(Qt::Key_Right);
+        const QString tomorrow = day->property("title").toString();
+        QCOMPARE(tomorrow, QStringLiteral("Wednesday, March 11"));
+        app.key(Qt::Key_Right); // still sliding: ignored
+        QCOMPARE(day->property("title").toString(), tomorrow);
+        QTest::qWait(350);
+        app.key(Qt::Key_Left);
+        QCOMPARE(day->property("title").toString(), today);
+        for (int segment = 0; segment < 3; ++segment) {
+            QMetaObject::invokeMethod(day, "setSegment", Q_ARG(int, segment));
+            QTRY_COMPARE(day->property("activeIndex").toInt(), segment);
+            QTest::qWait(50);
+        }
+        QCOMPARE(app.shared->userPref().integerForKey(Keys::PREF_DAYVIEW_TYPE), 2);
+        QCOMPARE(g_warnings, QStringList());
+    }
+
+    // A swipe across the hour list moves a day; a pull of the list closes the whole history once the
+    // list is pulled past 100 points (the pointer goes further: the list follows it with
+    // resistance), not at 100.
+    void pullingDownClosesTheHistory()
+    {
+        App app(true);
+        QVERIFY(app.window);
+        {
+            auto c = app.shared->mocForActive();
+            c->performAndWait([&] {
+                for (int h = 1; h < 14; ++h)
+                    c->insertEvent({app.container.clock.now().addSecs(-3600 * h), 1e6, 0, 2e6, 0});
+                c->save();
+            });
+        }
+        app.key(Qt::Key_Up);
+        QTRY_COMPARE(app.topName(), QStringLiteral("dayPage"));
+        QQuickItem *list = nullptr;
+        QTRY_VERIFY((list = app.item("chartList")) && list->property("count").toInt() > 0);
+        QTest::qWait(300); // the rows laid out
+        // Swiped sideways across the list: the next day (to the left), the one before (to the right).
+        auto *day = app.top()->property("controller").value<QObject *>();
+        const QPoint middle = list->mapToScene(QPointF(list->width() / 2, 200)).toPoint();
+        app.drag(middle, middle - QPoint(120, 0));
+        QCOMPARE(day->property("title").toString(), QStringLiteral("Wednesday, March 11"));
+        QTest::qWait(350);
+        app.drag(middle, middle + QPoint(120, 0));
+        QCOMPARE(day->property("title").toString(), QStringLiteral("Tuesday, March 10"));
+        QTest::qWait(350);
+        QTRY_VERIFY((list = app.item("chartList")) && list->property("count").toInt() > 0);
+        // The pointer on the list, pulled down one point at a time.
+        const QPoint from = list->mapToScene(QPointF(list->width() / 2, 200)).toPoint();
+        QTest::mousePress(app.window, Qt::LeftButton, {}, from);
+        auto offset = [list] {
+            return list->property("contentY").toDouble() - list->property("originY").toDouble();
+        };
+        int dy = 0;
+        while (offset() > -100 && dy < 400) {
+            QTest::mouseMove(app.window, from + QPoint(0, ++dy));
+            QTest::qWait(2);
+        }
+        QCOMPARE(offset(), -100.0);
+        QCOMPARE(app.pages(), 1); // 100 points: still open
+        QTest::mouseMove(app.window, from + QPoint(0, ++dy));
+        QTRY_COMPARE(app.pages(), 0); // 101: closed
+        QTest::mouseRelease(app.window, Qt::LeftButton, {}, from + QPoint(0, dy));
+        QCOMPARE(g_warnings, QStringList());
+    }
+
+    // The period view by the back control, the periods by its own; the tip comes the first time.
+    void periodsShowTheTipOnce()
+    {
+        App app(true);
+        QVERIFY(app.window);
+        for (int time = 0; time < 2; ++time) {
+            app.key(Qt::Key_Up);
+            QTRY_COMPARE(app.topName(), QStringLiteral("dayPage"));
+            QVERIFY(app.click("backButton"));
+            QTRY_COMPARE(app.topName(), QStringLiteral("periodPage"));
+            QVERIFY(app.click("backButton"));
+            QTRY_COMPARE(app.topName(), QStringLiteral("periodsPage"));
+            QTest::qWait(200);
+            QQuickItem *ok = app.item("answer0");
+            QCOMPARE(ok && ok->isVisible(), time == 0);
+            if (time == 0)
+                QVERIFY(app.click("answer0"));
+            QMetaObject::invokeMethod(app.window, "closeAll");
+            QTRY_COMPARE(app.pages(), 0);
+        }
+        QVERIFY(app.shared->userPref().boolForKey(Keys::PREF_TIP_DISMISS));
+        QCOMPARE(g_warnings, QStringList());
+    }
+
+    // The map page against a tile server on the loopback address: only the tiles of the rectangle on
+    // show at its level are asked for, a second look at the day asks for none (the disk cache), the
+    // pins stand where the projection puts them, and without a server the pins and cards remain.
+    void mapPageTiles()
+    {
+        QProcess server;
+        server.start(QStringLiteral("/usr/bin/python3"), {QStringLiteral(TESTS_DIR "/e2e/tileserver.py")});
+        QVERIFY(server.waitForStarted());
+        auto stop = qScopeGuard([&] {
+            server.kill();
+            server.waitForFinished();
+        });
+        QVERIFY(server.waitForReadyRead(5000));
+        const QString port = QString::fromLatin1(server.readLine()).trimmed();
+        QStringList requests;
+        auto readRequests = [&] {
+            server.waitForReadyRead(50);
+            while (server.canReadLine())
+                requests.append(QString::fromLatin1(server.readLine()).trimmed().mid(5)); // "GET /"
+        };
+
+        App app(true);
+        QVERIFY(app.window);
+        {
+            auto c = app.shared->mocForActive();
+            c->performAndWait([&] {
+                const QDateTime today = app.container.clock.now();
+                c->insertEvent({today.addSecs(-3 * 3600), 5e6, 0, 1e6, 0, 52.5200, 13.4050});
+                c->insertEvent({today.addSecs(-2 * 3600), 2e6, 0, 0, 0, 52.5075, 13.3903});
+                c->save();
+            });
+        }
+        app.shared->userPref().setValue(Keys::PREF_MAP_TILE_URL,
+                                        QStringLiteral("http://127.0.0.1:%1/{z}/{x}/{y}.png").arg(port));
+        app.shared->userPref().setValue(Keys::PREF_DAYVIEW_TYPE, 1);
+        auto openDay = [&] {
+            app.open(QStringLiteral("DayViewController"), QString());
+            QTRY_COMPARE(app.topName(), QStringLiteral("dayPage"));
+        };
+        openDay();
+        QQuickItem *tiles = nullptr;
+        QTRY_VERIFY((tiles = app.item("tiles")) && tiles->property("mapRect").toRectF().width() > 0);
+        QTest::qWait(400); // the page settles to its size
+        const QRectF rect = tiles->property("mapRect").toRectF();
+        const int zoom =
+            std::clamp(int(std::lround(std::log2(tiles->width() * 1048576.0 / rect.width()))), 0, 19);
+        const double size = 268435456.0 / (1 << zoom);
+        QSet<QString> expected;
+        for (int y = int(rect.top() / size); y * size < rect.bottom(); ++y)
+            for (int x = int(rect.left() / size); x * size < rect.right(); ++x)
+                expected.insert(QStringLiteral("%1/%2/%3.png").arg(zoom).arg(x).arg(y));
+        QTRY_COMPARE((readRequests(), QSet<QString>(requests.cbegin(), requests.cend()).size()),
+                     expected.size());
+        readRequests();
+        QTest::qWait(300);
+        readRequests();
+        QCOMPARE(QSet<QString>(requests.cbegin(), requests.cend()), expected);
+        QCOMPARE(requests.size(), expected.size()); // none twice
+
+        // The pins where the map maths puts them.
+        auto *map = app.top()
+                        ->property("controller")
+                        .value<QObject *>()
+                        ->property("activeController")
+                        .value<MapViewController *>();
+        QVERIFY(map);
+        QCOMPARE(map->pins().size(), 2);
+        for (int i = 0; i < 2; ++i) {
+            QQuickItem *pin = app.item(qPrintable(QStringLiteral("pin%1").arg(i)));
+            QVERIFY(pin);
+            const QPointF at = map->pinPosition(i, tiles->width(), tiles->height());
+            QVERIFY2(std::abs(pin->x() - at.x()) <= 1 && std::abs(pin->y() - at.y()) <= 1,
+                     qPrintable(QStringLiteral("pin %1 at %2,%3, projection %4,%5")
+                                    .arg(i)
+                                    .arg(pin->x())
+                                    .arg(pin->y())
+                                    .arg(at.x())
+                                    .arg(at.y())));
+        }
+        QVERIFY(app.item("attribution")->isVisible());
+        QVERIFY(!app.item("offlineNotice")->isVisible());
+
+        // The same day again: every tile from the disk cache.
+        QMetaObject::invokeMethod(app.window, "closeAll");
+        QTRY_COMPARE(app.pages(), 0);
+        const qsizetype before = requests.size();
+        openDay();
+        QTest::qWait(500);
+        readRequests();
+        QCOMPARE(requests.size(), before);
+
+        // No server: the pins and the cards stay, with the notice.
+        QMetaObject::invokeMethod(app.window, "closeAll");
+        server.kill();
+        server.waitForFinished();
+        app.shared->userPref().setValue(Keys::PREF_MAP_TILE_URL,
+                                        QStringLiteral("http://127.0.0.1:%1/none/{z}/{x}/{y}.png").arg(port));
+        openDay();
+        QTRY_VERIFY(app.item("offlineNotice") && app.item("offlineNotice")->isVisible());
+        QVERIFY(app.item("pin0") && app.item("pin0")->isVisible());
+        QVERIFY(app.item("cardStrip")->property("count").toInt() >= 2);
+        QCOMPARE(g_warnings, QStringList());
+    }
+
     void setupByInputLeavesTheSettingsTheCommandLineLeaves()
     {
         App app(false);
@@ -394,6 +603,8 @@ private slots:
 int main(int argc, char **argv)
 {
     qputenv("QT_QUICK_CONTROLS_STYLE", "Basic");
+    QTemporaryDir cache; // map tiles
+    qputenv("XDG_CACHE_HOME", cache.path().toLocal8Bit());
     QGuiApplication app(argc, argv);
     g_previous = qInstallMessageHandler(collect);
     TestScreens test;

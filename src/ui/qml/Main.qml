@@ -21,7 +21,8 @@ ApplicationWindow {
         objectName: "mainScreen"
         anchors.fill: parent
         controller: window.main
-        visible: window.main.whatToPop === 0
+        // Away under the screens over it, so its swipes never take their drags.
+        visible: window.main.whatToPop === 0 && (pages.depth === 0 || pages.busy)
         focus: pages.depth === 0
     }
 
@@ -77,6 +78,11 @@ ApplicationWindow {
             window.openScreen("ShareScreenshot", false)
         })
     }
+    // The back control of the screen on top.
+    function pressBack() {
+        if (pages.currentItem && pages.currentItem.header)
+            pages.currentItem.header.back()
+    }
     function closeAll() {
         pages.clear(StackView.Immediate)
     }
@@ -99,9 +105,6 @@ ApplicationWindow {
             if (push !== "")
                 window.openScreen(push === "dataplan" ? "SelectPlanController" : "ThemeController", false)
         }
-        function onShowMoreRequested(animated) {
-            window.openPage("HistoryPage.qml", {}, animated)
-        }
         function onDismissPresented() {
             pages.clear(StackView.Immediate)
             alert.close()
@@ -114,6 +117,9 @@ ApplicationWindow {
 
     Connections {
         target: window.screens
+        function onHistoryRequested(plan, animated) {
+            window.openScreenWith(["DayViewController", plan], animated)
+        }
         function onAsk(question) { fileQuestion.ask(question) }
         function onMessage(text) { window.main.showMessage(text) }
     }

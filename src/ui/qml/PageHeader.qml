@@ -26,6 +26,9 @@ ToolBar {
         width: parent.width - 2 * backButton.width - 16
         horizontalAlignment: Text.AlignHCenter
         elide: Text.ElideRight
+        // Long titles (a weekday and a month) shrink before they are cut.
+        fontSizeMode: Text.HorizontalFit
+        minimumPixelSize: 12
         text: bar.title
         font.pixelSize: 17
         font.weight: Font.DemiBold

@@ -1,0 +1,48 @@
+import QtQuick
+import QtQuick.Controls
+import QtQuick.Layouts
+import Tallymo
+
+// The days of a period, or the billing periods: a history list over the screen below. Choosing a
+// row shows it below and closes this one; the back control of the period view opens the periods.
+ScreenPage {
+    id: page
+    required property var controller
+    readonly property bool hasPeriods: controller.multiCycleController !== undefined
+    objectName: controller.multiCycleController !== undefined ? "periodPage" : "periodsPage"
+    background: Rectangle { color: "white" }
+    header: PageHeader {
+        title: page.controller.title
+        backText: page.hasPeriods ? qsTr("Bill Cycles") : qsTr("Back")
+        onBack: page.hasPeriods
+                ? page.StackView.view.push("ChartPage.qml", { screens: page.screens, controller: page.controller.multiCycleController() })
+                : page.close()
+    }
+
+    Connections {
+        target: page.controller
+        function onChosen() { page.close() }
+        function onShowTip(title, text) { tip.ask({ title: title, message: text, actions: [{ title: qsTr("OK"), style: 0 }] }) }
+        ignoreUnknownSignals: true
+    }
+    QuestionDialog { id: tip; objectName: "tip" }
+
+    ColumnLayout {
+        anchors.fill: parent
+        spacing: 6
+        StyledLine {
+            objectName: "usageLine"
+            Layout.alignment: Qt.AlignHCenter
+            Layout.topMargin: 8
+            visible: page.controller.usageLine.length > 0
+            runs: page.controller.usageLine
+        }
+        ChartList {
+            Layout.fillWidth: true
+            Layout.fillHeight: true
+            controller: page.controller
+            focus: true
+            onCloseRequested: page.StackView.view.clear()
+        }
+    }
+}

@@ -1,0 +1,147 @@
+import QtQuick
+import QtQuick.Controls
+import QtQuick.Layouts
+import Tallymo
+
+// The day screen: the day's title and totals, the segmented control (hours, map, addresses) and
+// the page shown. A swipe across a list (or Left and Right) moves one day: the old day slides out as a picture
+// while the new one loads; further swipes wait for the slide. The back control opens the period
+// view (the periods view for a daily plan).
+ScreenPage {
+    id: page
+    required property var controller
+    readonly property var day: controller
+    objectName: "dayPage"
+    background: Rectangle { color: "white" }
+    header: PageHeader {
+        title: page.day.title
+        backText: qsTr("Back")
+        onBack: page.openPeriods()
+        ToolButton {
+            objectName: "closeHistory"
+            anchors.right: parent.right
+            anchors.verticalCenter: parent.verticalCenter
+            text: qsTr("Done")
+            font.pixelSize: 17
+            font.weight: Font.DemiBold
+            palette.buttonText: "#0a60d0"
+            onClicked: page.closeHistory()
+        }
+    }
+
+    function closeHistory() {
+        const view = StackView.view
+        if (view)
+            view.clear()
+    }
+    function openPeriods() {
+        const cycle = page.day.cycleController()
+        StackView.view.push("ChartPage.qml", { screens: page.screens, controller: cycle })
+    }
+    // -1 the previous day, +1 the next. The picture of the old day is the last frame drawn; the
+    // day screen refuses a swipe while one slides.
+    function moveDay(step) {
+        frozen.live = false
+        // DayViewController.Swipe: 0 to the left (the next day), 1 to the right.
+        if (!page.day.swipe(step > 0 ? 0 : 1)) {
+            frozen.live = !slide.running
+            return
+        }
+        frozen.z = 1
+        slide.to = step > 0 ? -stage.width : stage.width
+        slide.start()
+    }
+
+    Keys.onLeftPressed: page.moveDay(-1)
+    Keys.onRightPressed: page.moveDay(1)
+
+    ColumnLayout {
+        anchors.fill: parent
+        spacing: 6
+        TabBar {
+            id: segments
+            objectName: "segments"
+            Layout.alignment: Qt.AlignHCenter
+            Layout.topMargin: 8
+            currentIndex: page.day.activeIndex
+            Repeater {
+                model: page.day.segments
+                TabButton {
+                    required property int index
+                    required property string modelData
+                    text: modelData
+                    width: implicitWidth + 24
+                    onClicked: page.day.setSegment(index)
+                }
+            }
+        }
+        StyledLine {
+            objectName: "usageLine"
+            Layout.alignment: Qt.AlignHCenter
+            runs: page.day.usageLine
+        }
+        Item {
+            id: stage
+            Layout.fillWidth: true
+            Layout.fillHeight: true
+            clip: true
+            Item {
+                id: content
+                width: stage.width
+                height: stage.height
+                Rectangle { anchors.fill: parent; color: "white" }
+                Loader {
+                    id: pane
+                    anchors.fill: parent
+                    focus: true
+                    sourceComponent: [hours, mapPage, network][Math.max(0, Math.min(2, page.day.activeIndex))]
+                }
+            }
+            // The day on show, drawn again behind it; frozen and raised, it slides out.
+            ShaderEffectSource {
+                id: frozen
+                objectName: "frozenDay"
+                z: -1
+                width: stage.width
+                height: stage.height
+                sourceItem: content
+                hideSource: false
+            }
+            NumberAnimation {
+                id: slide
+                target: frozen
+                property: "x"
+                from: 0
+                duration: 250
+                easing.type: Easing.OutQuad
+                onFinished: {
+                    frozen.z = -1
+                    frozen.x = 0
+                    frozen.live = true
+                    page.day.slideFinished()
+                }
+            }
+        }
+    }
+
+    Component {
+        id: hours
+        ChartList {
+            controller: page.day.activeController
+            onCloseRequested: page.closeHistory()
+            onSwiped: (step) => page.moveDay(step)
+        }
+    }
+    Component {
+        id: mapPage
+        MapPane { controller: page.day.activeController }
+    }
+    Component {
+        id: network
+        NetList {
+            controller: page.day.activeController
+            onCloseRequested: page.closeHistory()
+            onSwiped: (step) => page.moveDay(step)
+        }
+    }
+}

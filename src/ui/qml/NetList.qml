@@ -1,0 +1,106 @@
+import QtQuick
+import QtQuick.Controls
+import Tallymo
+
+// The day's traffic per remote address: a section per hour with its totals, the busiest address
+// first; names replace addresses as lookups answer (the controller is told which rows are in view).
+Item {
+    id: net
+    required property var controller
+    signal closeRequested()
+    // A sideways swipe across the list: +1 to the left (what comes next), -1 to the right.
+    signal swiped(int step)
+
+    BusyIndicator { anchors.centerIn: parent; running: net.controller.busy; visible: running }
+    Label {
+        objectName: "noAddresses"
+        anchors.centerIn: parent
+        visible: !net.controller.busy && list.count === 0
+        text: net.controller.noDataText()
+        font.pixelSize: 17
+        color: "#6d6d72"
+    }
+    ListView {
+        id: list
+        objectName: "addressList"
+        anchors.fill: parent
+        model: net.controller.addresses
+        focus: true
+        keyNavigationEnabled: true
+        clip: true
+        boundsBehavior: Flickable.DragOverBounds
+        // Short lists can be pulled too; sideways the list only gives a little, for swipes.
+        flickableDirection: Flickable.HorizontalAndVerticalFlick
+        contentWidth: width
+        onDraggingHorizontallyChanged: {
+            const over = contentX - originX
+            if (!draggingHorizontally && Math.abs(over) > 20)
+                net.swiped(over > 0 ? 1 : -1)
+        }
+        section.property: "hour"
+        section.delegate: Rectangle {
+            required property string section
+            width: list.width
+            height: 36
+            color: "#f2f2f7"
+            Label {
+                anchors.left: parent.left
+                anchors.leftMargin: 16
+                anchors.verticalCenter: parent.verticalCenter
+                text: parent.section
+                font.pixelSize: 15
+                font.weight: Font.DemiBold
+                color: "#111111"
+            }
+        }
+        // Which rows are in view, so a looked-up name goes to the first of them.
+        function reportVisible() {
+            const rows = []
+            for (let y = contentY; y < contentY + height; y += 20) {
+                const i = indexAt(0, y)
+                if (i >= 0 && rows.indexOf(i) < 0)
+                    rows.push(i)
+            }
+            net.controller.setVisibleModelRows(rows)
+        }
+        onContentYChanged: {
+            reportVisible()
+            if (net.controller.pullCloses(dragging, contentY - originY))
+                net.closeRequested()
+        }
+        onCountChanged: Qt.callLater(reportVisible)
+        delegate: ItemDelegate {
+            id: row
+            required property int index
+            required property var model
+            width: list.width
+            height: 44
+            leftPadding: 16
+            rightPadding: 16
+            highlighted: ListView.isCurrentItem && list.activeFocus
+            background: Rectangle { color: row.highlighted ? "#e5e5ea" : "white" }
+            Accessible.name: model.label
+            contentItem: Item {
+                Label {
+                    anchors.left: parent.left
+                    anchors.right: amount.left
+                    anchors.rightMargin: 12
+                    anchors.verticalCenter: parent.verticalCenter
+                    // Host names keep their end: the domain tells more than the first label.
+                    elide: Text.ElideLeft
+                    text: row.model.label
+                    font.pixelSize: 15
+                    color: "#111111"
+                }
+                StyledLine {
+                    id: amount
+                    anchors.right: parent.right
+                    anchors.verticalCenter: parent.verticalCenter
+                    runs: row.model.amount
+                    numberSize: 15
+                    unitSize: 11
+                }
+            }
+        }
+    }
+}
