@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # The app on five years of 5-minute samples: time from process start to the main screen's first
-# frame (median of 15 starts), resident memory, and CPU over 20 s idle and with each animated theme.
+# frame (median of 15 starts), from the main screen to the day view and to the periods view with
+# their rows, resident memory, and CPU over 20 s idle and with each animated theme.
 # Runs under Xvfb with Mesa's software OpenGL, as a desktop without a GPU would. Xvfb has no vertical
 # blank, so Qt's threaded render loop would draw as fast as it can (about 200 frames a second here);
 # the basic loop keeps to 60, as a real display does.
@@ -28,6 +29,11 @@ export QT_QPA_PLATFORM=xcb QSG_RENDER_LOOP=basic
 times=()
 for _ in $(seq 15); do times+=("$("$app" --first-frame 2>/dev/null)"); done
 printf '%s\n' "${times[@]}" | sort -n | awk '{a[NR]=$1} END {printf "  %7.1f ms median  start to first frame (15 starts, min %.0f, max %.0f)\n", a[int((NR+1)/2)], a[1], a[NR]}'
+for view in day periods; do
+    times=()
+    for _ in $(seq 15); do times+=("$("$app" --first-frame-of "$view" 2>/dev/null)"); done
+    printf '%s\n' "${times[@]}" | sort -n | awk -v view="$view" '{a[NR]=$1} END {printf "  %7.1f ms median  main screen up to the %s view with its rows (15 runs, min %.0f, max %.0f)\n", a[int((NR+1)/2)], view, a[1], a[NR]}'
+done
 cpu() { # theme font row, colour row, label
     "$tallymo" defaults write PREF_THEME_FONT "$1" --type int >/dev/null
     "$tallymo" defaults write PREF_THEME_COLOR "$2" --type int >/dev/null

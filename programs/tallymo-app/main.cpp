@@ -26,6 +26,7 @@
 #include <QIcon>
 #include <QQmlApplicationEngine>
 #include <QQmlExtensionPlugin>
+#include <QQuickItem>
 #include <QQuickWindow>
 #include <QSGRendererInterface>
 #include <QTemporaryDir>
@@ -63,6 +64,42 @@ QIcon iconFor(const QString &alternate)
     return QIcon::fromTheme(name, QIcon(QStringLiteral(":/icons/%1.svg").arg(name)));
 }
 
+// Opens a history view over the main screen and prints the milliseconds until a frame shows it
+// with its rows (its list no longer busy), then quits.
+void timeView(QQuickWindow &window, const QString &view)
+{
+    auto *clock = new QElapsedTimer;
+    clock->start();
+    const QVariant spec =
+        QVariantList{view == QLatin1StringView("day") ? QStringLiteral("DayViewController")
+                                                      : QStringLiteral("MultiCyclesController"),
+                     QString()};
+    QMetaObject::invokeMethod(&window, "openScreenWith", Q_ARG(QVariant, spec), Q_ARG(QVariant, false));
+    auto ready = std::make_shared<bool>(false);
+    QObject::connect(&window, &QQuickWindow::frameSwapped, &window, [&window, clock, view, ready] {
+        if (*ready) { // this frame was drawn with the rows
+            std::printf("%lld\n", static_cast<long long>(clock->elapsed()));
+            std::fflush(stdout);
+            QTimer::singleShot(0, qApp, &QCoreApplication::quit);
+            return;
+        }
+        QQuickItem *pages = nullptr;
+        QList<QQuickItem *> items{window.contentItem()};
+        while (!items.isEmpty() && !pages) {
+            QQuickItem *item = items.takeFirst();
+            if (item->objectName() == QLatin1StringView("pages"))
+                pages = item;
+            items += item->childItems();
+        }
+        QObject *top = pages ? pages->property("currentItem").value<QObject *>() : nullptr;
+        QObject *controller = top ? top->property("controller").value<QObject *>() : nullptr;
+        if (controller && view == QLatin1StringView("day"))
+            controller = controller->property("activeController").value<QObject *>();
+        *ready = controller && !controller->property("busy").toBool();
+        window.update(); // another frame: the one with the rows, or a later look
+    });
+}
+
 } // namespace
 
 int main(int argc, char **argv)
@@ -92,10 +129,15 @@ int main(int argc, char **argv)
                                     QStringLiteral("NAME"));
     const QCommandLineOption firstFrame(
         QStringLiteral("first-frame"), QStringLiteral("Print the milliseconds to the first frame and exit."));
+    const QCommandLineOption firstFrameOf(
+        QStringLiteral("first-frame-of"),
+        QStringLiteral("Once the main screen is up, open a history view (day or periods) and print the "
+                       "milliseconds to its first frame with its rows, then exit."),
+        QStringLiteral("VIEW"));
     const QCommandLineOption dumpMain(
         QStringLiteral("dump-main"),
         QStringLiteral("With --screenshot: print the main screen's texts instead of pictures."));
-    parser.addOptions({screenshot, size, action, firstFrame, dumpMain});
+    parser.addOptions({screenshot, size, action, firstFrame, firstFrameOf, dumpMain});
     parser.process(app);
 
     const bool pictures = parser.isSet(screenshot);
@@ -114,7 +156,11 @@ int main(int argc, char **argv)
 
     // One app per session: a second start hands its request to the first and exits.
     ApplicationInstance instance;
-    if (!pictures && !parser.isSet(firstFrame)) {
+    const QString timedView = parser.value(firstFrameOf);
+    if (!timedView.isEmpty() && timedView != QLatin1StringView("day") &&
+        timedView != QLatin1StringView("periods"))
+        fail(QStringLiteral("--first-frame-of takes day or periods, not \"%1\"").arg(timedView), 2);
+    if (!pictures && !parser.isSet(firstFrame) && timedView.isEmpty()) {
         QString why;
         switch (instance.registerOrForward(parser.value(action), &why)) {
         case ApplicationInstance::Outcome::Forwarded:
@@ -251,6 +297,8 @@ int main(int argc, char **argv)
             std::printf("%lld\n", static_cast<long long>(sinceStart.elapsed()));
             QTimer::singleShot(0, &app, &QCoreApplication::quit);
         }
+        if (!timedView.isEmpty())
+            QTimer::singleShot(0, window, [&] { timeView(*window, timedView); });
     });
     if (parser.isSet(action))
         QTimer::singleShot(0, window, [&] { screens.main()->handleShortcuts(parser.value(action)); });

@@ -140,6 +140,13 @@ const Entry kScreens[] = {
      [](Screens &s, const QString &plan) -> QObject * { return new AllowController(sharedOf(s), plan); }},
     {"SelectPlanController", "PlansPage.qml", false,
      [](Screens &s, const QString &) -> QObject * { return new SelectPlanController(s.delegate()); }},
+    {"MultiCyclesController", "ChartPage.qml", false,
+     [](Screens &s, const QString &plan) -> QObject
+                                             * {
+                                                 return new MultiCyclesController(
+                                                     s.delegate(),
+                                                     plan.isEmpty() ? sharedOf(s).activePlanID() : plan);
+                                             }},
     {"DayViewController", "DayPage.qml", false,
      [](Screens &s, const QString &plan) -> QObject
                                              * {

@@ -142,7 +142,7 @@ void ScreenshotRun::addSettingsShots()
                        400});
 }
 
-// The history: today's hours, map and addresses, then the period view and the periods view, each
+// The history: yesterday's hours, map and addresses, then the period view and the periods view, each
 // reached by the back control of the one before.
 void ScreenshotRun::addHistoryShots()
 {
@@ -157,8 +157,10 @@ void ScreenshotRun::addHistoryShots()
                  setSetting(Keys::PREF_DAYVIEW_TYPE, qint64(type));
                  invoke("closeAll");
                  invoke("openScreenWith", QVariantList{QStringLiteral("DayViewController"), QString()});
+                 // Yesterday: a whole day, spent in a city.
+                 QTimer::singleShot(100, this, [this] { invoke("showPreviousDay"); });
              },
-             500});
+             800});
     }
     m_shots.push_back({QStringLiteral("history-period.png"), [this] { invoke("pressBack"); }, 500});
     m_shots.push_back({QStringLiteral("history-periods.png"), [this] { invoke("pressBack"); }, 500});

@@ -51,14 +51,14 @@ Item {
             Image {
                 x: list.width / 4 - 28 - 15; y: 2; width: 30; height: 30
                 sourceSize: Qt.size(60, 60)
-                source: "qrc:/qt/qml/Tallymo/icons/glyph-c.svg"
+                source: "qrc:/qt/qml/Tallymo/icons/glyph-c-grey.svg"
                 opacity: 0.5
                 Accessible.name: qsTr("Cellular")
             }
             Image {
                 x: list.width * 3 / 4 + 28 - 15; y: 2; width: 30; height: 30
                 sourceSize: Qt.size(60, 60)
-                source: "qrc:/qt/qml/Tallymo/icons/glyph-w.svg"
+                source: "qrc:/qt/qml/Tallymo/icons/glyph-w-grey.svg"
                 opacity: 0.5
                 Accessible.name: qsTr("Wi-Fi")
             }

@@ -78,6 +78,11 @@ ApplicationWindow {
             window.openScreen("ShareScreenshot", false)
         })
     }
+    // The day screen on top shows the day before.
+    function showPreviousDay() {
+        if (pages.currentItem && pages.currentItem.moveDay)
+            pages.currentItem.moveDay(-1)
+    }
     // The back control of the screen on top.
     function pressBack() {
         if (pages.currentItem && pages.currentItem.header)

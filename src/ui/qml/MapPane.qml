@@ -91,7 +91,9 @@ Item {
                 Rectangle { x: -1; y: -13; width: 2; height: 13; color: "#8a1510" }
                 Rectangle {
                     id: callout
-                    x: -width / 2; y: -30 - height - 6
+                    // Kept inside the map near its edges.
+                    x: Math.max(4 - pin.x, Math.min(-width / 2, map.width - pin.x - width - 4))
+                    y: -30 - height - 6
                     width: calloutText.width + 16; height: calloutText.height + 10
                     radius: 8
                     color: "white"

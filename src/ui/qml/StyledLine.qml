@@ -26,7 +26,7 @@ Row {
                 width: 14
                 height: 14
                 sourceSize: Qt.size(28, 28)
-                source: parent.glyph ? "qrc:/qt/qml/Tallymo/icons/glyph-" + parent.glyphName + ".svg" : ""
+                source: parent.glyph ? "qrc:/qt/qml/Tallymo/icons/glyph-" + parent.glyphName + "-grey.svg" : ""
             }
             Label {
                 id: label
