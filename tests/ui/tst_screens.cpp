@@ -25,6 +25,7 @@ Q_IMPORT_QML_PLUGIN(TallymoPlugin)
 namespace {
 
 QStringList g_warnings;
+QPointingDevice *g_finger = nullptr; // made before any pointer event, as a touch screen is
 QtMessageHandler g_previous = nullptr;
 
 void collect(QtMsgType type, const QMessageLogContext &context, const QString &message)
@@ -386,9 +387,8 @@ private slots:
         QCOMPARE(g_warnings, QStringList());
     }
 
-    // A swipe across the hour list moves a day; a pull of the list closes the whole history once the
-    // list is pulled past 100 points (the pointer goes further: the list follows it with
-    // resistance), not at 100.
+    // A pull of the hour list by a finger closes the whole history once the list is pulled past 100
+    // points (the finger goes further: the list follows it with resistance), not at 100.
     void pullingDownClosesTheHistory()
     {
         App app(true);
@@ -406,6 +406,36 @@ private slots:
         QQuickItem *list = nullptr;
         QTRY_VERIFY((list = app.item("chartList")) && list->property("count").toInt() > 0);
         QTest::qWait(300); // the rows laid out
+        // The pointer on the list, pulled down one point at a time.
+        const QPoint from = list->mapToScene(QPointF(list->width() / 2, 200)).toPoint();
+        QPointingDevice *finger = g_finger;
+        QTest::touchEvent(app.window, finger).press(0, from, app.window);
+        auto offset = [list] {
+            return list->property("contentY").toDouble() - list->property("originY").toDouble();
+        };
+        int dy = 0;
+        while (offset() > -100 && dy < 400) {
+            QTest::touchEvent(app.window, finger).move(0, from + QPoint(0, ++dy), app.window);
+            QTest::qWait(2);
+        }
+        QCOMPARE(offset(), -100.0);
+        QCOMPARE(app.pages(), 1); // 100 points: still open
+        QTest::touchEvent(app.window, finger).move(0, from + QPoint(0, ++dy), app.window);
+        QTRY_COMPARE(app.pages(), 0); // 101: closed
+        QTest::touchEvent(app.window, finger).release(0, from + QPoint(0, dy), app.window);
+        QCOMPARE(g_warnings, QStringList());
+    }
+
+    // A swipe across the hour list moves a day: to the left the next, to the right the one before.
+    void swipingAcrossTheListMovesADay()
+    {
+        App app(true);
+        QVERIFY(app.window);
+        app.key(Qt::Key_Up);
+        QTRY_COMPARE(app.topName(), QStringLiteral("dayPage"));
+        QQuickItem *list = nullptr;
+        QTRY_VERIFY((list = app.item("chartList")) && list->property("count").toInt() > 0);
+        QTest::qWait(300);
         // Swiped sideways across the list: the next day (to the left), the one before (to the right).
         auto *day = app.top()->property("controller").value<QObject *>();
         const QPoint middle = list->mapToScene(QPointF(list->width() / 2, 200)).toPoint();
@@ -415,23 +445,6 @@ private slots:
         app.drag(middle, middle + QPoint(120, 0));
         QCOMPARE(day->property("title").toString(), QStringLiteral("Tuesday, March 10"));
         QTest::qWait(350);
-        QTRY_VERIFY((list = app.item("chartList")) && list->property("count").toInt() > 0);
-        // The pointer on the list, pulled down one point at a time.
-        const QPoint from = list->mapToScene(QPointF(list->width() / 2, 200)).toPoint();
-        QTest::mousePress(app.window, Qt::LeftButton, {}, from);
-        auto offset = [list] {
-            return list->property("contentY").toDouble() - list->property("originY").toDouble();
-        };
-        int dy = 0;
-        while (offset() > -100 && dy < 400) {
-            QTest::mouseMove(app.window, from + QPoint(0, ++dy));
-            QTest::qWait(2);
-        }
-        QCOMPARE(offset(), -100.0);
-        QCOMPARE(app.pages(), 1); // 100 points: still open
-        QTest::mouseMove(app.window, from + QPoint(0, ++dy));
-        QTRY_COMPARE(app.pages(), 0); // 101: closed
-        QTest::mouseRelease(app.window, Qt::LeftButton, {}, from + QPoint(0, dy));
         QCOMPARE(g_warnings, QStringList());
     }
 
@@ -607,6 +620,7 @@ int main(int argc, char **argv)
     qputenv("XDG_CACHE_HOME", cache.path().toLocal8Bit());
     QGuiApplication app(argc, argv);
     g_previous = qInstallMessageHandler(collect);
+    g_finger = QTest::createTouchDevice();
     TestScreens test;
     return QTest::qExec(&test, argc, argv);
 }
