@@ -58,6 +58,8 @@ struct FakeRoot : RootController
     void reloadValues() override { ++reloads; }
     bool isPresenting() const override { return presenting; }
     void presentAlert(const AlertValue &a) override { alerts.append(a); }
+    QStringList shortcuts;
+    void handleShortcuts(const QString &type) override { shortcuts.append(type); }
 };
 
 // A temporary container with a SharedCode over it, pinned to a fixed clock.

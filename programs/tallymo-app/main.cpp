@@ -125,7 +125,7 @@ int main(int argc, char **argv)
                                   QStringLiteral("Window size for --screenshot (default 420x820)."),
                                   QStringLiteral("WxH"), QStringLiteral("420x820"));
     const QCommandLineOption action(QStringLiteral("action"),
-                                    QStringLiteral("Run a quick action (SHORTCUTS_HISTORY, …)."),
+                                    QStringLiteral("Run a quick action: history, theme or dataplan."),
                                     QStringLiteral("NAME"));
     const QCommandLineOption firstFrame(
         QStringLiteral("first-frame"), QStringLiteral("Print the milliseconds to the first frame and exit."));
@@ -283,7 +283,8 @@ int main(int argc, char **argv)
     QObject::connect(&instance, &ApplicationInstance::actionActivated, window, [&](const QString &name) {
         window->show();
         window->requestActivate();
-        screens.main()->handleShortcuts(name);
+        delegate.applicationPerformActionForShortcutItem(ApplicationInstance::shortcutTypeForAction(name),
+                                                         nullptr);
     });
 
     // The main screen is on show once the window is.
@@ -301,7 +302,10 @@ int main(int argc, char **argv)
             QTimer::singleShot(0, window, [&] { timeView(*window, timedView); });
     });
     if (parser.isSet(action))
-        QTimer::singleShot(0, window, [&] { screens.main()->handleShortcuts(parser.value(action)); });
+        QTimer::singleShot(0, window, [&] {
+            delegate.applicationPerformActionForShortcutItem(
+                ApplicationInstance::shortcutTypeForAction(parser.value(action)), nullptr);
+        });
 
     std::unique_ptr<ScreenshotRun> run;
     int status = 0;

@@ -91,6 +91,8 @@ public:
     // Whether the root screen presents something (an alert or another screen) right now.
     virtual bool isPresenting() const = 0;
     virtual void presentAlert(const AlertValue &alert) = 0;
+    // A quick action for the root screen: the history, the themes or the plan list.
+    virtual void handleShortcuts(const QString &type) = 0;
 };
 
 // What a background fetch or push tells the platform it found.

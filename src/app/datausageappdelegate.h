@@ -120,6 +120,12 @@ public:
     void initRemoteNotification();
     // The usage check every wake-up runs: sample, figures, alert; answers `handler` when done.
     void checkDataUsageWithCompletionHandler(CompletionHandler handler);
+    // The desktop's quick actions (the desktop entry's actions).
+    static const QStringList &shortcutTypes();
+    // A quick action: the figures are refreshed, and then — behind that check on the active plan's
+    // store queue, on the main queue — the root screen handles it if it is free. `completion` is
+    // called at once: true for a known action, false (and nothing done) for another.
+    void applicationPerformActionForShortcutItem(const QString &type, std::function<void(bool)> completion);
     // The one-in-three "new data" answer from the clock (seconds since 2001 divisible by 3).
     void callCompletionHandler(const CompletionHandler &handler) const;
     bool isCheckingUsage() const { return m_bgTaskUpdateUsage != PlatformApplication::kInvalidTask; }

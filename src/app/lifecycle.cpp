@@ -267,3 +267,34 @@ void DataUsageAppDelegate::checkCloudKitSubscriptions()
         qCInfo(lcApp, "qx_marker_log sub.check.array - (%s)", qPrintable(ids.join(QStringLiteral(", "))));
     });
 }
+
+const QStringList &DataUsageAppDelegate::shortcutTypes()
+{
+    static const QStringList types{QStringLiteral("SHORTCUTS_HISTORY"), QStringLiteral("SHORTCUTS_THEME"),
+                                   QStringLiteral("SHORTCUTS_DATAPLAN")};
+    return types;
+}
+
+void DataUsageAppDelegate::applicationPerformActionForShortcutItem(const QString &type,
+                                                                   std::function<void(bool)> completion)
+{
+    if (!shortcutTypes().contains(type)) {
+        qCInfo(lcApp) << "no quick action" << type;
+        if (completion)
+            completion(false);
+        return;
+    }
+    checkDataUsageWithCompletionHandler(nullptr);
+    const auto handle = [this, type] {
+        dispatchMain([this, type] {
+            if (canShowAlertOnRootView())
+                rootController->handleShortcuts(type);
+        });
+    };
+    if (const std::shared_ptr<StoreContext> context = m_shared.mocForActive())
+        context->perform(handle);
+    else
+        handle();
+    if (completion)
+        completion(true);
+}

@@ -54,6 +54,8 @@ public:
     void reloadValues() override;
     bool isPresenting() const override { return m_presenting; }
     void presentAlert(const AlertValue &alert) override;
+    // The screens a quick action opens belong to the app's own main screen (it overrides this).
+    void handleShortcuts(const QString &type) override { Q_UNUSED(type); }
     // The view says whether it shows something over the main screen (an alert, another screen).
     void setPresenting(bool presenting);
 

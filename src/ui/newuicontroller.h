@@ -121,7 +121,7 @@ public:
     Q_INVOKABLE void showMessage(const QString &message);
     // The user's drag so far, in logical pixels; acts while no other screen is shown.
     Q_INVOKABLE void handlePan(double dx, double dy);
-    Q_INVOKABLE void handleShortcuts(const QString &type);
+    Q_INVOKABLE void handleShortcuts(const QString &type) override;
     Q_INVOKABLE void showMore(bool animated);
     Q_INVOKABLE void showSettings();
     Q_INVOKABLE void enterBG();

@@ -151,6 +151,45 @@ private slots:
         QCOMPARE(w.center.added[0].body, QStringLiteral("You've used 60%."));
     }
 
+    // A quick action refreshes the figures and, behind that check, reaches the root screen only when
+    // setup is done and nothing is presented; the answer comes at once; unknown ones do nothing.
+    void quickActions_data()
+    {
+        QTest::addColumn<QString>("type");
+        QTest::addColumn<bool>("setUp");
+        QTest::addColumn<bool>("presenting");
+        QTest::addColumn<bool>("known");
+        QTest::addColumn<bool>("handled");
+        QTest::newRow("history") << "SHORTCUTS_HISTORY" << true << false << true << true;
+        QTest::newRow("theme") << "SHORTCUTS_THEME" << true << false << true << true;
+        QTest::newRow("plans") << "SHORTCUTS_DATAPLAN" << true << false << true << true;
+        QTest::newRow("during setup") << "SHORTCUTS_THEME" << false << false << true << false;
+        QTest::newRow("over a screen") << "SHORTCUTS_HISTORY" << true << true << true << false;
+        QTest::newRow("unknown") << "SHORTCUTS_OTHER" << true << false << false << false;
+    }
+    void quickActions()
+    {
+        QFETCH(QString, type);
+        QFETCH(bool, setUp);
+        QFETCH(bool, presenting);
+        QFETCH(bool, known);
+        QFETCH(bool, handled);
+        World w;
+        FakeRoot root;
+        root.presenting = presenting;
+        w.delegate->rootController = &root;
+        w.shared->userPref().setValue(Keys::PREF_SHOWED_SETUP, setUp);
+        w.container.interfaces.counters = QList<LinkCounters>{{QStringLiteral("pdp_ip0"), 100, 100}};
+        std::optional<bool> answer;
+        w.delegate->applicationPerformActionForShortcutItem(type, [&](bool ok) { answer = ok; });
+        QCOMPARE(answer, std::optional<bool>(known)); // at once, before the queued work
+        QVERIFY(root.shortcuts.isEmpty());
+        w.settle();
+        w.settle();
+        QCOMPARE(root.shortcuts, handled ? QStringList{type} : QStringList());
+        QCOMPARE(w.delegate->lastSample().countersRead, known); // the usage check ran first
+    }
+
     void activationAndTermination()
     {
         World w;

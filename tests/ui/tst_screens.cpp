@@ -4,12 +4,13 @@
 #include "core/settingskeys.h"
 #include "core/storecontext.h"
 #include "map/mapviewcontroller.h"
+#include "platform/dbus/applicationinstance.h"
 #include "testsupport.h"
 #include "ui/newuicontroller.h"
 #include "ui/screens.h"
 
+#include <QDBusConnection>
 #include <QGuiApplication>
-#include <QPointingDevice>
 #include <QProcess>
 #include <QQmlApplicationEngine>
 #include <QQmlExtensionPlugin>
@@ -25,7 +26,6 @@ Q_IMPORT_QML_PLUGIN(TallymoPlugin)
 namespace {
 
 QStringList g_warnings;
-QPointingDevice *g_finger = nullptr; // made before any pointer event, as a touch screen is
 QtMessageHandler g_previous = nullptr;
 
 void collect(QtMsgType type, const QMessageLogContext &context, const QString &message)
@@ -387,8 +387,9 @@ private slots:
         QCOMPARE(g_warnings, QStringList());
     }
 
-    // A pull of the hour list by a finger closes the whole history once the list is pulled past 100
-    // points (the finger goes further: the list follows it with resistance), not at 100.
+    // A pull of the hour list closes the whole history once the list is pulled past 100 points (the
+    // pointer goes further: the list follows it with resistance), not at 100. (By mouse: the test
+    // touch device does not drive the list reliably once earlier tests of this process used the mouse.)
     void pullingDownClosesTheHistory()
     {
         App app(true);
@@ -408,21 +409,20 @@ private slots:
         QTest::qWait(300); // the rows laid out
         // The pointer on the list, pulled down one point at a time.
         const QPoint from = list->mapToScene(QPointF(list->width() / 2, 200)).toPoint();
-        QPointingDevice *finger = g_finger;
-        QTest::touchEvent(app.window, finger).press(0, from, app.window);
+        QTest::mousePress(app.window, Qt::LeftButton, {}, from);
         auto offset = [list] {
             return list->property("contentY").toDouble() - list->property("originY").toDouble();
         };
         int dy = 0;
         while (offset() > -100 && dy < 400) {
-            QTest::touchEvent(app.window, finger).move(0, from + QPoint(0, ++dy), app.window);
+            QTest::mouseMove(app.window, from + QPoint(0, ++dy));
             QTest::qWait(2);
         }
         QCOMPARE(offset(), -100.0);
         QCOMPARE(app.pages(), 1); // 100 points: still open
-        QTest::touchEvent(app.window, finger).move(0, from + QPoint(0, ++dy), app.window);
+        QTest::mouseMove(app.window, from + QPoint(0, ++dy));
         QTRY_COMPARE(app.pages(), 0); // 101: closed
-        QTest::touchEvent(app.window, finger).release(0, from + QPoint(0, dy), app.window);
+        QTest::mouseRelease(app.window, Qt::LeftButton, {}, from + QPoint(0, dy));
         QCOMPARE(g_warnings, QStringList());
     }
 
@@ -445,6 +445,85 @@ private slots:
         app.drag(middle, middle + QPoint(120, 0));
         QCOMPARE(day->property("title").toString(), QStringLiteral("Tuesday, March 10"));
         QTest::qWait(350);
+        QCOMPARE(g_warnings, QStringList());
+    }
+
+    // The desktop entry's actions through gapplication on a private session bus: each opens its
+    // screen over a free main screen; during setup or over another screen nothing opens; an
+    // unknown action does nothing.
+    void quickActionsThroughTheDesktop()
+    {
+        if (!QDBusConnection::sessionBus().isConnected())
+            QSKIP("no session bus: run through tests/e2e/session.py");
+        App app(true);
+        QVERIFY(app.window);
+        ApplicationInstance instance;
+        QString error;
+        QCOMPARE(instance.registerOrForward(QString(), &error), ApplicationInstance::Outcome::First);
+        QObject::connect(&instance, &ApplicationInstance::actionActivated, &instance,
+                         [&](const QString &name) {
+                             app.delegate.applicationPerformActionForShortcutItem(
+                                 ApplicationInstance::shortcutTypeForAction(name), nullptr);
+                         });
+        QTemporaryDir data;
+        QVERIFY(QDir().mkpath(data.filePath(QStringLiteral("applications"))));
+        {
+            // The entry as installed, naming this build's program (GLib skips an entry whose program is
+            // missing).
+            QFile installed(QStringLiteral(DESKTOP_FILE));
+            QVERIFY(installed.open(QIODevice::ReadOnly));
+            QString entry = QString::fromUtf8(installed.readAll());
+            entry.replace(QRegularExpression(QStringLiteral("Exec=\\S*tallymo-app")),
+                          QStringLiteral("Exec=" TALLYMO_APP));
+            QFile copy(data.filePath(QStringLiteral("applications/org.tallymo.Tallymo.desktop")));
+            QVERIFY(copy.open(QIODevice::WriteOnly));
+            copy.write(entry.toUtf8());
+        }
+        auto gapplication = [&](const QStringList &arguments) {
+            QProcess p;
+            QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+            env.insert(QStringLiteral("XDG_DATA_DIRS"), data.path());
+            env.insert(QStringLiteral("XDG_DATA_HOME"), data.filePath(QStringLiteral("home")));
+            p.setProcessEnvironment(env);
+            p.start(QStringLiteral("gapplication"), arguments);
+            while (p.state() != QProcess::NotRunning)
+                QTest::qWait(20); // the app answers from this process's event loop
+            return QString::fromUtf8(p.readAllStandardOutput() + p.readAllStandardError()).trimmed();
+        };
+        const QString id = QStringLiteral("org.tallymo.Tallymo");
+        QStringList listed = gapplication({QStringLiteral("list-actions"), id}).split(u'\n');
+        listed.sort();
+        QCOMPARE(listed, (QStringList{"dataplan", "history", "theme"}));
+
+        const struct
+        {
+            const char *action;
+            const char *top;
+            int pages;
+        } opens[] = {{"history", "dayPage", 1}, {"theme", "menuPage", 2}, {"dataplan", "plansPage", 2}};
+        for (const auto &o : opens) {
+            QVERIFY(gapplication({QStringLiteral("action"), id, QString::fromLatin1(o.action)}).isEmpty());
+            QTRY_COMPARE(app.topName(), QLatin1StringView(o.top));
+            QCOMPARE(app.pages(), o.pages);
+            QMetaObject::invokeMethod(app.window, "closeAll");
+            QTRY_COMPARE(app.pages(), 0);
+            app.screens->main()->setPresenting(false);
+        }
+        // Over another screen, during setup, or unknown: nothing opens.
+        app.key(Qt::Key_Left);
+        QTRY_COMPARE(app.topName(), QStringLiteral("menuPage"));
+        gapplication({QStringLiteral("action"), id, QStringLiteral("history")});
+        QTest::qWait(300);
+        QCOMPARE(app.pages(), 1);
+        QMetaObject::invokeMethod(app.window, "closeAll");
+        QTRY_COMPARE(app.pages(), 0);
+        app.screens->main()->setPresenting(false);
+        app.shared->userPref().setValue(Keys::PREF_SHOWED_SETUP, false);
+        gapplication({QStringLiteral("action"), id, QStringLiteral("theme")});
+        app.shared->userPref().setValue(Keys::PREF_SHOWED_SETUP, true);
+        gapplication({QStringLiteral("action"), id, QStringLiteral("banana")});
+        QTest::qWait(300);
+        QCOMPARE(app.pages(), 0);
         QCOMPARE(g_warnings, QStringList());
     }
 
@@ -620,7 +699,6 @@ int main(int argc, char **argv)
     qputenv("XDG_CACHE_HOME", cache.path().toLocal8Bit());
     QGuiApplication app(argc, argv);
     g_previous = qInstallMessageHandler(collect);
-    g_finger = QTest::createTouchDevice();
     TestScreens test;
     return QTest::qExec(&test, argc, argv);
 }

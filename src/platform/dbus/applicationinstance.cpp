@@ -1,5 +1,7 @@
 #include "applicationinstance.h"
 
+#include <QHash>
+
 #include <QDBusAbstractAdaptor>
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
@@ -77,3 +79,12 @@ ApplicationInstance::Outcome ApplicationInstance::registerOrForward(const QStrin
 }
 
 #include "applicationinstance.moc"
+
+QString ApplicationInstance::shortcutTypeForAction(const QString &action)
+{
+    static const QHash<QString, QString> types{
+        {QStringLiteral("history"), QStringLiteral("SHORTCUTS_HISTORY")},
+        {QStringLiteral("theme"), QStringLiteral("SHORTCUTS_THEME")},
+        {QStringLiteral("dataplan"), QStringLiteral("SHORTCUTS_DATAPLAN")}};
+    return types.value(action, action);
+}

@@ -18,6 +18,10 @@ public:
     explicit ApplicationInstance(QObject *parent = nullptr);
     ~ApplicationInstance() override;
 
+    // The quick-action type of a desktop entry action ("history", "theme", "dataplan"; desktop
+    // action names may hold no underscore). Any other name comes back as it is.
+    static QString shortcutTypeForAction(const QString &action);
+
     enum class Outcome { First, Forwarded, NoBus };
     // Takes the name, or forwards `action` (ActivateAction when not empty, else Activate) to the
     // instance that has it. Without a session bus the process runs on its own (NoBus, with why).
