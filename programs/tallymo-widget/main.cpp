@@ -35,19 +35,7 @@ std::pair<ino_t, qint64> fileVersion(const QString &path)
 
 QVariantMap currentRecord(SharedCode &shared)
 {
-    if (!WidgetRecord::isSetUp(shared))
-        return WidgetRecord::notSetUp(shared.clock().now());
-    shared.userPref().synchronize(); // another process may have switched plans since the last record
-    const std::shared_ptr<StoreContext> context = shared.mocForActive();
-    if (!context)
-        return WidgetRecord::notSetUp(shared.clock().now());
-    QVariantMap record;
-    context->performAndWait([&] {
-        shared.saveUsageGasp(context.get(), Coordinate()); // no position: the widget has no fix of its own
-        record = WidgetRecord::fromStats(shared, WidgetStats::computeWidgetStats(shared, context.get()),
-                                         shared.clock().now());
-    });
-    return record;
+    return WidgetRecord::current(shared);
 }
 
 } // namespace

@@ -15,6 +15,7 @@ const char kUsage[] = "usage: tallymo <command> [options]\n"
                       "  defaults read [KEY] | write KEY VALUE [--type T] | delete KEY\n"
                       "  plans list | add [--label L] | show [ID] | set KEY VALUE [--type T] [--plan ID]\n"
                       "  status [--json] [--plan ID]             the current period's figures\n"
+                      "  intent show-usage [--json] [--speak]    the usage as the voice intent answers it\n"
                       "  refresh                                 one usage check: sample, figures, alerts\n"
                       "  alerts show | set N PERCENT             the four usage alert thresholds\n"
                       "  daemon [--interval SECONDS]             sample on a timer until stopped\n"
@@ -54,6 +55,7 @@ int run(const QStringList &args, Environment &env)
         {QLatin1StringView("history"), history},   {QLatin1StringView("watch"), watch},
         {QLatin1StringView("map"), map},           {QLatin1StringView("net"), net},
         {QLatin1StringView("setup"), setup},       {QLatin1StringView("demo"), demo},
+        {QLatin1StringView("intent"), intent},
     };
     if (args.isEmpty() || args.first() == QLatin1StringView("--help") ||
         args.first() == QLatin1StringView("help")) {

@@ -64,6 +64,7 @@ int defaults(const QStringList &args, Environment &env);
 int plans(const QStringList &args, Environment &env);
 int daemon(const QStringList &args, Environment &env);
 int status(const QStringList &args, Environment &env);
+int intent(const QStringList &args, Environment &env);
 int refresh(const QStringList &args, Environment &env);
 int alerts(const QStringList &args, Environment &env);
 int push(const QStringList &args, Environment &env);

@@ -10,9 +10,13 @@
 #include "plans/colorscheme.h"
 #include "plans/datacap.h"
 #include "sharing/commonshared.h"
+#include "sharing/usageintent.h"
+#include "sharing/widgetstats.h"
 
 #include <QCoreApplication>
 #include <QJsonObject>
+#include <QProcess>
+#include <QStandardPaths>
 
 #include <cmath>
 #include <cstdio>
@@ -132,6 +136,33 @@ int status(const QStringList &args, Environment &env)
     print(a.flag(QStringLiteral("json")) ? QString::fromUtf8(jsonText(figuresJson(f), false))
                                          : humanStatus(s, f, plan));
     return 0;
+}
+
+int intent(const QStringList &args, Environment &env)
+{
+    const Arguments a(args, {}, {QStringLiteral("json"), QStringLiteral("speak")});
+    const QString usage = QStringLiteral("tallymo intent show-usage [--json] [--speak]");
+    a.expectPositional(1, 1, usage);
+    if (a.positional.first() != QLatin1StringView("show-usage"))
+        throw UsageError(QStringLiteral("unknown intent \"%1\"; usage: %2").arg(a.positional.first(), usage));
+    Services &s = env.services();
+    const ShowUsageIntentResponse r = UsageIntent::responseForRecord(WidgetRecord::current(s.shared));
+    print(a.flag(QStringLiteral("json")) ? QString::fromUtf8(jsonText(r.toJson(), false))
+                                         : r.spokenText() + QLatin1Char('\n'));
+    if (!a.flag(QStringLiteral("speak")))
+        return r.code == ShowUsageIntentResponse::kSuccess ? 0 : 1;
+    const QString say = QStandardPaths::findExecutable(QStringLiteral("spd-say"));
+    if (say.isEmpty()) {
+        printError(QStringLiteral("tallymo: cannot speak: speech-dispatcher's spd-say is not installed "
+                                  "(Debian: apt-get install speech-dispatcher)\n"));
+        return 1;
+    }
+    // Waits until the sentence is spoken, so a key binding does not cut it off.
+    if (QProcess::execute(say, {QStringLiteral("--wait"), r.spokenText()}) != 0) {
+        printError(QStringLiteral("tallymo: spd-say could not speak the answer\n"));
+        return 1;
+    }
+    return r.code == ShowUsageIntentResponse::kSuccess ? 0 : 1;
 }
 
 int refresh(const QStringList &args, Environment &env)

@@ -135,3 +135,20 @@ void WidgetHelper::setCenter(WidgetCenter *center)
 {
     g_center = center;
 }
+
+QVariantMap WidgetRecord::current(SharedCode &shared)
+{
+    if (!isSetUp(shared))
+        return notSetUp(shared.clock().now());
+    shared.userPref().synchronize(); // another process may have switched plans since the last record
+    const std::shared_ptr<StoreContext> context = shared.mocForActive();
+    if (!context)
+        return notSetUp(shared.clock().now());
+    QVariantMap record;
+    context->performAndWait([&] {
+        shared.saveUsageGasp(context.get(), Coordinate()); // no position: no fix of its own
+        record =
+            fromStats(shared, WidgetStats::computeWidgetStats(shared, context.get()), shared.clock().now());
+    });
+    return record;
+}

@@ -53,6 +53,9 @@ QString isoText(const QDateTime &date);
 QVariantMap withDatesAsText(const QVariantMap &record);
 // The record as JSON: dates in ISO 8601 with their offset, numbers as they are.
 QJsonObject toJson(const QVariantMap &record);
+// The record of now for the active plan: a last sample is taken first (no position), so the
+// figures are this moment's; before setup, the not-set-up record.
+QVariantMap current(SharedCode &shared);
 // Where the last reload left the record: $XDG_RUNTIME_DIR/tallymo/widget.json.
 QString recordFilePath();
 // Writes the record there, replacing the file whole; false (and logged) when it cannot.

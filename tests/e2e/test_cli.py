@@ -89,6 +89,42 @@ class CommandLine(unittest.TestCase):
         self.assertEqual((plan["PREF_BILLDAY"], plan["PREF_PLAN_DBNAME"]), (9, new + ".sqlite"))
 
     # After a replay of samples (a counter restart among them) the figures are the store's, to the byte.
+    def test_usage_intent_answers_as_status_does(self):
+        # Before setup: the answer asks to open the app.
+        p = self.c.run("intent", "show-usage", "--json", check=False)
+        self.assertEqual((p.returncode, json.loads(p.stdout)), (1, {"code": 6}))
+        self.c.run("setup", "--bill-day", "1", "--cap", "1GB", "--used", "0")
+        self.c.write_counters({"wwan0": (1000, 1000)})
+        self.c.run("sample")
+        self.c.write_counters({"wwan0": (1000 + 300 * 1048576, 1000)})
+        self.c.run("sample")
+        answer = json.loads(self.c.run("intent", "show-usage", "--json").stdout)
+        status = json.loads(self.c.run("status", "--json").stdout)
+        self.assertEqual(answer["code"], 4)
+        self.assertAlmostEqual(answer["percent"], status["monthPercent"], places=9)
+        self.assertEqual(answer["forecast"], status["forecast"])
+        stats = answer["stats"]
+        self.assertEqual((stats["forecastString"], stats["forecastCode"]), (status["forecast"], status["forecastIconCode"]))
+        self.assertAlmostEqual(stats["megabytesLeft"], (status["effectiveDataCap"] - status["monthCell"]) / 1048576, places=6)
+        self.assertEqual((stats["daysLeft"], stats["timeUnit"]), (status["timeLeft"], status["timeUnit"]))
+        # Spoken through spd-say when there is one; said plainly when there is none.
+        spoken = os.path.join(self.c.root, "spoken.txt")
+        bin_dir = os.path.join(self.c.root, "bin")
+        os.makedirs(bin_dir)
+        env = dict(self.c.env, PATH=bin_dir)
+        p = self.c.run("intent", "show-usage", "--speak", env=env, check=False)
+        self.assertEqual(p.returncode, 1)
+        self.assertIn("spd-say is not installed", p.stderr)
+        with open(os.path.join(bin_dir, "spd-say"), "w") as f:
+            f.write(f'#!/bin/sh\nprintf "%s\\n" "$@" > {spoken}\n')
+        os.chmod(os.path.join(bin_dir, "spd-say"), 0o755)
+        p = self.c.run("intent", "show-usage", "--speak", env=env)
+        with open(spoken) as f:
+            said = f.read().splitlines()
+        self.assertEqual(said[0], "--wait")
+        self.assertEqual(said[1], p.stdout.strip())
+        self.assertTrue(said[1].startswith("You have used 29 percent of your data."), said[1])
+
     def test_status_agrees_with_the_store(self):
         rng = random.Random(5)
         cell, wifi = [1000, 1000], [1000, 1000]
