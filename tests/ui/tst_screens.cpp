@@ -490,6 +490,12 @@ private slots:
                 QTest::qWait(20); // the app answers from this process's event loop
             return QString::fromUtf8(p.readAllStandardOutput() + p.readAllStandardError()).trimmed();
         };
+        // The usage check of an action done, and its queued step run on the main queue.
+        auto settleAction = [&] {
+            QTRY_VERIFY(!app.delegate.isCheckingUsage());
+            app.shared->mocForActive()->performAndWait([] {});
+            QTest::qWait(100);
+        };
         const QString id = QStringLiteral("org.tallymo.Tallymo");
         QStringList listed = gapplication({QStringLiteral("list-actions"), id}).split(u'\n');
         listed.sort();
@@ -513,16 +519,18 @@ private slots:
         app.key(Qt::Key_Left);
         QTRY_COMPARE(app.topName(), QStringLiteral("menuPage"));
         gapplication({QStringLiteral("action"), id, QStringLiteral("history")});
-        QTest::qWait(300);
+        settleAction();
         QCOMPARE(app.pages(), 1);
         QMetaObject::invokeMethod(app.window, "closeAll");
         QTRY_COMPARE(app.pages(), 0);
         app.screens->main()->setPresenting(false);
         app.shared->userPref().setValue(Keys::PREF_SHOWED_SETUP, false);
         gapplication({QStringLiteral("action"), id, QStringLiteral("theme")});
+        settleAction(); // the action runs behind the usage check, after gapplication returns
+        QCOMPARE(app.pages(), 0);
         app.shared->userPref().setValue(Keys::PREF_SHOWED_SETUP, true);
         gapplication({QStringLiteral("action"), id, QStringLiteral("banana")});
-        QTest::qWait(300);
+        settleAction();
         QCOMPARE(app.pages(), 0);
         QCOMPARE(g_warnings, QStringList());
     }
