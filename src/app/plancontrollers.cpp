@@ -4,9 +4,9 @@
 #include "core/dateformatter.h"
 #include "core/settingskeys.h"
 #include "datausageappdelegate.h"
+#include "planeditors.h"
 #include "plans/billingcycle.h"
 
-#include <QCoreApplication>
 
 #include <cmath>
 
@@ -68,8 +68,7 @@ QString PlanController::startDateDetail() const
     case BillingCycle::Weekly: {
         // 1 January 2023 was a Sunday, weekday 1.
         const qint64 k = shared.userPref().integerForKey(Keys::PREF_WEEK_START);
-        return DateFormatter::withPattern(QStringLiteral("cccc"))
-            .toString(QDate(2023, 1, 1).addDays(std::clamp<qint64>(k, 1, 7) - 1).startOfDay());
+        return PickerWeekController::weekdayNames().value(int(std::clamp<qint64>(k, 1, 7)) - 1);
     }
     default:
         return DateFormatter::withTemplate(QStringLiteral("MMMd"))
@@ -300,15 +299,13 @@ void RowPickerController::selectRow(int row)
     emit selectedRowChanged();
 }
 
-namespace {
-QStringList numberRows(int last)
+QStringList RowPickerController::numberRows(int last)
 {
     QStringList rows;
     for (int n = 1; n <= last; ++n)
-        rows.append(QCoreApplication::translate("BilldateController", "%1").arg(n));
+        rows.append(QString::number(n));
     return rows;
 }
-} // namespace
 
 BilldateController::BilldateController(SharedCode &shared, const QString &plan, QObject *parent)
     : RowPickerController(tr("Start Date"),

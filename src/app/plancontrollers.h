@@ -195,6 +195,8 @@ signals:
 protected:
     RowPickerController(QString title, QString footer, QStringList rows, int row, QObject *parent);
     virtual void store(int row) = 0;
+    // Rows "1" to `last`.
+    static QStringList numberRows(int last);
 
 private:
     QString m_title;

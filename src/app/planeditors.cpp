@@ -4,22 +4,10 @@
 #include "core/settingskeys.h"
 #include "core/sharedcode.h"
 
-#include <QCoreApplication>
-
 #include <cmath>
 
-namespace {
-QStringList dayCounts()
-{
-    QStringList rows;
-    for (int n = 1; n <= 180; ++n)
-        rows.append(QCoreApplication::translate("NDayController", "%1").arg(n));
-    return rows;
-}
-} // namespace
-
 NDayController::NDayController(SharedCode &shared, const QString &plan, QObject *parent)
-    : RowPickerController(tr("N"), tr("Number of days in one billing period."), dayCounts(),
+    : RowPickerController(tr("N"), tr("Number of days in one billing period."), numberRows(180),
                           int(SettingsValue::toInteger(shared.getForPlan(plan, Keys::PREF_NDAYS_N))) - 1,
                           parent),
       m_shared(shared), m_plan(plan)

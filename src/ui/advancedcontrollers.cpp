@@ -42,6 +42,7 @@ void ResetController::reload()
         m_services
             ? m_services->backgroundRefresh()
             : UserServiceManager::State{false, tr("This system has no service manager for its users.")};
+    m_refreshOn = refresh.on;
     QString refreshFooter = tr("Refresh usage statistics in the background.");
     if (!refresh.problem.isEmpty())
         refreshFooter = refresh.problem;
@@ -69,7 +70,7 @@ void ResetController::tapRow(int row)
         return;
     switch (row) {
     case BackgroundRow: {
-        if (!m_services || m_services->backgroundRefresh().on)
+        if (!m_services || m_refreshOn)
             return;
         QString error;
         if (m_services->enableBackgroundRefresh(&error))

@@ -39,6 +39,7 @@ private:
 
     DataUsageAppDelegate &m_delegate;
     UserServiceManager *m_services;
+    bool m_refreshOn = false; // as the service manager said at the last reload
     Question m_asked = Question::None;
 };
 

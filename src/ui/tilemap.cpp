@@ -1,5 +1,7 @@
 #include "tilemap.h"
 
+#include "map/mapkit.h"
+
 #include <QCoreApplication>
 #include <QDir>
 #include <QLoggingCategory>
@@ -10,7 +12,6 @@
 #include <QStandardPaths>
 
 #include <cmath>
-#include <numbers>
 
 Q_LOGGING_CATEGORY(lcTiles, "tallymo.ui.tiles", QtWarningMsg)
 
@@ -113,13 +114,11 @@ QPointF TileMap::project(double latitude, double longitude) const
 {
     if (!(m_rect.width() > 0))
         return QPointF(-1, -1);
-    const double lat = std::clamp(latitude, -85.05112878, 85.05112878) * std::numbers::pi / 180;
-    double x = (longitude + 180) / 360 * kWorld;
-    const double y = (1 - std::log(std::tan(lat) + 1 / std::cos(lat)) / std::numbers::pi) / 2 * kWorld;
-    if (x < m_rect.left())
-        x += kWorld;
-    return QPointF((x - m_rect.left()) / m_rect.width() * width(),
-                   (y - m_rect.top()) / m_rect.height() * height());
+    MKMapPoint p = MKMapPointForCoordinate({latitude, longitude});
+    if (p.x < m_rect.left())
+        p.x += kWorld;
+    return QPointF((p.x - m_rect.left()) / m_rect.width() * width(),
+                   (p.y - m_rect.top()) / m_rect.height() * height());
 }
 
 void TileMap::panBy(double dx, double dy)
@@ -204,10 +203,9 @@ void TileMap::setOffline(bool offline)
 // cross the view, under the tiles: what is left of the map when none can be had.
 void TileMap::paintGraticule(QPainter *painter)
 {
+    // Linear in x, and past 180° where the view reaches over the world's east edge.
     auto longitudeAt = [](double x) { return x / kWorld * 360 - 180; };
-    auto latitudeAt = [](double y) {
-        return std::atan(std::sinh(std::numbers::pi * (1 - 2 * y / kWorld))) * 180 / std::numbers::pi;
-    };
+    auto latitudeAt = [](double y) { return MKCoordinateForMapPoint({0, y}).latitude; };
     const double west = longitudeAt(m_rect.left()), east = longitudeAt(m_rect.right());
     const double span = std::max(east - west, 1e-9);
     const double power = std::pow(10, std::floor(std::log10(span / 4)));
