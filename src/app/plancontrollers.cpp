@@ -7,7 +7,6 @@
 #include "planeditors.h"
 #include "plans/billingcycle.h"
 
-
 #include <cmath>
 
 // ---- PlanController ----
