@@ -4,13 +4,16 @@
 #include "app/datausageappdelegate.h"
 #include "core/sharedcode.h"
 #include "platform/dbus/applicationinstance.h"
+#include "platform/dbus/searchproviders.h"
 #include "platform/dbus/systemdusermanager.h"
 #include "platform/linux/desktopicons.h"
 #include "platform/linux/desktopmodule.h"
 #include "platform/linux/desktopshell.h"
 #include "platform/linux/linuxnetworkinterfaces.h"
 #include "platform/linux/paths.h"
+#include "platform/linux/replayclock.h"
 #include "platform/linux/sockdiag.h"
+#include "platform/linux/unixsignals.h"
 #include "platform/linux/xdgmail.h"
 #include "sharing/widgetstats.h"
 #include "ui/newuicontroller.h"
@@ -19,6 +22,7 @@
 #include "ui/translations.h"
 
 #include <QCommandLineParser>
+#include <QDBusConnection>
 #include <QDir>
 #include <QDirIterator>
 #include <QElapsedTimer>
@@ -137,7 +141,11 @@ int main(int argc, char **argv)
     const QCommandLineOption dumpMain(
         QStringLiteral("dump-main"),
         QStringLiteral("With --screenshot: print the main screen's texts instead of pictures."));
-    parser.addOptions({screenshot, size, action, firstFrame, firstFrameOf, dumpMain});
+    const QCommandLineOption service(
+        QStringLiteral("gapplication-service"),
+        QStringLiteral("Started by the session bus: answer the desktop's search and show no window until "
+                       "activated; leave after a while without either."));
+    parser.addOptions({screenshot, size, action, firstFrame, firstFrameOf, dumpMain, service});
     parser.process(app);
 
     const bool pictures = parser.isSet(screenshot);
@@ -160,9 +168,28 @@ int main(int argc, char **argv)
     if (!timedView.isEmpty() && timedView != QLatin1StringView("day") &&
         timedView != QLatin1StringView("periods"))
         fail(QStringLiteral("--first-frame-of takes day or periods, not \"%1\"").arg(timedView), 2);
+    const bool onDemand = parser.isSet(service) && !pictures;
+    QString clockError;
+    const std::unique_ptr<Clock> replayClock = clockFromEnvironment(&clockError);
+    if (!clockError.isEmpty())
+        fail(clockError, 2);
+
+    QString container = Paths::container();
+    // The desktop's search reads the item the app made last; it is on the bus before the name is.
+    SearchableIndex searchIndex(container);
+    const Clock &clock = replayClock ? *replayClock : Clock::system();
+    DesktopSearch search(searchIndex, clock,
+                         [] { return WidgetRecord::current(SharedCode::sharedInstance()); });
+    std::function<void(const UserActivity &)> openFromSearch;
+    SearchProviders searchProviders(search, [&](const UserActivity &activity) {
+        if (openFromSearch)
+            openFromSearch(activity);
+    });
     if (!pictures && !parser.isSet(firstFrame) && timedView.isEmpty()) {
         QString why;
-        switch (instance.registerOrForward(parser.value(action), &why)) {
+        if (!searchProviders.registerOn(QDBusConnection::sessionBus(), &why) && onDemand)
+            fail(why);
+        switch (instance.registerOrForward(parser.value(action), &why, !onDemand)) {
         case ApplicationInstance::Outcome::Forwarded:
             if (!why.isEmpty())
                 fail(QStringLiteral("the running Tallymo did not answer: %1").arg(why));
@@ -176,7 +203,6 @@ int main(int argc, char **argv)
         }
     }
 
-    QString container = Paths::container();
     QTemporaryDir copy;
     if (pictures) {
         if (!copy.isValid())
@@ -191,6 +217,7 @@ int main(int argc, char **argv)
     SockDiagConnections connections;
     SharedCode::Services s{container, &interfaces};
     s.connections = &connections;
+    s.clock = &clock;
     SharedCode shared(s);
     if (const QString error = shared.userPref().loadError(); !error.isEmpty())
         fail(error); // never go on with defaults over the user's file
@@ -231,14 +258,15 @@ int main(int argc, char **argv)
     QQuickWindow::setTextRenderType(QQuickWindow::NativeTextRendering);
     QQmlApplicationEngine engine;
     engine.addImportPath(QStringLiteral("qrc:/qt/qml"));
-    engine.setInitialProperties({{QStringLiteral("screens"), QVariant::fromValue(&screens)}});
+    engine.setInitialProperties(
+        {{QStringLiteral("screens"), QVariant::fromValue(&screens)}, {QStringLiteral("visible"), !onDemand}});
     engine.load(QUrl(QStringLiteral("qrc:/qt/qml/Tallymo/Main.qml")));
     if (engine.rootObjects().isEmpty())
         fail(QStringLiteral("the main screen could not be loaded"));
     auto *window = qobject_cast<QQuickWindow *>(engine.rootObjects().constFirst());
     if (pictures)
         window->resize(windowSize);
-    else
+    else if (!onDemand)
         window->requestActivate(); // where no window manager gives it the focus (kiosks, phones)
 
     // The lifecycle follows the window system: active, inactive, hidden (the background).
@@ -272,14 +300,35 @@ int main(int argc, char **argv)
             else if (window->isActive())
                 follow(Qt::ApplicationActive);
         });
-        QObject::connect(&app, &QGuiApplication::aboutToQuit, &app,
-                         [&] { delegate.applicationWillTerminate(); });
+        // Quitting from the foreground passes through the background first, as a phone's app does.
+        QObject::connect(&app, &QGuiApplication::aboutToQuit, &app, [&] {
+            follow(Qt::ApplicationHidden);
+            delegate.applicationWillTerminate();
+        });
+        UnixSignals::onTermination([] { QCoreApplication::quit(); });
     }
-    QObject::connect(&instance, &ApplicationInstance::activated, window, [window] {
+    const auto show = [window] {
         window->show();
         window->raise();
         window->requestActivate();
-    });
+    };
+    QObject::connect(&instance, &ApplicationInstance::activated, window, show);
+    openFromSearch = [&](const UserActivity &activity) {
+        if (delegate.applicationContinueUserActivity(activity))
+            show();
+    };
+    // Started for the desktop's search only: gone after ten seconds without a query or a window.
+    QTimer idle;
+    if (onDemand) {
+        idle.setSingleShot(true);
+        idle.setInterval(10000);
+        QObject::connect(&idle, &QTimer::timeout, &app, [window] {
+            if (!window->isVisible())
+                QCoreApplication::quit();
+        });
+        QObject::connect(&searchProviders, &SearchProviders::used, &idle, qOverload<>(&QTimer::start));
+        idle.start();
+    }
     QObject::connect(&instance, &ApplicationInstance::actionActivated, window, [&](const QString &name) {
         window->show();
         window->requestActivate();

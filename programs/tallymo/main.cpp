@@ -6,6 +6,7 @@
 #include "platform/linux/desktopmodule.h"
 #include "platform/linux/linuxnetworkinterfaces.h"
 #include "platform/linux/paths.h"
+#include "platform/linux/replayclock.h"
 #include "platform/linux/sockdiag.h"
 #include "platform/linux/unixsignals.h"
 #include "platform/linux/xdgmail.h"
@@ -17,20 +18,6 @@
 #include <memory>
 
 namespace {
-
-// TALLYMO_NOW replays another moment: the clock starts there and runs (for tests and demos).
-std::unique_ptr<Clock> clockFromEnvironment()
-{
-    const QString now = qEnvironmentVariable("TALLYMO_NOW");
-    if (now.isEmpty())
-        return nullptr;
-    const QDateTime start = QDateTime::fromString(now, Qt::ISODateWithMs);
-    if (!start.isValid()) {
-        std::fprintf(stderr, "tallymo: TALLYMO_NOW is not an ISO 8601 date and time: %s\n", qPrintable(now));
-        std::exit(2);
-    }
-    return std::make_unique<RunningClock>(start.toLocalTime());
-}
 
 std::unique_ptr<DesktopServices> loadDesktopServices(const SharedCode &shared)
 {
@@ -51,7 +38,12 @@ int main(int argc, char **argv)
     QCoreApplication::setApplicationName(QStringLiteral("tallymo"));
     QCoreApplication::setApplicationVersion(QStringLiteral(TALLYMO_VERSION));
 
-    const std::unique_ptr<Clock> replayClock = clockFromEnvironment();
+    QString clockError;
+    const std::unique_ptr<Clock> replayClock = clockFromEnvironment(&clockError);
+    if (!clockError.isEmpty()) {
+        std::fprintf(stderr, "tallymo: %s\n", qPrintable(clockError));
+        return 2;
+    }
     LinuxNetworkInterfaces interfaces = LinuxNetworkInterfaces::fromEnvironment();
     std::optional<SockDiagConnections> connections;
     std::unique_ptr<SharedCode> shared;
@@ -93,13 +85,13 @@ int main(int argc, char **argv)
     env.onTerminationRequest = UnixSignals::onTermination;
     XdgMail mail;
     env.mail = &mail;
-    env.startBackgroundService = [&](std::function<void()> onPush, std::function<void()> onWake) {
+    env.startBackgroundService = [&](DesktopServices::BackgroundHandlers handlers) {
         if (!desktop)
             return false;
         DataUsageAppDelegate::Services services = delegate->services();
-        services.push = desktop->push(onPush, [&] { delegate->cloudAccountChanged(); });
+        services.push = desktop->push(handlers.onPush, [&] { delegate->cloudAccountChanged(); });
         delegate->setServices(services);
-        return desktop->registerBackgroundService(std::move(onPush), std::move(onWake));
+        return desktop->registerBackgroundService(std::move(handlers));
     };
     env.pushToBackgroundService = [&] { return desktop && desktop->pushToBackgroundService(); };
     env.startWatchCompanion = [&](bool follow, bool complication, auto report, QString *error) {

@@ -143,9 +143,17 @@ public:
     // The push subscription; `onPush` runs for each message, `onAccountChanged` when the push
     // provider changed (a distributor appeared).
     virtual PushSubscriptions *push(std::function<void()> onPush, std::function<void()> onAccountChanged) = 0;
+    // What the background service answers from outside.
+    struct BackgroundHandlers
+    {
+        std::function<void()> onPush; // a silent push
+        std::function<void()> onWake; // a plain request to sample now
+        // The usage intent: `reply` gets the answer as bus values, possibly from a store's queue.
+        std::function<void(std::function<void(const QVariantMap &)> reply)> onShowUsage;
+    };
     // The background service announces itself (so the refresh status reads as available) and
-    // takes wake-ups from outside: a silent push, or a plain request to sample now.
-    virtual bool registerBackgroundService(std::function<void()> onPush, std::function<void()> onWake) = 0;
+    // takes the calls of `handlers`.
+    virtual bool registerBackgroundService(BackgroundHandlers handlers) = 0;
     // Asks a running background service for a silent push; false when none runs.
     virtual bool pushToBackgroundService() = 0;
     virtual WatchSession *watch() = 0;

@@ -6,6 +6,7 @@
 #include "location.h"
 #include "plans/datacap.h"
 #include "planstores.h"
+#include "sharing/searchitem.h"
 
 #include <QMutex>
 
@@ -126,6 +127,14 @@ public:
     // store queue, on the main queue — the root screen handles it if it is free. `completion` is
     // called at once: true for a known action, false (and nothing done) for another.
     void applicationPerformActionForShortcutItem(const QString &type, std::function<void(bool)> completion);
+    // Leaving the foreground: the usage intent is donated and the search item made again, so the
+    // desktop's search finds the app for another year.
+    void makeSearchItem();
+    void donateIntent();
+    // A search result was picked: opening the app is the whole effect.
+    bool applicationContinueUserActivity(const UserActivity &activity);
+    // The activity the last search item was made with.
+    UserActivity searchActivity;
     // The one-in-three "new data" answer from the clock (seconds since 2001 divisible by 3).
     void callCompletionHandler(const CompletionHandler &handler) const;
     bool isCheckingUsage() const { return m_bgTaskUpdateUsage != PlatformApplication::kInvalidTask; }
@@ -165,6 +174,10 @@ public:
     // Answers any message with the statistics record (a fresh sample first); before setup with
     // only the flag and the moment; with an empty record when sampling or computing failed.
     void sessionDidReceiveMessage(const QVariantMap &message, std::function<void(const QVariantMap &)> reply);
+    // The statistics record of this moment (the widget's keys), answered from the active plan's
+    // store queue once the traffic up to now is recorded; before setup, the not-set-up record;
+    // empty when it cannot be computed.
+    void currentRecord(std::function<void(const QVariantMap &)> reply);
     // Pushes the main screen's figures: as complication data when the forecast's look changed
     // (and the complication is shown), else as the application context.
     void sendAppContext(const QVariantMap &record);

@@ -3,6 +3,7 @@
 #include "core/settingskeys.h"
 #include "datausageappdelegate.h"
 #include "logging.h"
+#include "sharing/usageintent.h"
 
 #include <QCoreApplication>
 #include <QSemaphore>
@@ -53,6 +54,7 @@ void DataUsageAppDelegate::applicationWillResignActive()
 {
     applicationState = Inactive;
     initPush();
+    makeSearchItem();
 }
 
 void DataUsageAppDelegate::applicationWillEnterForeground()
@@ -297,4 +299,25 @@ void DataUsageAppDelegate::applicationPerformActionForShortcutItem(const QString
         handle();
     if (completion)
         completion(true);
+}
+
+void DataUsageAppDelegate::donateIntent()
+{
+    // The phrase becomes findable in the desktop's search, which answers it with the usage.
+    SearchableIndex(m_shared.containerURL())
+        .donate(DonatedIntent{UsageIntent::invocationPhrase(), m_shared.clock().now()}); // result ignored
+}
+
+void DataUsageAppDelegate::makeSearchItem()
+{
+    donateIntent();
+    const SearchItem item = SearchItem::make(m_shared.clock().now());
+    SearchableIndex(m_shared.containerURL()).indexSearchableItem(item); // result ignored (logged)
+    searchActivity = UserActivity::forSearchItem(item);
+}
+
+bool DataUsageAppDelegate::applicationContinueUserActivity(const UserActivity &activity)
+{
+    qCInfo(lcApp) << "opened from" << activity.activityType << activity.title;
+    return true;
 }

@@ -29,6 +29,11 @@ void DataUsageAppDelegate::sessionDidDeactivate()
 
 void DataUsageAppDelegate::sessionDidReceiveMessage(const QVariantMap &, WatchSession::Reply reply)
 {
+    currentRecord(std::move(reply));
+}
+
+void DataUsageAppDelegate::currentRecord(std::function<void(const QVariantMap &)> reply)
+{
     m_shared.userPref().synchronize(); // setup may have finished in another process
     if (!WidgetRecord::isSetUp(m_shared)) {
         reply(WidgetRecord::notSetUp(m_shared.clock().now()));
@@ -48,7 +53,7 @@ void DataUsageAppDelegate::sessionDidReceiveMessage(const QVariantMap &, WatchSe
             const QVariantMap stats = WidgetStats::computeWidgetStats(m_shared, context.get());
             record = WidgetRecord::fromStats(m_shared, stats, m_shared.clock().now());
         } catch (const std::exception &e) {
-            qCWarning(lcApp, "watch message: %s", e.what());
+            qCWarning(lcApp, "statistics record: %s", e.what());
             record.clear();
         }
         reply(record);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "app/applicationservices.h"
+
 #include <QStringList>
 #include <QVariantMap>
 
@@ -30,7 +32,7 @@ struct Environment
     std::function<void(std::function<void()>)> onTerminationRequest;
     // The background service is starting: claims its name on the session bus and takes
     // wake-ups from it (a silent push, a plain wake-up).
-    std::function<bool(std::function<void()> onPush, std::function<void()> onWake)> startBackgroundService;
+    std::function<bool(DesktopServices::BackgroundHandlers handlers)> startBackgroundService;
     // Asks the running background service for a silent push; false when none runs.
     std::function<bool()> pushToBackgroundService;
     // A terminal companion of the watch session (see DesktopServices::startWatchCompanion).

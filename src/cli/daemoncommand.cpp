@@ -5,6 +5,7 @@
 #include "core/sharedcode.h"
 #include "output.h"
 #include "sharing/commonshared.h"
+#include "sharing/usageintent.h"
 
 #include <QCoreApplication>
 #include <QJsonDocument>
@@ -88,8 +89,15 @@ int daemon(const QStringList &args, Environment &env)
     if (ConnectionSource *connections = s.shared.connections())
         connections->watchClosedConnections(); // short connections between two samples still count
     // On the bus first, so the push registration made at launch names a service that answers.
-    if (env.startBackgroundService)
-        env.startBackgroundService(push, [wake] { wake(QStringLiteral("wake")); });
+    if (env.startBackgroundService) {
+        // The usage intent is answered with the record the watch gets: this moment's figures.
+        const auto showUsage = [&delegate](std::function<void(const QVariantMap &)> reply) {
+            delegate.currentRecord([reply = std::move(reply)](const QVariantMap &record) {
+                reply(UsageIntent::responseForRecord(record).toVariantMap());
+            });
+        };
+        env.startBackgroundService({push, [wake] { wake(QStringLiteral("wake")); }, showUsage});
+    }
     delegate.setSchedulesRemindersInBackground(true);
     delegate.applicationWillFinishLaunching(); // the service runs in the background state
     delegate.applicationDidFinishLaunching();

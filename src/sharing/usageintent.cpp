@@ -42,6 +42,13 @@ QJsonObject ShowUsageIntentResponse::toJson() const
     return o;
 }
 
+QVariantMap ShowUsageIntentResponse::toVariantMap() const
+{
+    QVariantMap map = toJson().toVariantMap();
+    map.insert(QStringLiteral("spokenText"), spokenText());
+    return map;
+}
+
 QString ShowUsageIntentResponse::spokenText() const
 {
     if (code != kSuccess || !stats)

@@ -31,6 +31,8 @@ struct ShowUsageIntentResponse
 
     static ShowUsageIntentResponse successIntentResponseWithForecast(const QString &forecast, double percent);
     QJsonObject toJson() const;
+    // The same as bus values, with the sentence to say under "spokenText".
+    QVariantMap toVariantMap() const;
     // One sentence to say aloud.
     QString spokenText() const;
 };

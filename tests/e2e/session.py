@@ -13,14 +13,15 @@ NOTIFY_PATH = "/org/freedesktop/Notifications"
 
 
 class SessionBus:
-    def __init__(self, notification_server=True):
+    def __init__(self, notification_server=True, env=None):
         self.notification_server = notification_server
+        self.extra_env = env or {}  # e.g. XDG_DATA_DIRS with the bus's activatable services
 
     def __enter__(self):
         out = subprocess.check_output(["dbus-daemon", "--session", "--fork", "--print-address=1", "--print-pid=1"],
-                                      text=True).split()
+                                      text=True, env=dict(os.environ, **self.extra_env)).split()
         self.address, self.pid = out[0], int(out[1])
-        self.env = dict(os.environ, DBUS_SESSION_BUS_ADDRESS=self.address)
+        self.env = dict(os.environ, **self.extra_env, DBUS_SESSION_BUS_ADDRESS=self.address)
         self.bus = dbus.bus.BusConnection(self.address)
         self.mock = None
         if not self.notification_server:

@@ -1,5 +1,6 @@
 """The background service on a private session bus: a silent push makes it sample, a level rise
 during a background wake-up sends one notification, and D-Bus activation starts it."""
+import json
 import os
 import signal
 import sqlite3
@@ -80,6 +81,32 @@ class BackgroundService(unittest.TestCase):
         p = self.c.run("push", check=False)
         self.assertEqual((p.returncode, p.stderr.splitlines()[-1]),
                          (1, "tallymo: no Tallymo background service is running (start one with tallymo daemon)"))
+
+    def test_show_usage_answers_as_the_command_does(self):
+        daemon = Daemon(self.c.env)
+        try:
+            daemon.wait_for("launch")
+            service = self.session.bus.get_object(SERVICE, PATH)
+            # Before setup: the answer asks to open the app.
+            answer = service.ShowUsage(dbus_interface=SERVICE, timeout=20)
+            self.assertEqual(int(answer["code"]), 6)
+            self.assertIn("not set up", str(answer["spokenText"]))
+            self.c.run("setup", "--bill-day", "1", "--cap", "1GB", "--used", "0")
+            self.c.write_counters({"wwan0": (1000 + 300 * 1048576, 1000)})  # not sampled yet
+            answer = service.ShowUsage(dbus_interface=SERVICE, timeout=20)
+            command = json.loads(self.c.run("intent", "show-usage", "--json").stdout)
+        finally:
+            daemon.stop()
+        self.assertEqual(int(answer["code"]), 4)
+        self.assertAlmostEqual(float(answer["percent"]), 29.296875, places=3)  # the traffic up to the call
+        self.assertEqual(str(answer["forecast"]), command["forecast"])
+        self.assertAlmostEqual(float(answer["percent"]), command["percent"], places=9)
+        stats = {str(k): v for k, v in answer["stats"].items()}
+        self.assertEqual((str(stats["forecastString"]), int(stats["daysLeft"]), str(stats["timeUnit"])),
+                         (command["stats"]["forecastString"], command["stats"]["daysLeft"],
+                          command["stats"]["timeUnit"]))
+        self.assertAlmostEqual(float(stats["megabytesLeft"]), command["stats"]["megabytesLeft"], places=6)
+        self.assertTrue(str(answer["spokenText"]).startswith("You have used 29 percent of your data."))
 
 
 def wait_gone(pid, timeout=20):

@@ -48,7 +48,8 @@ ApplicationInstance::ApplicationInstance(QObject *parent) : QObject(parent)
 
 ApplicationInstance::~ApplicationInstance() = default;
 
-ApplicationInstance::Outcome ApplicationInstance::registerOrForward(const QString &action, QString *error)
+ApplicationInstance::Outcome ApplicationInstance::registerOrForward(const QString &action, QString *error,
+                                                                    bool forward)
 {
     QDBusConnection bus = QDBusConnection::sessionBus();
     if (!bus.isConnected()) {
@@ -66,6 +67,8 @@ ApplicationInstance::Outcome ApplicationInstance::registerOrForward(const QStrin
     if (reply.isValid() && reply.value() == QDBusConnectionInterface::ServiceRegistered)
         return Outcome::First;
     bus.unregisterObject(kPath);
+    if (!forward)
+        return Outcome::Forwarded;
     QDBusMessage call =
         action.isEmpty()
             ? QDBusMessage::createMethodCall(kName, kPath, kInterface, QStringLiteral("Activate"))

@@ -24,8 +24,9 @@ public:
 
     enum class Outcome { First, Forwarded, NoBus };
     // Takes the name, or forwards `action` (ActivateAction when not empty, else Activate) to the
-    // instance that has it. Without a session bus the process runs on its own (NoBus, with why).
-    Outcome registerOrForward(const QString &action, QString *error);
+    // instance that has it; a process started by the bus to answer a call (`forward` false)
+    // forwards nothing. Without a session bus the process runs on its own (NoBus, with why).
+    Outcome registerOrForward(const QString &action, QString *error, bool forward = true);
 
 signals:
     void activated();

@@ -28,12 +28,12 @@ SessionDesktop::~SessionDesktop()
     SessionBus::flush(m_bus);
 }
 
-bool SessionDesktop::registerBackgroundService(std::function<void()> onPush, std::function<void()> onWake)
+bool SessionDesktop::registerBackgroundService(BackgroundHandlers handlers)
 {
     if (!m_bus.isConnected())
         return false;
     // The object first: a call that activated this service is delivered once the name is owned.
-    m_backgroundObject = std::make_unique<BackgroundServiceObject>(std::move(onPush), std::move(onWake));
+    m_backgroundObject = std::make_unique<BackgroundServiceObject>(std::move(handlers));
     m_bus.registerObject(BackgroundServiceObject::kPath, m_backgroundObject.get(),
                          QDBusConnection::ExportAllSlots);
     if (m_bus.registerService(LinuxBackgroundRefresh::kServiceName))

@@ -26,7 +26,7 @@ public:
     BackgroundRefreshStatus *refreshStatus() override { return &m_refreshStatus; }
     LocationService *location() override { return &m_location; }
     PushSubscriptions *push(std::function<void()> onPush, std::function<void()> onAccountChanged) override;
-    bool registerBackgroundService(std::function<void()> onPush, std::function<void()> onWake) override;
+    bool registerBackgroundService(BackgroundHandlers handlers) override;
     bool pushToBackgroundService() override;
     WatchSession *watch() override { return &m_watch; }
     HostNameResolver *hostNames() override { return &m_hostNames; }

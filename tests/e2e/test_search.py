@@ -1,0 +1,173 @@
+"""The desktop's search finds the app: the item the app makes when it leaves the foreground, served on
+the app's bus name to GNOME Shell's provider and KRunner, with the app started by the bus for the
+query."""
+import ast
+import datetime
+import json
+import os
+import re
+import shutil
+import signal
+import subprocess
+import sys
+import time
+import unittest
+
+import dbus
+
+sys.path.insert(0, os.path.dirname(__file__))
+from session import SessionBus  # noqa: E402
+from support import TALLYMO, Container  # noqa: E402
+
+BUILD = os.path.dirname(os.path.dirname(os.path.dirname(TALLYMO)))
+APP = os.path.join(BUILD, "programs", "tallymo-app", "tallymo-app")
+NAME = "org.tallymo.Tallymo"
+GNOME = ("/org/tallymo/Tallymo/SearchProvider", "org.gnome.Shell.SearchProvider2")
+KRUNNER = ("/org/tallymo/Tallymo/Runner", "org.kde.krunner1")
+HEADLESS = {"QT_QPA_PLATFORM": "offscreen", "QT_QUICK_CONTROLS_STYLE": "Basic"}
+
+
+def gdbus(path, method, *args):
+    """`gdbus call` on the app's name; the answer as Python values (GVariant text of string arrays)."""
+    p = subprocess.run(["gdbus", "call", "--session", "-d", NAME, "-o", path[0], "-m", f"{path[1]}.{method}",
+                        *args], capture_output=True, text=True, timeout=60)
+    if p.returncode != 0:
+        raise AssertionError(f"gdbus {method} {args}: {p.stderr}")
+    return ast.literal_eval(re.sub(r"@[a-z{}()]+ ", "", p.stdout))[0]
+
+
+class DesktopSearch(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.c = Container()
+        c = cls.c
+        c.run("setup", "--bill-day", "1", "--cap", "100MB", "--used", "0")
+        c.write_counters({"wlan0": (10, 10), "wwan0": (1000, 1000)})
+        c.run("sample")
+        c.write_counters({"wlan0": (10, 10), "wwan0": (1000 + 40 * 1048576, 1000 + 2 * 1048576)})
+        c.run("sample")
+        # The installed files under a test data folder: the bus activates the app from it.
+        share = os.path.join(c.root, "share")
+        os.makedirs(os.path.join(share, "dbus-1", "services"))
+        with open(os.path.join(share, "dbus-1", "services", NAME + ".service"), "w") as f:
+            f.write(f"[D-BUS Service]\nName={NAME}\nExec={APP} --gapplication-service\n")
+        shutil.copytree(os.path.join(BUILD, "data", "applications"), os.path.join(share, "applications"))
+        shutil.copytree(os.path.join(BUILD, "data", "gnome-shell"), os.path.join(share, "gnome-shell"))
+        shutil.copytree(os.path.join(BUILD, "data", "krunner"), os.path.join(share, "krunner"))
+        cls.share = share
+        runtime = os.path.join(c.root, "run")
+        os.mkdir(runtime, 0o700)
+        env = dict(HEADLESS, XDG_DATA_DIRS=share, XDG_RUNTIME_DIR=runtime, TALLYMO_CONTAINER=c.path,
+                   TALLYMO_PROC_NET_DEV=c.counters, TALLYMO_SYSFS_NET=c.sysfs, TZ=c.env["TZ"])
+        cls.session = SessionBus(notification_server=False, env=env).__enter__()
+        c.env.update(DBUS_SESSION_BUS_ADDRESS=cls.session.address)
+        os.environ["DBUS_SESSION_BUS_ADDRESS"] = cls.session.address  # for gdbus
+        cls.dbus = dbus.Interface(cls.session.bus.get_object("org.freedesktop.DBus", "/org/freedesktop/DBus"),
+                                  "org.freedesktop.DBus")
+
+    @classmethod
+    def tearDownClass(cls):
+        cls.stop_app()
+        cls.session.__exit__(None, None, None)
+        cls.c.cleanup()
+
+    @classmethod
+    def stop_app(cls):
+        """Ends the app that owns the name, if any, and waits until the name is free."""
+        if not cls.session.bus.name_has_owner(NAME):
+            return
+        pid = int(cls.dbus.GetConnectionUnixProcessID(NAME))
+        os.kill(pid, signal.SIGTERM)
+        deadline = time.time() + 20
+        while cls.session.bus.name_has_owner(NAME):
+            assert time.time() < deadline, "the app did not leave the bus"
+            time.sleep(0.05)
+
+    def index(self):
+        with open(os.path.join(self.c.path, "searchIndex.json")) as f:
+            return json.load(f)
+
+    def test_1_leaving_the_foreground_makes_the_item(self):
+        app = subprocess.Popen([APP], env=dict(self.session.env), stdout=subprocess.DEVNULL,
+                               stderr=subprocess.PIPE, text=True)
+        deadline = time.time() + 30
+        while not self.session.bus.name_has_owner(NAME):
+            self.assertIsNone(app.poll(), app.stderr.read() if app.poll() is not None else "")
+            self.assertLess(time.time(), deadline, "the app never took its name")
+            time.sleep(0.05)
+        time.sleep(1)  # shown and active
+        made = datetime.datetime.now(datetime.timezone.utc)
+        app.send_signal(signal.SIGTERM)  # quitting leaves the foreground first
+        self.assertEqual(app.wait(timeout=30), 0, app.stderr.read())
+        app.stderr.close()
+        items = self.index()["items"]
+        self.assertEqual([i["uniqueIdentifier"] for i in items], ["SEARCH_UNIQ_ID"])
+        item = items[0]
+        self.assertEqual(item["title"], "Current Data Usage Statistics")
+        self.assertEqual(item["keywords"][:6], ["cell", "used", "stats", "qx", "forecast", "count"])
+        self.assertEqual(len(item["keywords"]), 21)
+        expires = datetime.datetime.fromisoformat(item["expirationDate"])
+        self.assertLess(abs((expires - made).total_seconds() - 365 * 86400), 60)
+        self.assertEqual(self.index()["intent"]["phrase"], "Call Tallymo")
+
+    def test_2_queries_start_the_app_and_find_the_item(self):
+        self.stop_app()
+        for terms, expected in ((["overage"], ["SEARCH_UNIQ_ID"]), (["wi-fi"], ["SEARCH_UNIQ_ID"]),
+                                (["usage", "stat"], ["SEARCH_UNIQ_ID"]), (["OVER"], ["SEARCH_UNIQ_ID"]),
+                                (["banana"], []), (["overage", "banana"], []), ([], []),
+                                (["call", "tally"], ["SHOW_USAGE_INTENT"])):
+            with self.subTest(terms=terms):
+                self.assertEqual(gdbus(GNOME, "GetInitialResultSet", json.dumps(terms)), expected)
+        self.assertTrue(self.session.bus.name_has_owner(NAME))  # started by the bus for the query
+        self.assertEqual(gdbus(GNOME, "GetSubsearchResultSet", '["SEARCH_UNIQ_ID"]', '["overa"]'),
+                         ["SEARCH_UNIQ_ID"])
+        self.assertEqual(gdbus(GNOME, "GetSubsearchResultSet", '["SEARCH_UNIQ_ID"]', '["overb"]'), [])
+
+        status = json.loads(self.c.run("status", "--json").stdout)
+        line = (f"{round(status['monthPercent'])}% used · {status['timeLeft']} {status['timeUnit']} left · "
+                f"forecast: {status['forecast']}")
+        self.assertTrue(line.startswith("42% used · "), line)
+        provider = dbus.Interface(self.session.bus.get_object(NAME, GNOME[0]), GNOME[1])
+        metas = provider.GetResultMetas(["SEARCH_UNIQ_ID", "nothing"])
+        self.assertEqual(len(metas), 1)
+        self.assertEqual((str(metas[0]["id"]), str(metas[0]["name"]), str(metas[0]["description"])),
+                         ("SEARCH_UNIQ_ID", "Current Data Usage Statistics", line))
+        runner = dbus.Interface(self.session.bus.get_object(NAME, KRUNNER[0]), KRUNNER[1])
+        for query, expected in (("overage", ["SEARCH_UNIQ_ID"]), ("Wi-Fi", ["SEARCH_UNIQ_ID"]),
+                                ("usage  stat", ["SEARCH_UNIQ_ID"]), ("banana", [])):
+            with self.subTest(query=query):
+                matches = runner.Match(query)
+                self.assertEqual([str(m[0]) for m in matches], expected)
+                for m in matches:
+                    self.assertEqual((str(m[1]), str(m[5]["subtext"])),
+                                     ("Current Data Usage Statistics", line))
+        # Picking the result opens the app: the process started for the query stays on.
+        provider.ActivateResult("SEARCH_UNIQ_ID", ["overage"], dbus.UInt32(0))
+        self.assertTrue(self.session.bus.name_has_owner(NAME))
+
+    def test_3_a_year_and_a_day_later_nothing_is_found(self):
+        self.stop_app()
+        later = datetime.datetime.now(datetime.timezone.utc) + datetime.timedelta(days=366)
+        self.dbus.UpdateActivationEnvironment({"TALLYMO_NOW": later.strftime("%Y-%m-%dT%H:%M:%SZ")})
+        try:
+            self.assertEqual(gdbus(GNOME, "GetInitialResultSet", '["overage"]'), [])
+            self.assertEqual(gdbus(KRUNNER, "Match", "overage"), [])
+        finally:
+            self.stop_app()
+            self.dbus.UpdateActivationEnvironment({"TALLYMO_NOW": ""})
+
+    def test_installed_desktop_files_are_valid(self):
+        files = [os.path.join(self.share, "applications", NAME + ".desktop"),
+                 os.path.join(self.share, "krunner", "dbusplugins", NAME + ".desktop")]
+        for f in files:
+            p = subprocess.run(["desktop-file-validate", f], capture_output=True, text=True)
+            self.assertEqual((p.returncode, p.stdout + p.stderr), (0, ""), f)
+        with open(os.path.join(self.share, "gnome-shell", "search-providers", NAME + ".search-provider.ini")) as f:
+            ini = f.read()
+        for line in ("DesktopId=org.tallymo.Tallymo.desktop", "BusName=org.tallymo.Tallymo",
+                     "ObjectPath=/org/tallymo/Tallymo/SearchProvider", "Version=2"):
+            self.assertIn(line, ini)
+
+
+if __name__ == "__main__":
+    unittest.main(argv=[sys.argv[0], "-v"])
