@@ -15,6 +15,7 @@ from support import TALLYMO, Container  # noqa: E402
 from test_service import Daemon  # noqa: E402
 
 WIDGET = os.path.join(os.path.dirname(os.path.dirname(TALLYMO)), "tallymo-widget", "tallymo-widget")
+FACE = os.path.join(os.path.dirname(os.path.dirname(TALLYMO)), "tallymo-watch", "tallymo-watch")
 RECORD_KEYS = {"WSTATS_TIMESTAMP", "WSTATS_COLOR", "WSTATS_FORECAST", "WSTATS_PERCENT", "WSTATS_USED",
                "WSTATS_LEFT", "WSTATS_DAYS", "WSTATS_TIMEUNIT"}
 
@@ -154,6 +155,86 @@ class WatchLink(unittest.TestCase):
         context = json.loads(lines[2])["applicationContext"]
         self.assertEqual(set(context), RECORD_KEYS)
         self.assertEqual(context["WSTATS_USED"], 2000)
+
+
+class WatchFaceProgram(unittest.TestCase):
+    """tallymo-watch against the running service, headless: its looks as pictures and as dumped texts."""
+
+    def setUp(self):
+        self.session = SessionBus(notification_server=False).__enter__()
+        self.c = Container()
+        # Half of March gone: 30% used is safe, 80% danger, 110% over.
+        self.c.env.update(DBUS_SESSION_BUS_ADDRESS=self.session.address, XDG_RUNTIME_DIR=os.path.join(self.c.root, "run"),
+                          TALLYMO_NOW="2026-03-16T12:00:00Z", TZ="UTC", QT_QPA_PLATFORM="offscreen")
+        self.c.write_counters({"wwan0": (1000, 1000)})
+        self.daemon = None
+
+    def tearDown(self):
+        if self.daemon:
+            self.daemon.stop()
+        self.session.__exit__(None, None, None)
+        self.c.cleanup()
+
+    def picture(self, name):
+        path = os.path.join(self.c.root, name + ".png")
+        p = subprocess.run([FACE, "--screenshot", path, "--dump"], env=self.c.env, capture_output=True, text=True,
+                           timeout=60)
+        self.assertEqual(p.returncode, 0, p.stderr)
+        with open(path, "rb") as png:
+            self.assertEqual(png.read(8), b"\x89PNG\r\n\x1a\n")
+        return json.loads(p.stdout.splitlines()[-1])
+
+    def use(self, megabytes):
+        self.c.write_counters({"wwan0": (1000 + megabytes * 1048576, 1000)})
+
+    def test_every_state_pictured(self):
+        shown = self.picture("face-not-running")
+        self.assertEqual((shown["state"], shown["message"]),
+                         ("notRunning", "Tallymo's background service is not running."))
+        self.daemon = Daemon(self.c.env)
+        self.daemon.wait_for("launch")
+        shown = self.picture("face-not-set-up")
+        self.assertEqual((shown["state"], shown["percent"]), ("notSetUp", "–"))
+        self.c.run("setup", "--bill-day", "1", "--cap", "1GB", "--used", "0")
+        for megabytes, forecast, percent in ((307, "Safe", "30%"), (819, "Danger", "80%"), (1126, "Over", "110%")):
+            with self.subTest(forecast=forecast):
+                self.use(megabytes)  # recorded by the service when the face asks
+                shown = self.picture("face-" + forecast.lower())
+                status = json.loads(self.c.run("status", "--json").stdout)
+                self.assertEqual((shown["state"], shown["forecast"], shown["percent"]), ("ready", forecast, percent))
+                self.assertEqual(shown["color"], "#%06x" % status["color"])
+                self.assertEqual(shown["timeLeft"], f"{status['timeLeft']} {status['timeUnit']} to go")
+        self.assertEqual((shown["used"], shown["left"]), ("1.1 GB used", "0 B left"))
+
+    def test_a_push_changes_the_face_within_a_second(self):
+        self.c.run("setup", "--bill-day", "1", "--cap", "1GB", "--used", "0")
+        self.daemon = Daemon(self.c.env)
+        self.daemon.wait_for("launch")
+        face = subprocess.Popen([FACE, "--dump"], env=self.c.env, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL,
+                                text=True)
+        try:
+            first = json.loads(face.stdout.readline())
+            self.assertEqual((first["state"], first["percent"]), ("ready", "0%"))
+            for n, (megabytes, percent) in enumerate(((102, "10%"), (819, "80%")), start=1):
+                self.use(megabytes)
+                self.c.run("push")
+                pushed = time.monotonic()
+                ready, _, _ = select.select([face.stdout], [], [], 5)
+                self.assertTrue(ready, "the face did not change")
+                shown = json.loads(face.stdout.readline())
+                self.assertLess(time.monotonic() - pushed, 1.0)
+                self.assertEqual(shown["percent"], percent)
+                self.daemon.wait_for("push", n)
+            # The service leaving the bus is said on the face.
+            self.daemon.stop()
+            self.daemon = None
+            ready, _, _ = select.select([face.stdout], [], [], 5)
+            self.assertTrue(ready)
+            self.assertEqual(json.loads(face.stdout.readline())["state"], "notRunning")
+        finally:
+            face.terminate()
+            face.wait(timeout=10)
+            face.stdout.close()
 
 
 if __name__ == "__main__":
