@@ -1,29 +1,30 @@
-<?xml version='1.0' encoding='utf-8'?>
+<?xml version="1.0" encoding="utf-8"?>
+<!DOCTYPE TS>
 <TS version="2.1" language="de_DE">
 <context>
     <name>AboutController</name>
     <message>
-        <location filename="../src/ui/advancedcontrollers.cpp" line="+133" />
+        <location filename="../src/ui/advancedcontrollers.cpp" line="+139"/>
         <source>About</source>
         <translation>Über</translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>Get Support</source>
         <translation>Hilfe erhalten</translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>See More Apps</source>
         <translation>Weitere Apps</translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>Like %@</source>
         <translation>%@ gefällt mir</translation>
     </message>
     <message>
-        <location line="+12" />
+        <location line="+12"/>
         <source>No web browser opened %1.</source>
         <translation>Kein Webbrowser hat %1 geöffnet.</translation>
     </message>
@@ -31,28 +32,28 @@
 <context>
     <name>AddController</name>
     <message>
-        <location filename="../src/app/plancontrollers.cpp" line="+176" />
-        <location line="+32" />
+        <location filename="../src/app/plancontrollers.cpp" line="+174"/>
+        <location line="+33"/>
         <source>Add Usage</source>
         <translation>Verbrauch hinzufügen</translation>
     </message>
     <message>
-        <location line="-31" />
+        <location line="-32"/>
         <source>Amount of cellular data used. This amount will be added to your current usage.</source>
         <translation>Verbrauchte Mobilfunkdaten. Diese Menge wird zu deinem aktuellen Verbrauch addiert.</translation>
     </message>
     <message>
-        <location line="+30" />
+        <location line="+31"/>
         <source>Do you want to add %@ to your current cellular usage?</source>
         <translation>Möchtest du %@ zu deinem aktuellen Mobilfunkverbrauch hinzufügen?</translation>
     </message>
     <message>
-        <location line="+2" />
+        <location line="+2"/>
         <source>Cancel</source>
         <translation>Abbrechen</translation>
     </message>
     <message>
-        <location filename="../src/app/plancontrollers.h" line="+128" />
+        <location filename="../src/app/plancontrollers.h" line="+128"/>
         <source>Add</source>
         <translation>Hinzufügen</translation>
     </message>
@@ -60,12 +61,12 @@
 <context>
     <name>AddExistingController</name>
     <message>
-        <location filename="../src/app/plancontrollers.cpp" line="+39" />
+        <location filename="../src/app/plancontrollers.cpp" line="+39"/>
         <source>Existing Usage</source>
         <translation>Bisheriger Verbrauch</translation>
     </message>
     <message>
-        <location line="+0" />
+        <location line="+0"/>
         <source>Amount of cellular data already used in this billing period.</source>
         <translation>In diesem Abrechnungszeitraum bereits verbrauchte Mobilfunkdaten.</translation>
     </message>
@@ -73,27 +74,27 @@
 <context>
     <name>AlertsController</name>
     <message>
-        <location filename="../src/app/alertscontrollers.cpp" line="+38" />
+        <location filename="../src/app/alertscontrollers.cpp" line="+38"/>
         <source>First</source>
         <translation>Erste</translation>
     </message>
     <message>
-        <location line="+0" />
+        <location line="+0"/>
         <source>Second</source>
         <translation>Zweite</translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>Third</source>
         <translation>Dritte</translation>
     </message>
     <message>
-        <location line="+0" />
+        <location line="+0"/>
         <source>Fourth</source>
         <translation>Vierte</translation>
     </message>
     <message>
-        <location line="+6" />
+        <location line="+6"/>
         <source>Usage Alerts</source>
         <translation>Verbrauchswarnungen</translation>
     </message>
@@ -101,12 +102,12 @@
 <context>
     <name>AllowController</name>
     <message>
-        <location filename="../src/app/plancontrollers.cpp" line="+15" />
+        <location filename="../src/app/plancontrollers.cpp" line="+15"/>
         <source>Data Cap</source>
         <translation>Datenvolumen</translation>
     </message>
     <message>
-        <location line="+0" />
+        <location line="+0"/>
         <source>Amount of cellular data in one billing period.</source>
         <translation>Mobilfunkdaten in einem Abrechnungszeitraum.</translation>
     </message>
@@ -114,22 +115,22 @@
 <context>
     <name>BackgroundColorController</name>
     <message>
-        <location filename="../src/ui/themecontrollers.cpp" line="+133" />
+        <location filename="../src/ui/themecontrollers.cpp" line="+133"/>
         <source>Background</source>
         <translation>Hintergrund</translation>
     </message>
     <message>
-        <location line="+0" />
+        <location line="+0"/>
         <source>Appearance</source>
         <translation>Erscheinungsbild</translation>
     </message>
     <message>
-        <location line="+3" />
+        <location line="+3"/>
         <source>Color</source>
         <translation>Farbe</translation>
     </message>
     <message>
-        <location line="+0" />
+        <location line="+0"/>
         <source>Black</source>
         <translation>Schwarz</translation>
     </message>
@@ -137,17 +138,12 @@
 <context>
     <name>BilldateController</name>
     <message>
-        <location filename="../src/app/plancontrollers.cpp" line="+44" />
-        <source>%1</source>
-        <translation type="unfinished" />
-    </message>
-    <message>
-        <location line="+7" />
+        <location filename="../src/app/plancontrollers.cpp" line="+48"/>
         <source>Start Date</source>
         <translation>Startdatum</translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>Pick your bill cycle date. This is the day that your monthly billing period will begin each month.</source>
         <translation>Wähle deinen Abrechnungstag. An diesem Tag beginnt jeden Monat dein monatlicher Abrechnungszeitraum.</translation>
     </message>
@@ -155,20 +151,51 @@
 <context>
     <name>ByteController</name>
     <message>
-        <location filename="../src/app/plancontrollers.h" line="-29" />
+        <location filename="../src/app/plancontrollers.h" line="-29"/>
         <source>MB</source>
         <translation>MB</translation>
     </message>
     <message>
-        <location line="+0" />
+        <location line="+0"/>
         <source>GB</source>
         <translation>GB</translation>
     </message>
 </context>
 <context>
+    <name>ChartList</name>
+    <message>
+        <location filename="../src/ui/qml/ChartList.qml" line="+56"/>
+        <source>Cellular</source>
+        <translation>Mobilfunk</translation>
+    </message>
+    <message>
+        <location line="+7"/>
+        <source>Wi-Fi</source>
+        <translation>WLAN</translation>
+    </message>
+</context>
+<context>
+    <name>ChartPage</name>
+    <message>
+        <location filename="../src/ui/qml/ChartPage.qml" line="+16"/>
+        <source>Bill Cycles</source>
+        <translation>Abrechnungszeiträume</translation>
+    </message>
+    <message>
+        <location line="+0"/>
+        <source>Back</source>
+        <translation>Zurück</translation>
+    </message>
+    <message>
+        <location line="+9"/>
+        <source>OK</source>
+        <translation>OK</translation>
+    </message>
+</context>
+<context>
     <name>ColorsController</name>
     <message>
-        <location filename="../src/ui/themecontrollers.cpp" line="-20" />
+        <location filename="../src/ui/themecontrollers.cpp" line="-20"/>
         <source>Colors</source>
         <translation>Farben</translation>
     </message>
@@ -176,69 +203,69 @@
 <context>
     <name>DataUsageAppDelegate</name>
     <message>
-        <location filename="../src/app/lifecycle.cpp" line="+203" />
-        <source>😊 What's New</source>
+        <location filename="../src/app/lifecycle.cpp" line="+205"/>
+        <source>😊 What&apos;s New</source>
         <translation>😊 Neuigkeiten</translation>
     </message>
     <message>
-        <location line="+0" />
+        <location line="+0"/>
         <source>More extraordinary every day for iOS 17.2.</source>
         <translation>Jeden Tag ein bisschen besser.</translation>
     </message>
     <message>
-        <location filename="../src/app/usagealerts.cpp" line="+60" />
-        <source>You've used %d%%.</source>
+        <location filename="../src/app/usagealerts.cpp" line="+60"/>
+        <source>You&apos;ve used %d%%.</source>
         <translation>Du hast %d%% verbraucht.</translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>Usage Alert</source>
         <translation>Verbrauchswarnung</translation>
     </message>
     <message>
-        <location line="+14" />
-        <source>You've used
+        <location line="+14"/>
+        <source>You&apos;ve used
 %d%% of your data cap.</source>
         <translation>Du hast
 %d%% deines Datenvolumens verbraucht.</translation>
     </message>
     <message>
-        <location line="+53" />
+        <location line="+53"/>
         <source>Bill Cycle</source>
         <translation>Abrechnungszeitraum</translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>Your bill cycle ends today. Open Tallymo to check your usage.</source>
         <translation>Dein Abrechnungszeitraum endet heute. Öffne Tallymo, um deinen Verbrauch zu prüfen.</translation>
     </message>
     <message>
-        <location line="+6" />
+        <location line="+6"/>
         <source>Your bill cycle ends in one hour. Open Tallymo to check your usage.</source>
         <translation>Dein Abrechnungszeitraum endet in einer Stunde. Öffne Tallymo, um deinen Verbrauch zu prüfen.</translation>
     </message>
     <message>
-        <location line="+24" />
+        <location line="+24"/>
         <source>Keep Tallymo in iOS multitasking screen to allow background app refresh.</source>
         <translation>Lass den Hintergrunddienst laufen, damit der Verbrauch im Hintergrund aktualisiert wird.</translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>ⓘ %@</source>
         <translation>ⓘ %@</translation>
     </message>
     <message>
-        <location line="+0" />
+        <location line="+0"/>
         <source>QUICK TIP</source>
         <translation>KURZER TIPP</translation>
     </message>
     <message>
-        <location line="+17" />
+        <location line="+17"/>
         <source>Tallymo is unable to refresh usage statistics in the background. See Settings &gt; Advanced &gt; Background App Refresh to learn more.</source>
         <translation>Tallymo kann die Verbrauchsstatistik nicht im Hintergrund aktualisieren. Mehr dazu unter Einstellungen &gt; Erweitert &gt; Hintergrundaktualisierung.</translation>
     </message>
     <message>
-        <location line="+17" />
+        <location line="+17"/>
         <source>OK</source>
         <translation>OK</translation>
     </message>
@@ -246,40 +273,84 @@
 <context>
     <name>DatePage</name>
     <message>
-        <location filename="../src/ui/qml/DatePage.qml" line="+40" />
+        <location filename="../src/ui/qml/DatePage.qml" line="+40"/>
         <source>Previous Month</source>
         <translation>Vorheriger Monat</translation>
     </message>
     <message>
-        <location line="+18" />
+        <location line="+18"/>
         <source>Next Month</source>
         <translation>Nächster Monat</translation>
     </message>
 </context>
 <context>
+    <name>DayPage</name>
+    <message>
+        <location filename="../src/ui/qml/DayPage.qml" line="+18"/>
+        <source>Back</source>
+        <translation>Zurück</translation>
+    </message>
+    <message>
+        <location line="+6"/>
+        <source>Done</source>
+        <translation>Fertig</translation>
+    </message>
+</context>
+<context>
+    <name>DayViewController</name>
+    <message>
+        <location filename="../src/day/dayviewcontroller.h" line="+37"/>
+        <source>Time</source>
+        <translation>Zeit</translation>
+    </message>
+    <message>
+        <location line="+0"/>
+        <source>Map</source>
+        <translation>Karte</translation>
+    </message>
+    <message>
+        <location line="+0"/>
+        <source>Network</source>
+        <translation>Netzwerk</translation>
+    </message>
+</context>
+<context>
+    <name>DesktopSearch</name>
+    <message>
+        <location filename="../src/sharing/searchitem.cpp" line="+229"/>
+        <source>Not set up yet: open Tallymo to set up your data plan.</source>
+        <translation>Noch nicht eingerichtet: Öffne Tallymo, um deinen Datentarif einzurichten.</translation>
+    </message>
+    <message>
+        <location line="+2"/>
+        <source>%1% used · %2 %3 left · forecast: %4</source>
+        <translation>%1 % verbraucht · noch %2 %3 · Prognose: %4</translation>
+    </message>
+</context>
+<context>
     <name>DisplayController</name>
     <message>
-        <location filename="../src/ui/themecontrollers.cpp" line="-7" />
+        <location filename="../src/ui/themecontrollers.cpp" line="-7"/>
         <source>Display</source>
         <translation>Anzeige</translation>
     </message>
     <message>
-        <location line="+0" />
+        <location line="+0"/>
         <source>Level of detail to show.</source>
         <translation>Wie viele Einzelheiten angezeigt werden.</translation>
     </message>
     <message>
-        <location line="+3" />
+        <location line="+3"/>
         <source>Minimal</source>
         <translation>Minimal</translation>
     </message>
     <message>
-        <location line="+0" />
+        <location line="+0"/>
         <source>Standard</source>
         <translation>Standard</translation>
     </message>
     <message>
-        <location line="+0" />
+        <location line="+0"/>
         <source>Complete</source>
         <translation>Vollständig</translation>
     </message>
@@ -287,75 +358,78 @@
 <context>
     <name>ExportController</name>
     <message>
-        <location filename="../src/history/exportcontroller.cpp" line="+126" />
+        <location filename="../src/history/exportcontroller.cpp" line="+126"/>
         <source>Most Recent</source>
         <translation>Aktuellster</translation>
     </message>
     <message>
-        <location line="+2" />
+        <location line="+2"/>
         <source>Weeks</source>
         <translation>Wochen</translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>Months</source>
         <translation>Monate</translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>Cycles</source>
         <translation>Zeiträume</translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>Last %d %@</source>
         <translation>Letzte %d %@</translation>
     </message>
     <message>
-        <location line="+7" />
+        <location line="+7"/>
         <source>Export Statistics</source>
         <translation>Statistik exportieren</translation>
     </message>
     <message>
-        <location line="+5" />
+        <location line="+5"/>
         <source>Export usage statistics in JSON format and send the exported file using email.</source>
         <translation>Exportiere die Verbrauchsstatistik im JSON-Format und versende die Datei per E-Mail.</translation>
     </message>
     <message>
-        <location line="+47" />
+        <location line="+47"/>
         <source>Export file creation error.</source>
         <translation>Die Exportdatei konnte nicht angelegt werden.</translation>
     </message>
     <message>
-        <location line="+5" />
+        <location line="+5"/>
         <source>No statistics to export.</source>
         <translation>Keine Statistik zum Exportieren.</translation>
     </message>
     <message>
-        <location line="+78" />
+        <location line="+78"/>
         <source>Export file error.</source>
         <translation>Fehler in der Exportdatei.</translation>
     </message>
     <message>
-        <location line="+18" />
+        <location line="+18"/>
         <source>Your email is not set up.</source>
         <translation>Deine E-Mail ist nicht eingerichtet.</translation>
     </message>
     <message numerus="yes">
-        <location line="+33" />
+        <location line="+34"/>
         <source>%n records exported</source>
-        <translation><numerusform>%n Eintrag exportiert</numerusform><numerusform>%n Einträge exportiert</numerusform></translation>
+        <translation>
+            <numerusform>%n Eintrag exportiert</numerusform>
+            <numerusform>%n Einträge exportiert</numerusform>
+        </translation>
     </message>
 </context>
 <context>
     <name>ExportPage</name>
     <message>
-        <location filename="../src/ui/qml/ExportPage.qml" line="+14" />
+        <location filename="../src/ui/qml/ExportPage.qml" line="+14"/>
         <source>Cancel</source>
         <translation>Abbrechen</translation>
     </message>
     <message>
-        <location line="+0" />
+        <location line="+0"/>
         <source>Back</source>
         <translation>Zurück</translation>
     </message>
@@ -363,12 +437,12 @@
 <context>
     <name>FontController</name>
     <message>
-        <location filename="../src/ui/themecontrollers.cpp" line="+42" />
+        <location filename="../src/ui/themecontrollers.cpp" line="+42"/>
         <source>Font</source>
         <translation>Schrift</translation>
     </message>
     <message>
-        <location line="+27" />
+        <location line="+27"/>
         <source>Could not save the choice: %1</source>
         <translation>Die Auswahl konnte nicht gespeichert werden: %1</translation>
     </message>
@@ -376,133 +450,125 @@
 <context>
     <name>FontTable</name>
     <message>
-        <location filename="../src/ui/fonttable.cpp" line="+73" />
+        <location filename="../src/ui/fonttable.cpp" line="+73"/>
         <source>San Francisco</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>San Francisco Light</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>San Francisco Rounded</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>Helvetica Neue</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>Helvetica Neue Thin</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>Helvetica Neue Condensed</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>Avenir</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>Avenir Next Condensed</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>Optima</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>Baskerville</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>Gill Sans</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>Cochin</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>American Typewriter</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>Futura</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>New York</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>DONKEY Bounce</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>Winter Wonderland</source>
         <translation>Winterwunderland</translation>
     </message>
 </context>
 <context>
-    <name>HistoryPage</name>
-    <message>
-        <location filename="../src/ui/qml/HistoryPage.qml" line="+18" />
-        <source>No Usage</source>
-        <translation>Kein Verbrauch</translation>
-    </message>
-</context>
-<context>
     <name>IconController</name>
     <message>
-        <location filename="../src/ui/themecontrollers.cpp" line="+7" />
+        <location filename="../src/ui/themecontrollers.cpp" line="+7"/>
         <source>App Icon</source>
         <translation>App-Symbol</translation>
     </message>
     <message>
-        <location line="+2" />
+        <location line="+2"/>
         <source>Red</source>
         <translation>Rot</translation>
     </message>
     <message>
-        <location line="+0" />
+        <location line="+0"/>
         <source>Black</source>
         <translation>Schwarz</translation>
     </message>
     <message>
-        <location line="+0" />
+        <location line="+0"/>
         <source>Blue</source>
         <translation>Blau</translation>
     </message>
     <message>
-        <location line="+0" />
+        <location line="+0"/>
         <source>Green</source>
         <translation>Grün</translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>Purple</source>
         <translation>Lila</translation>
     </message>
     <message>
-        <location line="+21" />
+        <location line="+21"/>
         <source>Icons cannot be changed here.</source>
         <translation>Symbole können hier nicht geändert werden.</translation>
     </message>
@@ -510,7 +576,7 @@
 <context>
     <name>LabelController</name>
     <message>
-        <location filename="../src/ui/planeditors.h" line="+19" />
+        <location filename="../src/ui/planeditors.h" line="+19"/>
         <source>Label</source>
         <translation>Name</translation>
     </message>
@@ -518,7 +584,7 @@
 <context>
     <name>Main</name>
     <message>
-        <location filename="../src/ui/qml/Main.qml" line="+16" />
+        <location filename="../src/ui/qml/Main.qml" line="+16"/>
         <source>Tallymo</source>
         <translation>Tallymo</translation>
     </message>
@@ -526,25 +592,38 @@
 <context>
     <name>MainScreen</name>
     <message>
-        <location filename="../src/ui/qml/MainScreen.qml" line="+13" />
+        <location filename="../src/ui/qml/MainScreen.qml" line="+13"/>
         <source>Data usage</source>
         <translation>Datenverbrauch</translation>
     </message>
 </context>
 <context>
+    <name>MapPane</name>
+    <message>
+        <location filename="../src/ui/qml/MapPane.qml" line="+110"/>
+        <source>Pin</source>
+        <translation>Stecknadel</translation>
+    </message>
+    <message>
+        <location line="+22"/>
+        <source>The map cannot be loaded; the places are shown without it.</source>
+        <translation>Die Karte kann nicht geladen werden; die Orte werden ohne sie gezeigt.</translation>
+    </message>
+</context>
+<context>
     <name>MapViewController</name>
     <message>
-        <location filename="../src/map/mapviewcontroller.cpp" line="+102" />
+        <location filename="../src/map/mapviewcontroller.cpp" line="+104"/>
         <source>No Locations</source>
         <translation>Keine Orte</translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>No locations. Go to Settings &gt; Advanced &gt; Map Usage to turn on.</source>
         <translation>Keine Orte. Unter Einstellungen &gt; Erweitert &gt; Verbrauchskarte einschalten.</translation>
     </message>
     <message>
-        <location line="+63" />
+        <location line="+95"/>
         <source>All Locations</source>
         <translation>Alle Orte</translation>
     </message>
@@ -552,17 +631,17 @@
 <context>
     <name>MultiCyclesController</name>
     <message>
-        <location filename="../src/history/historycontrollers.cpp" line="+244" />
+        <location filename="../src/history/historycontrollers.cpp" line="+261"/>
         <source>QUICK TIP</source>
         <translation>KURZER TIPP</translation>
     </message>
     <message>
-        <location line="+0" />
+        <location line="+0"/>
         <source>Pull down to dismiss.</source>
         <translation>Zum Schließen nach unten ziehen.</translation>
     </message>
     <message>
-        <location filename="../src/history/historycontrollers.h" line="+179" />
+        <location filename="../src/history/historycontrollers.h" line="+193"/>
         <source>Bill Cycles</source>
         <translation>Abrechnungszeiträume</translation>
     </message>
@@ -570,17 +649,12 @@
 <context>
     <name>NDayController</name>
     <message>
-        <location filename="../src/app/planeditors.cpp" line="+16" />
-        <source>%1</source>
-        <translation type="unfinished" />
-    </message>
-    <message>
-        <location line="+6" />
+        <location filename="../src/app/planeditors.cpp" line="+10"/>
         <source>N</source>
         <translation>N</translation>
     </message>
     <message>
-        <location line="+0" />
+        <location line="+0"/>
         <source>Number of days in one billing period.</source>
         <translation>Anzahl der Tage in einem Abrechnungszeitraum.</translation>
     </message>
@@ -588,7 +662,7 @@
 <context>
     <name>NetViewController</name>
     <message>
-        <location filename="../src/network/netviewcontroller.h" line="+38" />
+        <location filename="../src/network/netviewcontroller.h" line="+38"/>
         <source>No IP Addresses</source>
         <translation>Keine IP-Adressen</translation>
     </message>
@@ -596,45 +670,45 @@
 <context>
     <name>NewUIController</name>
     <message>
-        <location filename="../src/ui/newuicontroller.cpp" line="+146" />
+        <location filename="../src/ui/newuicontroller.cpp" line="+146"/>
         <source>%1% used</source>
         <translation>%1 % verbraucht</translation>
     </message>
     <message>
-        <location line="+25" />
-        <location line="+154" />
+        <location line="+25"/>
+        <location line="+154"/>
         <source>used</source>
         <translation>verbraucht</translation>
     </message>
     <message>
-        <location line="-89" />
+        <location line="-89"/>
         <source>download %1, upload %2</source>
         <translation>Download %1, Upload %2</translation>
     </message>
     <message>
-        <location line="+43" />
+        <location line="+43"/>
         <source>%1 left</source>
         <translation>%1 übrig</translation>
     </message>
     <message>
-        <location line="+5" />
+        <location line="+5"/>
         <source>%1
 %2 - %3</source>
         <translation>%1
 %2 – %3</translation>
     </message>
     <message>
-        <location line="+13" />
+        <location line="+13"/>
         <source>Cellular %1, %2</source>
         <translation>Mobilfunk %1, %2</translation>
     </message>
     <message>
-        <location line="+3" />
+        <location line="+3"/>
         <source>Wi-Fi %1, %2</source>
         <translation>WLAN %1, %2</translation>
     </message>
     <message>
-        <location line="+29" />
+        <location line="+29"/>
         <source>forecast</source>
         <translation>Prognose</translation>
     </message>
@@ -642,7 +716,7 @@
 <context>
     <name>PageHeader</name>
     <message>
-        <location filename="../src/ui/qml/PageHeader.qml" line="+8" />
+        <location filename="../src/ui/qml/PageHeader.qml" line="+8"/>
         <source>Back</source>
         <translation>Zurück</translation>
     </message>
@@ -650,12 +724,12 @@
 <context>
     <name>Picker2DateController</name>
     <message>
-        <location filename="../src/app/planeditors.h" line="+58" />
+        <location filename="../src/app/planeditors.h" line="+58"/>
         <source>Start Date</source>
         <translation>Startdatum</translation>
     </message>
     <message>
-        <location line="+3" />
+        <location line="+3"/>
         <source>Pick your bill cycle start date. This is the first day of your billing period.</source>
         <translation>Wähle das Startdatum deines Abrechnungszeitraums. Es ist der erste Tag deines Abrechnungszeitraums.</translation>
     </message>
@@ -663,7 +737,7 @@
 <context>
     <name>PickerController</name>
     <message>
-        <location filename="../src/ui/themecontrollers.cpp" line="-154" />
+        <location filename="../src/ui/themecontrollers.cpp" line="-154"/>
         <source>Could not save the choice: %1</source>
         <translation>Die Auswahl konnte nicht gespeichert werden: %1</translation>
     </message>
@@ -671,17 +745,17 @@
 <context>
     <name>PickerWeekController</name>
     <message>
-        <location filename="../src/app/planeditors.cpp" line="+22" />
+        <location filename="../src/app/planeditors.cpp" line="+23"/>
         <source>Start Date</source>
         <translation>Startdatum</translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>Pick your bill cycle start date. This is the first day of your weekly billing period.</source>
         <translation>Wähle den Starttag deines Abrechnungszeitraums. Es ist der erste Tag deines wöchentlichen Abrechnungszeitraums.</translation>
     </message>
     <message>
-        <location line="+7" />
+        <location line="+7"/>
         <source>Every %@</source>
         <translation>Jeden %@</translation>
     </message>
@@ -689,67 +763,67 @@
 <context>
     <name>PlanController</name>
     <message>
-        <location filename="../src/app/plancontrollers.cpp" line="-262" />
+        <location filename="../src/app/plancontrollers.cpp" line="-259"/>
         <source>New Plan</source>
         <translation>Neuer Tarif</translation>
     </message>
     <message>
-        <location line="+0" />
+        <location line="+0"/>
         <source>Plan Details</source>
         <translation>Tarifdetails</translation>
     </message>
     <message>
-        <location line="+32" />
+        <location line="+31"/>
         <source>Label</source>
         <translation>Name</translation>
     </message>
     <message>
-        <location line="+2" />
+        <location line="+2"/>
         <source>Plan Type</source>
         <translation>Tarifart</translation>
     </message>
     <message>
-        <location line="+9" />
+        <location line="+9"/>
         <source>Start Date</source>
         <translation>Startdatum</translation>
     </message>
     <message>
-        <location line="+3" />
+        <location line="+3"/>
         <source>Data Cap</source>
         <translation>Datenvolumen</translation>
     </message>
     <message>
-        <location line="+7" />
+        <location line="+7"/>
         <source>Rollover Data</source>
         <translation>Datenübertrag</translation>
     </message>
     <message>
-        <location line="+5" />
+        <location line="+5"/>
         <source>Tethering</source>
         <translation>Tethering</translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>Usage History</source>
         <translation>Verbrauchsverlauf</translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>Export Statistics</source>
         <translation>Statistik exportieren</translation>
     </message>
     <message>
-        <location line="+23" />
+        <location line="+23"/>
         <source>Do you want to delete this plan?</source>
         <translation>Möchtest du diesen Tarif löschen?</translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>Delete</source>
         <translation>Löschen</translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>Cancel</source>
         <translation>Abbrechen</translation>
     </message>
@@ -757,23 +831,23 @@
 <context>
     <name>PlanPage</name>
     <message>
-        <location filename="../src/ui/qml/PlanPage.qml" line="+14" />
+        <location filename="../src/ui/qml/PlanPage.qml" line="+14"/>
         <source>Cancel</source>
         <translation>Abbrechen</translation>
     </message>
     <message>
-        <location line="+0" />
+        <location line="+0"/>
         <source>Back</source>
         <translation>Zurück</translation>
     </message>
     <message>
-        <location line="+7" />
+        <location line="+7"/>
         <source>Save</source>
         <translation>Sichern</translation>
     </message>
     <message>
-        <location line="+48" />
-        <location line="+5" />
+        <location line="+48"/>
+        <location line="+5"/>
         <source>Delete</source>
         <translation>Löschen</translation>
     </message>
@@ -781,12 +855,12 @@
 <context>
     <name>PlansPage</name>
     <message>
-        <location filename="../src/ui/qml/PlansPage.qml" line="+20" />
+        <location filename="../src/ui/qml/PlansPage.qml" line="+20"/>
         <source>Add Plan</source>
         <translation>Tarif hinzufügen</translation>
     </message>
     <message>
-        <location line="+69" />
+        <location line="+70"/>
         <source>Plan Details</source>
         <translation>Tarifdetails</translation>
     </message>
@@ -794,48 +868,48 @@
 <context>
     <name>PlantypeController</name>
     <message>
-        <location filename="../src/ui/planeditors.cpp" line="+41" />
+        <location filename="../src/ui/planeditors.cpp" line="+41"/>
         <source>Plan Type</source>
         <translation>Tarifart</translation>
     </message>
     <message>
-        <location line="+11" />
-        <location line="+7" />
+        <location line="+11"/>
+        <location line="+8"/>
         <source>Monthly</source>
         <translation>Monatlich</translation>
     </message>
     <message>
-        <location line="-7" />
+        <location line="-8"/>
         <source>30 Days</source>
         <translation>30 Tage</translation>
     </message>
     <message>
-        <location line="+0" />
+        <location line="+0"/>
         <source>28 Days</source>
         <translation>28 Tage</translation>
     </message>
     <message>
-        <location line="+0" />
+        <location line="+0"/>
         <source>Weekly</source>
         <translation>Wöchentlich</translation>
     </message>
     <message>
-        <location line="+8" />
+        <location line="+9"/>
         <source>N Days</source>
         <translation>N Tage</translation>
     </message>
     <message>
-        <location line="+2" />
+        <location line="+2"/>
         <source>N</source>
         <translation>N</translation>
     </message>
     <message>
-        <location line="+2" />
+        <location line="+2"/>
         <source>Choose your data plan type.</source>
         <translation>Wähle die Art deines Datentarifs.</translation>
     </message>
     <message>
-        <location line="+0" />
+        <location line="+0"/>
         <source>Number of days in one billing period.</source>
         <translation>Anzahl der Tage in einem Abrechnungszeitraum.</translation>
     </message>
@@ -843,103 +917,103 @@
 <context>
     <name>QObject</name>
     <message>
-        <location filename="../src/platform/linux/desktopicons.cpp" line="+58" />
+        <location filename="../src/platform/linux/desktopicons.cpp" line="+58"/>
         <source>Your own desktop entry %1 is in the way; the icon was left as it is.</source>
         <translation>Dein eigener Desktop-Eintrag %1 steht im Weg; das Symbol bleibt, wie es ist.</translation>
     </message>
     <message>
-        <location line="+6" />
+        <location line="+6"/>
         <source>Could not remove %1.</source>
         <translation>%1 konnte nicht entfernt werden.</translation>
     </message>
     <message>
-        <location line="+7" />
-        <source>Tallymo's desktop entry is not installed, so the launcher icon cannot change.</source>
+        <location line="+7"/>
+        <source>Tallymo&apos;s desktop entry is not installed, so the launcher icon cannot change.</source>
         <translation>Der Desktop-Eintrag von Tallymo ist nicht installiert, daher kann das Startsymbol nicht geändert werden.</translation>
     </message>
 </context>
 <context>
     <name>ResetController</name>
     <message>
-        <location filename="../src/ui/advancedcontrollers.cpp" line="-115" />
+        <location filename="../src/ui/advancedcontrollers.cpp" line="-120"/>
         <source>Advanced</source>
         <translation>Erweitert</translation>
     </message>
     <message>
-        <location line="+9" />
+        <location line="+10"/>
         <source>This system has no service manager for its users.</source>
         <translation>Dieses System hat keinen Dienstverwalter für seine Benutzer.</translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+2"/>
         <source>Refresh usage statistics in the background.</source>
         <translation>Verbrauchsstatistik im Hintergrund aktualisieren.</translation>
     </message>
     <message>
-        <location line="+4" />
+        <location line="+4"/>
         <source>Tap to go to iOS Settings to turn on.</source>
         <translation>Tippe hier, um den Hintergrunddienst einzuschalten.</translation>
     </message>
     <message>
-        <location line="+2" />
+        <location line="+2"/>
         <source>Show current usage on the app icon.</source>
         <translation>Aktuellen Verbrauch am App-Symbol anzeigen.</translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>Map Usage only uses low-power location services to preserve battery life. Always allow location access is required.</source>
         <translation>Verbrauchskarte nutzt nur stromsparende Ortungsdienste, um den Akku zu schonen. Dauerhafter Zugriff auf den Standort ist erforderlich.</translation>
     </message>
     <message>
-        <location line="+3" />
+        <location line="+4"/>
         <source>Background App Refresh</source>
         <translation>Hintergrundaktualisierung</translation>
     </message>
     <message>
-        <location line="+0" />
+        <location line="+0"/>
         <source>On</source>
         <translation>Ein</translation>
     </message>
     <message>
-        <location line="+0" />
+        <location line="+0"/>
         <source>Off</source>
         <translation>Aus</translation>
     </message>
     <message>
-        <location line="+2" />
+        <location line="+2"/>
         <source>Percentage Badge</source>
         <translation>Prozent-Kennzeichen</translation>
     </message>
     <message>
-        <location line="+2" />
+        <location line="+2"/>
         <source>Map Usage</source>
         <translation>Verbrauchskarte</translation>
     </message>
     <message>
-        <location line="+1" />
-        <location line="+24" />
+        <location line="+1"/>
+        <location line="+25"/>
         <source>Siri Shortcut</source>
         <translation>Tastenkürzel</translation>
     </message>
     <message>
-        <location line="-23" />
+        <location line="-24"/>
         <source>Add Cellular Usage</source>
         <translation>Mobilfunkverbrauch hinzufügen</translation>
     </message>
     <message>
-        <location line="+1" />
-        <location line="+32" />
+        <location line="+1"/>
+        <location line="+33"/>
         <source>Reset Current Statistics</source>
         <translation>Aktuelle Statistik zurücksetzen</translation>
     </message>
     <message>
-        <location line="-19" />
+        <location line="-20"/>
         <source>The background service is on: usage is now refreshed in the background.</source>
         <translation>Der Hintergrunddienst ist an: Der Verbrauch wird jetzt im Hintergrund aktualisiert.</translation>
     </message>
     <message>
-        <location line="+10" />
-        <source>To hear your usage at a keystroke, bind this command to a key in your desktop's keyboard settings:
+        <location line="+11"/>
+        <source>To hear your usage at a keystroke, bind this command to a key in your desktop&apos;s keyboard settings:
 
 tallymo intent show-usage --speak</source>
         <translation>Um deinen Verbrauch auf Tastendruck zu hören, lege diesen Befehl in den Tastatureinstellungen deines Desktops auf eine Taste:
@@ -947,17 +1021,17 @@ tallymo intent show-usage --speak</source>
 tallymo intent show-usage --speak</translation>
     </message>
     <message>
-        <location line="+8" />
+        <location line="+8"/>
         <source>This will delete current usage statistics.</source>
         <translation>Dadurch wird die aktuelle Verbrauchsstatistik gelöscht.</translation>
     </message>
     <message>
-        <location line="+2" />
+        <location line="+2"/>
         <source>Cancel</source>
         <translation>Abbrechen</translation>
     </message>
     <message>
-        <location line="+29" />
+        <location line="+30"/>
         <source>No location service allowed Tallymo to know where it is: usage is recorded without places until it does.</source>
         <translation>Kein Ortungsdienst hat Tallymo den Standort erlaubt: Der Verbrauch wird ohne Orte aufgezeichnet, bis einer es tut.</translation>
     </message>
@@ -965,7 +1039,7 @@ tallymo intent show-usage --speak</translation>
 <context>
     <name>RolloverAmountController</name>
     <message>
-        <location filename="../src/app/planeditors.cpp" line="+59" />
+        <location filename="../src/app/planeditors.cpp" line="+59"/>
         <source>Rollover Amount</source>
         <translation>Übertragene Menge</translation>
     </message>
@@ -973,18 +1047,18 @@ tallymo intent show-usage --speak</translation>
 <context>
     <name>RolloverController</name>
     <message>
-        <location filename="../src/ui/planeditors.cpp" line="+33" />
-        <location line="+10" />
+        <location filename="../src/ui/planeditors.cpp" line="+34"/>
+        <location line="+10"/>
         <source>Rollover Data</source>
         <translation>Datenübertrag</translation>
     </message>
     <message>
-        <location line="-8" />
+        <location line="-8"/>
         <source>Explain_Rollover</source>
         <translation>Mit Datenübertrag wird das im vorigen Abrechnungszeitraum nicht verbrauchte Mobilfunkvolumen zum Datenvolumen des aktuellen Zeitraums hinzugefügt.</translation>
     </message>
     <message>
-        <location line="+10" />
+        <location line="+11"/>
         <source>Rollover Amount</source>
         <translation>Übertragene Menge</translation>
     </message>
@@ -992,22 +1066,22 @@ tallymo intent show-usage --speak</translation>
 <context>
     <name>Screens</name>
     <message>
-        <location filename="../src/ui/screens.cpp" line="+170" />
+        <location filename="../src/ui/screens.cpp" line="+195"/>
         <source>Exported to %1</source>
         <translation>Exportiert nach %1</translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>Show in Files</source>
         <translation>In Dateien zeigen</translation>
     </message>
     <message>
-        <location line="+0" />
+        <location line="+1"/>
         <source>OK</source>
         <translation>OK</translation>
     </message>
     <message>
-        <location line="+8" />
+        <location line="+8"/>
         <source>No file manager opened %1.</source>
         <translation>Kein Dateimanager hat %1 geöffnet.</translation>
     </message>
@@ -1015,20 +1089,48 @@ tallymo intent show-usage --speak</translation>
 <context>
     <name>ScreenshotRun</name>
     <message>
-        <location filename="../src/ui/screenshots.cpp" line="+177" />
+        <location filename="../src/ui/screenshots.cpp" line="+214"/>
         <source>cannot make the folder %1</source>
         <translation>der Ordner %1 kann nicht angelegt werden</translation>
     </message>
     <message>
-        <location line="+21" />
+        <location line="+21"/>
         <source>cannot write %1</source>
         <translation>%1 kann nicht geschrieben werden</translation>
     </message>
 </context>
 <context>
+    <name>SearchItem</name>
+    <message>
+        <location filename="../src/sharing/searchitem.cpp" line="-181"/>
+        <source>cell</source>
+        <translation>mobilfunk</translation>
+    </message>
+    <message>
+        <location line="+1"/>
+        <source>used</source>
+        <translation>verbraucht</translation>
+    </message>
+    <message>
+        <location line="+1"/>
+        <source>stats</source>
+        <translation>statistik</translation>
+    </message>
+    <message>
+        <location line="+3"/>
+        <source>count</source>
+        <translation>zähler</translation>
+    </message>
+    <message>
+        <location line="+20"/>
+        <source>Current Data Usage Statistics</source>
+        <translation>Aktuelle Datenverbrauchsstatistik</translation>
+    </message>
+</context>
+<context>
     <name>SelectPlanController</name>
     <message>
-        <location filename="../src/app/selectplancontroller.cpp" line="+71" />
+        <location filename="../src/app/selectplancontroller.cpp" line="+71"/>
         <source>Select Plan</source>
         <translation>Tarif wählen</translation>
     </message>
@@ -1036,37 +1138,37 @@ tallymo intent show-usage --speak</translation>
 <context>
     <name>SettingsHelper</name>
     <message>
-        <location filename="../src/plans/billingcycle.cpp" line="+179" />
+        <location filename="../src/plans/billingcycle.cpp" line="+179"/>
         <source>30 Days</source>
         <translation>30 Tage</translation>
     </message>
     <message>
-        <location line="+2" />
+        <location line="+2"/>
         <source>Weekly</source>
         <translation>Wöchentlich</translation>
     </message>
     <message>
-        <location line="+2" />
+        <location line="+2"/>
         <source>28 Days</source>
         <translation>28 Tage</translation>
     </message>
     <message>
-        <location line="+3" />
+        <location line="+3"/>
         <source>Daily</source>
         <translation>Täglich</translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>%d Days</source>
         <translation>%d Tage</translation>
     </message>
     <message>
-        <location line="+3" />
+        <location line="+3"/>
         <source>Monthly</source>
         <translation>Monatlich</translation>
     </message>
     <message>
-        <location line="+54" />
+        <location line="+54"/>
         <source>%@ of the month</source>
         <translation>%@ des Monats</translation>
     </message>
@@ -1074,42 +1176,42 @@ tallymo intent show-usage --speak</translation>
 <context>
     <name>SettingsNewController</name>
     <message>
-        <location filename="../src/ui/settingscontrollers.cpp" line="+8" />
+        <location filename="../src/ui/settingscontrollers.cpp" line="+8"/>
         <source>Settings</source>
         <translation>Einstellungen</translation>
     </message>
     <message>
-        <location line="+13" />
+        <location line="+13"/>
         <source>Data Plan</source>
         <translation>Datentarif</translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>Advanced</source>
         <translation>Erweitert</translation>
     </message>
     <message>
-        <location line="+0" />
+        <location line="+0"/>
         <source>Usage Alerts</source>
         <translation>Verbrauchswarnungen</translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>Export Statistics</source>
         <translation>Statistik exportieren</translation>
     </message>
     <message>
-        <location line="+0" />
+        <location line="+0"/>
         <source>Theme</source>
         <translation>Design</translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>Share Screenshot</source>
         <translation>Bildschirmfoto teilen</translation>
     </message>
     <message>
-        <location line="+0" />
+        <location line="+0"/>
         <source>About</source>
         <translation>Über</translation>
     </message>
@@ -1117,32 +1219,32 @@ tallymo intent show-usage --speak</translation>
 <context>
     <name>SetupController</name>
     <message>
-        <location filename="../src/ui/setupcontroller.cpp" line="+39" />
+        <location filename="../src/ui/setupcontroller.cpp" line="+39"/>
         <source>Finish</source>
         <translation>Fertig</translation>
     </message>
     <message>
-        <location line="+2" />
+        <location line="+2"/>
         <source>Set Up</source>
         <translation>Einrichten</translation>
     </message>
     <message>
-        <location line="+6" />
+        <location line="+6"/>
         <source>Done</source>
         <translation>Fertig</translation>
     </message>
     <message>
-        <location line="+0" />
+        <location line="+0"/>
         <source>Next</source>
         <translation>Weiter</translation>
     </message>
     <message>
-        <location line="+5" />
+        <location line="+5"/>
         <source>Tallymo counts the cellular data you use and tells you whether your data cap will last until the end of the billing period. Three questions and you are ready.</source>
         <translation>Tallymo zählt deine Mobilfunkdaten und sagt dir, ob dein Datenvolumen bis zum Ende des Abrechnungszeitraums reicht. Drei Fragen, und es kann losgehen.</translation>
     </message>
     <message>
-        <location line="+42" />
+        <location line="+42"/>
         <source>Could not save the settings: %1</source>
         <translation>Die Einstellungen konnten nicht gespeichert werden: %1</translation>
     </message>
@@ -1150,12 +1252,12 @@ tallymo intent show-usage --speak</translation>
 <context>
     <name>SetupFlow</name>
     <message>
-        <location filename="../src/ui/qml/SetupFlow.qml" line="+22" />
+        <location filename="../src/ui/qml/SetupFlow.qml" line="+22"/>
         <source>Back</source>
         <translation>Zurück</translation>
     </message>
     <message>
-        <location line="+73" />
+        <location line="+73"/>
         <source>You are all set. Swipe up for the history, swipe left for the settings.</source>
         <translation>Alles bereit. Nach oben wischen für den Verlauf, nach links für die Einstellungen.</translation>
     </message>
@@ -1163,72 +1265,72 @@ tallymo intent show-usage --speak</translation>
 <context>
     <name>ShareController</name>
     <message>
-        <location filename="../src/ui/advancedcontrollers.cpp" line="+41" />
+        <location filename="../src/ui/advancedcontrollers.cpp" line="+41"/>
         <source>My iPhone data usage. Beautifully tracked by Tallymo.</source>
         <translation>Mein Datenverbrauch. Schön erfasst von Tallymo.</translation>
     </message>
     <message>
-        <location line="+6" />
+        <location line="+7"/>
         <source>Share Screenshot</source>
         <translation>Bildschirmfoto teilen</translation>
     </message>
     <message>
-        <location line="+4" />
+        <location line="+4"/>
         <source>There is no picture of the main screen to share.</source>
         <translation>Es gibt kein Bild des Hauptbildschirms zum Teilen.</translation>
     </message>
     <message>
-        <location line="+2" />
+        <location line="+2"/>
         <source>There is no picture folder to save the screenshot in.</source>
         <translation>Es gibt keinen Bilderordner für das Bildschirmfoto.</translation>
     </message>
     <message>
-        <location line="+5" />
+        <location line="+6"/>
         <source>Cannot save the screenshot in %1.</source>
         <translation>Das Bildschirmfoto kann nicht in %1 gesichert werden.</translation>
     </message>
     <message>
-        <location line="+7" />
+        <location line="+7"/>
         <source>Copy Image</source>
         <translation>Bild kopieren</translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>Send by Mail</source>
         <translation>Per E-Mail senden</translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>Show in Files</source>
         <translation>In Dateien zeigen</translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>Saved as %1</source>
         <translation>Gesichert als %1</translation>
     </message>
     <message>
-        <location line="+9" />
+        <location line="+9"/>
         <source>The screenshot is on the clipboard.</source>
         <translation>Das Bildschirmfoto ist in der Zwischenablage.</translation>
     </message>
     <message>
-        <location line="+3" />
+        <location line="+3"/>
         <source>Your email is not set up.</source>
         <translation>Deine E-Mail ist nicht eingerichtet.</translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>Tallymo</source>
         <translation>Tallymo</translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>The mail program could not be opened.</source>
         <translation>Das E-Mail-Programm konnte nicht geöffnet werden.</translation>
     </message>
     <message>
-        <location line="+2" />
+        <location line="+2"/>
         <source>No file manager opened %1.</source>
         <translation>Kein Dateimanager hat %1 geöffnet.</translation>
     </message>
@@ -1236,7 +1338,7 @@ tallymo intent show-usage --speak</translation>
 <context>
     <name>SharePage</name>
     <message>
-        <location filename="../src/ui/qml/SharePage.qml" line="+40" />
+        <location filename="../src/ui/qml/SharePage.qml" line="+40"/>
         <source>Screenshot</source>
         <translation>Bildschirmfoto</translation>
     </message>
@@ -1244,45 +1346,58 @@ tallymo intent show-usage --speak</translation>
 <context>
     <name>SharedCode</name>
     <message>
-        <location filename="../src/plans/billingcycle.cpp" line="-92" />
+        <location filename="../src/plans/billingcycle.cpp" line="-92"/>
         <source>hours</source>
         <translation>Stunden</translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>hour</source>
         <translation>Stunde</translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>days</source>
         <translation>Tage</translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>day</source>
         <translation>Tag</translation>
     </message>
 </context>
 <context>
+    <name>ShowUsageIntentResponse</name>
+    <message>
+        <location filename="../src/sharing/usageintent.cpp" line="+55"/>
+        <source>Tallymo is not set up yet. Open Tallymo to set up your data plan.</source>
+        <translation>Tallymo ist noch nicht eingerichtet. Öffne Tallymo, um deinen Datentarif einzurichten.</translation>
+    </message>
+    <message>
+        <location line="+2"/>
+        <source>You have used %1 percent of your data. %2 left for %3 %4. The forecast is %5.</source>
+        <translation>Du hast %1 Prozent deiner Daten verbraucht. Noch %2 für %3 %4. Die Prognose ist %5.</translation>
+    </message>
+</context>
+<context>
     <name>SystemdUserManager</name>
     <message>
-        <location filename="../src/platform/dbus/systemdusermanager.cpp" line="+39" />
+        <location filename="../src/platform/dbus/systemdusermanager.cpp" line="+42"/>
         <source>There is no session bus to ask the service manager.</source>
         <translation>Es gibt keinen Sitzungsbus, um den Dienstverwalter zu fragen.</translation>
     </message>
     <message>
-        <location line="+15" />
+        <location line="+16"/>
         <source>No service manager runs for this user (systemd --user), so Tallymo cannot refresh in the background.</source>
         <translation>Für diesen Benutzer läuft kein Dienstverwalter (systemd --user), daher kann Tallymo nicht im Hintergrund aktualisieren.</translation>
     </message>
     <message>
-        <location line="+4" />
+        <location line="+4"/>
         <source>The background service tallymo.service is not installed.</source>
         <translation>Der Hintergrunddienst tallymo.service ist nicht installiert.</translation>
     </message>
     <message>
-        <location line="+21" />
+        <location line="+21"/>
         <source>The service manager did not turn on %1: %2</source>
         <translation>Der Dienstverwalter hat %1 nicht eingeschaltet: %2</translation>
     </message>
@@ -1290,17 +1405,17 @@ tallymo intent show-usage --speak</translation>
 <context>
     <name>TetheringController</name>
     <message>
-        <location filename="../src/ui/planeditors.cpp" line="+36" />
+        <location filename="../src/ui/planeditors.cpp" line="+36"/>
         <source>Tethering</source>
         <translation>Tethering</translation>
     </message>
     <message>
-        <location line="+2" />
+        <location line="+3"/>
         <source>Some carrier setups can cause Tallymo not to track tethering usage. In these cases, turn on Alternate Tethering.</source>
         <translation>Bei manchen Netzbetreibern erfasst Tallymo den Tethering-Verbrauch nicht. Schalte in diesem Fall Alternatives Tethering ein.</translation>
     </message>
     <message>
-        <location line="+7" />
+        <location line="+7"/>
         <source>Alternate Tethering</source>
         <translation>Alternatives Tethering</translation>
     </message>
@@ -1308,37 +1423,37 @@ tallymo intent show-usage --speak</translation>
 <context>
     <name>ThemeController</name>
     <message>
-        <location filename="../src/ui/themecontrollers.cpp" line="+162" />
+        <location filename="../src/ui/themecontrollers.cpp" line="+162"/>
         <source>Theme</source>
         <translation>Design</translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>Display</source>
         <translation>Anzeige</translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>Font</source>
         <translation>Schrift</translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>Colors</source>
         <translation>Farben</translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>Background</source>
         <translation>Hintergrund</translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>App Icon</source>
         <translation>App-Symbol</translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>Widget</source>
         <translation>Widget</translation>
     </message>
@@ -1346,30 +1461,38 @@ tallymo intent show-usage --speak</translation>
 <context>
     <name>TimeChartViewController</name>
     <message>
-        <location filename="../src/history/historycontrollers.cpp" line="-202" />
+        <location filename="../src/history/historycontrollers.cpp" line="-219"/>
         <source>No Usage</source>
         <translation>Kein Verbrauch</translation>
     </message>
 </context>
 <context>
+    <name>UsageIntent</name>
+    <message>
+        <location filename="../src/sharing/usageintent.cpp" line="+12"/>
+        <source>Call Tallymo</source>
+        <translation>Tallymo aufrufen</translation>
+    </message>
+</context>
+<context>
     <name>WidgetColorController</name>
     <message>
-        <location filename="../src/ui/themecontrollers.cpp" line="-86" />
+        <location filename="../src/ui/themecontrollers.cpp" line="-86"/>
         <source>Widget</source>
         <translation>Widget</translation>
     </message>
     <message>
-        <location line="+0" />
+        <location line="+0"/>
         <source>Appearance</source>
         <translation>Erscheinungsbild</translation>
     </message>
     <message>
-        <location line="+3" />
+        <location line="+3"/>
         <source>Color</source>
         <translation>Farbe</translation>
     </message>
     <message>
-        <location line="+0" />
+        <location line="+0"/>
         <source>Black</source>
         <translation>Schwarz</translation>
     </message>
@@ -1377,17 +1500,17 @@ tallymo intent show-usage --speak</translation>
 <context>
     <name>WidgetOptionController</name>
     <message>
-        <location line="+102" />
+        <location line="+102"/>
         <source>Widget</source>
         <translation>Widget</translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>Colors</source>
         <translation>Farben</translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>Style</source>
         <translation>Stil</translation>
     </message>
@@ -1395,37 +1518,37 @@ tallymo intent show-usage --speak</translation>
 <context>
     <name>WidgetOutput</name>
     <message>
-        <location filename="../src/sharing/widgetoutput.cpp" line="+32" />
+        <location filename="../src/sharing/widgetoutput.cpp" line="+32"/>
         <source>Tallymo: not set up</source>
         <translation>Tallymo: nicht eingerichtet</translation>
     </message>
     <message>
-        <location line="+2" />
+        <location line="+2"/>
         <source>Finish setting up Tallymo to see your usage here.</source>
         <translation>Richte Tallymo fertig ein, um deinen Verbrauch hier zu sehen.</translation>
     </message>
     <message>
-        <location line="+5" />
+        <location line="+5"/>
         <source>Tallymo: no figures</source>
         <translation>Tallymo: keine Zahlen</translation>
     </message>
     <message>
-        <location line="+2" />
+        <location line="+2"/>
         <source>The usage could not be read.</source>
         <translation>Der Verbrauch konnte nicht gelesen werden.</translation>
     </message>
     <message>
-        <location line="+7" />
+        <location line="+7"/>
         <source>%1 left</source>
         <translation>%1 übrig</translation>
     </message>
     <message>
-        <location line="+6" />
+        <location line="+6"/>
         <source>%1 used</source>
         <translation>%1 verbraucht</translation>
     </message>
     <message>
-        <location line="+12" />
+        <location line="+12"/>
         <source>Cellular used: %1 (%2)
 %3
 Time left: %4
@@ -1436,22 +1559,22 @@ Verbleibende Zeit: %4
 Prognose: %5</translation>
     </message>
     <message>
-        <location line="+24" />
+        <location line="+24"/>
         <source>Safe</source>
         <translation>Sicher</translation>
     </message>
     <message>
-        <location line="+2" />
+        <location line="+2"/>
         <source>Caution</source>
         <translation>Vorsicht</translation>
     </message>
     <message>
-        <location line="+2" />
+        <location line="+2"/>
         <source>Danger</source>
         <translation>Gefahr</translation>
     </message>
     <message>
-        <location line="+2" />
+        <location line="+2"/>
         <source>Over</source>
         <translation>Überschritten</translation>
     </message>
@@ -1459,22 +1582,22 @@ Prognose: %5</translation>
 <context>
     <name>WidgetStyleController</name>
     <message>
-        <location filename="../src/ui/themecontrollers.cpp" line="-100" />
+        <location filename="../src/ui/themecontrollers.cpp" line="-100"/>
         <source>Style</source>
         <translation>Stil</translation>
     </message>
     <message>
-        <location line="+3" />
+        <location line="+3"/>
         <source>Standard</source>
         <translation>Standard</translation>
     </message>
     <message>
-        <location line="+0" />
+        <location line="+0"/>
         <source>Complete</source>
         <translation>Vollständig</translation>
     </message>
     <message>
-        <location line="+0" />
+        <location line="+0"/>
         <source>Mini</source>
         <translation>Mini</translation>
     </message>

@@ -1,1475 +1,1598 @@
-<?xml version='1.0' encoding='utf-8'?>
+<?xml version="1.0" encoding="utf-8"?>
+<!DOCTYPE TS>
 <TS version="2.1" language="en_US">
 <context>
     <name>AboutController</name>
     <message>
-        <location filename="../src/ui/advancedcontrollers.cpp" line="+133" />
+        <location filename="../src/ui/advancedcontrollers.cpp" line="+139"/>
         <source>About</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>Get Support</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>See More Apps</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>Like %@</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+12" />
+        <location line="+12"/>
         <source>No web browser opened %1.</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
 </context>
 <context>
     <name>AddController</name>
     <message>
-        <location filename="../src/app/plancontrollers.cpp" line="+176" />
-        <location line="+32" />
+        <location filename="../src/app/plancontrollers.cpp" line="+174"/>
+        <location line="+33"/>
         <source>Add Usage</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="-31" />
+        <location line="-32"/>
         <source>Amount of cellular data used. This amount will be added to your current usage.</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+30" />
+        <location line="+31"/>
         <source>Do you want to add %@ to your current cellular usage?</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+2" />
+        <location line="+2"/>
         <source>Cancel</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location filename="../src/app/plancontrollers.h" line="+128" />
+        <location filename="../src/app/plancontrollers.h" line="+128"/>
         <source>Add</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
 </context>
 <context>
     <name>AddExistingController</name>
     <message>
-        <location filename="../src/app/plancontrollers.cpp" line="+39" />
+        <location filename="../src/app/plancontrollers.cpp" line="+39"/>
         <source>Existing Usage</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+0" />
+        <location line="+0"/>
         <source>Amount of cellular data already used in this billing period.</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
 </context>
 <context>
     <name>AlertsController</name>
     <message>
-        <location filename="../src/app/alertscontrollers.cpp" line="+38" />
+        <location filename="../src/app/alertscontrollers.cpp" line="+38"/>
         <source>First</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+0" />
+        <location line="+0"/>
         <source>Second</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>Third</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+0" />
+        <location line="+0"/>
         <source>Fourth</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+6" />
+        <location line="+6"/>
         <source>Usage Alerts</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
 </context>
 <context>
     <name>AllowController</name>
     <message>
-        <location filename="../src/app/plancontrollers.cpp" line="+15" />
+        <location filename="../src/app/plancontrollers.cpp" line="+15"/>
         <source>Data Cap</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+0" />
+        <location line="+0"/>
         <source>Amount of cellular data in one billing period.</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
 </context>
 <context>
     <name>BackgroundColorController</name>
     <message>
-        <location filename="../src/ui/themecontrollers.cpp" line="+133" />
+        <location filename="../src/ui/themecontrollers.cpp" line="+133"/>
         <source>Background</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+0" />
+        <location line="+0"/>
         <source>Appearance</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+3" />
+        <location line="+3"/>
         <source>Color</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+0" />
+        <location line="+0"/>
         <source>Black</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
 </context>
 <context>
     <name>BilldateController</name>
     <message>
-        <location filename="../src/app/plancontrollers.cpp" line="+44" />
-        <source>%1</source>
-        <translation type="unfinished" />
-    </message>
-    <message>
-        <location line="+7" />
+        <location filename="../src/app/plancontrollers.cpp" line="+48"/>
         <source>Start Date</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>Pick your bill cycle date. This is the day that your monthly billing period will begin each month.</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
 </context>
 <context>
     <name>ByteController</name>
     <message>
-        <location filename="../src/app/plancontrollers.h" line="-29" />
+        <location filename="../src/app/plancontrollers.h" line="-29"/>
         <source>MB</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+0" />
+        <location line="+0"/>
         <source>GB</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
+    <name>ChartList</name>
+    <message>
+        <location filename="../src/ui/qml/ChartList.qml" line="+56"/>
+        <source>Cellular</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <location line="+7"/>
+        <source>Wi-Fi</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
+    <name>ChartPage</name>
+    <message>
+        <location filename="../src/ui/qml/ChartPage.qml" line="+16"/>
+        <source>Bill Cycles</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <location line="+0"/>
+        <source>Back</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <location line="+9"/>
+        <source>OK</source>
+        <translation type="unfinished"></translation>
     </message>
 </context>
 <context>
     <name>ColorsController</name>
     <message>
-        <location filename="../src/ui/themecontrollers.cpp" line="-20" />
+        <location filename="../src/ui/themecontrollers.cpp" line="-20"/>
         <source>Colors</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
 </context>
 <context>
     <name>DataUsageAppDelegate</name>
     <message>
-        <location filename="../src/app/lifecycle.cpp" line="+203" />
-        <source>😊 What's New</source>
-        <translation type="unfinished" />
+        <location filename="../src/app/lifecycle.cpp" line="+205"/>
+        <source>😊 What&apos;s New</source>
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+0" />
+        <location line="+0"/>
         <source>More extraordinary every day for iOS 17.2.</source>
         <translation>More extraordinary every day.</translation>
     </message>
     <message>
-        <location filename="../src/app/usagealerts.cpp" line="+60" />
-        <source>You've used %d%%.</source>
-        <translation type="unfinished" />
+        <location filename="../src/app/usagealerts.cpp" line="+60"/>
+        <source>You&apos;ve used %d%%.</source>
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>Usage Alert</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+14" />
-        <source>You've used
+        <location line="+14"/>
+        <source>You&apos;ve used
 %d%% of your data cap.</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+53" />
+        <location line="+53"/>
         <source>Bill Cycle</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>Your bill cycle ends today. Open Tallymo to check your usage.</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+6" />
+        <location line="+6"/>
         <source>Your bill cycle ends in one hour. Open Tallymo to check your usage.</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+24" />
+        <location line="+24"/>
         <source>Keep Tallymo in iOS multitasking screen to allow background app refresh.</source>
         <translation>Keep the background service running to refresh usage in the background.</translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>ⓘ %@</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+0" />
+        <location line="+0"/>
         <source>QUICK TIP</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+17" />
+        <location line="+17"/>
         <source>Tallymo is unable to refresh usage statistics in the background. See Settings &gt; Advanced &gt; Background App Refresh to learn more.</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+17" />
+        <location line="+17"/>
         <source>OK</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
 </context>
 <context>
     <name>DatePage</name>
     <message>
-        <location filename="../src/ui/qml/DatePage.qml" line="+40" />
+        <location filename="../src/ui/qml/DatePage.qml" line="+40"/>
         <source>Previous Month</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+18" />
+        <location line="+18"/>
         <source>Next Month</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
+    <name>DayPage</name>
+    <message>
+        <location filename="../src/ui/qml/DayPage.qml" line="+18"/>
+        <source>Back</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <location line="+6"/>
+        <source>Done</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
+    <name>DayViewController</name>
+    <message>
+        <location filename="../src/day/dayviewcontroller.h" line="+37"/>
+        <source>Time</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <location line="+0"/>
+        <source>Map</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <location line="+0"/>
+        <source>Network</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
+    <name>DesktopSearch</name>
+    <message>
+        <location filename="../src/sharing/searchitem.cpp" line="+229"/>
+        <source>Not set up yet: open Tallymo to set up your data plan.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <location line="+2"/>
+        <source>%1% used · %2 %3 left · forecast: %4</source>
+        <translation type="unfinished"></translation>
     </message>
 </context>
 <context>
     <name>DisplayController</name>
     <message>
-        <location filename="../src/ui/themecontrollers.cpp" line="-7" />
+        <location filename="../src/ui/themecontrollers.cpp" line="-7"/>
         <source>Display</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+0" />
+        <location line="+0"/>
         <source>Level of detail to show.</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+3" />
+        <location line="+3"/>
         <source>Minimal</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+0" />
+        <location line="+0"/>
         <source>Standard</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+0" />
+        <location line="+0"/>
         <source>Complete</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
 </context>
 <context>
     <name>ExportController</name>
     <message>
-        <location filename="../src/history/exportcontroller.cpp" line="+126" />
+        <location filename="../src/history/exportcontroller.cpp" line="+126"/>
         <source>Most Recent</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+2" />
+        <location line="+2"/>
         <source>Weeks</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>Months</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>Cycles</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>Last %d %@</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+7" />
+        <location line="+7"/>
         <source>Export Statistics</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+5" />
+        <location line="+5"/>
         <source>Export usage statistics in JSON format and send the exported file using email.</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+47" />
+        <location line="+47"/>
         <source>Export file creation error.</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+5" />
+        <location line="+5"/>
         <source>No statistics to export.</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+78" />
+        <location line="+78"/>
         <source>Export file error.</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+18" />
+        <location line="+18"/>
         <source>Your email is not set up.</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message numerus="yes">
-        <location line="+33" />
+        <location line="+34"/>
         <source>%n records exported</source>
-        <translation><numerusform>%n record exported</numerusform><numerusform>%n records exported</numerusform></translation>
+        <translation>
+            <numerusform>%n record exported</numerusform>
+            <numerusform>%n records exported</numerusform>
+        </translation>
     </message>
 </context>
 <context>
     <name>ExportPage</name>
     <message>
-        <location filename="../src/ui/qml/ExportPage.qml" line="+14" />
+        <location filename="../src/ui/qml/ExportPage.qml" line="+14"/>
         <source>Cancel</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+0" />
+        <location line="+0"/>
         <source>Back</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
 </context>
 <context>
     <name>FontController</name>
     <message>
-        <location filename="../src/ui/themecontrollers.cpp" line="+42" />
+        <location filename="../src/ui/themecontrollers.cpp" line="+42"/>
         <source>Font</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+27" />
+        <location line="+27"/>
         <source>Could not save the choice: %1</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
 </context>
 <context>
     <name>FontTable</name>
     <message>
-        <location filename="../src/ui/fonttable.cpp" line="+73" />
+        <location filename="../src/ui/fonttable.cpp" line="+73"/>
         <source>San Francisco</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>San Francisco Light</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>San Francisco Rounded</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>Helvetica Neue</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>Helvetica Neue Thin</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>Helvetica Neue Condensed</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>Avenir</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>Avenir Next Condensed</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>Optima</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>Baskerville</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>Gill Sans</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>Cochin</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>American Typewriter</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>Futura</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>New York</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>DONKEY Bounce</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>Winter Wonderland</source>
-        <translation type="unfinished" />
-    </message>
-</context>
-<context>
-    <name>HistoryPage</name>
-    <message>
-        <location filename="../src/ui/qml/HistoryPage.qml" line="+18" />
-        <source>No Usage</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
 </context>
 <context>
     <name>IconController</name>
     <message>
-        <location filename="../src/ui/themecontrollers.cpp" line="+7" />
+        <location filename="../src/ui/themecontrollers.cpp" line="+7"/>
         <source>App Icon</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+2" />
+        <location line="+2"/>
         <source>Red</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+0" />
+        <location line="+0"/>
         <source>Black</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+0" />
+        <location line="+0"/>
         <source>Blue</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+0" />
+        <location line="+0"/>
         <source>Green</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>Purple</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+21" />
+        <location line="+21"/>
         <source>Icons cannot be changed here.</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
 </context>
 <context>
     <name>LabelController</name>
     <message>
-        <location filename="../src/ui/planeditors.h" line="+19" />
+        <location filename="../src/ui/planeditors.h" line="+19"/>
         <source>Label</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
 </context>
 <context>
     <name>Main</name>
     <message>
-        <location filename="../src/ui/qml/Main.qml" line="+16" />
+        <location filename="../src/ui/qml/Main.qml" line="+16"/>
         <source>Tallymo</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
 </context>
 <context>
     <name>MainScreen</name>
     <message>
-        <location filename="../src/ui/qml/MainScreen.qml" line="+13" />
+        <location filename="../src/ui/qml/MainScreen.qml" line="+13"/>
         <source>Data usage</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
+    <name>MapPane</name>
+    <message>
+        <location filename="../src/ui/qml/MapPane.qml" line="+110"/>
+        <source>Pin</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <location line="+22"/>
+        <source>The map cannot be loaded; the places are shown without it.</source>
+        <translation type="unfinished"></translation>
     </message>
 </context>
 <context>
     <name>MapViewController</name>
     <message>
-        <location filename="../src/map/mapviewcontroller.cpp" line="+102" />
+        <location filename="../src/map/mapviewcontroller.cpp" line="+104"/>
         <source>No Locations</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>No locations. Go to Settings &gt; Advanced &gt; Map Usage to turn on.</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+63" />
+        <location line="+95"/>
         <source>All Locations</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
 </context>
 <context>
     <name>MultiCyclesController</name>
     <message>
-        <location filename="../src/history/historycontrollers.cpp" line="+244" />
+        <location filename="../src/history/historycontrollers.cpp" line="+261"/>
         <source>QUICK TIP</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+0" />
+        <location line="+0"/>
         <source>Pull down to dismiss.</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location filename="../src/history/historycontrollers.h" line="+179" />
+        <location filename="../src/history/historycontrollers.h" line="+193"/>
         <source>Bill Cycles</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
 </context>
 <context>
     <name>NDayController</name>
     <message>
-        <location filename="../src/app/planeditors.cpp" line="+16" />
-        <source>%1</source>
-        <translation type="unfinished" />
-    </message>
-    <message>
-        <location line="+6" />
+        <location filename="../src/app/planeditors.cpp" line="+10"/>
         <source>N</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+0" />
+        <location line="+0"/>
         <source>Number of days in one billing period.</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
 </context>
 <context>
     <name>NetViewController</name>
     <message>
-        <location filename="../src/network/netviewcontroller.h" line="+38" />
+        <location filename="../src/network/netviewcontroller.h" line="+38"/>
         <source>No IP Addresses</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
 </context>
 <context>
     <name>NewUIController</name>
     <message>
-        <location filename="../src/ui/newuicontroller.cpp" line="+146" />
+        <location filename="../src/ui/newuicontroller.cpp" line="+146"/>
         <source>%1% used</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+25" />
-        <location line="+154" />
+        <location line="+25"/>
+        <location line="+154"/>
         <source>used</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="-89" />
+        <location line="-89"/>
         <source>download %1, upload %2</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+43" />
+        <location line="+43"/>
         <source>%1 left</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+5" />
+        <location line="+5"/>
         <source>%1
 %2 - %3</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+13" />
+        <location line="+13"/>
         <source>Cellular %1, %2</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+3" />
+        <location line="+3"/>
         <source>Wi-Fi %1, %2</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+29" />
+        <location line="+29"/>
         <source>forecast</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
 </context>
 <context>
     <name>PageHeader</name>
     <message>
-        <location filename="../src/ui/qml/PageHeader.qml" line="+8" />
+        <location filename="../src/ui/qml/PageHeader.qml" line="+8"/>
         <source>Back</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
 </context>
 <context>
     <name>Picker2DateController</name>
     <message>
-        <location filename="../src/app/planeditors.h" line="+58" />
+        <location filename="../src/app/planeditors.h" line="+58"/>
         <source>Start Date</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+3" />
+        <location line="+3"/>
         <source>Pick your bill cycle start date. This is the first day of your billing period.</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
 </context>
 <context>
     <name>PickerController</name>
     <message>
-        <location filename="../src/ui/themecontrollers.cpp" line="-154" />
+        <location filename="../src/ui/themecontrollers.cpp" line="-154"/>
         <source>Could not save the choice: %1</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
 </context>
 <context>
     <name>PickerWeekController</name>
     <message>
-        <location filename="../src/app/planeditors.cpp" line="+22" />
+        <location filename="../src/app/planeditors.cpp" line="+23"/>
         <source>Start Date</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>Pick your bill cycle start date. This is the first day of your weekly billing period.</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+7" />
+        <location line="+7"/>
         <source>Every %@</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
 </context>
 <context>
     <name>PlanController</name>
     <message>
-        <location filename="../src/app/plancontrollers.cpp" line="-262" />
+        <location filename="../src/app/plancontrollers.cpp" line="-259"/>
         <source>New Plan</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+0" />
+        <location line="+0"/>
         <source>Plan Details</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+32" />
+        <location line="+31"/>
         <source>Label</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+2" />
+        <location line="+2"/>
         <source>Plan Type</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+9" />
+        <location line="+9"/>
         <source>Start Date</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+3" />
+        <location line="+3"/>
         <source>Data Cap</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+7" />
+        <location line="+7"/>
         <source>Rollover Data</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+5" />
+        <location line="+5"/>
         <source>Tethering</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>Usage History</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>Export Statistics</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+23" />
+        <location line="+23"/>
         <source>Do you want to delete this plan?</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>Delete</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>Cancel</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
 </context>
 <context>
     <name>PlanPage</name>
     <message>
-        <location filename="../src/ui/qml/PlanPage.qml" line="+14" />
+        <location filename="../src/ui/qml/PlanPage.qml" line="+14"/>
         <source>Cancel</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+0" />
+        <location line="+0"/>
         <source>Back</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+7" />
+        <location line="+7"/>
         <source>Save</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+48" />
-        <location line="+5" />
+        <location line="+48"/>
+        <location line="+5"/>
         <source>Delete</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
 </context>
 <context>
     <name>PlansPage</name>
     <message>
-        <location filename="../src/ui/qml/PlansPage.qml" line="+20" />
+        <location filename="../src/ui/qml/PlansPage.qml" line="+20"/>
         <source>Add Plan</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+69" />
+        <location line="+70"/>
         <source>Plan Details</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
 </context>
 <context>
     <name>PlantypeController</name>
     <message>
-        <location filename="../src/ui/planeditors.cpp" line="+41" />
+        <location filename="../src/ui/planeditors.cpp" line="+41"/>
         <source>Plan Type</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+11" />
-        <location line="+7" />
+        <location line="+11"/>
+        <location line="+8"/>
         <source>Monthly</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="-7" />
+        <location line="-8"/>
         <source>30 Days</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+0" />
+        <location line="+0"/>
         <source>28 Days</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+0" />
+        <location line="+0"/>
         <source>Weekly</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+8" />
+        <location line="+9"/>
         <source>N Days</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+2" />
+        <location line="+2"/>
         <source>N</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+2" />
+        <location line="+2"/>
         <source>Choose your data plan type.</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+0" />
+        <location line="+0"/>
         <source>Number of days in one billing period.</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
 </context>
 <context>
     <name>QObject</name>
     <message>
-        <location filename="../src/platform/linux/desktopicons.cpp" line="+58" />
+        <location filename="../src/platform/linux/desktopicons.cpp" line="+58"/>
         <source>Your own desktop entry %1 is in the way; the icon was left as it is.</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+6" />
+        <location line="+6"/>
         <source>Could not remove %1.</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+7" />
-        <source>Tallymo's desktop entry is not installed, so the launcher icon cannot change.</source>
-        <translation type="unfinished" />
+        <location line="+7"/>
+        <source>Tallymo&apos;s desktop entry is not installed, so the launcher icon cannot change.</source>
+        <translation type="unfinished"></translation>
     </message>
 </context>
 <context>
     <name>ResetController</name>
     <message>
-        <location filename="../src/ui/advancedcontrollers.cpp" line="-115" />
+        <location filename="../src/ui/advancedcontrollers.cpp" line="-120"/>
         <source>Advanced</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+9" />
+        <location line="+10"/>
         <source>This system has no service manager for its users.</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+2"/>
         <source>Refresh usage statistics in the background.</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+4" />
+        <location line="+4"/>
         <source>Tap to go to iOS Settings to turn on.</source>
         <translation>Tap to turn on the background service.</translation>
     </message>
     <message>
-        <location line="+2" />
+        <location line="+2"/>
         <source>Show current usage on the app icon.</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>Map Usage only uses low-power location services to preserve battery life. Always allow location access is required.</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+3" />
+        <location line="+4"/>
         <source>Background App Refresh</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+0" />
+        <location line="+0"/>
         <source>On</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+0" />
+        <location line="+0"/>
         <source>Off</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+2" />
+        <location line="+2"/>
         <source>Percentage Badge</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+2" />
+        <location line="+2"/>
         <source>Map Usage</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+1" />
-        <location line="+24" />
+        <location line="+1"/>
+        <location line="+25"/>
         <source>Siri Shortcut</source>
         <translation>Keyboard Shortcut</translation>
     </message>
     <message>
-        <location line="-23" />
+        <location line="-24"/>
         <source>Add Cellular Usage</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+1" />
-        <location line="+32" />
+        <location line="+1"/>
+        <location line="+33"/>
         <source>Reset Current Statistics</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="-19" />
+        <location line="-20"/>
         <source>The background service is on: usage is now refreshed in the background.</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+10" />
-        <source>To hear your usage at a keystroke, bind this command to a key in your desktop's keyboard settings:
+        <location line="+11"/>
+        <source>To hear your usage at a keystroke, bind this command to a key in your desktop&apos;s keyboard settings:
 
 tallymo intent show-usage --speak</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+8" />
+        <location line="+8"/>
         <source>This will delete current usage statistics.</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+2" />
+        <location line="+2"/>
         <source>Cancel</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+29" />
+        <location line="+30"/>
         <source>No location service allowed Tallymo to know where it is: usage is recorded without places until it does.</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
 </context>
 <context>
     <name>RolloverAmountController</name>
     <message>
-        <location filename="../src/app/planeditors.cpp" line="+59" />
+        <location filename="../src/app/planeditors.cpp" line="+59"/>
         <source>Rollover Amount</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
 </context>
 <context>
     <name>RolloverController</name>
     <message>
-        <location filename="../src/ui/planeditors.cpp" line="+33" />
-        <location line="+10" />
+        <location filename="../src/ui/planeditors.cpp" line="+34"/>
+        <location line="+10"/>
         <source>Rollover Data</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="-8" />
+        <location line="-8"/>
         <source>Explain_Rollover</source>
         <translation>With rollover, the cellular data left unused in the previous billing period is added to the data cap of the current one.</translation>
     </message>
     <message>
-        <location line="+10" />
+        <location line="+11"/>
         <source>Rollover Amount</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
 </context>
 <context>
     <name>Screens</name>
     <message>
-        <location filename="../src/ui/screens.cpp" line="+170" />
+        <location filename="../src/ui/screens.cpp" line="+195"/>
         <source>Exported to %1</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>Show in Files</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+0" />
+        <location line="+1"/>
         <source>OK</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+8" />
+        <location line="+8"/>
         <source>No file manager opened %1.</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
 </context>
 <context>
     <name>ScreenshotRun</name>
     <message>
-        <location filename="../src/ui/screenshots.cpp" line="+177" />
+        <location filename="../src/ui/screenshots.cpp" line="+214"/>
         <source>cannot make the folder %1</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+21" />
+        <location line="+21"/>
         <source>cannot write %1</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
+    <name>SearchItem</name>
+    <message>
+        <location filename="../src/sharing/searchitem.cpp" line="-181"/>
+        <source>cell</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <location line="+1"/>
+        <source>used</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <location line="+1"/>
+        <source>stats</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <location line="+3"/>
+        <source>count</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <location line="+20"/>
+        <source>Current Data Usage Statistics</source>
+        <translation type="unfinished"></translation>
     </message>
 </context>
 <context>
     <name>SelectPlanController</name>
     <message>
-        <location filename="../src/app/selectplancontroller.cpp" line="+71" />
+        <location filename="../src/app/selectplancontroller.cpp" line="+71"/>
         <source>Select Plan</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
 </context>
 <context>
     <name>SettingsHelper</name>
     <message>
-        <location filename="../src/plans/billingcycle.cpp" line="+179" />
+        <location filename="../src/plans/billingcycle.cpp" line="+179"/>
         <source>30 Days</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+2" />
+        <location line="+2"/>
         <source>Weekly</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+2" />
+        <location line="+2"/>
         <source>28 Days</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+3" />
+        <location line="+3"/>
         <source>Daily</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>%d Days</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+3" />
+        <location line="+3"/>
         <source>Monthly</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+54" />
+        <location line="+54"/>
         <source>%@ of the month</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
 </context>
 <context>
     <name>SettingsNewController</name>
     <message>
-        <location filename="../src/ui/settingscontrollers.cpp" line="+8" />
+        <location filename="../src/ui/settingscontrollers.cpp" line="+8"/>
         <source>Settings</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+13" />
+        <location line="+13"/>
         <source>Data Plan</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>Advanced</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+0" />
+        <location line="+0"/>
         <source>Usage Alerts</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>Export Statistics</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+0" />
+        <location line="+0"/>
         <source>Theme</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>Share Screenshot</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+0" />
+        <location line="+0"/>
         <source>About</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
 </context>
 <context>
     <name>SetupController</name>
     <message>
-        <location filename="../src/ui/setupcontroller.cpp" line="+39" />
+        <location filename="../src/ui/setupcontroller.cpp" line="+39"/>
         <source>Finish</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+2" />
+        <location line="+2"/>
         <source>Set Up</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+6" />
+        <location line="+6"/>
         <source>Done</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+0" />
+        <location line="+0"/>
         <source>Next</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+5" />
+        <location line="+5"/>
         <source>Tallymo counts the cellular data you use and tells you whether your data cap will last until the end of the billing period. Three questions and you are ready.</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+42" />
+        <location line="+42"/>
         <source>Could not save the settings: %1</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
 </context>
 <context>
     <name>SetupFlow</name>
     <message>
-        <location filename="../src/ui/qml/SetupFlow.qml" line="+22" />
+        <location filename="../src/ui/qml/SetupFlow.qml" line="+22"/>
         <source>Back</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+73" />
+        <location line="+73"/>
         <source>You are all set. Swipe up for the history, swipe left for the settings.</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
 </context>
 <context>
     <name>ShareController</name>
     <message>
-        <location filename="../src/ui/advancedcontrollers.cpp" line="+41" />
+        <location filename="../src/ui/advancedcontrollers.cpp" line="+41"/>
         <source>My iPhone data usage. Beautifully tracked by Tallymo.</source>
         <translation>My data usage. Beautifully tracked by Tallymo.</translation>
     </message>
     <message>
-        <location line="+6" />
+        <location line="+7"/>
         <source>Share Screenshot</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+4" />
+        <location line="+4"/>
         <source>There is no picture of the main screen to share.</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+2" />
+        <location line="+2"/>
         <source>There is no picture folder to save the screenshot in.</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+5" />
+        <location line="+6"/>
         <source>Cannot save the screenshot in %1.</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+7" />
+        <location line="+7"/>
         <source>Copy Image</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>Send by Mail</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>Show in Files</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>Saved as %1</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+9" />
+        <location line="+9"/>
         <source>The screenshot is on the clipboard.</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+3" />
+        <location line="+3"/>
         <source>Your email is not set up.</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>Tallymo</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>The mail program could not be opened.</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+2" />
+        <location line="+2"/>
         <source>No file manager opened %1.</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
 </context>
 <context>
     <name>SharePage</name>
     <message>
-        <location filename="../src/ui/qml/SharePage.qml" line="+40" />
+        <location filename="../src/ui/qml/SharePage.qml" line="+40"/>
         <source>Screenshot</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
 </context>
 <context>
     <name>SharedCode</name>
     <message>
-        <location filename="../src/plans/billingcycle.cpp" line="-92" />
+        <location filename="../src/plans/billingcycle.cpp" line="-92"/>
         <source>hours</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>hour</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>days</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>day</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
+    <name>ShowUsageIntentResponse</name>
+    <message>
+        <location filename="../src/sharing/usageintent.cpp" line="+55"/>
+        <source>Tallymo is not set up yet. Open Tallymo to set up your data plan.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <location line="+2"/>
+        <source>You have used %1 percent of your data. %2 left for %3 %4. The forecast is %5.</source>
+        <translation type="unfinished"></translation>
     </message>
 </context>
 <context>
     <name>SystemdUserManager</name>
     <message>
-        <location filename="../src/platform/dbus/systemdusermanager.cpp" line="+39" />
+        <location filename="../src/platform/dbus/systemdusermanager.cpp" line="+42"/>
         <source>There is no session bus to ask the service manager.</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+15" />
+        <location line="+16"/>
         <source>No service manager runs for this user (systemd --user), so Tallymo cannot refresh in the background.</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+4" />
+        <location line="+4"/>
         <source>The background service tallymo.service is not installed.</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+21" />
+        <location line="+21"/>
         <source>The service manager did not turn on %1: %2</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
 </context>
 <context>
     <name>TetheringController</name>
     <message>
-        <location filename="../src/ui/planeditors.cpp" line="+36" />
+        <location filename="../src/ui/planeditors.cpp" line="+36"/>
         <source>Tethering</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+2" />
+        <location line="+3"/>
         <source>Some carrier setups can cause Tallymo not to track tethering usage. In these cases, turn on Alternate Tethering.</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+7" />
+        <location line="+7"/>
         <source>Alternate Tethering</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
 </context>
 <context>
     <name>ThemeController</name>
     <message>
-        <location filename="../src/ui/themecontrollers.cpp" line="+162" />
+        <location filename="../src/ui/themecontrollers.cpp" line="+162"/>
         <source>Theme</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>Display</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>Font</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>Colors</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>Background</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>App Icon</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>Widget</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
 </context>
 <context>
     <name>TimeChartViewController</name>
     <message>
-        <location filename="../src/history/historycontrollers.cpp" line="-202" />
+        <location filename="../src/history/historycontrollers.cpp" line="-219"/>
         <source>No Usage</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
+    <name>UsageIntent</name>
+    <message>
+        <location filename="../src/sharing/usageintent.cpp" line="+12"/>
+        <source>Call Tallymo</source>
+        <translation type="unfinished"></translation>
     </message>
 </context>
 <context>
     <name>WidgetColorController</name>
     <message>
-        <location filename="../src/ui/themecontrollers.cpp" line="-86" />
+        <location filename="../src/ui/themecontrollers.cpp" line="-86"/>
         <source>Widget</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+0" />
+        <location line="+0"/>
         <source>Appearance</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+3" />
+        <location line="+3"/>
         <source>Color</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+0" />
+        <location line="+0"/>
         <source>Black</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
 </context>
 <context>
     <name>WidgetOptionController</name>
     <message>
-        <location line="+102" />
+        <location line="+102"/>
         <source>Widget</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>Colors</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+1" />
+        <location line="+1"/>
         <source>Style</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
 </context>
 <context>
     <name>WidgetOutput</name>
     <message>
-        <location filename="../src/sharing/widgetoutput.cpp" line="+32" />
+        <location filename="../src/sharing/widgetoutput.cpp" line="+32"/>
         <source>Tallymo: not set up</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+2" />
+        <location line="+2"/>
         <source>Finish setting up Tallymo to see your usage here.</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+5" />
+        <location line="+5"/>
         <source>Tallymo: no figures</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+2" />
+        <location line="+2"/>
         <source>The usage could not be read.</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+7" />
+        <location line="+7"/>
         <source>%1 left</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+6" />
+        <location line="+6"/>
         <source>%1 used</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+12" />
+        <location line="+12"/>
         <source>Cellular used: %1 (%2)
 %3
 Time left: %4
 Forecast: %5</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+24" />
+        <location line="+24"/>
         <source>Safe</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+2" />
+        <location line="+2"/>
         <source>Caution</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+2" />
+        <location line="+2"/>
         <source>Danger</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+2" />
+        <location line="+2"/>
         <source>Over</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
 </context>
 <context>
     <name>WidgetStyleController</name>
     <message>
-        <location filename="../src/ui/themecontrollers.cpp" line="-100" />
+        <location filename="../src/ui/themecontrollers.cpp" line="-100"/>
         <source>Style</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+3" />
+        <location line="+3"/>
         <source>Standard</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+0" />
+        <location line="+0"/>
         <source>Complete</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+0" />
+        <location line="+0"/>
         <source>Mini</source>
-        <translation type="unfinished" />
+        <translation type="unfinished"></translation>
     </message>
 </context>
 </TS>

@@ -48,7 +48,7 @@ const QString kIntent = QStringLiteral("intent");
 QStringList SearchItem::searchKeywords()
 {
     return {tr("cell"),
-            QStringLiteral("used"),
+            tr("used"),
             tr("stats"),
             QStringLiteral("qx"),
             QStringLiteral("forecast"),
@@ -226,8 +226,9 @@ std::optional<UserActivity> DesktopSearch::activityFor(const QString &id) const
 QString DesktopSearch::usageLine(const QVariantMap &record)
 {
     if (record.value(WStats::NOT_SETUP).toBool() || !record.contains(WStats::PERCENT))
-        return tr("Not set up yet: open Tallymo to set up your data plan.");
-    return tr("%1% used · %2 %3 left · forecast: %4")
+        return QCoreApplication::translate("DesktopSearch",
+                                           "Not set up yet: open Tallymo to set up your data plan.");
+    return QCoreApplication::translate("DesktopSearch", "%1% used · %2 %3 left · forecast: %4")
         .arg(DataCap::roundedPercent(record.value(WStats::PERCENT).toDouble()))
         .arg(record.value(WStats::DAYS).toLongLong())
         .arg(record.value(WStats::TIMEUNIT).toString(), record.value(WStats::FORECAST).toString());

@@ -25,7 +25,7 @@ struct SearchItem
 
     // The item as of `now`, in the user's language.
     static SearchItem make(const QDateTime &now);
-    // The 21 words it is found under, in their order (four of them localised).
+    // The 21 words it is found under, in their order (the first three and the sixth localised).
     static QStringList searchKeywords();
 
     // Every term is the start of a keyword or of a word of the title, whatever the case.

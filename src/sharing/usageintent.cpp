@@ -52,8 +52,11 @@ QVariantMap ShowUsageIntentResponse::toVariantMap() const
 QString ShowUsageIntentResponse::spokenText() const
 {
     if (code != kSuccess || !stats)
-        return tr("Tallymo is not set up yet. Open Tallymo to set up your data plan.");
-    return tr("You have used %1 percent of your data. %2 left for %3 %4. The forecast is %5.")
+        return QCoreApplication::translate(
+            "ShowUsageIntentResponse", "Tallymo is not set up yet. Open Tallymo to set up your data plan.");
+    return QCoreApplication::translate(
+               "ShowUsageIntentResponse",
+               "You have used %1 percent of your data. %2 left for %3 %4. The forecast is %5.")
         .arg(DataCap::roundedPercent(stats->usedPercent))
         .arg(CommonShared::getDataBytesStr(stats->megabytesLeft * 1048576.0))
         .arg(stats->daysLeft)

@@ -158,6 +158,7 @@ class DesktopSearch(unittest.TestCase):
 
     def test_installed_desktop_files_are_valid(self):
         files = [os.path.join(self.share, "applications", NAME + ".desktop"),
+                 os.path.join(self.share, "applications", NAME + ".Watch.desktop"),
                  os.path.join(self.share, "krunner", "dbusplugins", NAME + ".desktop")]
         for f in files:
             p = subprocess.run(["desktop-file-validate", f], capture_output=True, text=True)
