@@ -1,7 +1,9 @@
 #!/usr/bin/env bash
 # Builds the benchmarks in release mode and runs them; prints medians.
-#   bench/run.sh          everything
-#   bench/run.sh quick    the in-process benchmarks only (no vnStat comparison)
+#   bench/run.sh                  everything but the service's hour
+#   bench/run.sh quick            the in-process benchmarks only (no vnStat comparison)
+#   bench/run.sh service [SECS]   the service's memory over an hour (or SECS) of 10-second samples,
+#                                 beside vnstatd
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/deps.sh vnstat hyperfine time iproute2 util-linux
@@ -12,6 +14,7 @@ build-bench/bench/tallymo_bench
 echo "== connection table with 10,000 open TCP sockets"
 bench/connections.sh build-bench/bench/tallymo_bench
 [ "${1:-}" = quick ] && exit 0
+[ "${1:-}" = service ] && exec bench/service.sh build-bench/programs/tallymo/tallymo "${2:-3600}"
 
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
@@ -30,7 +33,8 @@ export TALLYMO_CONTAINER="$work/container" TALLYMO_PROC_NET_DEV=/dev/null
 commands=("build-bench/programs/tallymo/tallymo status" "build-bench/programs/tallymo/tallymo status --json"
           "build-bench/programs/tallymo/tallymo history cycles --json"
           "build-bench/programs/tallymo-widget/tallymo-widget --format waybar")
-[ -d "$vn" ] && commands+=("vnstat --config $work/vnstat.conf -i eth0 --oneline")
+[ -d "$vn" ] && commands+=("vnstat --config $work/vnstat.conf -i eth0 --oneline"
+                           "vnstat --config $work/vnstat.conf -i eth0 -m")
 hyperfine -N --warmup 5 --runs 100 --export-json "$work/times.json" "${commands[@]}" >/dev/null
 python3 - "$work/times.json" <<'PY'
 import json, sys
@@ -54,3 +58,27 @@ if [ -d "$vn" ]; then
         "vnstat --config $work/vnstat.conf -i eth0 --json" >/dev/null
     python3 -c "import json,sys; print(f\"  {json.load(open(sys.argv[1]))['results'][0]['median']*1000:7.0f} ms median  vnstat --json\")" "$work/vnjson.json"
 fi
+
+echo "== ten years of 10-second records (31.5 million)"
+build-bench/bench/tallymo_bench --make-long-container "$work/long" 10 10
+export TALLYMO_CONTAINER="$work/long"
+hyperfine -N --warmup 3 --runs 30 --export-json "$work/long.json" \
+    "build-bench/programs/tallymo/tallymo status --json" \
+    "build-bench/programs/tallymo/tallymo history cycles --json" \
+    "build-bench/programs/tallymo-widget/tallymo-widget --format waybar" \
+    "build-bench/programs/tallymo/tallymo history days --json" >/dev/null
+python3 - "$work/long.json" <<'PY'
+import json, sys
+for r in json.load(open(sys.argv[1]))["results"]:
+    print(f"  {r['median'] * 1000:7.2f} ms median  {r['command'].split('/')[-1]}")
+PY
+hyperfine -N --warmup 1 --runs 3 --export-json "$work/longexport.json" \
+    "$tallymo export --cycles 3 -o $work/long3.json.out" >/dev/null
+peak=$(/usr/bin/time -f %M "$tallymo" export --cycles 3 -o "$work/long3.json.out" 2>&1 >/dev/null | tail -1)
+python3 - "$work/longexport.json" "$work/long3.json.out" "$peak" <<'PY'
+import json, os, sys
+median = json.load(open(sys.argv[1]))["results"][0]["median"]
+size = os.path.getsize(sys.argv[2]) / 1e6
+print(f"  {median * 1000:7.0f} ms median to export 3 cycles ({size:.1f} MB): {size / median:.0f} MB/s; "
+      f"peak memory {int(sys.argv[3]) / 1024:.1f} MB")
+PY

@@ -3,6 +3,7 @@
 #include "app/datausageappdelegate.h"
 #include "cli/cli.h"
 #include "core/sharedcode.h"
+#include "core/usagestore.h"
 #include "platform/linux/desktopmodule.h"
 #include "platform/linux/linuxnetworkinterfaces.h"
 #include "platform/linux/paths.h"
@@ -16,6 +17,7 @@
 
 #include <cstdio>
 #include <memory>
+#include <unistd.h>
 
 namespace {
 
@@ -38,6 +40,17 @@ int main(int argc, char **argv)
     QCoreApplication::setApplicationName(QStringLiteral("tallymo"));
     QCoreApplication::setApplicationVersion(QStringLiteral(TALLYMO_VERSION));
 
+    // A store from before the hourly totals builds them on its first open: a progress line on a
+    // terminal, nothing in scripts.
+    if (::isatty(STDERR_FILENO))
+        UsageStore::setBuildProgress([last = -1](const QString &path, double done) mutable {
+            const int percent = int(done * 100);
+            if (percent == last)
+                return;
+            last = percent;
+            std::fprintf(stderr, "\rtallymo: building the hourly totals of %s: %d%%%s", qPrintable(path),
+                         percent, percent >= 100 ? "\n" : "");
+        });
     QString clockError;
     const std::unique_ptr<Clock> replayClock = clockFromEnvironment(&clockError);
     if (!clockError.isEmpty()) {

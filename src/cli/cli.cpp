@@ -7,29 +7,31 @@
 namespace Cli {
 namespace {
 
-const char kUsage[] = "usage: tallymo <command> [options]\n"
-                      "\n"
-                      "commands:\n"
-                      "  sample [--json]                         take one locked sample\n"
-                      "  period [--date D] [--plan ID] [--json]  the billing period containing D\n"
-                      "  defaults read [KEY] | write KEY VALUE [--type T] | delete KEY\n"
-                      "  plans list | add [--label L] | show [ID] | set KEY VALUE [--type T] [--plan ID]\n"
-                      "  status [--json] [--plan ID]             the current period's figures\n"
-                      "  intent show-usage [--json] [--speak]    the usage as the voice intent answers it\n"
-                      "  refresh                                 one usage check: sample, figures, alerts\n"
-                      "  alerts show | set N PERCENT             the four usage alert thresholds\n"
-                      "  daemon [--interval SECONDS]             sample on a timer until stopped\n"
-                      "  push                                    wake the running service (a silent push)\n"
-                      "  export (--cycles N | --row R) [--plan ID] [-o FILE] [--mail]   usage as JSON\n"
-                      "  history hours [--day D] | days [--date D] | cycles [--plan ID] [--json]\n"
-                      "  map [--day D] [--plan ID] [--json]      where the day's usage happened\n"
-                      "  net [--day D] [--plan ID] [--json]      traffic per remote address and hour\n"
-                      "  watch [--follow] [--complication]       be the watch: ask once, then print pushes\n"
-                      "  setup [--bill-day N] [--cap AMOUNT] [--used AMOUNT]   the first-run setup\n"
-                      "  demo DIR                                write a demo container to try the app on\n"
-                      "\n"
-                      "Dates are ISO 8601: YYYY-MM-DD (local midnight) or YYYY-MM-DDTHH:MM[+HH:MM].\n"
-                      "Types: string, int, double, bool, date, json.\n";
+const char kUsage[] =
+    "usage: tallymo <command> [options]\n"
+    "\n"
+    "commands:\n"
+    "  sample [--json]                         take one locked sample\n"
+    "  period [--date D] [--plan ID] [--json]  the billing period containing D\n"
+    "  defaults read [KEY] | write KEY VALUE [--type T] | delete KEY\n"
+    "  plans list | add [--label L] | show [ID] | set KEY VALUE [--type T] [--plan ID]\n"
+    "  status [--json] [--plan ID]             the current period's figures\n"
+    "  intent show-usage [--json] [--speak]    the usage as the voice intent answers it\n"
+    "  refresh                                 one usage check: sample, figures, alerts\n"
+    "  alerts show | set N PERCENT             the four usage alert thresholds\n"
+    "  daemon [--interval SECONDS]             sample on a timer until stopped\n"
+    "  push                                    wake the running service (a silent push)\n"
+    "  export (--cycles N | --row R) [--plan ID] [-o FILE] [--mail]   usage as JSON\n"
+    "  history hours [--day D] | days [--date D] | cycles [--plan ID] [--json]\n"
+    "  map [--day D] [--plan ID] [--json]      where the day's usage happened\n"
+    "  net [--day D] [--plan ID] [--json]      traffic per remote address and hour\n"
+    "  watch [--follow] [--complication]       be the watch: ask once, then print pushes\n"
+    "  setup [--bill-day N] [--cap AMOUNT] [--used AMOUNT]   the first-run setup\n"
+    "  demo DIR                                write a demo container to try the app on\n"
+    "  store check [--plan ID] [--json]        check the stores; put wrong hourly totals right\n"
+    "\n"
+    "Dates are ISO 8601: YYYY-MM-DD (local midnight) or YYYY-MM-DDTHH:MM[+HH:MM].\n"
+    "Types: string, int, double, bool, date, json.\n";
 
 } // namespace
 
@@ -55,7 +57,7 @@ int run(const QStringList &args, Environment &env)
         {QLatin1StringView("history"), history},   {QLatin1StringView("watch"), watch},
         {QLatin1StringView("map"), map},           {QLatin1StringView("net"), net},
         {QLatin1StringView("setup"), setup},       {QLatin1StringView("demo"), demo},
-        {QLatin1StringView("intent"), intent},
+        {QLatin1StringView("intent"), intent},     {QLatin1StringView("store"), store},
     };
     if (args.isEmpty() || args.first() == QLatin1StringView("--help") ||
         args.first() == QLatin1StringView("help")) {

@@ -77,5 +77,6 @@ int map(const QStringList &args, Environment &env);
 int net(const QStringList &args, Environment &env);
 int setup(const QStringList &args, Environment &env);
 int demo(const QStringList &args, Environment &env);
+int store(const QStringList &args, Environment &env);
 
 } // namespace Cli

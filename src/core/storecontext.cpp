@@ -82,6 +82,12 @@ QList<HourSums> StoreContext::hourlySums(const QDateTime &start, const QDateTime
     return m_store ? m_store->hourlySums(start, end) : QList<HourSums>();
 }
 
+QList<HourTotal> StoreContext::hourTotals(const QDateTime &start, const QDateTime &end) const
+{
+    Q_ASSERT(isCurrent());
+    return m_store ? m_store->hourTotals(start, end) : QList<HourTotal>();
+}
+
 QList<PlaceSums> StoreContext::placeSums(const QDateTime &start, const QDateTime &end) const
 {
     Q_ASSERT(isCurrent());

@@ -31,9 +31,35 @@ enum Slot {
     StreamSlot,
     PlaceSlot,
     AddressSlot,
+    RollupSumSlot,
+    HourTotalsSlot,
+    UpsertHourSlot,
+    ClearHoursSlot,
+    FillHoursSlot,
     SlotCount
 };
-static_assert(SlotCount <= 11, "one prepared statement each");
+static_assert(SlotCount <= 16, "one prepared statement each");
+
+// The start of a record's UTC hour, in seconds: floor(timeStamp / 3600) * 3600 (CAST cuts towards
+// zero, so moments before 1970 step one hour down). The same division as hourOf below.
+#define HOUR_OF                                                                                              \
+    "((CAST(timeStamp / 3600 AS INTEGER) - (timeStamp < 0 AND timeStamp / 3600 != CAST(timeStamp / 3600 AS " \
+    "INTEGER))) * 3600)"
+
+double hourOf(double seconds)
+{
+    return std::floor(seconds / double(UsageStore::kHour)) * double(UsageStore::kHour);
+}
+
+double hourAfter(double seconds)
+{
+    return std::ceil(seconds / double(UsageStore::kHour)) * double(UsageStore::kHour);
+}
+
+// Records are rolled up a month at a time when a store gets its hourly totals.
+constexpr double kBuildChunkSeconds = 30.0 * 24 * 3600;
+
+std::function<void(const QString &, double)> g_buildProgress;
 
 // Each entry brings the schema from version (index) to version (index + 1).
 const char *const kMigrations[] = {
@@ -51,6 +77,15 @@ const char *const kMigrations[] = {
     " ipaddress TEXT NOT NULL,"
     " bytes REAL NOT NULL DEFAULT 0);"
     "CREATE INDEX Netevent_timeStamp ON Netevent(timeStamp, ipaddress, bytes);",
+
+    // The hourly totals; a store with records builds them after the migration, from the first
+    // record on (the row in EventHourBuild says how far it got).
+    "CREATE TABLE EventHour ("
+    " hour INTEGER PRIMARY KEY,"
+    " records INTEGER NOT NULL,"
+    " cellIn REAL NOT NULL, cellOut REAL NOT NULL, wifiIn REAL NOT NULL, wifiOut REAL NOT NULL);"
+    "CREATE TABLE EventHourBuild (builtBelow REAL NOT NULL);"
+    "INSERT INTO EventHourBuild SELECT timeStamp FROM Event ORDER BY timeStamp LIMIT 1;",
 };
 static_assert(std::size(kMigrations) == UsageStore::kSchemaVersion);
 
@@ -67,10 +102,29 @@ struct Reset
     }
 };
 
+void bindRange(sqlite3_stmt *s, double start, double end)
+{
+    sqlite3_bind_double(s, 1, start);
+    sqlite3_bind_double(s, 2, end);
+}
+
 void bindRange(sqlite3_stmt *s, const QDateTime &start, const QDateTime &end)
 {
-    sqlite3_bind_double(s, 1, UsageStore::toSeconds(start));
-    sqlite3_bind_double(s, 2, UsageStore::toSeconds(end));
+    bindRange(s, UsageStore::toSeconds(start), UsageStore::toSeconds(end));
+}
+
+UsageSums &operator+=(UsageSums &a, const UsageSums &b)
+{
+    a.cellIn += b.cellIn;
+    a.cellOut += b.cellOut;
+    a.wifiIn += b.wifiIn;
+    a.wifiOut += b.wifiOut;
+    return a;
+}
+
+bool operator==(const UsageSums &a, const UsageSums &b)
+{
+    return a.cellIn == b.cellIn && a.cellOut == b.cellOut && a.wifiIn == b.wifiIn && a.wifiOut == b.wifiOut;
 }
 
 UsageSums sumsAt(sqlite3_stmt *s, int first)
@@ -133,9 +187,83 @@ std::unique_ptr<UsageStore> UsageStore::open(const QString &path, QString *error
         // process does not have to read a large, already checkpointed log.
         !store->exec("PRAGMA journal_size_limit=4194304", error) ||
         // Pages are read through a memory map: a range sum touches a hundred or more of them.
-        !store->exec("PRAGMA mmap_size=1073741824", error) || !store->migrate(error))
+        !store->exec("PRAGMA mmap_size=1073741824", error) || !store->migrate(error) ||
+        !store->finishRollup(path, error))
         return nullptr;
     return store;
+}
+
+void UsageStore::setBuildProgress(std::function<void(const QString &, double)> progress)
+{
+    g_buildProgress = std::move(progress);
+}
+
+// Builds the hourly totals of a store that had records before it kept them, one month per
+// transaction from where the last build stopped. Any process that opens the store takes part, so
+// two of them building at once share the work and a killed build is taken up by the next open.
+bool UsageStore::finishRollup(const QString &path, QString *error)
+{
+    std::optional<double> first;
+    for (;;) {
+        if (!exec("BEGIN IMMEDIATE", error))
+            return false;
+        sqlite3_stmt *s = nullptr;
+        std::optional<double> builtBelow, last;
+        if (sqlite3_prepare_v2(
+                m_db, "SELECT (SELECT builtBelow FROM EventHourBuild), (SELECT max(timeStamp) FROM Event)",
+                -1, &s, nullptr) == SQLITE_OK &&
+            sqlite3_step(s) == SQLITE_ROW) {
+            if (sqlite3_column_type(s, 0) != SQLITE_NULL)
+                builtBelow = sqlite3_column_double(s, 0);
+            if (sqlite3_column_type(s, 1) != SQLITE_NULL)
+                last = sqlite3_column_double(s, 1);
+        }
+        sqlite3_finalize(s);
+        if (!builtBelow) {
+            const bool committed = exec("COMMIT", error);
+            if (first && g_buildProgress)
+                g_buildProgress(path, 1.0);
+            return committed;
+        }
+        if (!first) {
+            first = *builtBelow;
+            qCInfo(lcCore, "building the hourly totals of %s", qPrintable(path));
+        }
+        const double start = hourOf(*builtBelow), end = start + kBuildChunkSeconds;
+        const bool done = !last || end > *last;
+        const QByteArray advance =
+            done ? QByteArray("DELETE FROM EventHourBuild")
+                 : "UPDATE EventHourBuild SET builtBelow = " + QByteArray::number(end, 'f', 3);
+        if (!rebuildHours(start, end) || !exec(advance.constData(), error) || !exec("COMMIT", error)) {
+            if (error && error->isEmpty())
+                *error = lastError();
+            exec("ROLLBACK", nullptr);
+            return false;
+        }
+        if (g_buildProgress && last && *last > *first)
+            g_buildProgress(path, std::min((end - *first) / (*last - *first), 1.0));
+    }
+}
+
+// Replaces the totals of the hours in [start, end) (whole hours) by the sums of their records.
+bool UsageStore::rebuildHours(double start, double end)
+{
+    sqlite3_stmt *clear = statement(ClearHoursSlot, "DELETE FROM EventHour WHERE hour >= ?1 AND hour < ?2");
+    Reset resetClear{clear};
+    if (!clear)
+        return false;
+    bindRange(clear, start, end);
+    if (sqlite3_step(clear) != SQLITE_DONE)
+        return false;
+    sqlite3_stmt *fill = statement(
+        FillHoursSlot, "INSERT INTO EventHour(hour, records, cellIn, cellOut, wifiIn, wifiOut) "
+                       "SELECT " HOUR_OF " AS h, count(*), total(cellIn), total(cellOut), total(wifiIn), "
+                       "total(wifiOut) FROM Event WHERE timeStamp >= ?1 AND timeStamp < ?2 GROUP BY h");
+    Reset resetFill{fill};
+    if (!fill)
+        return false;
+    bindRange(fill, start, end);
+    return sqlite3_step(fill) == SQLITE_DONE;
 }
 
 // Changing the journal mode takes no busy timeout: while another connection (another process
@@ -236,18 +364,124 @@ sqlite3_stmt *UsageStore::statement(int slot, const char *sql)
 
 std::optional<UsageSums> UsageStore::sum(const QDateTime &start, const QDateTime &end)
 {
+    const double from = toSeconds(start), to = toSeconds(end);
+    const double wholeFrom = hourAfter(from), wholeTo = hourOf(to);
+    // One statement per part: the records before the first whole hour, the totals of the whole
+    // hours, the records after the last.
+    const auto part = [this](int slot, const char *sql, double a, double b) -> std::optional<UsageSums> {
+        sqlite3_stmt *s = statement(slot, sql);
+        Reset reset{s};
+        if (!s)
+            return std::nullopt;
+        bindRange(s, a, b);
+        if (sqlite3_step(s) != SQLITE_ROW) {
+            qCWarning(lcCore, "usage sum failed: %s", sqlite3_errmsg(m_db));
+            return std::nullopt;
+        }
+        return sumsAt(s, 0);
+    };
+    const auto records = [&](double a, double b) {
+        return part(SumSlot,
+                    "SELECT total(cellIn), total(cellOut), total(wifiIn), total(wifiOut) "
+                    "FROM Event WHERE timeStamp >= ?1 AND timeStamp < ?2",
+                    a, b);
+    };
+    if (!(wholeFrom < wholeTo))
+        return records(from, to);
+    std::optional<UsageSums> sums =
+        part(RollupSumSlot,
+             "SELECT total(cellIn), total(cellOut), total(wifiIn), total(wifiOut) "
+             "FROM EventHour WHERE hour >= ?1 AND hour < ?2",
+             wholeFrom, wholeTo);
+    const std::optional<UsageSums> head = records(from, wholeFrom), tail = records(wholeTo, to);
+    if (!sums || !head || !tail)
+        return std::nullopt;
+    // Whole numbers below 2^53 add up exactly in any order: the same answer as one sum of records.
+    *sums += *head;
+    *sums += *tail;
+    return sums;
+}
+
+QList<HourTotal> UsageStore::hourTotals(const QDateTime &start, const QDateTime &end)
+{
     sqlite3_stmt *s =
-        statement(SumSlot, "SELECT total(cellIn), total(cellOut), total(wifiIn), total(wifiOut) "
-                           "FROM Event WHERE timeStamp >= ?1 AND timeStamp < ?2");
+        statement(HourTotalsSlot, "SELECT hour, records, cellIn, cellOut, wifiIn, wifiOut "
+                                  "FROM EventHour WHERE hour >= ?1 AND hour < ?2 ORDER BY hour");
     Reset reset{s};
+    QList<HourTotal> rows;
     if (!s)
-        return std::nullopt;
+        return rows;
     bindRange(s, start, end);
-    if (sqlite3_step(s) != SQLITE_ROW) {
-        qCWarning(lcCore, "usage sum failed: %s", sqlite3_errmsg(m_db));
-        return std::nullopt;
+    int rc;
+    while ((rc = sqlite3_step(s)) == SQLITE_ROW)
+        rows.append(
+            HourTotal{fromSeconds(sqlite3_column_double(s, 0)), sqlite3_column_int64(s, 1), sumsAt(s, 2)});
+    if (rc != SQLITE_DONE) {
+        qCWarning(lcCore, "hourly totals failed: %s", sqlite3_errmsg(m_db));
+        return {};
     }
-    return sumsAt(s, 0);
+    return rows;
+}
+
+StoreCheck UsageStore::check(bool repair)
+{
+    StoreCheck result;
+    {
+        sqlite3_stmt *s = nullptr;
+        QStringList problems;
+        if (sqlite3_prepare_v2(m_db, "PRAGMA integrity_check", -1, &s, nullptr) == SQLITE_OK) {
+            while (sqlite3_step(s) == SQLITE_ROW)
+                problems.append(QString::fromUtf8(reinterpret_cast<const char *>(sqlite3_column_text(s, 0))));
+        } else {
+            problems.append(lastError());
+        }
+        sqlite3_finalize(s);
+        result.integrity = problems.join(QLatin1Char('\n'));
+    }
+    // The records' own totals and the kept ones, both in hour order, compared side by side.
+    sqlite3_stmt *fromRecords = nullptr, *kept = nullptr;
+    sqlite3_prepare_v2(m_db,
+                       "SELECT " HOUR_OF " AS h, count(*), total(cellIn), total(cellOut), total(wifiIn), "
+                       "total(wifiOut) FROM Event GROUP BY h ORDER BY h",
+                       -1, &fromRecords, nullptr);
+    sqlite3_prepare_v2(m_db,
+                       "SELECT hour, records, cellIn, cellOut, wifiIn, wifiOut FROM EventHour ORDER BY hour",
+                       -1, &kept, nullptr);
+    if (fromRecords && kept) {
+        bool moreA = sqlite3_step(fromRecords) == SQLITE_ROW, moreB = sqlite3_step(kept) == SQLITE_ROW;
+        while (moreA || moreB) {
+            const double a = moreA ? sqlite3_column_double(fromRecords, 0) : INFINITY;
+            const double b = moreB ? sqlite3_column_double(kept, 0) : INFINITY;
+            const double hour = std::min(a, b);
+            const bool same = a == b &&
+                              sqlite3_column_int64(fromRecords, 1) == sqlite3_column_int64(kept, 1) &&
+                              sumsAt(fromRecords, 2) == sumsAt(kept, 2);
+            if (!same)
+                result.wrongHours.append(fromSeconds(hour));
+            ++result.hours;
+            if (a == hour)
+                moreA = sqlite3_step(fromRecords) == SQLITE_ROW;
+            if (b == hour)
+                moreB = sqlite3_step(kept) == SQLITE_ROW;
+        }
+    } else {
+        result.integrity += QStringLiteral("\ncannot compare the hourly totals: ") + lastError();
+    }
+    sqlite3_finalize(fromRecords);
+    sqlite3_finalize(kept);
+    if (!repair || result.wrongHours.isEmpty())
+        return result;
+    if (!exec("BEGIN IMMEDIATE", nullptr))
+        return result;
+    for (const QDateTime &hour : std::as_const(result.wrongHours)) {
+        const double h = toSeconds(hour);
+        if (!rebuildHours(h, h + kHour)) {
+            exec("ROLLBACK", nullptr);
+            return result;
+        }
+    }
+    result.repaired = exec("COMMIT", nullptr) || (exec("ROLLBACK", nullptr), false);
+    return result;
 }
 
 std::optional<double> UsageStore::sumNetBytes(const QDateTime &start, const QDateTime &end)
@@ -394,34 +628,7 @@ bool UsageStore::apply(const QList<Change> &changes, QString *error)
     if (!exec("BEGIN IMMEDIATE", error))
         return false;
     for (const Change &change : changes) {
-        sqlite3_stmt *s = nullptr;
-        if (const Event *e = std::get_if<Event>(&change)) {
-            s = statement(InsertEventSlot, "INSERT INTO Event(timeStamp, cellIn, cellOut, wifiIn, wifiOut, "
-                                           "latitude, longitude) VALUES (?1, ?2, ?3, ?4, ?5, ?6, ?7)");
-            if (s) {
-                sqlite3_bind_double(s, 1, toSeconds(e->timeStamp));
-                const double values[] = {e->cellIn,  e->cellOut,  e->wifiIn,
-                                         e->wifiOut, e->latitude, e->longitude};
-                for (int i = 0; i < 6; ++i)
-                    sqlite3_bind_double(s, i + 2, values[i]);
-            }
-        } else if (const Netevent *n = std::get_if<Netevent>(&change)) {
-            s = statement(InsertNetSlot,
-                          "INSERT INTO Netevent(timeStamp, ipaddress, bytes) VALUES (?1, ?2, ?3)");
-            if (s) {
-                const QByteArray ip = n->ipaddress.toUtf8();
-                sqlite3_bind_double(s, 1, toSeconds(n->timeStamp));
-                sqlite3_bind_text(s, 2, ip.constData(), int(ip.size()), SQLITE_TRANSIENT);
-                sqlite3_bind_double(s, 3, n->bytes);
-            }
-        } else {
-            const DeleteRange &d = std::get<DeleteRange>(change);
-            s = statement(DeleteSlot, "DELETE FROM Event WHERE timeStamp >= ?1 AND timeStamp < ?2");
-            if (s)
-                bindRange(s, d.start, d.end);
-        }
-        Reset reset{s};
-        if (!s || sqlite3_step(s) != SQLITE_DONE) {
+        if (!applyOne(change)) {
             if (error)
                 *error = lastError();
             exec("ROLLBACK", nullptr);
@@ -429,4 +636,53 @@ bool UsageStore::apply(const QList<Change> &changes, QString *error)
         }
     }
     return exec("COMMIT", error) || (exec("ROLLBACK", nullptr), false);
+}
+
+// One change inside apply's transaction; each record's hour is kept right along with it.
+bool UsageStore::applyOne(const Change &change)
+{
+    const auto step = [](sqlite3_stmt *s) {
+        Reset reset{s};
+        return s && sqlite3_step(s) == SQLITE_DONE;
+    };
+    if (const Event *e = std::get_if<Event>(&change)) {
+        sqlite3_stmt *s =
+            statement(InsertEventSlot, "INSERT INTO Event(timeStamp, cellIn, cellOut, wifiIn, wifiOut, "
+                                       "latitude, longitude) VALUES (?1, ?2, ?3, ?4, ?5, ?6, ?7)");
+        sqlite3_stmt *hour = statement(
+            UpsertHourSlot, "INSERT INTO EventHour(hour, records, cellIn, cellOut, wifiIn, wifiOut) "
+                            "VALUES (?1, 1, ?2, ?3, ?4, ?5) ON CONFLICT(hour) DO UPDATE SET "
+                            "records = records + 1, cellIn = cellIn + excluded.cellIn, "
+                            "cellOut = cellOut + excluded.cellOut, wifiIn = wifiIn + excluded.wifiIn, "
+                            "wifiOut = wifiOut + excluded.wifiOut");
+        if (!s || !hour)
+            return false;
+        const double at = toSeconds(e->timeStamp);
+        const double values[] = {e->cellIn, e->cellOut, e->wifiIn, e->wifiOut, e->latitude, e->longitude};
+        sqlite3_bind_double(s, 1, at);
+        sqlite3_bind_double(hour, 1, hourOf(at));
+        for (int i = 0; i < 6; ++i)
+            sqlite3_bind_double(s, i + 2, values[i]);
+        for (int i = 0; i < 4; ++i)
+            sqlite3_bind_double(hour, i + 2, values[i]);
+        return step(s) && step(hour);
+    }
+    if (const Netevent *n = std::get_if<Netevent>(&change)) {
+        sqlite3_stmt *s =
+            statement(InsertNetSlot, "INSERT INTO Netevent(timeStamp, ipaddress, bytes) VALUES (?1, ?2, ?3)");
+        if (!s)
+            return false;
+        const QByteArray ip = n->ipaddress.toUtf8();
+        sqlite3_bind_double(s, 1, toSeconds(n->timeStamp));
+        sqlite3_bind_text(s, 2, ip.constData(), int(ip.size()), SQLITE_TRANSIENT);
+        sqlite3_bind_double(s, 3, n->bytes);
+        return step(s);
+    }
+    const DeleteRange &d = std::get<DeleteRange>(change);
+    sqlite3_stmt *s = statement(DeleteSlot, "DELETE FROM Event WHERE timeStamp >= ?1 AND timeStamp < ?2");
+    if (!s)
+        return false;
+    bindRange(s, d.start, d.end);
+    // The hours the range touched are summed again from the records left in them.
+    return step(s) && rebuildHours(hourOf(toSeconds(d.start)), hourAfter(toSeconds(d.end)));
 }

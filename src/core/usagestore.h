@@ -58,6 +58,24 @@ struct PlaceSums
     UsageSums sums;
 };
 
+// The totals of one UTC hour kept beside the records: how many records it holds and their sums.
+struct HourTotal
+{
+    QDateTime hour; // its start, on a whole UTC hour
+    qint64 records = 0;
+    UsageSums sums;
+};
+
+// What a check of a store found: SQLite's own verdict and the hours whose totals disagreed with
+// their records (put right when asked to).
+struct StoreCheck
+{
+    QString integrity; // "ok" when SQLite finds nothing wrong
+    qint64 hours = 0;  // hours compared
+    QList<QDateTime> wrongHours;
+    bool repaired = false;
+};
+
 struct TimeStampRange
 {
     QDateTime minDate;
@@ -66,20 +84,36 @@ struct TimeStampRange
 
 // One open SQLite usage store. Not thread-safe: its context's queue is the only user.
 // Every range is half-open: timeStamp >= start AND timeStamp < end.
+//
+// Beside the records (Event) the store keeps their totals per UTC hour (EventHour), changed in the
+// same transaction as every insert and deletion, so that a sum over months reads hundreds of rows
+// instead of every sample. A store from before the totals gets them on its first open, a month of
+// records per transaction: an interrupted build resumes where it stopped.
 class UsageStore
 {
 public:
-    static constexpr int kSchemaVersion = 1;
+    static constexpr int kSchemaVersion = 2;
+    static constexpr qint64 kHour = 3600;
 
     // Opens (creating when missing) and migrates the store. On failure returns nothing and says
     // why in *error; the file is left as it was.
     static std::unique_ptr<UsageStore> open(const QString &path, QString *error);
+    // Told how far the first build of the hourly totals is (0 to 1), for a progress line; set
+    // by the program before stores are opened.
+    static void setBuildProgress(std::function<void(const QString &path, double done)> progress);
     ~UsageStore();
     UsageStore(const UsageStore &) = delete;
     UsageStore &operator=(const UsageStore &) = delete;
 
-    // A failed fetch yields nothing; a range without events yields zero sums.
+    // A failed fetch yields nothing; a range without events yields zero sums. Whole hours are read
+    // from their totals, the cut hours at either end from their records.
     std::optional<UsageSums> sum(const QDateTime &start, const QDateTime &end);
+    // The hourly totals of the hours starting in [start, end), in order, hours without records
+    // left out. Empty when the fetch failed.
+    QList<HourTotal> hourTotals(const QDateTime &start, const QDateTime &end);
+    // Compares every hour's totals with its records, runs SQLite's integrity check, and with
+    // `repair` puts the wrong hours right from their records.
+    StoreCheck check(bool repair);
     std::optional<double> sumNetBytes(const QDateTime &start, const QDateTime &end);
     QList<HourSums> hourlySums(const QDateTime &start, const QDateTime &end);
     // Sums per moment and position, records without a position left out.
@@ -116,10 +150,13 @@ private:
     int schemaVersion(QString *error);
     bool checkVersion(QString *error);
     bool migrate(QString *error);
+    bool finishRollup(const QString &path, QString *error);
+    bool rebuildHours(double start, double end);
+    bool applyOne(const Change &change);
     sqlite3_stmt *statement(int slot, const char *sql);
     bool exec(const char *sql, QString *error);
     QString lastError() const;
 
     sqlite3 *m_db = nullptr;
-    sqlite3_stmt *m_statements[11] = {};
+    sqlite3_stmt *m_statements[16] = {};
 };

@@ -53,15 +53,44 @@ RowLayout rowLayout(double w, double p, double q)
 
 ChartBuckets bucketSums(StoreContext &context, const QDateTime &start, const QDateTime &end, Bucket bucket)
 {
+    // The hour's own start (exact in a repeated hour), or the start of its day.
+    const auto keyOf = [bucket](const QDateTime &t) {
+        return bucket == Bucket::Hour ? LocalTime::hourStart(t) : t.toLocalTime().date().startOfDay();
+    };
     ChartBuckets buckets;
-    for (const HourSums &h : context.hourlySums(start, end)) {
-        // The hour's own start (exact in a repeated hour), or the start of its day.
-        const QDateTime key = bucket == Bucket::Hour ? LocalTime::hourStart(h.timeStamp)
-                                                     : h.timeStamp.toLocalTime().date().startOfDay();
+    const auto add = [&buckets](const QDateTime &key, const UsageSums &sums) {
         ChartData &d = buckets[key];
-        d.sumCell += h.sums.cellIn + h.sums.cellOut;
-        d.sumWifi += h.sums.wifiIn + h.sums.wifiOut;
+        d.sumCell += sums.cellIn + sums.cellOut;
+        d.sumWifi += sums.wifiIn + sums.wifiOut;
+    };
+    const auto addRecords = [&](const QDateTime &a, const QDateTime &b) {
+        for (const HourSums &h : context.hourlySums(a, b))
+            add(keyOf(h.timeStamp), h.sums);
+    };
+    // A UTC hour whose every moment falls in one bucket is read from its totals; the hours at the
+    // ends of the range and those a local hour or day cuts (zones offset by part of an hour, the
+    // hour of a clock change) from their records.
+    const qint64 hour = UsageStore::kHour * 1000;
+    const qint64 from = start.toMSecsSinceEpoch(), to = end.toMSecsSinceEpoch();
+    const QDateTime first = QDateTime::fromMSecsSinceEpoch((from + hour - 1) / hour * hour);
+    const QDateTime last = QDateTime::fromMSecsSinceEpoch(to / hour * hour);
+    if (from < 0 || !(first < last)) {
+        addRecords(start, end);
+        return buckets;
     }
+    addRecords(start, first);
+    for (const HourTotal &h : context.hourTotals(first, last)) {
+        const QDateTime lastMoment = h.hour.addMSecs(hour - 1); // records are kept to the millisecond
+        const QDateTime key = keyOf(h.hour);
+        // One offset across the hour: local time runs on evenly, so equal keys at both ends mean
+        // one key throughout.
+        if (key == keyOf(lastMoment) &&
+            h.hour.toLocalTime().offsetFromUtc() == lastMoment.toLocalTime().offsetFromUtc())
+            add(key, h.sums);
+        else
+            addRecords(h.hour, h.hour.addMSecs(hour));
+    }
+    addRecords(last, end);
     return buckets;
 }
 

@@ -137,6 +137,74 @@ private slots:
         sqlite3_close(db);
         QVERIFY(UsageStore::open(path, &error)); // reopening an up-to-date store changes nothing
     }
+
+    // A store from before the hourly totals gets them on its first open; a check finds a total
+    // that disagrees with its records and puts it right.
+    void hourlyTotalsBuiltAndChecked()
+    {
+        const QString path = m_dir.filePath(QStringLiteral("older.sqlite"));
+        sqlite3 *db = nullptr;
+        QCOMPARE(sqlite3_open(QFile::encodeName(path).constData(), &db), SQLITE_OK);
+        const auto sql = [&](const char *text) {
+            char *message = nullptr;
+            const int rc = sqlite3_exec(db, text, nullptr, nullptr, &message);
+            const QByteArray why(message ? message : "");
+            sqlite3_free(message);
+            return rc == SQLITE_OK ? QByteArray() : why;
+        };
+        QCOMPARE(
+            sql("CREATE TABLE Event (id INTEGER PRIMARY KEY, timeStamp REAL NOT NULL, cellIn REAL NOT NULL "
+                "DEFAULT 0, cellOut REAL NOT NULL DEFAULT 0, wifiIn REAL NOT NULL DEFAULT 0, wifiOut REAL "
+                "NOT "
+                "NULL DEFAULT 0, latitude REAL NOT NULL DEFAULT -180, longitude REAL NOT NULL DEFAULT -180);"
+                "CREATE INDEX Event_timeStamp ON Event(timeStamp, cellIn, cellOut, wifiIn, wifiOut);"
+                "CREATE TABLE Netevent (id INTEGER PRIMARY KEY, timeStamp REAL NOT NULL, ipaddress TEXT NOT "
+                "NULL, bytes REAL NOT NULL DEFAULT 0);"
+                "CREATE INDEX Netevent_timeStamp ON Netevent(timeStamp, ipaddress, bytes);"
+                // 100 days of a record every 10 minutes: four 30-day steps of the build.
+                "WITH RECURSIVE n(i) AS (SELECT 0 UNION ALL SELECT i + 1 FROM n WHERE i < 14399) "
+                "INSERT INTO Event(timeStamp, cellIn, wifiOut) SELECT 1772323200 + i * 600.25, i, 2 * i FROM "
+                "n;"
+                "PRAGMA user_version=1;"),
+            QByteArray());
+        sqlite3_close(db);
+
+        QList<double> progress;
+        UsageStore::setBuildProgress([&](const QString &, double done) { progress.append(done); });
+        QString error;
+        std::unique_ptr<UsageStore> store = UsageStore::open(path, &error);
+        UsageStore::setBuildProgress(nullptr);
+        QVERIFY2(store, qPrintable(error));
+        QCOMPARE(progress.size(), 5); // four steps, then done
+        QCOMPARE(progress.last(), 1.0);
+        StoreCheck c = store->check(false);
+        QCOMPARE(c.integrity, QStringLiteral("ok"));
+        QCOMPARE(c.hours, 2401);
+        QVERIFY(c.wrongHours.isEmpty());
+        const QDateTime start = UsageStore::fromSeconds(1772323200 + 3600 * 5 + 1);
+        const QDateTime end = UsageStore::fromSeconds(1772323200 + 3600 * 900 + 7);
+        const double expected = [&] {
+            double total = 0;
+            for (int i = 0; i < 14400; ++i)
+                if (const double t = 1772323200 + i * 600.25;
+                    t >= 1772323200 + 3600 * 5 + 1 && t < 1772323200 + 3600 * 900 + 7)
+                    total += i;
+            return total;
+        }();
+        QCOMPARE(store->sum(start, end)->cellIn, expected);
+
+        QCOMPARE(sqlite3_open(QFile::encodeName(path).constData(), &db), SQLITE_OK);
+        QCOMPARE(sql("UPDATE EventHour SET wifiOut = wifiOut + 1 WHERE hour = 1772323200 + 3600 * 7"),
+                 QByteArray());
+        QCOMPARE(sql("DELETE FROM EventHour WHERE hour = 1772323200 + 3600 * 8"), QByteArray());
+        sqlite3_close(db);
+        c = store->check(true);
+        QCOMPARE(c.wrongHours, (QList<QDateTime>{UsageStore::fromSeconds(1772323200 + 3600 * 7),
+                                                 UsageStore::fromSeconds(1772323200 + 3600 * 8)}));
+        QVERIFY(c.repaired);
+        QVERIFY(store->check(false).wrongHours.isEmpty());
+        QCOMPARE(store->sum(start, end)->cellIn, expected);
+    }
 };
 
 QTEST_GUILESS_MAIN(TestUsageStore)

@@ -1,0 +1,74 @@
+// tallymo store check: SQLite's integrity check and the hourly totals against their records, for
+// every plan's store (or one); wrong totals are put right from the records.
+#include "app/datausageappdelegate.h"
+#include "app/selectplancontroller.h"
+#include "arguments.h"
+#include "cli.h"
+#include "core/settingskeys.h"
+#include "core/sharedcode.h"
+#include "core/storecontext.h"
+#include "output.h"
+
+#include <QJsonArray>
+#include <QJsonObject>
+
+namespace Cli {
+
+int store(const QStringList &args, Environment &env)
+{
+    const Arguments a(args, {QStringLiteral("plan")}, {QStringLiteral("json")});
+    const QString usage = QStringLiteral("tallymo store check [--plan ID] [--json]");
+    a.expectPositional(1, 1, usage);
+    if (a.positional.first() != QLatin1StringView("check"))
+        throw UsageError(
+            QStringLiteral("unknown store command \"%1\"; usage: %2").arg(a.positional.first(), usage));
+    Services &s = env.services();
+    const QStringList ids = a.has(QStringLiteral("plan"))
+                                ? QStringList{requirePlan(s.shared, a.option(QStringLiteral("plan")))}
+                                : SelectPlanController(s.delegate).planIDs();
+    bool damaged = false;
+    QJsonArray rows;
+    for (const QString &id : ids) {
+        const std::shared_ptr<StoreContext> context = s.delegate.mocForPlan(id);
+        StoreCheck c;
+        context->performAndWait([&] {
+            if (UsageStore *store = context->store())
+                c = store->check(true);
+            else
+                c.integrity = QStringLiteral("the store cannot be opened");
+        });
+        const bool ok = c.integrity == QLatin1StringView("ok");
+        damaged = damaged || !ok;
+        QJsonArray wrong;
+        for (const QDateTime &hour : std::as_const(c.wrongHours))
+            wrong.append(isoWithOffset(hour));
+        const QString label = s.shared.getForPlan(id, Keys::PREF_PLAN_LABEL).toString();
+        rows.append(QJsonObject{{QStringLiteral("plan"), id},
+                                {QStringLiteral("label"), label},
+                                {QStringLiteral("file"), context->path()},
+                                {QStringLiteral("integrity"), c.integrity},
+                                {QStringLiteral("hours"), c.hours},
+                                {QStringLiteral("wrongHours"), wrong},
+                                {QStringLiteral("repaired"), c.repaired}});
+        if (a.flag(QStringLiteral("json")))
+            continue;
+        QString line = QStringLiteral("%1 (%2): integrity %3; %4 hours checked")
+                           .arg(label, context->path(), ok ? QStringLiteral("ok") : c.integrity)
+                           .arg(c.hours);
+        if (c.wrongHours.isEmpty())
+            line += QStringLiteral(", every hourly total matches its records\n");
+        else
+            line += QStringLiteral(", %1 hourly totals did not match their records (%2)%3\n")
+                        .arg(c.wrongHours.size())
+                        .arg(isoWithOffset(c.wrongHours.first()) +
+                             (c.wrongHours.size() > 1 ? QStringLiteral(", …") : QString()))
+                        .arg(c.repaired ? QStringLiteral(": repaired from the records")
+                                        : QStringLiteral(": not repaired (the store is busy or read-only)"));
+        print(line);
+    }
+    if (a.flag(QStringLiteral("json")))
+        print(QString::fromUtf8(jsonText(rows)));
+    return damaged ? 1 : 0;
+}
+
+} // namespace Cli

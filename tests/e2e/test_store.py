@@ -1,0 +1,146 @@
+"""The hourly totals kept beside the records, with real processes: built once for an older store (and
+resumed after a kill -9 in the middle), kept right by every command that writes records, and checked
+and repaired by `tallymo store check`."""
+import json
+import os
+import signal
+import sqlite3
+import subprocess
+import sys
+import time
+import unittest
+
+sys.path.insert(0, os.path.dirname(__file__))
+from support import TALLYMO, Container  # noqa: E402
+
+OLD_SCHEMA = """
+CREATE TABLE Event (id INTEGER PRIMARY KEY, timeStamp REAL NOT NULL, cellIn REAL NOT NULL DEFAULT 0,
+  cellOut REAL NOT NULL DEFAULT 0, wifiIn REAL NOT NULL DEFAULT 0, wifiOut REAL NOT NULL DEFAULT 0,
+  latitude REAL NOT NULL DEFAULT -180, longitude REAL NOT NULL DEFAULT -180);
+CREATE INDEX Event_timeStamp ON Event(timeStamp, cellIn, cellOut, wifiIn, wifiOut);
+CREATE TABLE Netevent (id INTEGER PRIMARY KEY, timeStamp REAL NOT NULL, ipaddress TEXT NOT NULL,
+  bytes REAL NOT NULL DEFAULT 0);
+CREATE INDEX Netevent_timeStamp ON Netevent(timeStamp, ipaddress, bytes);
+PRAGMA user_version=1;
+"""
+
+
+def records_by_hour(path):
+    db = sqlite3.connect(f"file:{path}?mode=ro", uri=True)
+    try:
+        return db.execute("SELECT CAST(timeStamp / 3600 AS INTEGER) * 3600 AS h, count(*), total(cellIn), "
+                          "total(cellOut), total(wifiIn), total(wifiOut) FROM Event GROUP BY h ORDER BY h").fetchall()
+    finally:
+        db.close()
+
+
+def kept_totals(path):
+    db = sqlite3.connect(f"file:{path}?mode=ro", uri=True)
+    try:
+        return db.execute("SELECT hour, records, cellIn, cellOut, wifiIn, wifiOut FROM EventHour "
+                          "ORDER BY hour").fetchall()
+    finally:
+        db.close()
+
+
+class HourlyTotals(unittest.TestCase):
+    def setUp(self):
+        self.c = Container()
+        self.c.run("setup", "--bill-day", "1", "--cap", "10GB", "--used", "0")
+        self.store = self.c.store_path()
+
+    def tearDown(self):
+        self.c.cleanup()
+
+    def check(self):
+        p = self.c.run("store", "check", "--json", check=False)
+        self.assertEqual(p.returncode, 0, p.stderr)
+        return json.loads(p.stdout)[0]
+
+    def test_older_store_built_once_resumed_after_kill(self):
+        # Half a year of 10-second records in a store from before the totals.
+        os.remove(self.store)
+        for suffix in ("-wal", "-shm"):
+            if os.path.exists(self.store + suffix):
+                os.remove(self.store + suffix)
+        db = sqlite3.connect(self.store)
+        db.executescript(OLD_SCHEMA)
+        now = int(time.time())
+        start = now - 183 * 86400
+        db.executemany("INSERT INTO Event(timeStamp, cellIn, cellOut, wifiIn, wifiOut) VALUES (?, ?, ?, ?, ?)",
+                       ((start + i * 10 + (i % 7) / 1000, i % 5000, 7, (i * 13) % 9000, 1)
+                        for i in range(183 * 8640)))
+        db.commit()
+        db.close()
+        before = records_by_hour(self.store)
+
+        # Killed once the first month is in: nothing is lost and the next open goes on from there.
+        p = subprocess.Popen([TALLYMO, "status", "--json"], env=self.c.env, stdout=subprocess.DEVNULL,
+                             stderr=subprocess.DEVNULL)
+        deadline = time.time() + 60
+        while True:
+            self.assertLess(time.time(), deadline, "the build never got going")
+            self.assertIsNone(p.poll(), "the build finished before it could be interrupted")
+            try:
+                db = sqlite3.connect(f"file:{self.store}?mode=ro", uri=True)
+                row = db.execute("SELECT builtBelow FROM EventHourBuild").fetchone()
+                db.close()
+            except sqlite3.OperationalError:  # not migrated yet, or busy
+                row = None
+            if row and row[0] > start + 3600:
+                break
+            time.sleep(0.005)
+        p.send_signal(signal.SIGKILL)
+        p.wait()
+        db = sqlite3.connect(f"file:{self.store}?mode=ro", uri=True)
+        self.assertIsNotNone(db.execute("SELECT builtBelow FROM EventHourBuild").fetchone())
+        self.assertEqual(db.execute("PRAGMA integrity_check").fetchone()[0], "ok")
+        db.close()
+        self.assertEqual(records_by_hour(self.store), before)
+
+        status = json.loads(self.c.run("status", "--json").stdout)
+        self.assertEqual(kept_totals(self.store), before)
+        month = sum(r[2] + r[3] for r in records_by_hour(self.store))  # all of it, per period below
+        self.assertLessEqual(status["monthCell"], month)
+        c = self.check()
+        self.assertEqual((c["integrity"], c["wrongHours"], c["hours"]), ("ok", [], len(before)))
+
+        # On a terminal the build shows its progress; a finished store has nothing more to build.
+        self.assertEqual(self.c.run("status").stderr, "")
+
+    def test_every_writing_command_keeps_the_totals_and_check_repairs(self):
+        self.c.write_counters({"wwan0": (1000, 1000), "wlan0": (10, 10)})
+        self.c.run("sample")
+        for n in range(1, 4):
+            self.c.write_counters({"wwan0": (1000 + n * 70_000, 1000 + n), "wlan0": (10 + n * 9, 10)})
+            self.c.run("sample")
+        self.c.run("plans", "add-usage", "12MB", "--yes")
+        self.assertEqual(kept_totals(self.store), records_by_hour(self.store))
+        self.c.run("plans", "reset", "--yes")
+        self.assertEqual(kept_totals(self.store), records_by_hour(self.store))
+        other = json.loads(self.c.run("plans", "add", "--label", "Travel", "--json").stdout)["id"]
+        self.c.run("plans", "switch", other)
+        self.c.write_counters({"wwan0": (900_000, 2000), "wlan0": (100, 10)})
+        self.c.run("sample")
+        for path in (self.store, self.c.store_path()):
+            self.assertEqual(kept_totals(path), records_by_hour(path))
+
+        # A total put wrong behind Tallymo's back is found, named and put right.
+        travel = self.c.store_path()
+        db = sqlite3.connect(travel)
+        hour = db.execute("SELECT hour FROM EventHour ORDER BY hour LIMIT 1").fetchone()[0]
+        db.execute("UPDATE EventHour SET cellIn = cellIn + 5 WHERE hour = ?", (hour,))
+        db.commit()
+        db.close()
+        p = self.c.run("store", "check")
+        self.assertIn("1 hourly totals did not match their records", p.stdout)
+        self.assertIn("repaired from the records", p.stdout)
+        self.assertEqual(kept_totals(travel), records_by_hour(travel))
+        self.assertEqual([c["wrongHours"] for c in json.loads(self.c.run("store", "check", "--json").stdout)], [[], []])
+        p = self.c.run("store", "sweep", check=False)
+        self.assertEqual((p.returncode, p.stderr.strip()),
+                         (2, 'tallymo: unknown store command "sweep"; usage: tallymo store check [--plan ID] [--json]'))
+
+
+if __name__ == "__main__":
+    unittest.main(argv=[sys.argv[0], "-v"])
