@@ -198,11 +198,33 @@ void UsageStore::setBuildProgress(std::function<void(const QString &, double)> p
     g_buildProgress = std::move(progress);
 }
 
+UsageStore::ReadTransaction::ReadTransaction(UsageStore *store)
+{
+    if (store && sqlite3_get_autocommit(store->m_db) && store->exec("BEGIN", nullptr))
+        m_store = store;
+}
+
+UsageStore::ReadTransaction::~ReadTransaction()
+{
+    if (m_store && !m_store->exec("COMMIT", nullptr))
+        m_store->exec("ROLLBACK", nullptr);
+}
+
 // Builds the hourly totals of a store that had records before it kept them, one month per
 // transaction from where the last build stopped. Any process that opens the store takes part, so
 // two of them building at once share the work and a killed build is taken up by the next open.
 bool UsageStore::finishRollup(const QString &path, QString *error)
 {
+    {
+        // The common case, a store with its totals, costs one read and no write lock.
+        sqlite3_stmt *s = nullptr;
+        const bool building =
+            sqlite3_prepare_v2(m_db, "SELECT 1 FROM EventHourBuild", -1, &s, nullptr) == SQLITE_OK &&
+            sqlite3_step(s) == SQLITE_ROW;
+        sqlite3_finalize(s);
+        if (!building)
+            return true;
+    }
     std::optional<double> first;
     for (;;) {
         if (!exec("BEGIN IMMEDIATE", error))
@@ -388,6 +410,7 @@ std::optional<UsageSums> UsageStore::sum(const QDateTime &start, const QDateTime
     };
     if (!(wholeFrom < wholeTo))
         return records(from, to);
+    ReadTransaction snapshot(this);
     std::optional<UsageSums> sums =
         part(RollupSumSlot,
              "SELECT total(cellIn), total(cellOut), total(wifiIn), total(wifiOut) "

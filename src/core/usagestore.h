@@ -141,6 +141,20 @@ public:
     // does not keep it all resident).
     void setMemoryMapLimit(qint64 bytes);
 
+    // While it lives, the reads of the store see one state of it and take its locks once (a
+    // statement outside a transaction takes and drops them itself). Nothing when one is open.
+    class ReadTransaction
+    {
+    public:
+        explicit ReadTransaction(UsageStore *store);
+        ~ReadTransaction();
+        ReadTransaction(const ReadTransaction &) = delete;
+        ReadTransaction &operator=(const ReadTransaction &) = delete;
+
+    private:
+        UsageStore *m_store = nullptr;
+    };
+
     static double toSeconds(const QDateTime &t);
     static QDateTime fromSeconds(double seconds);
 

@@ -74,6 +74,7 @@ ChartBuckets bucketSums(StoreContext &context, const QDateTime &start, const QDa
     const qint64 from = start.toMSecsSinceEpoch(), to = end.toMSecsSinceEpoch();
     const QDateTime first = QDateTime::fromMSecsSinceEpoch((from + hour - 1) / hour * hour);
     const QDateTime last = QDateTime::fromMSecsSinceEpoch(to / hour * hour);
+    UsageStore::ReadTransaction snapshot(context.store());
     if (from < 0 || !(first < last)) {
         addRecords(start, end);
         return buckets;
@@ -116,6 +117,7 @@ QList<PeriodRow> periods(SharedCode &shared, StoreContext &context, const QStrin
                           ? 30
                           : 12;
     QDateTime d = shared.clock().now();
+    UsageStore::ReadTransaction snapshot(context.store());
     for (int i = 0; i < steps; ++i) {
         const Period p = BillingCycle::computeStartEndDates(shared, d, plan);
         if (range->minDate > p.end)
