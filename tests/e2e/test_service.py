@@ -66,6 +66,12 @@ class BackgroundService(unittest.TestCase):
         try:
             daemon.wait_for("launch")
             self.assertTrue(self.session.bus.name_has_owner(SERVICE))
+            # Positioning and the network library stay unloaded while nothing asks for them.
+            with open(f"/proc/{daemon.proc.pid}/maps") as maps:
+                loaded = maps.read()
+            self.assertIn("libtallymo_desktop.so", loaded)
+            for library in ("libQt6Positioning", "libQt6Network", "libtallymo_location", "libtallymo_hostnames"):
+                self.assertNotIn(library, loaded)
             self.c.write_counters({"wwan0": (1000 + 600_000, 1000)})
             self.c.run("push")
             self.assertIn("+cell 585.9 KB", daemon.wait_for("push"))

@@ -2,8 +2,7 @@
 
 #include "app/applicationservices.h"
 #include "freedesktopnotifications.h"
-#include "platform/network/qthostnames.h"
-#include "platform/positioning/positioninglocation.h"
+#include "lazyservices.h"
 #include "sessionservices.h"
 #include "unifiedpush.h"
 #include "watchcompanion.h"
@@ -41,11 +40,11 @@ private:
     FreedesktopNotifications m_notifications;
     LauncherEntryBadge m_badge;
     LinuxBackgroundRefresh m_refreshStatus;
-    PositioningLocation m_location;
+    LazyLocation m_location;
     UnifiedPushSubscriptions m_push;
     std::unique_ptr<QObject> m_backgroundObject;
     DBusWatchSession m_watch;
-    QtHostNames m_hostNames;
+    LazyHostNames m_hostNames;
     std::unique_ptr<DBusWidgetCenter> m_widgetCenter;
     std::unique_ptr<WatchCompanion> m_companion;
 };
