@@ -25,22 +25,21 @@ PRAGMA user_version=1;
 """
 
 
-def records_by_hour(path):
-    db = sqlite3.connect(f"file:{path}?mode=ro", uri=True)
+def read(path, sql):
+    db = sqlite3.connect(f"file:{path}?mode=ro", uri=True)  # never creates it
     try:
-        return db.execute("SELECT CAST(timeStamp / 3600 AS INTEGER) * 3600 AS h, count(*), total(cellIn), "
-                          "total(cellOut), total(wifiIn), total(wifiOut) FROM Event GROUP BY h ORDER BY h").fetchall()
+        return db.execute(sql).fetchall()
     finally:
         db.close()
+
+
+def records_by_hour(path):
+    return read(path, "SELECT CAST(timeStamp / 3600 AS INTEGER) * 3600 AS h, count(*), total(cellIn), "
+                      "total(cellOut), total(wifiIn), total(wifiOut) FROM Event GROUP BY h ORDER BY h")
 
 
 def kept_totals(path):
-    db = sqlite3.connect(f"file:{path}?mode=ro", uri=True)
-    try:
-        return db.execute("SELECT hour, records, cellIn, cellOut, wifiIn, wifiOut FROM EventHour "
-                          "ORDER BY hour").fetchall()
-    finally:
-        db.close()
+    return read(path, "SELECT hour, records, cellIn, cellOut, wifiIn, wifiOut FROM EventHour ORDER BY hour")
 
 
 class HourlyTotals(unittest.TestCase):
