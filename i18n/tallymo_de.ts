@@ -435,6 +435,14 @@
     </message>
 </context>
 <context>
+    <name>Face</name>
+    <message>
+        <location filename="../programs/tallymo-watch/Face.qml" line="+21"/>
+        <source>Tallymo Watch</source>
+        <translation>Tallymo-Uhr</translation>
+    </message>
+</context>
+<context>
     <name>FontController</name>
     <message>
         <location filename="../src/ui/themecontrollers.cpp" line="+42"/>
@@ -1472,6 +1480,84 @@ tallymo intent show-usage --speak</translation>
         <location filename="../src/sharing/usageintent.cpp" line="+12"/>
         <source>Call Tallymo</source>
         <translation>Tallymo aufrufen</translation>
+    </message>
+</context>
+<context>
+    <name>WatchFace</name>
+    <message>
+        <location filename="../programs/tallymo-watch/watchface.cpp" line="+42"/>
+        <source>No session bus.</source>
+        <translation>Kein Sitzungsbus.</translation>
+    </message>
+    <message>
+        <location line="+120"/>
+        <source>Safe</source>
+        <translation>Sicher</translation>
+    </message>
+    <message>
+        <location line="+1"/>
+        <source>Caution</source>
+        <translation>Vorsicht</translation>
+    </message>
+    <message>
+        <location line="+1"/>
+        <source>Danger</source>
+        <translation>Gefahr</translation>
+    </message>
+    <message>
+        <location line="+1"/>
+        <source>Over</source>
+        <translation>Überschritten</translation>
+    </message>
+    <message>
+        <location line="+10"/>
+        <source>%1 used</source>
+        <translation>%1 verbraucht</translation>
+    </message>
+    <message>
+        <location line="+7"/>
+        <source>%1 left</source>
+        <translation>%1 übrig</translation>
+    </message>
+    <message>
+        <location line="+8"/>
+        <source>%1 to go</source>
+        <translation>noch %1</translation>
+    </message>
+    <message>
+        <location line="+8"/>
+        <source>days</source>
+        <translation>Tage</translation>
+    </message>
+    <message>
+        <location line="+0"/>
+        <source>day</source>
+        <translation>Tag</translation>
+    </message>
+    <message>
+        <location line="+0"/>
+        <source>hours</source>
+        <translation>Stunden</translation>
+    </message>
+    <message>
+        <location line="+1"/>
+        <source>hour</source>
+        <translation>Stunde</translation>
+    </message>
+    <message>
+        <location line="+27"/>
+        <source>Open Tallymo to set up your data plan.</source>
+        <translation>Öffne Tallymo, um deinen Datentarif einzurichten.</translation>
+    </message>
+    <message>
+        <location line="+2"/>
+        <source>Tallymo&apos;s background service is not running.</source>
+        <translation>Der Hintergrunddienst von Tallymo läuft nicht.</translation>
+    </message>
+    <message>
+        <location line="+2"/>
+        <source>Connecting…</source>
+        <translation>Verbinden …</translation>
     </message>
 </context>
 <context>

@@ -434,6 +434,14 @@
     </message>
 </context>
 <context>
+    <name>Face</name>
+    <message>
+        <location filename="../programs/tallymo-watch/Face.qml" line="+21"/>
+        <source>Tallymo Watch</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
     <name>FontController</name>
     <message>
         <location filename="../src/ui/themecontrollers.cpp" line="+42"/>
@@ -1467,6 +1475,84 @@ tallymo intent show-usage --speak</source>
     <message>
         <location filename="../src/sharing/usageintent.cpp" line="+12"/>
         <source>Call Tallymo</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
+    <name>WatchFace</name>
+    <message>
+        <location filename="../programs/tallymo-watch/watchface.cpp" line="+42"/>
+        <source>No session bus.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <location line="+120"/>
+        <source>Safe</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <location line="+1"/>
+        <source>Caution</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <location line="+1"/>
+        <source>Danger</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <location line="+1"/>
+        <source>Over</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <location line="+10"/>
+        <source>%1 used</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <location line="+7"/>
+        <source>%1 left</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <location line="+8"/>
+        <source>%1 to go</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <location line="+8"/>
+        <source>days</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <location line="+0"/>
+        <source>day</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <location line="+0"/>
+        <source>hours</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <location line="+1"/>
+        <source>hour</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <location line="+27"/>
+        <source>Open Tallymo to set up your data plan.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <location line="+2"/>
+        <source>Tallymo&apos;s background service is not running.</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <location line="+2"/>
+        <source>Connecting…</source>
         <translation type="unfinished"></translation>
     </message>
 </context>

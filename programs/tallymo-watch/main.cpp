@@ -10,6 +10,7 @@
 #include <QQmlApplicationEngine>
 #include <QQuickWindow>
 #include <QTimer>
+#include <QTranslator>
 
 #include <cstdio>
 
@@ -20,6 +21,10 @@ int main(int argc, char **argv)
     QGuiApplication::setApplicationDisplayName(QStringLiteral("Tallymo Watch"));
     QGuiApplication::setApplicationVersion(QStringLiteral(TALLYMO_VERSION));
     QGuiApplication::setDesktopFileName(QStringLiteral("org.tallymo.Tallymo.Watch"));
+
+    QTranslator translator; // English is the source; another language when there is a file for it
+    if (translator.load(QLocale(), QStringLiteral("tallymo"), QStringLiteral("_"), QStringLiteral(":/i18n")))
+        QCoreApplication::installTranslator(&translator);
 
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral("Tallymo's watch face: the data plan at a glance."));

@@ -158,6 +158,14 @@ QString WatchFace::forecastText() const
     const QString forecast = m_record.value(kForecast).toString();
     if (m_state != QLatin1StringView("ready") || forecast.isEmpty())
         return QString();
+    // The record carries the forecast's key word; the face says it in its own language.
+    static const char *const words[][2] = {{"safe", QT_TR_NOOP("Safe")},
+                                           {"caution", QT_TR_NOOP("Caution")},
+                                           {"danger", QT_TR_NOOP("Danger")},
+                                           {"over", QT_TR_NOOP("Over")}};
+    for (const auto &[key, word] : words)
+        if (forecast == QLatin1StringView(key))
+            return tr(word);
     return forecast.left(1).toUpper() + forecast.mid(1);
 }
 
@@ -179,18 +187,21 @@ QString WatchFace::timeLeftText() const
 {
     if (m_state != QLatin1StringView("ready"))
         return QString();
-    return tr("%1 %2 to go")
-        .arg(m_record.value(kDays).toLongLong())
-        .arg(m_record.value(kTimeUnit).toString());
+    return tr("%1 to go").arg(daysText());
 }
 
 QString WatchFace::daysText() const
 {
     if (m_state != QLatin1StringView("ready"))
         return QString();
-    return QStringLiteral("%1 %2")
-        .arg(m_record.value(kDays).toLongLong())
-        .arg(m_record.value(kTimeUnit).toString());
+    // The unit comes in the service's language; the English ones are put in the face's.
+    static const char *const units[] = {QT_TR_NOOP("days"), QT_TR_NOOP("day"), QT_TR_NOOP("hours"),
+                                        QT_TR_NOOP("hour")};
+    QString unit = m_record.value(kTimeUnit).toString();
+    for (const char *u : units)
+        if (unit == QLatin1StringView(u))
+            unit = tr(u);
+    return QStringLiteral("%1 %2").arg(m_record.value(kDays).toLongLong()).arg(unit);
 }
 
 QColor WatchFace::textColor() const
