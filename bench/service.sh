@@ -28,13 +28,16 @@ CONF
     vnstatd --config "$work/vnstat.conf" --nodaemon >/dev/null 2>&1 &
     vnpid=$!
 fi
-memory() { # kB: Rss Pss Private
-    awk '/^Rss:/{r=$2} /^Pss:/{p=$2} /^Private_(Clean|Dirty):/{v+=$2} END{printf "%d %d %d", r, p, v}' \
-        "/proc/$1/smaps_rollup"
+memory() { # kB: Rss Pss Private (clean + dirty) Private_Dirty
+    awk '/^Rss:/{r=$2} /^Pss:/{p=$2} /^Private_Clean:/{c=$2} /^Private_Dirty:/{d=$2}
+         END{printf "%d %d %d %d", r, p, c + d, d}' "/proc/$1/smaps_rollup"
 }
+# "private" counts library pages no other process maps (Private_Clean) as well; "dirty" is the
+# memory the process itself wrote (heap, stacks, relocations).
 report() {
     memory "$2" | awk -v who="$1" -v when="$3" \
-        '{printf "  %-9s %-16s resident %5.1f MB  proportional %5.1f MB  private %5.1f MB\n", who, when, $1/1024, $2/1024, $3/1024}'
+        '{printf "  %-9s %-16s resident %5.1f MB  proportional %5.1f MB  private %5.1f MB  dirty %5.1f MB\n",
+          who, when, $1/1024, $2/1024, $3/1024, $4/1024}'
 }
 sleep 30
 echo "== the service's memory, $seconds s of 10-second samples"
