@@ -156,35 +156,41 @@ Window {
             tint: face.color
             thickness: 5
         }
-        Row {
+        // Percent, then the forecast (shortened when it must be), and the time left at the end.
+        Item {
             anchors.left: small.right
             anchors.leftMargin: 10
             anchors.right: parent.right
             anchors.rightMargin: 18
             anchors.verticalCenter: parent.verticalCenter
-            spacing: 8
+            height: stripPercent.height
             visible: window.ready
             Text {
+                id: stripPercent
                 text: face.percentText
                 color: "white"
                 font.pixelSize: 20
                 font.weight: Font.DemiBold
             }
             Text {
+                anchors.left: stripPercent.right
+                anchors.leftMargin: 8
+                anchors.right: stripDays.left
+                anchors.rightMargin: 8
+                anchors.baseline: stripPercent.baseline
                 text: face.forecastText
                 color: face.textColor
                 font.pixelSize: 17
                 font.weight: Font.DemiBold
-                anchors.baseline: parent.children[0].baseline
+                elide: Text.ElideRight
             }
             Text {
-                width: parent.width - x
+                id: stripDays
+                anchors.right: parent.right
+                anchors.baseline: stripPercent.baseline
                 text: face.daysText
                 color: "#d1d1d6"
                 font.pixelSize: 15
-                horizontalAlignment: Text.AlignRight
-                elide: Text.ElideRight
-                anchors.baseline: parent.children[0].baseline
             }
         }
         Text {
