@@ -5,6 +5,9 @@
 #include "core/storecontext.h"
 #include "plans/billingcycle.h"
 
+#include <QHash>
+#include <QTimeZone>
+
 #include <algorithm>
 
 QString ChartData::description() const
@@ -80,13 +83,38 @@ ChartBuckets bucketSums(StoreContext &context, const QDateTime &start, const QDa
         return buckets;
     }
     addRecords(start, first);
+    // The zone's offsets come from Qt's own copy of the zone data: a local-time conversion through
+    // the C library looks at /etc/localtime again each time, and there are hundreds of hours.
+    const QTimeZone zone = QTimeZone::systemTimeZone();
+    const auto localMSecs = [&zone](qint64 ms, int *offset) {
+        *offset = zone.offsetFromUtc(QDateTime::fromMSecsSinceEpoch(ms, QTimeZone::utc()));
+        return ms + qint64(*offset) * 1000;
+    };
+    const qint64 day = 86400000;
+    QHash<qint64, QDateTime> dayKeys; // local day number → its key, made once per day
     for (const HourTotal &h : context.hourTotals(first, last)) {
-        const QDateTime lastMoment = h.hour.addMSecs(hour - 1); // records are kept to the millisecond
-        const QDateTime key = keyOf(h.hour);
-        // One offset across the hour: local time runs on evenly, so equal keys at both ends mean
-        // one key throughout.
-        if (key == keyOf(lastMoment) &&
-            h.hour.toLocalTime().offsetFromUtc() == lastMoment.toLocalTime().offsetFromUtc())
+        const qint64 ms = h.hour.toMSecsSinceEpoch();
+        int offsetFirst = 0, offsetLast = 0;
+        const qint64 localFirst = localMSecs(ms, &offsetFirst);
+        const qint64 localLast = localMSecs(ms + hour - 1, &offsetLast); // records are kept to the ms
+        // One offset across the hour: local time runs on evenly, so one bucket at both ends means
+        // one bucket throughout.
+        bool whole = offsetFirst == offsetLast;
+        QDateTime key;
+        if (whole && bucket == Bucket::Hour) {
+            whole = localFirst % hour == 0; // the local hour starts with the UTC hour
+            key = h.hour;                   // which is then its own start
+        } else if (whole) {
+            const qint64 dayNumber = localFirst / day;
+            whole = dayNumber == localLast / day;
+            if (whole) {
+                auto it = dayKeys.find(dayNumber);
+                if (it == dayKeys.end())
+                    it = dayKeys.insert(dayNumber, keyOf(h.hour));
+                key = *it;
+            }
+        }
+        if (whole)
             add(key, h.sums);
         else
             addRecords(h.hour, h.hour.addMSecs(hour));
