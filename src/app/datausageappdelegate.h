@@ -128,9 +128,10 @@ public:
     // called at once: true for a known action, false (and nothing done) for another.
     void applicationPerformActionForShortcutItem(const QString &type, std::function<void(bool)> completion);
     // Leaving the foreground: the usage intent is donated and the search item made again, so the
-    // desktop's search finds the app for another year.
+    // desktop's search finds the app for another year. Both reach the index in one write.
     void makeSearchItem();
-    void donateIntent();
+    // The donation: the phrase that calls the intent, findable from now on.
+    DonatedIntent donateIntent() const;
     // A search result was picked: opening the app is the whole effect.
     bool applicationContinueUserActivity(const UserActivity &activity);
     // The activity the last search item was made with.

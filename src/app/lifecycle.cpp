@@ -301,18 +301,16 @@ void DataUsageAppDelegate::applicationPerformActionForShortcutItem(const QString
         completion(true);
 }
 
-void DataUsageAppDelegate::donateIntent()
+DonatedIntent DataUsageAppDelegate::donateIntent() const
 {
     // The phrase becomes findable in the desktop's search, which answers it with the usage.
-    SearchableIndex(m_shared.containerURL())
-        .donate(DonatedIntent{UsageIntent::invocationPhrase(), m_shared.clock().now()}); // result ignored
+    return DonatedIntent{UsageIntent::invocationPhrase(), m_shared.clock().now()};
 }
 
 void DataUsageAppDelegate::makeSearchItem()
 {
-    donateIntent();
     const SearchItem item = SearchItem::make(m_shared.clock().now());
-    SearchableIndex(m_shared.containerURL()).indexSearchableItem(item); // result ignored (logged)
+    SearchableIndex(m_shared.containerURL()).publish(item, donateIntent()); // result ignored (logged)
     searchActivity = UserActivity::forSearchItem(item);
 }
 

@@ -95,7 +95,7 @@ SearchableIndex::SearchableIndex(const QString &container)
     : m_path(container + QStringLiteral("/searchIndex.json"))
 {}
 
-QVariantMap SearchableIndex::read() const
+SearchableIndex::Contents SearchableIndex::contents() const
 {
     QFile file(m_path);
     if (!file.open(QIODevice::ReadOnly))
@@ -107,13 +107,36 @@ QVariantMap SearchableIndex::read() const
                   qPrintable(error.errorString()));
         return {};
     }
-    return document.object().toVariantMap();
+    Contents contents;
+    for (const QJsonValue &v : document[kItems].toArray()) {
+        SearchItem item{
+            v[QLatin1StringView("uniqueIdentifier")].toString(), v[QLatin1StringView("title")].toString(),
+            v[QLatin1StringView("keywords")].toVariant().toStringList(),
+            QDateTime::fromString(v[QLatin1StringView("expirationDate")].toString(), Qt::ISODate)};
+        if (!item.uniqueIdentifier.isEmpty())
+            contents.items.append(item);
+    }
+    const QJsonValue intent = document[kIntent];
+    if (const QString phrase = intent[QLatin1StringView("phrase")].toString(); !phrase.isEmpty())
+        contents.intent = DonatedIntent{
+            phrase, QDateTime::fromString(intent[QLatin1StringView("donated")].toString(), Qt::ISODate)};
+    return contents;
 }
 
-bool SearchableIndex::write(const QVariantMap &contents, QString *error)
+bool SearchableIndex::publish(const SearchItem &item, const DonatedIntent &intent, QString *error)
 {
+    QJsonArray items;
+    for (const SearchItem &other : contents().items) {
+        if (other.uniqueIdentifier != item.uniqueIdentifier)
+            items.append(toJson(other));
+    }
+    items.append(toJson(item));
+    const QJsonObject document{
+        {kItems, items},
+        {kIntent, QJsonObject{{QStringLiteral("phrase"), intent.phrase},
+                              {QStringLiteral("donated"), WidgetRecord::isoText(intent.donated)}}}};
     QString why;
-    if (PrivateFiles::writeFile(m_path, QJsonDocument(QJsonObject::fromVariantMap(contents)).toJson(), &why))
+    if (PrivateFiles::writeFile(m_path, QJsonDocument(document).toJson(), &why))
         return true;
     qCWarning(lcSharing, "search index not written: %s", qPrintable(why));
     if (error)
@@ -121,53 +144,12 @@ bool SearchableIndex::write(const QVariantMap &contents, QString *error)
     return false;
 }
 
-bool SearchableIndex::indexSearchableItem(const SearchItem &item, QString *error)
+QJsonObject SearchableIndex::toJson(const SearchItem &item)
 {
-    QVariantMap contents = read();
-    QVariantList items;
-    for (const QVariant &v : contents.value(kItems).toList()) {
-        if (v.toMap().value(QStringLiteral("uniqueIdentifier")).toString() != item.uniqueIdentifier)
-            items.append(v);
-    }
-    items.append(QVariantMap{{QStringLiteral("uniqueIdentifier"), item.uniqueIdentifier},
-                             {QStringLiteral("title"), item.title},
-                             {QStringLiteral("keywords"), item.keywords},
-                             {QStringLiteral("expirationDate"), WidgetRecord::isoText(item.expirationDate)}});
-    contents.insert(kItems, items);
-    return write(contents, error);
-}
-
-bool SearchableIndex::donate(const DonatedIntent &intent, QString *error)
-{
-    QVariantMap contents = read();
-    contents.insert(kIntent, QVariantMap{{QStringLiteral("phrase"), intent.phrase},
-                                         {QStringLiteral("donated"), WidgetRecord::isoText(intent.donated)}});
-    return write(contents, error);
-}
-
-QList<SearchItem> SearchableIndex::items() const
-{
-    QList<SearchItem> items;
-    for (const QVariant &v : read().value(kItems).toList()) {
-        const QVariantMap m = v.toMap();
-        SearchItem item{
-            m.value(QStringLiteral("uniqueIdentifier")).toString(),
-            m.value(QStringLiteral("title")).toString(), m.value(QStringLiteral("keywords")).toStringList(),
-            QDateTime::fromString(m.value(QStringLiteral("expirationDate")).toString(), Qt::ISODate)};
-        if (!item.uniqueIdentifier.isEmpty())
-            items.append(item);
-    }
-    return items;
-}
-
-std::optional<DonatedIntent> SearchableIndex::donatedIntent() const
-{
-    const QVariantMap m = read().value(kIntent).toMap();
-    const QString phrase = m.value(QStringLiteral("phrase")).toString();
-    if (phrase.isEmpty())
-        return std::nullopt;
-    return DonatedIntent{phrase,
-                         QDateTime::fromString(m.value(QStringLiteral("donated")).toString(), Qt::ISODate)};
+    return QJsonObject{{QStringLiteral("uniqueIdentifier"), item.uniqueIdentifier},
+                       {QStringLiteral("title"), item.title},
+                       {QStringLiteral("keywords"), QJsonArray::fromStringList(item.keywords)},
+                       {QStringLiteral("expirationDate"), WidgetRecord::isoText(item.expirationDate)}};
 }
 
 DesktopSearch::DesktopSearch(const SearchableIndex &index, const Clock &clock,
@@ -179,11 +161,12 @@ QStringList DesktopSearch::resultsFor(const QStringList &terms) const
 {
     QStringList ids;
     const QDateTime now = m_clock.now();
-    for (const SearchItem &item : m_index.items()) {
+    const SearchableIndex::Contents index = m_index.contents();
+    for (const SearchItem &item : index.items) {
         if (!item.isExpired(now) && item.matches(terms))
             ids.append(item.uniqueIdentifier);
     }
-    if (const std::optional<DonatedIntent> intent = m_index.donatedIntent(); intent && intent->matches(terms))
+    if (index.intent && index.intent->matches(terms))
         ids.append(kIntentResult);
     return ids;
 }
@@ -197,11 +180,13 @@ QList<DesktopSearch::Result> DesktopSearch::resultMetas(const QStringList &ids) 
             record = m_currentRecord ? m_currentRecord() : QVariantMap();
         return *record;
     };
-    const QList<SearchItem> items = m_index.items();
+    const SearchableIndex::Contents index = m_index.contents();
+    const QList<SearchItem> &items = index.items;
     for (const QString &id : ids) {
         if (id == kIntentResult) {
-            if (const std::optional<DonatedIntent> intent = m_index.donatedIntent())
-                results.append({id, intent->phrase, UsageIntent::responseForRecord(usage()).spokenText()});
+            if (index.intent)
+                results.append(
+                    {id, index.intent->phrase, UsageIntent::responseForRecord(usage()).spokenText()});
             continue;
         }
         const auto item = std::find_if(items.begin(), items.end(),
@@ -214,12 +199,13 @@ QList<DesktopSearch::Result> DesktopSearch::resultMetas(const QStringList &ids) 
 
 std::optional<UserActivity> DesktopSearch::activityFor(const QString &id) const
 {
-    for (const SearchItem &item : m_index.items()) {
+    const SearchableIndex::Contents index = m_index.contents();
+    for (const SearchItem &item : index.items) {
         if (item.uniqueIdentifier == id)
             return UserActivity::forSearchItem(item);
     }
-    if (const std::optional<DonatedIntent> intent = m_index.donatedIntent(); intent && id == kIntentResult)
-        return UserActivity{UserActivity::kSearchType, intent->phrase, {}};
+    if (index.intent && id == kIntentResult)
+        return UserActivity{UserActivity::kSearchType, index.intent->phrase, {}};
     return std::nullopt;
 }
 

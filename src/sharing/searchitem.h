@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QDateTime>
+#include <QJsonObject>
 #include <QList>
 #include <QString>
 #include <QStringList>
@@ -53,23 +54,28 @@ struct UserActivity
 };
 
 // The searchable index the desktop's search providers read: a file in the container, so whichever
-// Tallymo process the desktop starts answers from the item the app made last. Indexing an item
-// replaces the one with its identifier; a damaged or missing file reads as empty.
+// Tallymo process the desktop starts answers from the item the app made last. Publishing an item
+// replaces the one with its identifier, and the donated intent with it, in one write; a damaged or
+// missing file reads as empty.
 class SearchableIndex
 {
 public:
+    struct Contents
+    {
+        QList<SearchItem> items;
+        std::optional<DonatedIntent> intent;
+    };
+
     explicit SearchableIndex(const QString &container);
 
-    bool indexSearchableItem(const SearchItem &item, QString *error = nullptr);
-    bool donate(const DonatedIntent &intent, QString *error = nullptr);
-    QList<SearchItem> items() const;
-    std::optional<DonatedIntent> donatedIntent() const;
+    bool publish(const SearchItem &item, const DonatedIntent &intent, QString *error = nullptr);
+    Contents contents() const;
+    QList<SearchItem> items() const { return contents().items; }
 
     QString path() const { return m_path; }
 
 private:
-    QVariantMap read() const;
-    bool write(const QVariantMap &contents, QString *error);
+    static QJsonObject toJson(const SearchItem &item);
     QString m_path;
 };
 

@@ -96,13 +96,12 @@ private slots:
         }
         QVERIFY(index.items().isEmpty());
         const SearchItem item = SearchItem::make(QDateTime(QDate(2026, 3, 10), QTime(14, 25)));
-        QVERIFY(index.indexSearchableItem(item));
-        QVERIFY(index.donate({QStringLiteral("Call Tallymo"), QDateTime::currentDateTime()}));
+        QVERIFY(index.publish(item, {QStringLiteral("Call Tallymo"), QDateTime::currentDateTime()}));
         QCOMPARE(index.items().size(), 1);
         QCOMPARE(index.items().first().keywords, SearchItem::searchKeywords());
 
         QString error;
-        QVERIFY(!SearchableIndex(dir.filePath(QStringLiteral("missing"))).indexSearchableItem(item, &error));
+        QVERIFY(!SearchableIndex(dir.filePath(QStringLiteral("missing"))).publish(item, {}, &error));
         QVERIFY(!error.isEmpty());
     }
 };
