@@ -54,158 +54,165 @@ Window {
         }
     }
 
-    Rectangle {
-        id: dial
-        objectName: "face"
+    // The face keeps its size in a larger window, in the middle.
+    Item {
+        anchors.centerIn: parent
         width: 300
-        height: 300
-        radius: 150
-        color: "#0d0d0f"
-        Accessible.role: Accessible.StaticText
-        Accessible.name: window.summary
+        height: 380
 
-        Ring {
-            anchors.fill: parent
-            anchors.margins: 8
-            fraction: face.fraction
-            tint: face.color
-            thickness: 18
-        }
+        Rectangle {
+            id: dial
+            objectName: "face"
+            width: 300
+            height: 300
+            radius: 150
+            color: "#0d0d0f"
+            Accessible.role: Accessible.StaticText
+            Accessible.name: window.summary
 
-        Column {
-            anchors.centerIn: parent
-            width: 196
-            spacing: 2
-            visible: window.ready
-            Text {
-                width: parent.width
-                horizontalAlignment: Text.AlignHCenter
-                text: face.percentText
-                color: "white"
-                font.pixelSize: 60
-                font.weight: Font.DemiBold
-                fontSizeMode: Text.HorizontalFit
-                minimumPixelSize: 30
+            Ring {
+                anchors.fill: parent
+                anchors.margins: 8
+                fraction: face.fraction
+                tint: face.color
+                thickness: 18
             }
-            Text {
-                width: parent.width
-                horizontalAlignment: Text.AlignHCenter
-                text: face.forecastText
-                color: face.textColor
-                font.pixelSize: 20
-                font.weight: Font.DemiBold
-            }
-            Item { width: 1; height: 8 }
-            Repeater {
-                model: [face.usedText, face.leftText, face.timeLeftText]
+
+            Column {
+                anchors.centerIn: parent
+                width: 196
+                spacing: 2
+                visible: window.ready
                 Text {
-                    required property string modelData
-                    width: 196
+                    width: parent.width
                     horizontalAlignment: Text.AlignHCenter
-                    text: modelData
-                    color: "#d1d1d6"
+                    text: face.percentText
+                    color: "white"
+                    font.pixelSize: 60
+                    font.weight: Font.DemiBold
+                    fontSizeMode: Text.HorizontalFit
+                    minimumPixelSize: 30
+                }
+                Text {
+                    width: parent.width
+                    horizontalAlignment: Text.AlignHCenter
+                    text: face.forecastText
+                    color: face.textColor
+                    font.pixelSize: 20
+                    font.weight: Font.DemiBold
+                }
+                Item { width: 1; height: 8 }
+                Repeater {
+                    model: [face.usedText, face.leftText, face.timeLeftText]
+                    Text {
+                        required property string modelData
+                        width: 196
+                        horizontalAlignment: Text.AlignHCenter
+                        text: modelData
+                        color: "#d1d1d6"
+                        font.pixelSize: 15
+                        elide: Text.ElideRight
+                    }
+                }
+            }
+
+            Column {
+                anchors.centerIn: parent
+                width: 190
+                spacing: 10
+                visible: !window.ready
+                Text {
+                    width: parent.width
+                    horizontalAlignment: Text.AlignHCenter
+                    text: "Tallymo"
+                    color: "#8e8e93"
                     font.pixelSize: 15
-                    elide: Text.ElideRight
+                    font.weight: Font.DemiBold
+                }
+                Text {
+                    width: parent.width
+                    horizontalAlignment: Text.AlignHCenter
+                    wrapMode: Text.WordWrap
+                    text: face.messageText
+                    color: "white"
+                    font.pixelSize: 19
                 }
             }
         }
 
-        Column {
-            anchors.centerIn: parent
-            width: 190
-            spacing: 10
-            visible: !window.ready
-            Text {
-                width: parent.width
-                horizontalAlignment: Text.AlignHCenter
-                text: "Tallymo"
-                color: "#8e8e93"
-                font.pixelSize: 15
-                font.weight: Font.DemiBold
-            }
-            Text {
-                width: parent.width
-                horizontalAlignment: Text.AlignHCenter
-                wrapMode: Text.WordWrap
-                text: face.messageText
-                color: "white"
-                font.pixelSize: 19
-            }
-        }
-    }
-
-    // The complication: a compact strip with a small ring.
-    Rectangle {
-        objectName: "complication"
-        x: 10
-        y: 314
-        width: 280
-        height: 56
-        radius: 28
-        color: "#1c1c1e"
-        Accessible.role: Accessible.StaticText
-        Accessible.name: window.summary
-
-        Ring {
-            id: small
+        // The complication: a compact strip with a small ring.
+        Rectangle {
+            objectName: "complication"
             x: 10
-            anchors.verticalCenter: parent.verticalCenter
-            width: 38
-            height: 38
-            fraction: face.fraction
-            tint: face.color
-            thickness: 5
-        }
-        // Percent, then the forecast (shortened when it must be), and the time left at the end.
-        Item {
-            anchors.left: small.right
-            anchors.leftMargin: 10
-            anchors.right: parent.right
-            anchors.rightMargin: 18
-            anchors.verticalCenter: parent.verticalCenter
-            height: stripPercent.height
-            visible: window.ready
-            Text {
-                id: stripPercent
-                text: face.percentText
-                color: "white"
-                font.pixelSize: 20
-                font.weight: Font.DemiBold
+            y: 314
+            width: 280
+            height: 56
+            radius: 28
+            color: "#1c1c1e"
+            Accessible.role: Accessible.StaticText
+            Accessible.name: window.summary
+
+            Ring {
+                id: small
+                x: 10
+                anchors.verticalCenter: parent.verticalCenter
+                width: 38
+                height: 38
+                fraction: face.fraction
+                tint: face.color
+                thickness: 5
+            }
+            // Percent, then the forecast (shortened when it must be), and the time left at the end.
+            Item {
+                anchors.left: small.right
+                anchors.leftMargin: 10
+                anchors.right: parent.right
+                anchors.rightMargin: 18
+                anchors.verticalCenter: parent.verticalCenter
+                height: stripPercent.height
+                visible: window.ready
+                Text {
+                    id: stripPercent
+                    text: face.percentText
+                    color: "white"
+                    font.pixelSize: 20
+                    font.weight: Font.DemiBold
+                }
+                Text {
+                    anchors.left: stripPercent.right
+                    anchors.leftMargin: 8
+                    anchors.right: stripDays.left
+                    anchors.rightMargin: 8
+                    anchors.baseline: stripPercent.baseline
+                    text: face.forecastText
+                    color: face.textColor
+                    font.pixelSize: 17
+                    font.weight: Font.DemiBold
+                    elide: Text.ElideRight
+                }
+                Text {
+                    id: stripDays
+                    anchors.right: parent.right
+                    anchors.baseline: stripPercent.baseline
+                    text: face.daysText
+                    color: "#d1d1d6"
+                    font.pixelSize: 15
+                }
             }
             Text {
-                anchors.left: stripPercent.right
-                anchors.leftMargin: 8
-                anchors.right: stripDays.left
-                anchors.rightMargin: 8
-                anchors.baseline: stripPercent.baseline
-                text: face.forecastText
-                color: face.textColor
-                font.pixelSize: 17
-                font.weight: Font.DemiBold
+                anchors.left: small.right
+                anchors.leftMargin: 10
+                anchors.right: parent.right
+                anchors.rightMargin: 18
+                anchors.verticalCenter: parent.verticalCenter
+                visible: !window.ready
+                text: face.messageText
+                color: "#d1d1d6"
+                font.pixelSize: 14
+                wrapMode: Text.WordWrap
+                maximumLineCount: 2
                 elide: Text.ElideRight
             }
-            Text {
-                id: stripDays
-                anchors.right: parent.right
-                anchors.baseline: stripPercent.baseline
-                text: face.daysText
-                color: "#d1d1d6"
-                font.pixelSize: 15
-            }
-        }
-        Text {
-            anchors.left: small.right
-            anchors.leftMargin: 10
-            anchors.right: parent.right
-            anchors.rightMargin: 18
-            anchors.verticalCenter: parent.verticalCenter
-            visible: !window.ready
-            text: face.messageText
-            color: "#d1d1d6"
-            font.pixelSize: 14
-            wrapMode: Text.WordWrap
-            maximumLineCount: 2
-            elide: Text.ElideRight
         }
     }
 }

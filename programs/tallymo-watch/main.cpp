@@ -37,7 +37,10 @@ int main(int argc, char **argv)
     const QCommandLineOption dump(QStringLiteral("dump"),
                                   QStringLiteral("Print what the face shows, as a JSON line, each time a new "
                                                  "look is on screen."));
-    parser.addOptions({screenshot, dump});
+    const QCommandLineOption size(QStringLiteral("size"),
+                                  QStringLiteral("Window size, WIDTHxHEIGHT (at least the face's 300x380)."),
+                                  QStringLiteral("WxH"));
+    parser.addOptions({screenshot, dump, size});
     parser.process(app);
 
     WatchFace face(QDBusConnection::sessionBus());
@@ -49,6 +52,19 @@ int main(int argc, char **argv)
         return 1;
     }
     auto *window = qobject_cast<QQuickWindow *>(engine.rootObjects().constFirst());
+    if (parser.isSet(size)) {
+        const QStringList wh = parser.value(size).split(QLatin1Char('x'));
+        bool okW = false, okH = false;
+        const QSize wanted = wh.size() == 2 ? QSize(wh[0].toInt(&okW), wh[1].toInt(&okH)) : QSize();
+        if (!okW || !okH || wanted.width() < 300 || wanted.height() < 380 || wanted.width() > 4000 ||
+            wanted.height() > 4000) {
+            std::fprintf(stderr,
+                         "tallymo-watch: --size wants WIDTHxHEIGHT from 300x380 to 4000x4000, not %s\n",
+                         qPrintable(parser.value(size)));
+            return 2;
+        }
+        window->resize(wanted);
+    }
 
     // A new look is reported (and pictured) with the first frame that shows it.
     bool pending = false;
