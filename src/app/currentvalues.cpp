@@ -80,7 +80,7 @@ void DataUsageAppDelegate::doComputeValuesOnly()
     if (!context)
         return;
     StoreContext *c = context.get();
-    context->perform([this, c] { computeCurrentValues(c); });
+    onStore(*context, [this, c] { computeCurrentValues(c); });
 }
 
 void DataUsageAppDelegate::postNewValues()

@@ -3,6 +3,7 @@
 #include "core/dispatchqueue.h"
 #include "core/settingskeys.h"
 
+#include <QScopeGuard>
 #include <QStandardPaths>
 
 DataUsageAppDelegate::DataUsageAppDelegate(SharedCode &shared) : DataUsageAppDelegate(shared, Services()) {}
@@ -10,6 +11,14 @@ DataUsageAppDelegate::DataUsageAppDelegate(SharedCode &shared) : DataUsageAppDel
 DataUsageAppDelegate::DataUsageAppDelegate(SharedCode &shared, Services services)
     : m_shared(shared), m_services(services)
 {}
+
+DataUsageAppDelegate::~DataUsageAppDelegate()
+{
+    QMutexLocker locker(&m_lifetime->mutex);
+    m_lifetime->ended = true;
+    while (m_lifetime->running > 0)
+        m_lifetime->idle.wait(&m_lifetime->mutex);
+}
 
 DataUsageAppDelegate::Services DataUsageAppDelegate::Services::from(DesktopServices *desktop,
                                                                     PlatformApplication *application)
@@ -91,8 +100,30 @@ QString DataUsageAppDelegate::applicationLibraryDirectory()
 void DataUsageAppDelegate::onMain(std::function<void()> block)
 {
     // Blocks run on the main thread, where the delegate is also destroyed: the check cannot race.
-    dispatchMain([alive = std::weak_ptr<int>(m_lifetime), block = std::move(block)] {
-        if (!alive.expired())
-            block();
+    dispatchMain([lifetime = m_lifetime, block = std::move(block)] {
+        {
+            QMutexLocker locker(&lifetime->mutex);
+            if (lifetime->ended)
+                return;
+        }
+        block();
+    });
+}
+
+void DataUsageAppDelegate::onStore(StoreContext &context, std::function<void()> block)
+{
+    context.perform([lifetime = m_lifetime, block = std::move(block)] {
+        {
+            QMutexLocker locker(&lifetime->mutex);
+            if (lifetime->ended)
+                return;
+            ++lifetime->running;
+        }
+        const auto leave = qScopeGuard([&] {
+            QMutexLocker locker(&lifetime->mutex);
+            if (--lifetime->running == 0)
+                lifetime->idle.wakeAll();
+        });
+        block();
     });
 }

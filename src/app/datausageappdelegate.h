@@ -11,6 +11,7 @@
 #include <QMutex>
 
 #include <QVariantMap>
+#include <QWaitCondition>
 #include <atomic>
 
 #include <memory>
@@ -55,6 +56,7 @@ public:
 
     explicit DataUsageAppDelegate(SharedCode &shared);
     DataUsageAppDelegate(SharedCode &shared, Services services);
+    ~DataUsageAppDelegate();
 
     SharedCode &shared() const override { return m_shared; }
     void setServices(Services services) { m_services = services; }
@@ -219,9 +221,22 @@ public:
 private:
     // Runs a block on the main queue unless this delegate is gone by then.
     void onMain(std::function<void()> block);
+    // Runs a block on a store's queue unless this delegate is gone by then; the destructor waits
+    // for a block that has started.
+    void onStore(StoreContext &context, std::function<void()> block);
+
+    // What blocks queued by this delegate check before they touch it. The store queues belong to
+    // SharedCode and outlive the delegate, so a block may still be waiting when it goes.
+    struct Lifetime
+    {
+        QMutex mutex;
+        QWaitCondition idle;
+        bool ended = false;
+        int running = 0;
+    };
 
     SharedCode &m_shared;
-    std::shared_ptr<int> m_lifetime = std::make_shared<int>(0);
+    const std::shared_ptr<Lifetime> m_lifetime = std::make_shared<Lifetime>();
     Services m_services;
     std::shared_ptr<StoreContext> m_tempMOC;
     mutable QMutex m_valuesMutex;

@@ -77,7 +77,7 @@ void DataUsageAppDelegate::applicationDidEnterBackground()
     const std::shared_ptr<StoreContext> context = m_shared.mocForActive();
     if (!context)
         return;
-    context->perform([this, app] {
+    onStore(*context, [this, app] {
         m_shared.userPref().synchronize();
         onMain([this, app] {
             app->endBackgroundTask(m_enterGBTaskID);
@@ -148,7 +148,7 @@ void DataUsageAppDelegate::checkDataUsageWithCompletionHandler(CompletionHandler
     }
     const Coordinate loc = getCurrentCoordinate(); // location lives on the main thread
     StoreContext *c = context.get();
-    c->perform([this, c, loc, finish] {
+    onStore(*c, [this, c, loc, finish] {
         try {
             const SampleResult sample = m_shared.saveUsageGasp(c, loc);
             const qint64 before = getCurrentThresholdLevel();
@@ -288,13 +288,13 @@ void DataUsageAppDelegate::applicationPerformActionForShortcutItem(const QString
     }
     checkDataUsageWithCompletionHandler(nullptr);
     const auto handle = [this, type] {
-        dispatchMain([this, type] {
+        onMain([this, type] {
             if (canShowAlertOnRootView())
                 rootController->handleShortcuts(type);
         });
     };
     if (const std::shared_ptr<StoreContext> context = m_shared.mocForActive())
-        context->perform(handle);
+        onStore(*context, handle);
     else
         handle();
     if (completion)

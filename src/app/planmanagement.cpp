@@ -45,9 +45,9 @@ void DataUsageAppDelegate::switchPlan(const QString &plan, std::function<void()>
     // The traffic up to the switch belongs to the plan that was active.
     const Coordinate loc = getCurrentCoordinate();
     StoreContext *c = context.get();
-    c->perform([this, c, loc, makeActive] {
+    onStore(*c, [this, c, loc, makeActive] {
         m_shared.saveUsageGasp(c, loc);
-        dispatchMain(makeActive);
+        onMain(makeActive);
     });
 }
 

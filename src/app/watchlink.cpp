@@ -46,7 +46,7 @@ void DataUsageAppDelegate::currentRecord(std::function<void(const QVariantMap &)
     }
     const Coordinate loc = getCurrentCoordinate();
     // Answered from the store's queue: the traffic up to this moment is recorded first.
-    context->perform([this, context, loc, reply = std::move(reply)] {
+    onStore(*context, [this, context, loc, reply = std::move(reply)] {
         QVariantMap record;
         try {
             m_shared.saveUsageGasp(context.get(), loc);

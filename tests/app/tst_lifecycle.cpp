@@ -117,6 +117,27 @@ private slots:
         QVERIFY(w.delegate->lastSample().locked);
     }
 
+    // The store queues outlive the delegate: what it queued and had not started when it went is
+    // dropped, instead of running on a delegate that is gone.
+    void queuedWorkDroppedWithTheDelegate()
+    {
+        World w;
+        w.blockQueue();
+        int answers = 0;
+        w.delegate->applicationPerformFetch([&](FetchResult) { ++answers; });
+        w.delegate->doComputeValuesOnly();
+        w.delegate->applicationPerformActionForShortcutItem(QStringLiteral("SHORTCUTS_HISTORY"), nullptr);
+        w.delegate.reset();
+        w.release();
+        w.settle();
+        QCoreApplication::sendPostedEvents();
+        QCOMPARE(answers, 0);
+        std::optional<TimeStampRange> stored;
+        w.shared->mocForActive()->performAndWait(
+            [&] { stored = w.shared->mocForActive()->timeStampRange(); });
+        QVERIFY(!stored.has_value()); // no sample was taken
+    }
+
     // An expired task answers the platform even though the sample hangs; the late end answers again.
     void expiredTaskStillAnswers()
     {
