@@ -601,8 +601,11 @@ private slots:
         openDay();
         QQuickItem *tiles = nullptr;
         QTRY_VERIFY((tiles = app.item("tiles")) && tiles->property("mapRect").toRectF().width() > 0);
-        QTest::qWait(400); // the page settles to its size
-        const QRectF rect = tiles->property("mapRect").toRectF();
+        // The page settles to its size: the rect holds still for 300 ms. On a loaded machine the
+        // map may have asked for tiles of a size it passed through on the way.
+        QRectF rect;
+        for (QRectF last; (rect = tiles->property("mapRect").toRectF()) != last; last = rect)
+            QTest::qWait(300);
         const int zoom =
             std::clamp(int(std::lround(std::log2(tiles->width() * 1048576.0 / rect.width()))), 0, 19);
         const double size = 268435456.0 / (1 << zoom);
@@ -610,13 +613,11 @@ private slots:
         for (int y = int(rect.top() / size); y * size < rect.bottom(); ++y)
             for (int x = int(rect.left() / size); x * size < rect.right(); ++x)
                 expected.insert(QStringLiteral("%1/%2/%3.png").arg(zoom).arg(x).arg(y));
-        QTRY_COMPARE((readRequests(), QSet<QString>(requests.cbegin(), requests.cend()).size()),
-                     expected.size());
+        QTRY_VERIFY((readRequests(), QSet<QString>(requests.cbegin(), requests.cend()).contains(expected)));
         readRequests();
         QTest::qWait(300);
         readRequests();
-        QCOMPARE(QSet<QString>(requests.cbegin(), requests.cend()), expected);
-        QCOMPARE(requests.size(), expected.size()); // none twice
+        QCOMPARE(QSet<QString>(requests.cbegin(), requests.cend()).size(), requests.size()); // none twice
 
         // The pins where the map maths puts them.
         auto *map = app.top()
@@ -646,6 +647,7 @@ private slots:
         QTRY_COMPARE(app.pages(), 0);
         const qsizetype before = requests.size();
         openDay();
+        QTRY_VERIFY((tiles = app.item("tiles")) && tiles->property("mapRect").toRectF() == rect);
         QTest::qWait(500);
         readRequests();
         QCOMPARE(requests.size(), before);
