@@ -30,7 +30,10 @@ if [ -d "$vn" ]; then
     sqlite3 "$work/vnstat/db/vnstat.db" < "$vn/build_db.sql" >/dev/null
 fi
 export TALLYMO_CONTAINER="$work/container" TALLYMO_PROC_NET_DEV=/dev/null
-commands=("build-bench/programs/tallymo/tallymo status" "build-bench/programs/tallymo/tallymo status --json"
+# `--version` starts the program and its libraries and does nothing else: the floor under every
+# command.
+commands=("build-bench/programs/tallymo/tallymo --version"
+          "build-bench/programs/tallymo/tallymo status" "build-bench/programs/tallymo/tallymo status --json"
           "build-bench/programs/tallymo/tallymo history cycles --json"
           "build-bench/programs/tallymo-widget/tallymo-widget --format waybar")
 [ -d "$vn" ] && commands+=("vnstat --config $work/vnstat.conf -i eth0 --oneline"
