@@ -221,21 +221,27 @@ void TileMap::paintGraticule(QPainter *painter)
             .arg(std::fabs(degrees), 0, 'f', decimals)
             .arg(QLatin1Char(degrees < 0 ? negative : positive));
     };
-    painter->setPen(QColor(0xc9, 0xcd, 0xbf));
+    // Faint lines; labels dark enough to read (5:1 on the ground colour). Longitudes are labelled
+    // along the bottom: the top is where a notice over the map goes.
+    const QColor line(0xc9, 0xcd, 0xbf), text(0x63, 0x65, 0x5c);
     QFont font = painter->font();
     font.setPixelSize(10);
     painter->setFont(font);
     const double sx = width() / m_rect.width();
     for (double lon = std::ceil(west / step) * step; lon <= east; lon += step) {
         const double x = ((lon + 180) / 360 * kWorld - m_rect.left()) * sx;
+        painter->setPen(line);
         painter->drawLine(QPointF(x, 0), QPointF(x, height()));
         const double shown = lon > 180 ? lon - 360 : lon;
-        painter->drawText(QPointF(x + 3, 12), label(shown, 'E', 'W'));
+        painter->setPen(text);
+        painter->drawText(QPointF(x + 3, height() - 4), label(shown, 'E', 'W'));
     }
     const double north = latitudeAt(m_rect.top()), south = latitudeAt(m_rect.bottom());
     for (double lat = std::ceil(south / step) * step; lat <= north; lat += step) {
         const double y = (project(lat, longitudeAt(m_rect.left())).y());
+        painter->setPen(line);
         painter->drawLine(QPointF(0, y), QPointF(width(), y));
+        painter->setPen(text);
         painter->drawText(QPointF(3, y - 3), label(lat, 'N', 'S'));
     }
 }

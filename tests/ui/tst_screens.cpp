@@ -662,6 +662,23 @@ private slots:
         QTRY_VERIFY(app.item("offlineNotice") && app.item("offlineNotice")->isVisible());
         QVERIFY(app.item("pin0") && app.item("pin0")->isVisible());
         QVERIFY(app.item("cardStrip")->property("count").toInt() >= 2);
+        // Every callout whole inside the map and clear of the notice; the northern pin sits in
+        // the top padding, where its callout above it would be cut.
+        QQuickItem *mapItem = app.item("map");
+        QQuickItem *notice = app.item("offlineNotice");
+        const QRectF noticeRect = notice->mapRectToItem(mapItem, notice->boundingRect());
+        for (int i = 0; i < 2; ++i) {
+            QQuickItem *callout = app.item(qPrintable(QStringLiteral("callout%1").arg(i)));
+            QVERIFY(callout);
+            const QRectF r = callout->mapRectToItem(mapItem, callout->boundingRect());
+            QVERIFY2(mapItem->boundingRect().contains(r) && !r.intersects(noticeRect),
+                     qPrintable(QStringLiteral("callout %1 at %2,%3 %4×%5")
+                                    .arg(i)
+                                    .arg(r.x())
+                                    .arg(r.y())
+                                    .arg(r.width())
+                                    .arg(r.height())));
+        }
         QCOMPARE(g_warnings, QStringList());
     }
 

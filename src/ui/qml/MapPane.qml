@@ -91,9 +91,13 @@ Item {
                 Rectangle { x: -1; y: -13; width: 2; height: 13; color: "#8a1510" }
                 Rectangle {
                     id: callout
-                    // Kept inside the map near its edges.
+                    objectName: "callout" + pin.index
+                    // Kept inside the map near its edges: above the pin, or below it where the
+                    // map's top edge (or the notice over it) would cut it.
+                    readonly property real above: -30 - height - 6
+                    readonly property real topEdge: offlineNotice.visible ? offlineNotice.y + offlineNotice.height + 4 : 4
                     x: Math.max(4 - pin.x, Math.min(-width / 2, map.width - pin.x - width - 4))
-                    y: -30 - height - 6
+                    y: pin.y + above >= topEdge ? above : 6
                     width: calloutText.width + 16; height: calloutText.height + 10
                     radius: 8
                     color: "white"
@@ -123,6 +127,7 @@ Item {
         background: Rectangle { color: "#b3ffffff" }
     }
     Label {
+        id: offlineNotice
         objectName: "offlineNotice"
         anchors.horizontalCenter: map.horizontalCenter
         anchors.top: map.top
