@@ -1,5 +1,6 @@
 #include "screenshots.h"
 
+#include "advancedcontrollers.h"
 #include "app/datausageappdelegate.h"
 #include "core/settingskeys.h"
 #include "core/sharedcode.h"
@@ -49,6 +50,14 @@ ScreenshotRun::ScreenshotRun(Screens &screens, QQuickWindow &window, QString fol
                                invoke("openScreen", screen);
                            }});
     }
+    // A question with a destructive choice: resetting the period's usage.
+    m_shots.push_back({QStringLiteral("question-reset.png"),
+                       [this] {
+                           invoke("closeAll");
+                           invoke("openScreen", QStringLiteral("ResetController"));
+                           invoke("tapRow", qint64(ResetController::ResetRow));
+                       },
+                       400});
     addSettingsShots();
     addHistoryShots();
     const char *steps[] = {"intro", "billdate", "cap", "existing", "finish"};

@@ -88,6 +88,11 @@ ApplicationWindow {
         if (pages.currentItem && pages.currentItem.header)
             pages.currentItem.header.back()
     }
+    // A tap on a row of the screen on top (for pictures of what a row asks).
+    function tapRow(row, animated) {
+        if (pages.currentItem && pages.currentItem.controller && pages.currentItem.controller.tapRow)
+            pages.currentItem.controller.tapRow(row)
+    }
     function closeAll() {
         pages.clear(StackView.Immediate)
     }

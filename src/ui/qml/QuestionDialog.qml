@@ -15,6 +15,25 @@ Dialog {
     modal: true
     closePolicy: Popup.CloseOnEscape
     title: question.title
+    padding: 20
+    topPadding: question.title !== "" ? 10 : 20
+
+    // An alert as a phone shows one: the title and the message centred over the buttons, on a
+    // rounded card over the dimmed screen.
+    background: Rectangle { radius: 14; color: "#f9f9f9"; border.color: "#d1d1d6" }
+    Overlay.modal: Rectangle { color: "#66000000" }
+    header: Label {
+        visible: dialog.question.title !== ""
+        text: dialog.question.title
+        horizontalAlignment: Text.AlignHCenter
+        wrapMode: Text.Wrap
+        topPadding: 20
+        leftPadding: 20
+        rightPadding: 20
+        font.pixelSize: 17
+        font.weight: Font.DemiBold
+        color: "#111111"
+    }
 
     function ask(map) {
         question = map
@@ -37,7 +56,9 @@ Dialog {
         Accessible.name: dialog.question.title !== "" ? dialog.question.title : dialog.question.message
         Label {
             Layout.fillWidth: true
+            visible: text !== ""
             wrapMode: Text.Wrap
+            horizontalAlignment: Text.AlignHCenter
             text: dialog.question.message
             font.pixelSize: 15
             color: "#111111"
