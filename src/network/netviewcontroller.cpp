@@ -9,10 +9,12 @@ NetViewController::NetViewController(PlanStores &stores, HostNames &hostNames, c
                                      std::shared_ptr<const ChartBuckets> hoursOnQueue, QObject *parent)
     : QObject(parent), m_stores(stores), m_hostNames(hostNames), m_day(day), m_hours(std::move(hoursOnQueue)),
       m_addresses(new ListModel(
-          {"hour", "cellTotal", "wifiTotal", "label", "bytes", "amount"},
+          {"section", "hour", "cellTotal", "wifiTotal", "label", "bytes", "amount"},
           [this] { return int(m_flat.size()); },
           [this](int i, const QByteArray &role) -> QVariant {
               const auto [section, row] = m_flat.value(i);
+              if (role == "section")
+                  return QString::number(section);
               if (role == "hour")
                   return sectionTitle(section);
               if (role == "cellTotal" || role == "wifiTotal")
@@ -167,6 +169,13 @@ StyledText hourTotal(const DayValue &day, const QList<QDateTime> &keys, int sect
 }
 
 } // namespace
+
+QVariantMap NetViewController::header(int section) const
+{
+    return {{QStringLiteral("title"), sectionTitle(section)},
+            {QStringLiteral("cellTotal"), runsForView(sectionCell(section))},
+            {QStringLiteral("wifiTotal"), runsForView(sectionWifi(section))}};
+}
 
 StyledText NetViewController::sectionCell(int section) const
 {

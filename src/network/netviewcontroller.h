@@ -49,6 +49,8 @@ public:
     QString sectionTitle(int section) const;
     StyledText sectionCell(int section) const;
     StyledText sectionWifi(int section) const;
+    // A section's header for a view: title, cellTotal and wifiTotal (lists of TextRun).
+    Q_INVOKABLE QVariantMap header(int section) const;
     // What a row shows when it is drawn: the cached name, else the address.
     QString drawRow(int section, int row);
     QString rowLabel(int section, int row) const { return m_labels.value({section, row}); }
@@ -57,9 +59,11 @@ public:
     void setVisibleRows(const QList<QPair<int, int>> &rows) { m_visibleRows = rows; }
     Q_INVOKABLE void setVisibleModelRows(const QList<int> &rows);
 
-    // The table flat, one row per address and hour, for a list with sections: hour (the section's
-    // title), cellTotal and wifiTotal (the hour's totals, lists of TextRun), label (the host name once
-    // known, else the address), bytes, amount (the bytes as a list of TextRun).
+    // The table flat, one row per address and hour, for a list with sections: section (the
+    // section's number, as text: a list's sections are made by value, and a repeated hour at the
+    // clock change has the same title twice), hour (the section's title), cellTotal and wifiTotal (the hour's
+    // totals, lists of TextRun), label (the host name once known, else the address), bytes, amount (the bytes
+    // as a list of TextRun).
     ListModel *addresses() const { return m_addresses; }
 
     void processData();

@@ -3,8 +3,10 @@
 #include "app/datausageappdelegate.h"
 #include "core/settingskeys.h"
 #include "core/storecontext.h"
+#include "history/chartdata.h"
 #include "map/mapviewcontroller.h"
 #include "platform/dbus/applicationinstance.h"
+#include "sharing/commonshared.h"
 #include "testsupport.h"
 #include "ui/newuicontroller.h"
 #include "ui/screens.h"
@@ -66,19 +68,24 @@ struct App
         if (auto c = shared->mocForActive())
             c->performAndWait([] {});
     }
-    // The item of that name, the visible one where a hidden screen has one too.
-    QQuickItem *item(const char *name) const
+    // The items of that name in the visual tree (Repeater rows and list sections too).
+    QList<QQuickItem *> items(const char *name) const
     {
-        if (!window)
-            return nullptr;
         QList<QQuickItem *> all;
-        std::function<void(QQuickItem *)> walk = [&](QQuickItem *i) { // the visual tree: Repeater rows too
+        std::function<void(QQuickItem *)> walk = [&](QQuickItem *i) {
             if (i->objectName() == QLatin1StringView(name))
                 all.append(i);
             for (QQuickItem *child : i->childItems())
                 walk(child);
         };
-        walk(window->contentItem());
+        if (window)
+            walk(window->contentItem());
+        return all;
+    }
+    // The item of that name, the visible one where a hidden screen has one too.
+    QQuickItem *item(const char *name) const
+    {
+        const QList<QQuickItem *> all = items(name);
         for (QQuickItem *i : all) {
             if (i->isVisible())
                 return i;
@@ -423,6 +430,43 @@ private slots:
         QTest::mouseMove(app.window, from + QPoint(0, ++dy));
         QTRY_COMPARE(app.pages(), 0); // 101: closed
         QTest::mouseRelease(app.window, Qt::LeftButton, {}, from + QPoint(0, dy));
+        QCOMPARE(g_warnings, QStringList());
+    }
+
+    // Each hour's header on the network page carries its cellular and Wi-Fi totals, the newest
+    // with the networks' glyphs.
+    void networkHeadersCarryTheHoursTotals()
+    {
+        App app(true);
+        QVERIFY(app.window);
+        const QDateTime now = app.container.clock.now();
+        const QDateTime hour(now.date(), QTime(now.time().hour(), 0));
+        {
+            auto c = app.shared->mocForActive();
+            c->performAndWait([&] {
+                c->insertEvent({hour.addSecs(-3600), 1e6, 0, 3e6, 0});
+                c->insertEvent({hour.addSecs(-7200), 5e6, 0, 0, 0});
+                c->insertNetevent({hour.addSecs(-3600), QStringLiteral("198.18.0.1"), 900});
+                c->insertNetevent({hour.addSecs(-7200), QStringLiteral("198.18.0.2"), 700});
+                c->save();
+            });
+        }
+        app.shared->userPref().setValue(Keys::PREF_DAYVIEW_TYPE, 2);
+        app.open(QStringLiteral("DayViewController"), QString());
+        QTRY_COMPARE(app.topName(), QStringLiteral("dayPage"));
+        QTRY_COMPARE(app.items("cellTotal").size(), 2);
+        auto text = [](QQuickItem *line) {
+            QString t;
+            for (const QVariant &run : line->property("runs").toList())
+                t += run.value<TextRun>().text;
+            return t.remove(QLatin1Char(' '));
+        };
+        const auto bytes = [](double b) { return CommonShared::getDataBytesStr(b).remove(QLatin1Char(' ')); };
+        const QList<QQuickItem *> cell = app.items("cellTotal"), wifi = app.items("wifiTotal");
+        QCOMPARE(text(cell.at(0)), QStringLiteral("c") + bytes(1e6)); // the newest hour first
+        QCOMPARE(text(wifi.at(0)), QStringLiteral("w") + bytes(3e6));
+        QCOMPARE(text(cell.at(1)), bytes(5e6));
+        QCOMPARE(text(wifi.at(1)), bytes(0));
         QCOMPARE(g_warnings, QStringList());
     }
 

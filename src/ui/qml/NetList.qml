@@ -37,20 +37,33 @@ Item {
             if (!draggingHorizontally && Math.abs(over) > 20)
                 net.swiped(over > 0 ? 1 : -1)
         }
-        section.property: "hour"
+        section.property: "section"
         section.delegate: Rectangle {
+            id: header
             required property string section
+            readonly property var totals: net.controller.header(Number(section))
             width: list.width
             height: 36
             color: "#f2f2f7"
+            Accessible.role: Accessible.Heading
+            Accessible.name: totals.title
             Label {
                 anchors.left: parent.left
                 anchors.leftMargin: 16
                 anchors.verticalCenter: parent.verticalCenter
-                text: parent.section
+                text: header.totals.title
                 font.pixelSize: 15
                 font.weight: Font.DemiBold
                 color: "#111111"
+            }
+            // The hour's cellular and Wi-Fi totals (all its usage, not only what the addresses add up to).
+            Row {
+                anchors.right: parent.right
+                anchors.rightMargin: 16
+                anchors.verticalCenter: parent.verticalCenter
+                spacing: 12
+                StyledLine { objectName: "cellTotal"; runs: header.totals.cellTotal; numberSize: 15; unitSize: 11 }
+                StyledLine { objectName: "wifiTotal"; runs: header.totals.wifiTotal; numberSize: 15; unitSize: 11 }
             }
         }
         // Which rows are in view, so a looked-up name goes to the first of them.
