@@ -470,6 +470,27 @@ private slots:
         QCOMPARE(g_warnings, QStringList());
     }
 
+    // A list's current row is drawn as chosen only while the keyboard is in use: a key makes it
+    // so, a click undoes it.
+    void currentRowShownForTheKeyboardOnly()
+    {
+        App app(true);
+        QVERIFY(app.window);
+        app.open(QStringLiteral("AlertsController"), QString());
+        QQuickItem *list = nullptr;
+        QTRY_VERIFY((list = app.item("thresholdList")) && list->property("count").toInt() == 4);
+        auto current = [list] { return list->property("currentItem").value<QQuickItem *>(); };
+        QTRY_VERIFY(current() && list->hasActiveFocus());
+        QVERIFY(!current()->property("highlighted").toBool()); // opened: nothing chosen yet
+        QTest::keyClick(app.window, Qt::Key_Down);
+        QTRY_VERIFY(current()->property("highlighted").toBool());
+        QCOMPARE(list->property("currentIndex").toInt(), 1);
+        QTest::mouseClick(app.window, Qt::LeftButton, {},
+                          QPoint(app.window->width() / 2, app.window->height() - 5));
+        QTRY_VERIFY(!current()->property("highlighted").toBool());
+        QCOMPARE(g_warnings, QStringList());
+    }
+
     // A swipe across the hour list moves a day: to the left the next, to the right the one before.
     void swipingAcrossTheListMovesADay()
     {

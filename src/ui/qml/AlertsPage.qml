@@ -12,6 +12,7 @@ ScreenPage {
 
     ListView {
         id: list
+        objectName: "thresholdList"
         anchors.fill: parent
         anchors.topMargin: 20
         model: page.controller.thresholds
@@ -23,7 +24,9 @@ ScreenPage {
             required property var model
             width: list.width
             height: 48
-            highlighted: ListView.isCurrentItem && list.activeFocus
+            leftPadding: 16
+            rightPadding: 12
+            highlighted: ListView.isCurrentItem && list.activeFocus && InputMode.keyboard
             background: Rectangle { color: row.down || row.highlighted ? "#e5e5ea" : "white" }
             Accessible.name: row.model.text + ", " + row.model.detail
             contentItem: Item {

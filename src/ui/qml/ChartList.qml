@@ -86,7 +86,7 @@ Item {
             height: chart.controller.rowHeight
             padding: 0
             // Rows that cannot be chosen still take the finger, so the list can be pulled by them.
-            highlighted: chart.controller.isSelectable && ListView.isCurrentItem && list.activeFocus
+            highlighted: chart.controller.isSelectable && ListView.isCurrentItem && list.activeFocus && InputMode.keyboard
             background: Rectangle { color: chart.controller.isSelectable && (row.highlighted || row.down) ? "#f2f2f7" : "transparent" }
             Accessible.role: chart.controller.isSelectable ? Accessible.Button : Accessible.StaticText
             Accessible.name: model.timeLabel + " " + model.subLabel

@@ -46,8 +46,10 @@ ScreenPage {
             required property string modelData
             width: list.width
             height: 48
+            leftPadding: 16
+            rightPadding: 16
             enabled: !page.running
-            highlighted: ListView.isCurrentItem && list.activeFocus
+            highlighted: ListView.isCurrentItem && list.activeFocus && InputMode.keyboard
             background: Rectangle { color: row.down || row.highlighted ? "#e5e5ea" : "white" }
             Accessible.name: modelData
             contentItem: Item {

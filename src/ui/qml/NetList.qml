@@ -90,7 +90,7 @@ Item {
             height: 44
             leftPadding: 16
             rightPadding: 16
-            highlighted: ListView.isCurrentItem && list.activeFocus
+            highlighted: ListView.isCurrentItem && list.activeFocus && InputMode.keyboard
             background: Rectangle { color: row.highlighted ? "#e5e5ea" : "white" }
             Accessible.name: model.label
             contentItem: Item {

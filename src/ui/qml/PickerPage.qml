@@ -52,7 +52,7 @@ ScreenPage {
             readonly property var colors: model.colors
             width: list.width
             height: page.controller.swatches ? 100 : 48
-            highlighted: ListView.isCurrentItem && list.activeFocus
+            highlighted: ListView.isCurrentItem && list.activeFocus && InputMode.keyboard
             background: Rectangle { color: row.down || row.highlighted ? "#e5e5ea" : "white" }
             Accessible.name: title
             Accessible.checkable: true

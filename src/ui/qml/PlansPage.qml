@@ -53,7 +53,7 @@ ScreenPage {
             leftPadding: 16
             rightPadding: 8
             focusPolicy: Qt.NoFocus
-            highlighted: ListView.isCurrentItem && list.activeFocus
+            highlighted: ListView.isCurrentItem && list.activeFocus && InputMode.keyboard
             background: Rectangle { color: row.down || row.highlighted ? "#e5e5ea" : "white" }
             Accessible.role: Accessible.CheckBox
             Accessible.checkable: true

@@ -15,7 +15,7 @@ Column {
     readonly property string footerText: model.footer === undefined ? "" : model.footer
     readonly property bool isOn: model.on === true
     readonly property bool isButton: kind === MenuController.Button || kind === MenuController.DestructiveButton
-    readonly property bool current: ListView.isCurrentItem && ListView.view.activeFocus
+    readonly property bool current: ListView.isCurrentItem && ListView.view.activeFocus && InputMode.keyboard
     signal tapped()
     signal switched(bool on)
     width: ListView.view.width
