@@ -122,6 +122,9 @@ void ResetController::setSwitch(int row, bool on)
         m_delegate.showBadge();
     } else if (row == MapRow) {
         pref.setValue(Keys::PREF_V7_GEO, on);
+        // The map's hint says where to turn this on: once it is, a day without places says only so.
+        if (on)
+            pref.setValue(Keys::PREF_GEO_HIDE_HINT, true);
         m_delegate.initLocation();
         if (on && !m_delegate.isMapTracking())
             emit message(

@@ -407,6 +407,15 @@ private slots:
         c.setSwitch(ResetController::BadgeRow, true);
         QVERIFY(p.shared->userPref().boolForKey(Keys::PREF_V7_BADGE));
         QCOMPARE(checked(c), QList<int>{ResetController::BadgeRow});
+        // Map Usage off leaves the map's hint; on, the hint has been followed and goes.
+        c.setSwitch(ResetController::MapRow, false);
+        QVERIFY(!p.shared->userPref().boolForKey(Keys::PREF_GEO_HIDE_HINT));
+        c.setSwitch(ResetController::MapRow, true);
+        QVERIFY(p.shared->userPref().boolForKey(Keys::PREF_V7_GEO));
+        QVERIFY(p.shared->userPref().boolForKey(Keys::PREF_GEO_HIDE_HINT));
+        c.setSwitch(ResetController::MapRow, false);
+        QVERIFY(p.shared->userPref().boolForKey(Keys::PREF_GEO_HIDE_HINT));
+        QCOMPARE(checked(c), QList<int>{ResetController::BadgeRow});
 
         // Reset asks first; only its destructive answer deletes the period's records.
         p.delegate.addUsageToCurrent(1000);
