@@ -4,7 +4,7 @@
 <context>
     <name>AboutController</name>
     <message>
-        <location filename="../src/ui/advancedcontrollers.cpp" line="+139"/>
+        <location filename="../src/ui/advancedcontrollers.cpp" line="+142"/>
         <source>About</source>
         <translation>Über</translation>
     </message>
@@ -173,6 +173,11 @@
         <source>Wi-Fi</source>
         <translation>WLAN</translation>
     </message>
+    <message>
+        <location line="+29"/>
+        <source>%1, cellular %2, Wi-Fi %3</source>
+        <translation>%1, Mobilfunk %2, WLAN %3</translation>
+    </message>
 </context>
 <context>
     <name>ChartPage</name>
@@ -317,7 +322,7 @@
 <context>
     <name>DesktopSearch</name>
     <message>
-        <location filename="../src/sharing/searchitem.cpp" line="+229"/>
+        <location filename="../src/sharing/searchitem.cpp" line="+215"/>
         <source>Not set up yet: open Tallymo to set up your data plan.</source>
         <translation>Noch nicht eingerichtet: Öffne Tallymo, um deinen Datentarif einzurichten.</translation>
     </message>
@@ -608,12 +613,12 @@
 <context>
     <name>MapPane</name>
     <message>
-        <location filename="../src/ui/qml/MapPane.qml" line="+110"/>
-        <source>Pin</source>
-        <translation>Stecknadel</translation>
+        <location filename="../src/ui/qml/MapPane.qml" line="+114"/>
+        <source>Place: %1</source>
+        <translation>Ort: %1</translation>
     </message>
     <message>
-        <location line="+22"/>
+        <location line="+23"/>
         <source>The map cannot be loaded; the places are shown without it.</source>
         <translation>Die Karte kann nicht geladen werden; die Orte werden ohne sie gezeigt.</translation>
     </message>
@@ -668,6 +673,14 @@
     </message>
 </context>
 <context>
+    <name>NetList</name>
+    <message>
+        <location filename="../src/ui/qml/NetList.qml" line="+49"/>
+        <source>%1, cellular %2, Wi-Fi %3</source>
+        <translation>%1, Mobilfunk %2, WLAN %3</translation>
+    </message>
+</context>
+<context>
     <name>NetViewController</name>
     <message>
         <location filename="../src/network/netviewcontroller.h" line="+38"/>
@@ -678,7 +691,27 @@
 <context>
     <name>NewUIController</name>
     <message>
-        <location filename="../src/ui/newuicontroller.cpp" line="+146"/>
+        <location filename="../src/ui/newuicontroller.cpp" line="+20"/>
+        <source>safe</source>
+        <translation>sicher</translation>
+    </message>
+    <message>
+        <location line="+0"/>
+        <source>caution</source>
+        <translation>Vorsicht</translation>
+    </message>
+    <message>
+        <location line="+1"/>
+        <source>danger</source>
+        <translation>Gefahr</translation>
+    </message>
+    <message>
+        <location line="+0"/>
+        <source>over</source>
+        <translation>überschritten</translation>
+    </message>
+    <message>
+        <location line="+130"/>
         <source>%1% used</source>
         <translation>%1 % verbraucht</translation>
     </message>
@@ -686,7 +719,7 @@
         <location line="+25"/>
         <location line="+154"/>
         <source>used</source>
-        <translation>verbraucht</translation>
+        <translation>genutzt</translation>
     </message>
     <message>
         <location line="-89"/>
@@ -943,7 +976,7 @@
 <context>
     <name>ResetController</name>
     <message>
-        <location filename="../src/ui/advancedcontrollers.cpp" line="-120"/>
+        <location filename="../src/ui/advancedcontrollers.cpp" line="-123"/>
         <source>Advanced</source>
         <translation>Erweitert</translation>
     </message>
@@ -1039,7 +1072,7 @@ tallymo intent show-usage --speak</translation>
         <translation>Abbrechen</translation>
     </message>
     <message>
-        <location line="+30"/>
+        <location line="+33"/>
         <source>No location service allowed Tallymo to know where it is: usage is recorded without places until it does.</source>
         <translation>Kein Ortungsdienst hat Tallymo den Standort erlaubt: Der Verbrauch wird ohne Orte aufgezeichnet, bis einer es tut.</translation>
     </message>
@@ -1097,7 +1130,7 @@ tallymo intent show-usage --speak</translation>
 <context>
     <name>ScreenshotRun</name>
     <message>
-        <location filename="../src/ui/screenshots.cpp" line="+214"/>
+        <location filename="../src/ui/screenshots.cpp" line="+223"/>
         <source>cannot make the folder %1</source>
         <translation>der Ordner %1 kann nicht angelegt werden</translation>
     </message>
@@ -1110,7 +1143,7 @@ tallymo intent show-usage --speak</translation>
 <context>
     <name>SearchItem</name>
     <message>
-        <location filename="../src/sharing/searchitem.cpp" line="-181"/>
+        <location filename="../src/sharing/searchitem.cpp" line="-167"/>
         <source>cell</source>
         <translation>mobilfunk</translation>
     </message>
@@ -1385,6 +1418,19 @@ tallymo intent show-usage --speak</translation>
         <location line="+2"/>
         <source>You have used %1 percent of your data. %2 left for %3 %4. The forecast is %5.</source>
         <translation>Du hast %1 Prozent deiner Daten verbraucht. Noch %2 für %3 %4. Die Prognose ist %5.</translation>
+    </message>
+</context>
+<context>
+    <name>StyledLine</name>
+    <message>
+        <location filename="../src/ui/qml/StyledLine.qml" line="+22"/>
+        <source>Cellular</source>
+        <translation>Mobilfunk</translation>
+    </message>
+    <message>
+        <location line="+0"/>
+        <source>Wi-Fi</source>
+        <translation>WLAN</translation>
     </message>
 </context>
 <context>

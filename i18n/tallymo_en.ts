@@ -4,7 +4,7 @@
 <context>
     <name>AboutController</name>
     <message>
-        <location filename="../src/ui/advancedcontrollers.cpp" line="+139"/>
+        <location filename="../src/ui/advancedcontrollers.cpp" line="+142"/>
         <source>About</source>
         <translation type="unfinished"></translation>
     </message>
@@ -173,6 +173,11 @@
         <source>Wi-Fi</source>
         <translation type="unfinished"></translation>
     </message>
+    <message>
+        <location line="+29"/>
+        <source>%1, cellular %2, Wi-Fi %3</source>
+        <translation type="unfinished"></translation>
+    </message>
 </context>
 <context>
     <name>ChartPage</name>
@@ -316,7 +321,7 @@
 <context>
     <name>DesktopSearch</name>
     <message>
-        <location filename="../src/sharing/searchitem.cpp" line="+229"/>
+        <location filename="../src/sharing/searchitem.cpp" line="+215"/>
         <source>Not set up yet: open Tallymo to set up your data plan.</source>
         <translation type="unfinished"></translation>
     </message>
@@ -607,12 +612,12 @@
 <context>
     <name>MapPane</name>
     <message>
-        <location filename="../src/ui/qml/MapPane.qml" line="+110"/>
-        <source>Pin</source>
+        <location filename="../src/ui/qml/MapPane.qml" line="+114"/>
+        <source>Place: %1</source>
         <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+22"/>
+        <location line="+23"/>
         <source>The map cannot be loaded; the places are shown without it.</source>
         <translation type="unfinished"></translation>
     </message>
@@ -667,6 +672,14 @@
     </message>
 </context>
 <context>
+    <name>NetList</name>
+    <message>
+        <location filename="../src/ui/qml/NetList.qml" line="+49"/>
+        <source>%1, cellular %2, Wi-Fi %3</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
     <name>NetViewController</name>
     <message>
         <location filename="../src/network/netviewcontroller.h" line="+38"/>
@@ -677,7 +690,27 @@
 <context>
     <name>NewUIController</name>
     <message>
-        <location filename="../src/ui/newuicontroller.cpp" line="+146"/>
+        <location filename="../src/ui/newuicontroller.cpp" line="+20"/>
+        <source>safe</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <location line="+0"/>
+        <source>caution</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <location line="+1"/>
+        <source>danger</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <location line="+0"/>
+        <source>over</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <location line="+130"/>
         <source>%1% used</source>
         <translation type="unfinished"></translation>
     </message>
@@ -941,7 +974,7 @@
 <context>
     <name>ResetController</name>
     <message>
-        <location filename="../src/ui/advancedcontrollers.cpp" line="-120"/>
+        <location filename="../src/ui/advancedcontrollers.cpp" line="-123"/>
         <source>Advanced</source>
         <translation type="unfinished"></translation>
     </message>
@@ -1035,7 +1068,7 @@ tallymo intent show-usage --speak</source>
         <translation type="unfinished"></translation>
     </message>
     <message>
-        <location line="+30"/>
+        <location line="+33"/>
         <source>No location service allowed Tallymo to know where it is: usage is recorded without places until it does.</source>
         <translation type="unfinished"></translation>
     </message>
@@ -1093,7 +1126,7 @@ tallymo intent show-usage --speak</source>
 <context>
     <name>ScreenshotRun</name>
     <message>
-        <location filename="../src/ui/screenshots.cpp" line="+214"/>
+        <location filename="../src/ui/screenshots.cpp" line="+223"/>
         <source>cannot make the folder %1</source>
         <translation type="unfinished"></translation>
     </message>
@@ -1106,7 +1139,7 @@ tallymo intent show-usage --speak</source>
 <context>
     <name>SearchItem</name>
     <message>
-        <location filename="../src/sharing/searchitem.cpp" line="-181"/>
+        <location filename="../src/sharing/searchitem.cpp" line="-167"/>
         <source>cell</source>
         <translation type="unfinished"></translation>
     </message>
@@ -1380,6 +1413,19 @@ tallymo intent show-usage --speak</source>
     <message>
         <location line="+2"/>
         <source>You have used %1 percent of your data. %2 left for %3 %4. The forecast is %5.</source>
+        <translation type="unfinished"></translation>
+    </message>
+</context>
+<context>
+    <name>StyledLine</name>
+    <message>
+        <location filename="../src/ui/qml/StyledLine.qml" line="+22"/>
+        <source>Cellular</source>
+        <translation type="unfinished"></translation>
+    </message>
+    <message>
+        <location line="+0"/>
+        <source>Wi-Fi</source>
         <translation type="unfinished"></translation>
     </message>
 </context>

@@ -4,6 +4,7 @@
 #include "app/firstrunsetup.h"
 #include "arguments.h"
 #include "cli.h"
+#include "core/localtime.h"
 #include "core/settingskeys.h"
 #include "core/sharedcode.h"
 #include "core/storecontext.h"
@@ -196,8 +197,11 @@ int demo(const QStringList &args, Environment &env)
             ++records;
             if (t.time().minute() % 15 == 0 && e.cellIn + e.wifiIn > 0) {
                 const double bytes = e.cellIn + e.cellOut + e.wifiIn + e.wifiOut;
+                // Stamped with the hour's start, as the recorder stamps them: an address's traffic
+                // in one hour is then one row on the network page.
                 context->insertNetevent(
-                    {t, QString::fromLatin1(kAddresses[random.bounded(int(std::size(kAddresses)))]),
+                    {LocalTime::hourStart(t),
+                     QString::fromLatin1(kAddresses[random.bounded(int(std::size(kAddresses)))]),
                      std::floor(bytes * 0.6)});
             }
         }

@@ -15,6 +15,11 @@
 
 namespace {
 
+// The forecast caption is the forecast's key localised: the keys, for the translation tools.
+[[maybe_unused]] const char *const kForecastWords[] = {
+    QT_TRANSLATE_NOOP("NewUIController", "safe"), QT_TRANSLATE_NOOP("NewUIController", "caution"),
+    QT_TRANSLATE_NOOP("NewUIController", "danger"), QT_TRANSLATE_NOOP("NewUIController", "over")};
+
 constexpr int kDonkeyFontRow = 13;
 constexpr int kSnowFontRow = 14;
 constexpr int kDonkeyColorRow = 18;
@@ -414,6 +419,10 @@ void NewUIController::enterBG()
 void NewUIController::viewDidAppear()
 {
     m_showing = true;
+    // Back from a plan's or the settings' screens: the figures follow what was changed there (the
+    // render follows when they are posted).
+    if (DataUsageAppDelegate *d = delegate())
+        d->doComputeValuesOnly();
     if (m_whatToPop == 1)
         emit setupRequested();
     animateGradient();

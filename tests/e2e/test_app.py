@@ -69,7 +69,8 @@ class Screens(unittest.TestCase):
                                capture_output=True, text=True, timeout=60)
             self.assertEqual(p.returncode, 0, p.stderr)
             texts[language] = p.stdout
-        for german, english in (("Tage übrig", "days left"), ("verbraucht", "used"), ("Prognose", "forecast")):
+        for german, english in (("Tage übrig", "days left"), ("genutzt", "used"), ("Prognose", "forecast"),
+                                ("SICHER", "SAFE")):
             self.assertIn(german, texts["de"])
             self.assertIn(english, texts["en"])
             self.assertNotIn(german, texts["en"])

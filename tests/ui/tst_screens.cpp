@@ -191,6 +191,24 @@ private slots:
         QCOMPARE(g_warnings, QStringList());
     }
 
+    // A setting changed on another screen shows on the main screen when it is back on top.
+    void mainScreenFollowsAChangeMadeElsewhere()
+    {
+        App app(true);
+        QVERIFY(app.window);
+        NewUIController *c = app.screens->main();
+        QTRY_VERIFY(c->percent() > 0);
+        const double before = c->percent();
+        app.open(QStringLiteral("AlertsController"), QString());
+        QTRY_COMPARE(app.pages(), 1);
+        const double cap = app.shared->doubleForPlan(QString(), Keys::PREF_THRES_MONTHLY);
+        app.shared->setForPlan(QString(), Keys::PREF_THRES_MONTHLY, cap * 2); // as the cap's screen saves it
+        QMetaObject::invokeMethod(app.window, "closeAll");
+        QTRY_COMPARE(c->percent(), before / 2);
+        QTRY_VERIFY(plain(c->percentText()).contains(QString::number(c->roundedPercent())));
+        QCOMPARE(g_warnings, QStringList());
+    }
+
     void swipesAndKeysOpenTheirScreens()
     {
         App app(true);

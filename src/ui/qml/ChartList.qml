@@ -89,7 +89,8 @@ Item {
             highlighted: chart.controller.isSelectable && ListView.isCurrentItem && list.activeFocus && InputMode.keyboard
             background: Rectangle { color: chart.controller.isSelectable && (row.highlighted || row.down) ? "#f2f2f7" : "transparent" }
             Accessible.role: chart.controller.isSelectable ? Accessible.Button : Accessible.StaticText
-            Accessible.name: model.timeLabel + " " + model.subLabel
+            Accessible.name: qsTr("%1, cellular %2, Wi-Fi %3").arg((model.subLabel + " " + model.timeLabel).trim())
+                                 .arg(cellLine.amountText).arg(wifiLine.amountText)
             onClicked: if (chart.controller.isSelectable) chart.controller.tapRow(index)
             contentItem: Item {
                 Rectangle {
@@ -109,6 +110,7 @@ Item {
                     color: "#0a84ff"
                 }
                 StyledLine {
+                    id: cellLine
                     x: row.places.cellAmountX
                     y: row.height / 2 + 10
                     runs: row.model.cellAmount
@@ -116,6 +118,7 @@ Item {
                     unitSize: 12
                 }
                 StyledLine {
+                    id: wifiLine
                     x: row.places.wifiAmountX
                     y: row.height / 2 + 10
                     runs: row.model.wifiAmount

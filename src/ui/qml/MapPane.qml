@@ -111,7 +111,7 @@ Item {
                     }
                 }
                 Accessible.role: Accessible.Graphic
-                Accessible.name: qsTr("Pin")
+                Accessible.name: qsTr("Place: %1").arg(calloutText.spokenText)
             }
         }
     }
@@ -166,7 +166,8 @@ Item {
                 if (next >= 0)
                     strip.currentIndex = next
             }
-            Accessible.name: model.title
+            // The first card's line is only a sign that more follow.
+            Accessible.name: card.index === 0 ? card.model.title : card.model.title + ", " + cardLine.spokenText
             background: Rectangle {
                 anchors.fill: parent
                 anchors.margins: 8
@@ -179,7 +180,7 @@ Item {
                 topPadding: 10
                 spacing: 4
                 Label { text: card.model.title; font.pixelSize: 17; font.weight: Font.DemiBold; color: "#111111" }
-                StyledLine { runs: card.model.line; numberSize: 15; unitSize: 11 }
+                StyledLine { id: cardLine; runs: card.model.line; numberSize: 15; unitSize: 11 }
             }
         }
     }

@@ -2,8 +2,8 @@ import QtQuick
 import QtQuick.Controls
 import Tallymo
 
-// The day's traffic per remote address: a section per hour with its totals, the busiest address
-// first; names replace addresses as lookups answer (the controller is told which rows are in view).
+// The day's remote addresses: a section per hour with its totals, the busiest address first;
+// names replace addresses as lookups answer (the controller is told which rows are in view).
 Item {
     id: net
     required property var controller
@@ -46,7 +46,8 @@ Item {
             height: 36
             color: "#f2f2f7"
             Accessible.role: Accessible.Heading
-            Accessible.name: totals.title
+            Accessible.name: qsTr("%1, cellular %2, Wi-Fi %3").arg(totals.title).arg(cellLine.amountText)
+                                 .arg(wifiLine.amountText)
             Label {
                 anchors.left: parent.left
                 anchors.leftMargin: 16
@@ -62,8 +63,8 @@ Item {
                 anchors.rightMargin: 16
                 anchors.verticalCenter: parent.verticalCenter
                 spacing: 12
-                StyledLine { objectName: "cellTotal"; runs: header.totals.cellTotal; numberSize: 15; unitSize: 11 }
-                StyledLine { objectName: "wifiTotal"; runs: header.totals.wifiTotal; numberSize: 15; unitSize: 11 }
+                StyledLine { id: cellLine; objectName: "cellTotal"; runs: header.totals.cellTotal; numberSize: 15; unitSize: 11 }
+                StyledLine { id: wifiLine; objectName: "wifiTotal"; runs: header.totals.wifiTotal; numberSize: 15; unitSize: 11 }
             }
         }
         // Which rows are in view, so a looked-up name goes to the first of them.
@@ -93,26 +94,14 @@ Item {
             highlighted: ListView.isCurrentItem && list.activeFocus && InputMode.keyboard
             background: Rectangle { color: row.highlighted ? "#e5e5ea" : "white" }
             Accessible.name: model.label
-            contentItem: Item {
-                Label {
-                    anchors.left: parent.left
-                    anchors.right: amount.left
-                    anchors.rightMargin: 12
-                    anchors.verticalCenter: parent.verticalCenter
-                    // Host names keep their end: the domain tells more than the first label.
-                    elide: Text.ElideLeft
-                    text: row.model.label
-                    font.pixelSize: 15
-                    color: "#111111"
-                }
-                StyledLine {
-                    id: amount
-                    anchors.right: parent.right
-                    anchors.verticalCenter: parent.verticalCenter
-                    runs: row.model.amount
-                    numberSize: 15
-                    unitSize: 11
-                }
+            // The address or its name only: the order of the rows carries the volume.
+            contentItem: Label {
+                // Host names keep their end: the domain tells more than the first label.
+                elide: Text.ElideLeft
+                verticalAlignment: Text.AlignVCenter
+                text: row.model.label
+                font.pixelSize: 15
+                color: "#111111"
             }
         }
     }

@@ -8,7 +8,24 @@ Row {
     property int numberSize: 17
     property int unitSize: 12
     property color color: "#111111"
+    // The line as a screen reader says it: the glyphs by the networks' names.
+    readonly property string spokenText: words(true)
+    // The numbers and units only.
+    readonly property string amountText: words(false)
+    function words(glyphs) {
+        let said = []
+        for (const run of runs) {
+            const text = run.text.trim()
+            if (run.style !== 0)
+                said.push(text)
+            else if (glyphs)
+                said.push(text === "c" ? qsTr("Cellular") : text === "w" ? qsTr("Wi-Fi") : text)
+        }
+        return said.filter(w => w !== "").join(" ")
+    }
     spacing: 0
+    Accessible.role: Accessible.StaticText
+    Accessible.name: spokenText
     Repeater {
         model: line.runs
         Item {
