@@ -16,7 +16,8 @@ TimeChartViewController::TimeChartViewController(PlanStores &stores, const QStri
     : QObject(parent), planID(plan), m_stores(stores), m_context(stores.mocForPlan(plan)),
       m_mainDF(DateFormatter::withPattern(mainPattern)),
       m_rows(new ListModel(
-          {"key", "timeLabel", "subLabel", "cellAmount", "wifiAmount", "cellPercent", "wifiPercent"},
+          {"key", "timeLabel", "subLabel", "spokenLabel", "cellAmount", "wifiAmount", "cellPercent",
+           "wifiPercent"},
           [this] { return rowCount(); },
           [this](int i, const QByteArray &role) -> QVariant {
               const ChartRow r = row(i);
@@ -26,6 +27,8 @@ TimeChartViewController::TimeChartViewController(PlanStores &stores, const QStri
                   return r.timeLabel;
               if (role == "subLabel")
                   return r.subLabel;
+              if (role == "spokenLabel")
+                  return spokenLabel(i);
               if (role == "cellAmount" || role == "wifiAmount")
                   return runsForView(role == "cellAmount" ? r.cellAmount : r.wifiAmount);
               return role == "cellPercent" ? r.cellPercent : r.wifiPercent;
@@ -80,6 +83,20 @@ ChartRow TimeChartViewController::row(int index) const
     return r;
 }
 
+QString TimeChartViewController::spokenLabel(int index) const
+{
+    if (index < 0 || index >= m_keys.size())
+        return QString();
+    if (!m_spokenDF)
+        m_spokenDF.emplace(makeSpokenFormatter());
+    return m_spokenDF->toString(m_keys.at(index));
+}
+
+DateFormatter TimeChartViewController::makeSpokenFormatter() const
+{
+    return DateFormatter::withTemplate(QStringLiteral("yMMMMd"));
+}
+
 void TimeChartViewController::reload()
 {
     // Cleared before the store is asked, so a reload never shows the previous view's rows.
@@ -129,6 +146,11 @@ QString TimeViewController::periodLabel() const
     if (m_24Hour || m_keys.isEmpty())
         return QString();
     return DateFormatter::withPattern(QStringLiteral("a")).toString(m_keys.first());
+}
+
+DateFormatter TimeViewController::makeSpokenFormatter() const
+{
+    return DateFormatter::withPattern(DayChildHelper::hourFormat(m_stores.shared().clock().now()));
 }
 
 TimeChartViewController::BucketsJob TimeViewController::bucketsJob() const
@@ -199,6 +221,11 @@ TimeChartViewController::BucketsJob CycleViewController::bucketsJob() const
     return [start = m_start, end = m_end](StoreContext &context) {
         return History::bucketSums(context, start, end, History::Bucket::Day);
     };
+}
+
+DateFormatter CycleViewController::makeSpokenFormatter() const
+{
+    return DateFormatter::withTemplate(QStringLiteral("MMMMEEEEd"));
 }
 
 void CycleViewController::didLoad()

@@ -74,8 +74,11 @@ public:
     bool noUsage() const { return !m_busy && m_keys.isEmpty(); }
     int rowCount() const { return int(m_keys.size()); }
     ChartRow row(int index) const;
-    // The rows as a model: key, timeLabel, subLabel, cellAmount, wifiAmount (lists of TextRun),
-    // cellPercent, wifiPercent (bar fractions, -1 for none).
+    // A row's key whole: the hour with its AM/PM, the day with its weekday, the period with its year.
+    QString spokenLabel(int index) const;
+    // The rows as a model: key, timeLabel, subLabel, spokenLabel (the key as a screen reader says
+    // it), cellAmount, wifiAmount (lists of TextRun), cellPercent, wifiPercent (bar fractions, -1
+    // for none).
     ListModel *rows() const { return m_rows; }
     // The header's period label; empty when the header has none (it is then 1 point high).
     virtual QString periodLabel() const { return QString(); }
@@ -111,6 +114,8 @@ protected:
     virtual BucketsJob bucketsJob() const = 0;
     // On the main thread, after the buckets are in.
     virtual void didLoad() {}
+    // The format of spokenLabel; made the first time a row is read out.
+    virtual DateFormatter makeSpokenFormatter() const;
     PlanStores &m_stores;
     std::shared_ptr<StoreContext> m_context;
     QList<QDateTime> m_keys;
@@ -126,6 +131,7 @@ protected:
 private:
     void setBuckets(const ChartBuckets &buckets);
     DateFormatter m_mainDF;
+    mutable std::optional<DateFormatter> m_spokenDF;
     ListModel *m_rows;
     bool m_busy = true;
     quint64 m_generation = 0;
@@ -142,6 +148,7 @@ public:
 
 protected:
     BucketsJob bucketsJob() const override;
+    DateFormatter makeSpokenFormatter() const override;
 
 private:
     std::shared_ptr<const ChartBuckets> m_hours; // the day view's map, read on the store's queue
@@ -176,6 +183,7 @@ signals:
 protected:
     BucketsJob bucketsJob() const override;
     void didLoad() override;
+    DateFormatter makeSpokenFormatter() const override;
 
 private:
     QDateTime m_date, m_start, m_end;

@@ -77,6 +77,7 @@ private slots:
         QCOMPARE(cell.first().value<TextRun>().text + cell.last().value<TextRun>().text,
                  QStringLiteral("0.9 KB"));
         QCOMPARE(rows.first().value("cellPercent").toDouble(), 1.0);
+        QCOMPARE(rows.first().value("spokenLabel").toString(), QStringLiteral("Monday, March 9"));
         QCOMPARE(rows.last().value("cellPercent").toDouble(), 0.0);
     }
 
@@ -131,6 +132,11 @@ private slots:
         QCOMPARE(rows.at(0).value("label").toString(), QStringLiteral("198.18.0.1")); // busiest first
         QCOMPARE(rows.at(1).value("bytes").toDouble(), 70.0);
         QCOMPARE(rows.at(0).value("hour"), rows.at(1).value("hour"));
+        // The hours read out with their AM/PM (ICU puts a narrow space before it).
+        auto *hours = qobject_cast<TimeChartViewController *>(day.child(0));
+        QVERIFY(hours);
+        QTRY_VERIFY(!hours->busy() && hours->rowCount() == 1);
+        QCOMPARE(hours->spokenLabel(0).remove(QChar(0x202F)).remove(QLatin1Char(' ')), QStringLiteral("9AM"));
     }
 
     // Each figure's signal fires once when a sample changes it, and not at all when it does not.

@@ -89,7 +89,7 @@ Item {
             highlighted: chart.controller.isSelectable && ListView.isCurrentItem && list.activeFocus && InputMode.keyboard
             background: Rectangle { color: chart.controller.isSelectable && (row.highlighted || row.down) ? "#f2f2f7" : "transparent" }
             Accessible.role: chart.controller.isSelectable ? Accessible.Button : Accessible.StaticText
-            Accessible.name: qsTr("%1, cellular %2, Wi-Fi %3").arg((model.subLabel + " " + model.timeLabel).trim())
+            Accessible.name: qsTr("%1, cellular %2, Wi-Fi %3").arg(model.spokenLabel)
                                  .arg(cellLine.amountText).arg(wifiLine.amountText)
             onClicked: if (chart.controller.isSelectable) chart.controller.tapRow(index)
             contentItem: Item {
