@@ -104,6 +104,8 @@ void TimeChartViewController::reload()
     m_data.clear();
     m_range = ChartRanges();
     m_busy = true;
+    m_rows->reload();
+    emit changed();
     const quint64 generation = ++m_generation;
     if (!m_context) {
         setBuckets({});
@@ -128,6 +130,7 @@ void TimeChartViewController::setBuckets(const ChartBuckets &buckets)
     m_busy = false;
     didLoad();
     emit loaded();
+    emit changed();
 }
 
 // ---- TimeViewController ----

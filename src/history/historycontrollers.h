@@ -39,20 +39,20 @@ public:
 class TimeChartViewController : public QObject
 {
     Q_OBJECT
-    Q_PROPERTY(bool busy READ busy NOTIFY loaded)
-    Q_PROPERTY(bool noUsage READ noUsage NOTIFY loaded)
-    Q_PROPERTY(int rowCount READ rowCount NOTIFY loaded)
-    Q_PROPERTY(QString periodLabel READ periodLabel NOTIFY loaded)
+    Q_PROPERTY(bool busy READ busy NOTIFY changed)
+    Q_PROPERTY(bool noUsage READ noUsage NOTIFY changed)
+    Q_PROPERTY(int rowCount READ rowCount NOTIFY changed)
+    Q_PROPERTY(QString periodLabel READ periodLabel NOTIFY changed)
     Q_PROPERTY(ListModel *rows READ rows CONSTANT)
     Q_PROPERTY(double timeLabelWidth READ timeLabelWidth CONSTANT)
     Q_PROPERTY(double timeLabelFontsize READ timeLabelFontsize CONSTANT)
     Q_PROPERTY(double rowHeight READ rowHeight CONSTANT)
     Q_PROPERTY(bool showSubLabel READ showSubLabel CONSTANT)
     Q_PROPERTY(bool isSelectable READ isSelectable CONSTANT)
-    Q_PROPERTY(double headerHeight READ headerHeight NOTIFY loaded)
-    Q_PROPERTY(QString title READ title NOTIFY loaded)
+    Q_PROPERTY(double headerHeight READ headerHeight NOTIFY changed)
+    Q_PROPERTY(QString title READ title NOTIFY changed)
     // The totals line over the rows (lists of TextRun), where the screen has one.
-    Q_PROPERTY(QVariantList usageLine READ usageLine NOTIFY loaded)
+    Q_PROPERTY(QVariantList usageLine READ usageLine NOTIFY changed)
 
 public:
     ~TimeChartViewController() override;
@@ -101,6 +101,8 @@ public:
 
 signals:
     void loaded();
+    // What the list shows changed: a reload began (busy, no rows, the new title) or ended.
+    void changed();
     // A row was chosen: the view below shows it; this one closes.
     void chosen();
 

@@ -11,6 +11,7 @@
 #include "testsupport.h"
 
 #include <QAbstractItemModelTester>
+#include <QSemaphore>
 #include <QSignalSpy>
 #include <QtTest>
 
@@ -79,6 +80,28 @@ private slots:
         QCOMPARE(rows.first().value("cellPercent").toDouble(), 1.0);
         QCOMPARE(rows.first().value("spokenLabel").toString(), QStringLiteral("Monday, March 9"));
         QCOMPARE(rows.last().value("cellPercent").toDouble(), 0.0);
+    }
+
+    // Another period chosen: at once busy, no rows and the new title, and it says so; the rows follow.
+    void anotherPeriodShowsItIsLoading()
+    {
+        Plan p;
+        CycleViewController period(p.delegate, QStringLiteral("P"), p.shared->clock().now());
+        QTRY_VERIFY(!period.busy());
+        QCOMPARE(period.rowCount(), 3);
+        QSemaphore gate;
+        p.delegate.mocForPlan(QStringLiteral("P"))->perform([&gate] { gate.acquire(); });
+        QSignalSpy changed(&period, &TimeChartViewController::changed);
+        const QString before = period.title();
+        period.reloadWithDate(QDateTime(QDate(2026, 2, 10), QTime(12, 0)));
+        QCOMPARE(changed.size(), 1);
+        QVERIFY(period.busy());
+        QCOMPARE(period.rowCount(), 0);
+        QCOMPARE(period.rows()->rowCount(), 0);
+        QVERIFY(period.title() != before);
+        gate.release();
+        QTRY_VERIFY(!period.busy());
+        QCOMPARE(changed.size(), 2);
     }
 
     void plansAndThresholds()
