@@ -9,21 +9,16 @@ NetViewController::NetViewController(PlanStores &stores, HostNames &hostNames, c
                                      std::shared_ptr<const ChartBuckets> hoursOnQueue, QObject *parent)
     : QObject(parent), m_stores(stores), m_hostNames(hostNames), m_day(day), m_hours(std::move(hoursOnQueue)),
       m_addresses(new ListModel(
-          {"section", "hour", "cellTotal", "wifiTotal", "label", "bytes", "amount"},
-          [this] { return int(m_flat.size()); },
+          {"section", "hour", "label", "bytes"}, [this] { return int(m_flat.size()); },
           [this](int i, const QByteArray &role) -> QVariant {
               const auto [section, row] = m_flat.value(i);
               if (role == "section")
                   return QString::number(section);
               if (role == "hour")
                   return sectionTitle(section);
-              if (role == "cellTotal" || role == "wifiTotal")
-                  return runsForView(role == "cellTotal" ? sectionCell(section) : sectionWifi(section));
               if (role == "label")
                   return drawRow(section, row);
-              const double sum = dataForAll.value(hourKeys.value(section)).value(row).sum;
-              return role == "amount" ? QVariant(runsForView(TimeChartViewController::getMBString(sum)))
-                                      : QVariant(sum);
+              return dataForAll.value(hourKeys.value(section)).value(row).sum;
           },
           this))
 {

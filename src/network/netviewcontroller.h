@@ -61,9 +61,8 @@ public:
 
     // The table flat, one row per address and hour, for a list with sections: section (the
     // section's number, as text: a list's sections are made by value, and a repeated hour at the
-    // clock change has the same title twice), hour (the section's title), cellTotal and wifiTotal (the hour's
-    // totals, lists of TextRun), label (the host name once known, else the address), bytes, amount (the bytes
-    // as a list of TextRun).
+    // clock change has the same title twice; header() gives its title and totals), hour (the
+    // section's title), label (the host name once known, else the address), bytes.
     ListModel *addresses() const { return m_addresses; }
 
     void processData();
