@@ -6,18 +6,29 @@
 
 Q_LOGGING_CATEGORY(lcLazy, "tallymo.platform.modules", QtWarningMsg)
 
+namespace {
+
+// A module's factory, or null with the reason logged under what the module would have given.
+template <typename Factory> Factory factoryIn(const char *module, const char *symbol, const char *what)
+{
+    QString errors;
+    const auto factory =
+        reinterpret_cast<Factory>(DesktopModule::resolve(QString::fromLatin1(module), symbol, &errors));
+    if (!factory)
+        qCWarning(lcLazy, "no %s:%s", what, qPrintable(errors));
+    return factory;
+}
+
+} // namespace
+
 LazyLocation::~LazyLocation() = default;
 
 LocationService *LazyLocation::service()
 {
     if (!std::exchange(m_tried, true)) {
-        using Factory = LocationService *(*)(const QString &);
-        QString errors;
-        if (const auto factory = reinterpret_cast<Factory>(DesktopModule::resolve(
-                QStringLiteral("tallymo_location"), "tallymo_location_service", &errors)))
+        if (const auto factory = factoryIn<LocationService *(*)(const QString &)>(
+                "tallymo_location", "tallymo_location_service", "location service"))
             m_service.reset(factory(m_nmea));
-        else
-            qCWarning(lcLazy, "no location service:%s", qPrintable(errors));
     }
     return m_service.get();
 }
@@ -60,13 +71,9 @@ LazyHostNames::~LazyHostNames() = default;
 void LazyHostNames::lookup(const QString &address, std::function<void(const QString &name)> done)
 {
     if (!std::exchange(m_tried, true)) {
-        using Factory = HostNameResolver *(*)();
-        QString errors;
-        if (const auto factory = reinterpret_cast<Factory>(
-                DesktopModule::resolve(QStringLiteral("tallymo_hostnames"), "tallymo_host_names", &errors)))
+        if (const auto factory = factoryIn<HostNameResolver *(*)()>("tallymo_hostnames", "tallymo_host_names",
+                                                                    "host-name lookups"))
             m_resolver.reset(factory());
-        else
-            qCWarning(lcLazy, "no host-name lookups:%s", qPrintable(errors));
     }
     if (m_resolver)
         m_resolver->lookup(address, std::move(done));
