@@ -1,5 +1,7 @@
 #include "testsupport.h"
 
+#include <QFile>
+#include <QStandardPaths>
 #include <QtTest>
 
 #include <ctime>
@@ -35,4 +37,21 @@ ZoneScope::~ZoneScope()
     else
         qputenv("TZ", m_previous);
     tzset();
+}
+
+QString missingProgram(const QString &name)
+{
+    if (!QStandardPaths::findExecutable(name).isEmpty())
+        return {};
+    QFile table(QStringLiteral(TALLYMO_PROGRAMS_TABLE));
+    QString package = QStringLiteral("(not listed in scripts/programs.txt)");
+    if (table.open(QIODevice::ReadOnly | QIODevice::Text)) {
+        while (!table.atEnd()) {
+            const QStringList fields = QString::fromUtf8(table.readLine()).simplified().split(u' ');
+            if (fields.size() >= 2 && fields[0] == name)
+                package = fields[1];
+        }
+    }
+    return QStringLiteral("%1 is missing; install the Debian package %2 (scripts/deps.sh installs it)")
+        .arg(name, package);
 }

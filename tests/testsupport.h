@@ -93,3 +93,7 @@ public:
 private:
     QByteArray m_previous;
 };
+
+// Empty when the outside program is on PATH; otherwise the one line that names it and its Debian
+// package (from scripts/programs.txt), for QFAIL.
+QString missingProgram(const QString &name);

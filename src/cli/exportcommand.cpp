@@ -7,6 +7,7 @@
 
 #include <QCoreApplication>
 #include <QRegularExpression>
+#include <QStandardPaths>
 
 #include <cstdio>
 #include <unistd.h>
@@ -35,6 +36,12 @@ int exportUsage(const QStringList &rawArgs, Environment &env)
         throw UsageError(a.has(QStringLiteral("row"))
                              ? QStringLiteral("--row takes 0, 1, 2 or 3")
                              : QStringLiteral("--cycles takes a whole number from 1 up"));
+    if (a.flag(QStringLiteral("mail")) &&
+        QStandardPaths::findExecutable(QStringLiteral("xdg-email")).isEmpty()) {
+        printError(QStringLiteral("tallymo: cannot mail the export: xdg-email is not installed "
+                                  "(Debian: apt-get install xdg-utils)\n"));
+        return 1;
+    }
     Services &s = env.services();
     const QString plan = a.has(QStringLiteral("plan"))
                              ? requirePlan(s.shared, a.option(QStringLiteral("plan")))

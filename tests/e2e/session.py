@@ -6,7 +6,10 @@ import subprocess
 import sys
 import time
 
-import dbus
+sys.path.insert(0, os.path.dirname(__file__))
+from support import require  # noqa: E402
+require("dbus-daemon", "python:dbus", "python:dbusmock")
+import dbus  # noqa: E402
 
 NOTIFY = "org.freedesktop.Notifications"
 NOTIFY_PATH = "/org/freedesktop/Notifications"

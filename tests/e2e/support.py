@@ -1,12 +1,31 @@
 """Helpers shared by the end-to-end tests: a temporary container, the tallymo binary, counters."""
+import importlib.util
 import os
 import plistlib
+import shutil
 import sqlite3
 import subprocess
+import sys
 import tempfile
 import unittest
 
 TALLYMO = os.environ.get("TALLYMO_BIN", "tallymo")
+PROGRAMS = os.path.join(os.path.dirname(__file__), "..", "..", "scripts", "programs.txt")
+
+
+def require(*names):
+    """Stops the test script at once, in one line, unless every outside program (or "python:MODULE")
+    named is installed; the line names the Debian package from scripts/programs.txt."""
+    with open(PROGRAMS) as f:
+        packages = dict(line.split()[:2] for line in f if line.strip() and not line.startswith("#"))
+    for name in names:
+        if name not in packages:
+            raise KeyError(f"{name} is not listed in scripts/programs.txt")
+        found = (importlib.util.find_spec(name[7:]) if name.startswith("python:")
+                 else shutil.which(name) or shutil.which(name, path="/usr/sbin:/sbin"))
+        if not found:
+            sys.exit(f"{os.path.basename(sys.argv[0])}: {name} is missing; install the Debian package "
+                     f"{packages[name]} (scripts/deps.sh installs it)")
 
 HEADER = ("Inter-|   Receive                                                |  Transmit\n"
           " face |bytes    packets errs drop fifo frame compressed multicast|"

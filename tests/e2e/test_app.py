@@ -1,16 +1,17 @@
 """The app as a user starts it: headless (offscreen), on a private session bus, on real containers."""
 import os
-import shutil
 import subprocess
 import sys
 import tempfile
 import time
 import unittest
 
-import dbus
-
-from session import SessionBus
-from support import TALLYMO, Container
+sys.path.insert(0, os.path.dirname(__file__))
+from support import require  # noqa: E402
+require("xvfb-run", "xauth", "python:dbus")
+import dbus  # noqa: E402
+from session import SessionBus  # noqa: E402
+from support import TALLYMO, Container  # noqa: E402
 
 APP = os.path.join(os.path.dirname(os.path.dirname(TALLYMO)), "tallymo-app", "tallymo-app")
 WIDGET = os.path.join(os.path.dirname(os.path.dirname(TALLYMO)), "tallymo-widget", "tallymo-widget")
@@ -75,7 +76,6 @@ class Screens(unittest.TestCase):
             self.assertIn(english, texts["en"])
             self.assertNotIn(german, texts["en"])
 
-    @unittest.skipUnless(shutil.which("xvfb-run"), "xvfb-run is not installed")
     def test_snow_is_drawn_with_opengl_under_a_display(self):
         demo = os.path.join(self.c.root, "demo")
         self.c.run("demo", demo)

@@ -192,6 +192,10 @@ class CommandLine(unittest.TestCase):
         env["XDG_DATA_HOME"] = env["XDG_CONFIG_HOME"] = os.path.join(self.c.root, "empty")
         p = self.c.run("export", "--row", "0", "-o", out, "--mail", env=env, check=False)
         self.assertEqual((p.returncode, p.stderr.split(" (")[0]), (1, "tallymo: Your email is not set up."))
+        # No xdg-email at all: the line names the package.
+        p = self.c.run("export", "--row", "0", "-o", out, "--mail", env=dict(env, PATH="/nonexistent"), check=False)
+        self.assertEqual(p.returncode, 1)
+        self.assertIn("xdg-utils", p.stderr)
 
     # Many processes writing different keys at once: none is lost.
     def test_concurrent_writers_keep_every_key(self):

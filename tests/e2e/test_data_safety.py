@@ -16,11 +16,13 @@ import time
 import unittest
 import uuid
 
-import dbus
 from contextlib import closing
 from pathlib import Path
 
 sys.path.insert(0, os.path.dirname(__file__))
+from support import require  # noqa: E402
+require("ip", "setpriv", "mount", "python:dbus")
+import dbus  # noqa: E402
 from support import TALLYMO, Container, ip  # noqa: E402
 from test_netns_counters import RECEIVE, RECEIVER, SEND, SENDER  # noqa: E402
 

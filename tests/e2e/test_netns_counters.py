@@ -10,6 +10,8 @@ import time
 import unittest
 
 sys.path.insert(0, os.path.dirname(__file__))
+from support import require  # noqa: E402
+require("ip", "nft")
 from support import Container, drop_namespaces, ip, veth_pair  # noqa: E402
 
 SIZE = 20_000_000

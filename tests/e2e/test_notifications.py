@@ -9,6 +9,8 @@ import time
 import unittest
 
 sys.path.insert(0, os.path.dirname(__file__))
+from support import require  # noqa: E402
+require("dbus-monitor")
 from session import SessionBus  # noqa: E402
 from support import TALLYMO, Container  # noqa: E402
 

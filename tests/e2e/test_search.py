@@ -13,9 +13,10 @@ import sys
 import time
 import unittest
 
-import dbus
-
 sys.path.insert(0, os.path.dirname(__file__))
+from support import require  # noqa: E402
+require("gdbus", "desktop-file-validate", "python:dbus")
+import dbus  # noqa: E402
 from session import SessionBus  # noqa: E402
 from support import TALLYMO, Container  # noqa: E402
 

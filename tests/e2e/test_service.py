@@ -11,9 +11,10 @@ import threading
 import time
 import unittest
 
-import dbus
-
 sys.path.insert(0, os.path.dirname(__file__))
+from support import require  # noqa: E402
+require("python:dbus")
+import dbus  # noqa: E402
 from session import SessionBus  # noqa: E402
 from support import TALLYMO, Container  # noqa: E402
 

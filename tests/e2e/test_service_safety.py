@@ -13,6 +13,8 @@ import time
 import unittest
 
 sys.path.insert(0, os.path.dirname(__file__))
+from support import require  # noqa: E402
+require("ip")
 from session import SessionBus  # noqa: E402
 from support import TALLYMO, Container, drop_namespaces, ip, veth_pair  # noqa: E402
 

@@ -538,6 +538,8 @@ private slots:
     {
         if (!QDBusConnection::sessionBus().isConnected())
             QSKIP("no session bus: run through tests/e2e/session.py");
+        if (const QString missing = missingProgram(QStringLiteral("gapplication")); !missing.isEmpty())
+            QFAIL(qPrintable(missing));
         App app(true);
         QVERIFY(app.window);
         ApplicationInstance instance;
