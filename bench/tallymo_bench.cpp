@@ -1,9 +1,9 @@
 // Benchmarks of the sampling path and the period sum. Prints medians; asserts nothing.
-#include "app/datausageappdelegate.h"
 #include "core/settingskeys.h"
 #include "core/sharedcode.h"
 #include "platform/linux/linuxnetworkinterfaces.h"
 #include "platform/linux/sockdiag.h"
+#include "services/datausageappdelegate.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>

@@ -4,7 +4,7 @@
 <context>
     <name>AboutController</name>
     <message>
-        <location filename="../src/ui/advancedcontrollers.cpp" line="+142"/>
+        <location filename="../src/screens/advancedcontrollers.cpp" line="+142"/>
         <source>About</source>
         <translation>Über</translation>
     </message>
@@ -32,7 +32,7 @@
 <context>
     <name>AddController</name>
     <message>
-        <location filename="../src/app/plancontrollers.cpp" line="+174"/>
+        <location filename="../src/screens/plancontrollers.cpp" line="+174"/>
         <location line="+33"/>
         <source>Add Usage</source>
         <translation>Verbrauch hinzufügen</translation>
@@ -53,7 +53,7 @@
         <translation>Abbrechen</translation>
     </message>
     <message>
-        <location filename="../src/app/plancontrollers.h" line="+128"/>
+        <location filename="../src/screens/plancontrollers.h" line="+128"/>
         <source>Add</source>
         <translation>Hinzufügen</translation>
     </message>
@@ -61,7 +61,7 @@
 <context>
     <name>AddExistingController</name>
     <message>
-        <location filename="../src/app/plancontrollers.cpp" line="+39"/>
+        <location filename="../src/screens/plancontrollers.cpp" line="+39"/>
         <source>Existing Usage</source>
         <translation>Bisheriger Verbrauch</translation>
     </message>
@@ -74,7 +74,7 @@
 <context>
     <name>AlertsController</name>
     <message>
-        <location filename="../src/app/alertscontrollers.cpp" line="+38"/>
+        <location filename="../src/screens/alertscontrollers.cpp" line="+38"/>
         <source>First</source>
         <translation>Erste</translation>
     </message>
@@ -102,7 +102,7 @@
 <context>
     <name>AllowController</name>
     <message>
-        <location filename="../src/app/plancontrollers.cpp" line="+15"/>
+        <location filename="../src/screens/plancontrollers.cpp" line="+15"/>
         <source>Data Cap</source>
         <translation>Datenvolumen</translation>
     </message>
@@ -115,7 +115,7 @@
 <context>
     <name>BackgroundColorController</name>
     <message>
-        <location filename="../src/ui/themecontrollers.cpp" line="+133"/>
+        <location filename="../src/screens/themecontrollers.cpp" line="+133"/>
         <source>Background</source>
         <translation>Hintergrund</translation>
     </message>
@@ -138,7 +138,7 @@
 <context>
     <name>BilldateController</name>
     <message>
-        <location filename="../src/app/plancontrollers.cpp" line="+48"/>
+        <location filename="../src/screens/plancontrollers.cpp" line="+48"/>
         <source>Start Date</source>
         <translation>Startdatum</translation>
     </message>
@@ -151,7 +151,7 @@
 <context>
     <name>ByteController</name>
     <message>
-        <location filename="../src/app/plancontrollers.h" line="-29"/>
+        <location filename="../src/screens/plancontrollers.h" line="-29"/>
         <source>MB</source>
         <translation>MB</translation>
     </message>
@@ -164,7 +164,7 @@
 <context>
     <name>ChartList</name>
     <message>
-        <location filename="../src/ui/qml/ChartList.qml" line="+56"/>
+        <location filename="../src/qml/ChartList.qml" line="+56"/>
         <source>Cellular</source>
         <translation>Mobilfunk</translation>
     </message>
@@ -182,7 +182,7 @@
 <context>
     <name>ChartPage</name>
     <message>
-        <location filename="../src/ui/qml/ChartPage.qml" line="+16"/>
+        <location filename="../src/qml/ChartPage.qml" line="+16"/>
         <source>Bill Cycles</source>
         <translation>Abrechnungszeiträume</translation>
     </message>
@@ -200,7 +200,7 @@
 <context>
     <name>ColorsController</name>
     <message>
-        <location filename="../src/ui/themecontrollers.cpp" line="-20"/>
+        <location filename="../src/screens/themecontrollers.cpp" line="-20"/>
         <source>Colors</source>
         <translation>Farben</translation>
     </message>
@@ -208,7 +208,7 @@
 <context>
     <name>DataUsageAppDelegate</name>
     <message>
-        <location filename="../src/app/lifecycle.cpp" line="+205"/>
+        <location filename="../src/services/lifecycle.cpp" line="+205"/>
         <source>😊 What&apos;s New</source>
         <translation>😊 Neuigkeiten</translation>
     </message>
@@ -218,7 +218,7 @@
         <translation>Jeden Tag ein bisschen besser.</translation>
     </message>
     <message>
-        <location filename="../src/app/usagealerts.cpp" line="+60"/>
+        <location filename="../src/services/usagealerts.cpp" line="+60"/>
         <source>You&apos;ve used %d%%.</source>
         <translation>Du hast %d%% verbraucht.</translation>
     </message>
@@ -278,7 +278,7 @@
 <context>
     <name>DatePage</name>
     <message>
-        <location filename="../src/ui/qml/DatePage.qml" line="+40"/>
+        <location filename="../src/qml/DatePage.qml" line="+40"/>
         <source>Previous Month</source>
         <translation>Vorheriger Monat</translation>
     </message>
@@ -291,7 +291,7 @@
 <context>
     <name>DayPage</name>
     <message>
-        <location filename="../src/ui/qml/DayPage.qml" line="+18"/>
+        <location filename="../src/qml/DayPage.qml" line="+18"/>
         <source>Back</source>
         <translation>Zurück</translation>
     </message>
@@ -322,7 +322,7 @@
 <context>
     <name>DesktopSearch</name>
     <message>
-        <location filename="../src/sharing/searchitem.cpp" line="+215"/>
+        <location filename="../src/desktop/searchitem.cpp" line="+215"/>
         <source>Not set up yet: open Tallymo to set up your data plan.</source>
         <translation>Noch nicht eingerichtet: Öffne Tallymo, um deinen Datentarif einzurichten.</translation>
     </message>
@@ -335,7 +335,7 @@
 <context>
     <name>DisplayController</name>
     <message>
-        <location filename="../src/ui/themecontrollers.cpp" line="-7"/>
+        <location filename="../src/screens/themecontrollers.cpp" line="-7"/>
         <source>Display</source>
         <translation>Anzeige</translation>
     </message>
@@ -429,7 +429,7 @@
 <context>
     <name>ExportPage</name>
     <message>
-        <location filename="../src/ui/qml/ExportPage.qml" line="+14"/>
+        <location filename="../src/qml/ExportPage.qml" line="+14"/>
         <source>Cancel</source>
         <translation>Abbrechen</translation>
     </message>
@@ -450,7 +450,7 @@
 <context>
     <name>FontController</name>
     <message>
-        <location filename="../src/ui/themecontrollers.cpp" line="+42"/>
+        <location filename="../src/screens/themecontrollers.cpp" line="+42"/>
         <source>Font</source>
         <translation>Schrift</translation>
     </message>
@@ -463,7 +463,7 @@
 <context>
     <name>FontTable</name>
     <message>
-        <location filename="../src/ui/fonttable.cpp" line="+73"/>
+        <location filename="../src/screens/fonttable.cpp" line="+73"/>
         <source>San Francisco</source>
         <translation type="unfinished"></translation>
     </message>
@@ -551,7 +551,7 @@
 <context>
     <name>IconController</name>
     <message>
-        <location filename="../src/ui/themecontrollers.cpp" line="+7"/>
+        <location filename="../src/screens/themecontrollers.cpp" line="+7"/>
         <source>App Icon</source>
         <translation>App-Symbol</translation>
     </message>
@@ -589,7 +589,7 @@
 <context>
     <name>LabelController</name>
     <message>
-        <location filename="../src/ui/planeditors.h" line="+19"/>
+        <location filename="../src/screens/planeditors.h" line="+19"/>
         <source>Label</source>
         <translation>Name</translation>
     </message>
@@ -597,7 +597,7 @@
 <context>
     <name>Main</name>
     <message>
-        <location filename="../src/ui/qml/Main.qml" line="+16"/>
+        <location filename="../src/qml/Main.qml" line="+16"/>
         <source>Tallymo</source>
         <translation>Tallymo</translation>
     </message>
@@ -605,7 +605,7 @@
 <context>
     <name>MainScreen</name>
     <message>
-        <location filename="../src/ui/qml/MainScreen.qml" line="+13"/>
+        <location filename="../src/qml/MainScreen.qml" line="+13"/>
         <source>Data usage</source>
         <translation>Datenverbrauch</translation>
     </message>
@@ -613,7 +613,7 @@
 <context>
     <name>MapPane</name>
     <message>
-        <location filename="../src/ui/qml/MapPane.qml" line="+114"/>
+        <location filename="../src/qml/MapPane.qml" line="+114"/>
         <source>Place: %1</source>
         <translation>Ort: %1</translation>
     </message>
@@ -662,7 +662,7 @@
 <context>
     <name>NDayController</name>
     <message>
-        <location filename="../src/app/planeditors.cpp" line="+10"/>
+        <location filename="../src/screens/planpickers.cpp" line="+10"/>
         <source>N</source>
         <translation>N</translation>
     </message>
@@ -675,7 +675,7 @@
 <context>
     <name>NetList</name>
     <message>
-        <location filename="../src/ui/qml/NetList.qml" line="+49"/>
+        <location filename="../src/qml/NetList.qml" line="+49"/>
         <source>%1, cellular %2, Wi-Fi %3</source>
         <translation>%1, Mobilfunk %2, WLAN %3</translation>
     </message>
@@ -683,7 +683,7 @@
 <context>
     <name>NetViewController</name>
     <message>
-        <location filename="../src/network/netviewcontroller.h" line="+38"/>
+        <location filename="../src/connections/netviewcontroller.h" line="+38"/>
         <source>No IP Addresses</source>
         <translation>Keine IP-Adressen</translation>
     </message>
@@ -691,7 +691,7 @@
 <context>
     <name>NewUIController</name>
     <message>
-        <location filename="../src/ui/newuicontroller.cpp" line="+20"/>
+        <location filename="../src/screens/newuicontroller.cpp" line="+20"/>
         <source>safe</source>
         <translation>sicher</translation>
     </message>
@@ -757,7 +757,7 @@
 <context>
     <name>PageHeader</name>
     <message>
-        <location filename="../src/ui/qml/PageHeader.qml" line="+8"/>
+        <location filename="../src/qml/PageHeader.qml" line="+8"/>
         <source>Back</source>
         <translation>Zurück</translation>
     </message>
@@ -765,7 +765,7 @@
 <context>
     <name>Picker2DateController</name>
     <message>
-        <location filename="../src/app/planeditors.h" line="+58"/>
+        <location filename="../src/screens/planpickers.h" line="+58"/>
         <source>Start Date</source>
         <translation>Startdatum</translation>
     </message>
@@ -778,7 +778,7 @@
 <context>
     <name>PickerController</name>
     <message>
-        <location filename="../src/ui/themecontrollers.cpp" line="-154"/>
+        <location filename="../src/screens/themecontrollers.cpp" line="-154"/>
         <source>Could not save the choice: %1</source>
         <translation>Die Auswahl konnte nicht gespeichert werden: %1</translation>
     </message>
@@ -786,7 +786,7 @@
 <context>
     <name>PickerWeekController</name>
     <message>
-        <location filename="../src/app/planeditors.cpp" line="+23"/>
+        <location filename="../src/screens/planpickers.cpp" line="+23"/>
         <source>Start Date</source>
         <translation>Startdatum</translation>
     </message>
@@ -804,7 +804,7 @@
 <context>
     <name>PlanController</name>
     <message>
-        <location filename="../src/app/plancontrollers.cpp" line="-259"/>
+        <location filename="../src/screens/plancontrollers.cpp" line="-259"/>
         <source>New Plan</source>
         <translation>Neuer Tarif</translation>
     </message>
@@ -872,7 +872,7 @@
 <context>
     <name>PlanPage</name>
     <message>
-        <location filename="../src/ui/qml/PlanPage.qml" line="+14"/>
+        <location filename="../src/qml/PlanPage.qml" line="+14"/>
         <source>Cancel</source>
         <translation>Abbrechen</translation>
     </message>
@@ -896,7 +896,7 @@
 <context>
     <name>PlansPage</name>
     <message>
-        <location filename="../src/ui/qml/PlansPage.qml" line="+20"/>
+        <location filename="../src/qml/PlansPage.qml" line="+20"/>
         <source>Add Plan</source>
         <translation>Tarif hinzufügen</translation>
     </message>
@@ -909,7 +909,7 @@
 <context>
     <name>PlantypeController</name>
     <message>
-        <location filename="../src/ui/planeditors.cpp" line="+41"/>
+        <location filename="../src/screens/planeditors.cpp" line="+41"/>
         <source>Plan Type</source>
         <translation>Tarifart</translation>
     </message>
@@ -976,7 +976,7 @@
 <context>
     <name>ResetController</name>
     <message>
-        <location filename="../src/ui/advancedcontrollers.cpp" line="-123"/>
+        <location filename="../src/screens/advancedcontrollers.cpp" line="-123"/>
         <source>Advanced</source>
         <translation>Erweitert</translation>
     </message>
@@ -1080,7 +1080,7 @@ tallymo intent show-usage --speak</translation>
 <context>
     <name>RolloverAmountController</name>
     <message>
-        <location filename="../src/app/planeditors.cpp" line="+59"/>
+        <location filename="../src/screens/planpickers.cpp" line="+59"/>
         <source>Rollover Amount</source>
         <translation>Übertragene Menge</translation>
     </message>
@@ -1088,7 +1088,7 @@ tallymo intent show-usage --speak</translation>
 <context>
     <name>RolloverController</name>
     <message>
-        <location filename="../src/ui/planeditors.cpp" line="+34"/>
+        <location filename="../src/screens/planeditors.cpp" line="+34"/>
         <location line="+10"/>
         <source>Rollover Data</source>
         <translation>Datenübertrag</translation>
@@ -1107,7 +1107,7 @@ tallymo intent show-usage --speak</translation>
 <context>
     <name>Screens</name>
     <message>
-        <location filename="../src/ui/screens.cpp" line="+195"/>
+        <location filename="../src/screens/screens.cpp" line="+195"/>
         <source>Exported to %1</source>
         <translation>Exportiert nach %1</translation>
     </message>
@@ -1130,7 +1130,7 @@ tallymo intent show-usage --speak</translation>
 <context>
     <name>ScreenshotRun</name>
     <message>
-        <location filename="../src/ui/screenshots.cpp" line="+223"/>
+        <location filename="../src/screens/screenshots.cpp" line="+223"/>
         <source>cannot make the folder %1</source>
         <translation>der Ordner %1 kann nicht angelegt werden</translation>
     </message>
@@ -1143,7 +1143,7 @@ tallymo intent show-usage --speak</translation>
 <context>
     <name>SearchItem</name>
     <message>
-        <location filename="../src/sharing/searchitem.cpp" line="-167"/>
+        <location filename="../src/desktop/searchitem.cpp" line="-167"/>
         <source>cell</source>
         <translation>mobilfunk</translation>
     </message>
@@ -1171,7 +1171,7 @@ tallymo intent show-usage --speak</translation>
 <context>
     <name>SelectPlanController</name>
     <message>
-        <location filename="../src/app/selectplancontroller.cpp" line="+71"/>
+        <location filename="../src/screens/selectplancontroller.cpp" line="+71"/>
         <source>Select Plan</source>
         <translation>Tarif wählen</translation>
     </message>
@@ -1217,7 +1217,7 @@ tallymo intent show-usage --speak</translation>
 <context>
     <name>SettingsNewController</name>
     <message>
-        <location filename="../src/ui/settingscontrollers.cpp" line="+8"/>
+        <location filename="../src/screens/settingscontrollers.cpp" line="+8"/>
         <source>Settings</source>
         <translation>Einstellungen</translation>
     </message>
@@ -1260,7 +1260,7 @@ tallymo intent show-usage --speak</translation>
 <context>
     <name>SetupController</name>
     <message>
-        <location filename="../src/ui/setupcontroller.cpp" line="+39"/>
+        <location filename="../src/screens/setupcontroller.cpp" line="+39"/>
         <source>Finish</source>
         <translation>Fertig</translation>
     </message>
@@ -1293,7 +1293,7 @@ tallymo intent show-usage --speak</translation>
 <context>
     <name>SetupFlow</name>
     <message>
-        <location filename="../src/ui/qml/SetupFlow.qml" line="+22"/>
+        <location filename="../src/qml/SetupFlow.qml" line="+22"/>
         <source>Back</source>
         <translation>Zurück</translation>
     </message>
@@ -1306,7 +1306,7 @@ tallymo intent show-usage --speak</translation>
 <context>
     <name>ShareController</name>
     <message>
-        <location filename="../src/ui/advancedcontrollers.cpp" line="+41"/>
+        <location filename="../src/screens/advancedcontrollers.cpp" line="+41"/>
         <source>My iPhone data usage. Beautifully tracked by Tallymo.</source>
         <translation>Mein Datenverbrauch. Schön erfasst von Tallymo.</translation>
     </message>
@@ -1379,7 +1379,7 @@ tallymo intent show-usage --speak</translation>
 <context>
     <name>SharePage</name>
     <message>
-        <location filename="../src/ui/qml/SharePage.qml" line="+40"/>
+        <location filename="../src/qml/SharePage.qml" line="+40"/>
         <source>Screenshot</source>
         <translation>Bildschirmfoto</translation>
     </message>
@@ -1410,7 +1410,7 @@ tallymo intent show-usage --speak</translation>
 <context>
     <name>ShowUsageIntentResponse</name>
     <message>
-        <location filename="../src/sharing/usageintent.cpp" line="+55"/>
+        <location filename="../src/desktop/usageintent.cpp" line="+55"/>
         <source>Tallymo is not set up yet. Open Tallymo to set up your data plan.</source>
         <translation>Tallymo ist noch nicht eingerichtet. Öffne Tallymo, um deinen Datentarif einzurichten.</translation>
     </message>
@@ -1423,7 +1423,7 @@ tallymo intent show-usage --speak</translation>
 <context>
     <name>StyledLine</name>
     <message>
-        <location filename="../src/ui/qml/StyledLine.qml" line="+22"/>
+        <location filename="../src/qml/StyledLine.qml" line="+22"/>
         <source>Cellular</source>
         <translation>Mobilfunk</translation>
     </message>
@@ -1459,7 +1459,7 @@ tallymo intent show-usage --speak</translation>
 <context>
     <name>TetheringController</name>
     <message>
-        <location filename="../src/ui/planeditors.cpp" line="+36"/>
+        <location filename="../src/screens/planeditors.cpp" line="+36"/>
         <source>Tethering</source>
         <translation>Tethering</translation>
     </message>
@@ -1477,7 +1477,7 @@ tallymo intent show-usage --speak</translation>
 <context>
     <name>ThemeController</name>
     <message>
-        <location filename="../src/ui/themecontrollers.cpp" line="+162"/>
+        <location filename="../src/screens/themecontrollers.cpp" line="+162"/>
         <source>Theme</source>
         <translation>Design</translation>
     </message>
@@ -1523,7 +1523,7 @@ tallymo intent show-usage --speak</translation>
 <context>
     <name>UsageIntent</name>
     <message>
-        <location filename="../src/sharing/usageintent.cpp" line="+12"/>
+        <location filename="../src/desktop/usageintent.cpp" line="+12"/>
         <source>Call Tallymo</source>
         <translation>Tallymo aufrufen</translation>
     </message>
@@ -1609,7 +1609,7 @@ tallymo intent show-usage --speak</translation>
 <context>
     <name>WidgetColorController</name>
     <message>
-        <location filename="../src/ui/themecontrollers.cpp" line="-86"/>
+        <location filename="../src/screens/themecontrollers.cpp" line="-86"/>
         <source>Widget</source>
         <translation>Widget</translation>
     </message>
@@ -1650,7 +1650,7 @@ tallymo intent show-usage --speak</translation>
 <context>
     <name>WidgetOutput</name>
     <message>
-        <location filename="../src/sharing/widgetoutput.cpp" line="+32"/>
+        <location filename="../src/desktop/widgetoutput.cpp" line="+32"/>
         <source>Tallymo: not set up</source>
         <translation>Tallymo: nicht eingerichtet</translation>
     </message>
@@ -1714,7 +1714,7 @@ Prognose: %5</translation>
 <context>
     <name>WidgetStyleController</name>
     <message>
-        <location filename="../src/ui/themecontrollers.cpp" line="-100"/>
+        <location filename="../src/screens/themecontrollers.cpp" line="-100"/>
         <source>Style</source>
         <translation>Stil</translation>
     </message>

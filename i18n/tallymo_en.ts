@@ -4,7 +4,7 @@
 <context>
     <name>AboutController</name>
     <message>
-        <location filename="../src/ui/advancedcontrollers.cpp" line="+142"/>
+        <location filename="../src/screens/advancedcontrollers.cpp" line="+142"/>
         <source>About</source>
         <translation type="unfinished"></translation>
     </message>
@@ -32,7 +32,7 @@
 <context>
     <name>AddController</name>
     <message>
-        <location filename="../src/app/plancontrollers.cpp" line="+174"/>
+        <location filename="../src/screens/plancontrollers.cpp" line="+174"/>
         <location line="+33"/>
         <source>Add Usage</source>
         <translation type="unfinished"></translation>
@@ -53,7 +53,7 @@
         <translation type="unfinished"></translation>
     </message>
     <message>
-        <location filename="../src/app/plancontrollers.h" line="+128"/>
+        <location filename="../src/screens/plancontrollers.h" line="+128"/>
         <source>Add</source>
         <translation type="unfinished"></translation>
     </message>
@@ -61,7 +61,7 @@
 <context>
     <name>AddExistingController</name>
     <message>
-        <location filename="../src/app/plancontrollers.cpp" line="+39"/>
+        <location filename="../src/screens/plancontrollers.cpp" line="+39"/>
         <source>Existing Usage</source>
         <translation type="unfinished"></translation>
     </message>
@@ -74,7 +74,7 @@
 <context>
     <name>AlertsController</name>
     <message>
-        <location filename="../src/app/alertscontrollers.cpp" line="+38"/>
+        <location filename="../src/screens/alertscontrollers.cpp" line="+38"/>
         <source>First</source>
         <translation type="unfinished"></translation>
     </message>
@@ -102,7 +102,7 @@
 <context>
     <name>AllowController</name>
     <message>
-        <location filename="../src/app/plancontrollers.cpp" line="+15"/>
+        <location filename="../src/screens/plancontrollers.cpp" line="+15"/>
         <source>Data Cap</source>
         <translation type="unfinished"></translation>
     </message>
@@ -115,7 +115,7 @@
 <context>
     <name>BackgroundColorController</name>
     <message>
-        <location filename="../src/ui/themecontrollers.cpp" line="+133"/>
+        <location filename="../src/screens/themecontrollers.cpp" line="+133"/>
         <source>Background</source>
         <translation type="unfinished"></translation>
     </message>
@@ -138,7 +138,7 @@
 <context>
     <name>BilldateController</name>
     <message>
-        <location filename="../src/app/plancontrollers.cpp" line="+48"/>
+        <location filename="../src/screens/plancontrollers.cpp" line="+48"/>
         <source>Start Date</source>
         <translation type="unfinished"></translation>
     </message>
@@ -151,7 +151,7 @@
 <context>
     <name>ByteController</name>
     <message>
-        <location filename="../src/app/plancontrollers.h" line="-29"/>
+        <location filename="../src/screens/plancontrollers.h" line="-29"/>
         <source>MB</source>
         <translation type="unfinished"></translation>
     </message>
@@ -164,7 +164,7 @@
 <context>
     <name>ChartList</name>
     <message>
-        <location filename="../src/ui/qml/ChartList.qml" line="+56"/>
+        <location filename="../src/qml/ChartList.qml" line="+56"/>
         <source>Cellular</source>
         <translation type="unfinished"></translation>
     </message>
@@ -182,7 +182,7 @@
 <context>
     <name>ChartPage</name>
     <message>
-        <location filename="../src/ui/qml/ChartPage.qml" line="+16"/>
+        <location filename="../src/qml/ChartPage.qml" line="+16"/>
         <source>Bill Cycles</source>
         <translation type="unfinished"></translation>
     </message>
@@ -200,7 +200,7 @@
 <context>
     <name>ColorsController</name>
     <message>
-        <location filename="../src/ui/themecontrollers.cpp" line="-20"/>
+        <location filename="../src/screens/themecontrollers.cpp" line="-20"/>
         <source>Colors</source>
         <translation type="unfinished"></translation>
     </message>
@@ -208,7 +208,7 @@
 <context>
     <name>DataUsageAppDelegate</name>
     <message>
-        <location filename="../src/app/lifecycle.cpp" line="+205"/>
+        <location filename="../src/services/lifecycle.cpp" line="+205"/>
         <source>😊 What&apos;s New</source>
         <translation type="unfinished"></translation>
     </message>
@@ -218,7 +218,7 @@
         <translation>More extraordinary every day.</translation>
     </message>
     <message>
-        <location filename="../src/app/usagealerts.cpp" line="+60"/>
+        <location filename="../src/services/usagealerts.cpp" line="+60"/>
         <source>You&apos;ve used %d%%.</source>
         <translation type="unfinished"></translation>
     </message>
@@ -277,7 +277,7 @@
 <context>
     <name>DatePage</name>
     <message>
-        <location filename="../src/ui/qml/DatePage.qml" line="+40"/>
+        <location filename="../src/qml/DatePage.qml" line="+40"/>
         <source>Previous Month</source>
         <translation type="unfinished"></translation>
     </message>
@@ -290,7 +290,7 @@
 <context>
     <name>DayPage</name>
     <message>
-        <location filename="../src/ui/qml/DayPage.qml" line="+18"/>
+        <location filename="../src/qml/DayPage.qml" line="+18"/>
         <source>Back</source>
         <translation type="unfinished"></translation>
     </message>
@@ -321,7 +321,7 @@
 <context>
     <name>DesktopSearch</name>
     <message>
-        <location filename="../src/sharing/searchitem.cpp" line="+215"/>
+        <location filename="../src/desktop/searchitem.cpp" line="+215"/>
         <source>Not set up yet: open Tallymo to set up your data plan.</source>
         <translation type="unfinished"></translation>
     </message>
@@ -334,7 +334,7 @@
 <context>
     <name>DisplayController</name>
     <message>
-        <location filename="../src/ui/themecontrollers.cpp" line="-7"/>
+        <location filename="../src/screens/themecontrollers.cpp" line="-7"/>
         <source>Display</source>
         <translation type="unfinished"></translation>
     </message>
@@ -428,7 +428,7 @@
 <context>
     <name>ExportPage</name>
     <message>
-        <location filename="../src/ui/qml/ExportPage.qml" line="+14"/>
+        <location filename="../src/qml/ExportPage.qml" line="+14"/>
         <source>Cancel</source>
         <translation type="unfinished"></translation>
     </message>
@@ -449,7 +449,7 @@
 <context>
     <name>FontController</name>
     <message>
-        <location filename="../src/ui/themecontrollers.cpp" line="+42"/>
+        <location filename="../src/screens/themecontrollers.cpp" line="+42"/>
         <source>Font</source>
         <translation type="unfinished"></translation>
     </message>
@@ -462,7 +462,7 @@
 <context>
     <name>FontTable</name>
     <message>
-        <location filename="../src/ui/fonttable.cpp" line="+73"/>
+        <location filename="../src/screens/fonttable.cpp" line="+73"/>
         <source>San Francisco</source>
         <translation type="unfinished"></translation>
     </message>
@@ -550,7 +550,7 @@
 <context>
     <name>IconController</name>
     <message>
-        <location filename="../src/ui/themecontrollers.cpp" line="+7"/>
+        <location filename="../src/screens/themecontrollers.cpp" line="+7"/>
         <source>App Icon</source>
         <translation type="unfinished"></translation>
     </message>
@@ -588,7 +588,7 @@
 <context>
     <name>LabelController</name>
     <message>
-        <location filename="../src/ui/planeditors.h" line="+19"/>
+        <location filename="../src/screens/planeditors.h" line="+19"/>
         <source>Label</source>
         <translation type="unfinished"></translation>
     </message>
@@ -596,7 +596,7 @@
 <context>
     <name>Main</name>
     <message>
-        <location filename="../src/ui/qml/Main.qml" line="+16"/>
+        <location filename="../src/qml/Main.qml" line="+16"/>
         <source>Tallymo</source>
         <translation type="unfinished"></translation>
     </message>
@@ -604,7 +604,7 @@
 <context>
     <name>MainScreen</name>
     <message>
-        <location filename="../src/ui/qml/MainScreen.qml" line="+13"/>
+        <location filename="../src/qml/MainScreen.qml" line="+13"/>
         <source>Data usage</source>
         <translation type="unfinished"></translation>
     </message>
@@ -612,7 +612,7 @@
 <context>
     <name>MapPane</name>
     <message>
-        <location filename="../src/ui/qml/MapPane.qml" line="+114"/>
+        <location filename="../src/qml/MapPane.qml" line="+114"/>
         <source>Place: %1</source>
         <translation type="unfinished"></translation>
     </message>
@@ -661,7 +661,7 @@
 <context>
     <name>NDayController</name>
     <message>
-        <location filename="../src/app/planeditors.cpp" line="+10"/>
+        <location filename="../src/screens/planpickers.cpp" line="+10"/>
         <source>N</source>
         <translation type="unfinished"></translation>
     </message>
@@ -674,7 +674,7 @@
 <context>
     <name>NetList</name>
     <message>
-        <location filename="../src/ui/qml/NetList.qml" line="+49"/>
+        <location filename="../src/qml/NetList.qml" line="+49"/>
         <source>%1, cellular %2, Wi-Fi %3</source>
         <translation type="unfinished"></translation>
     </message>
@@ -682,7 +682,7 @@
 <context>
     <name>NetViewController</name>
     <message>
-        <location filename="../src/network/netviewcontroller.h" line="+38"/>
+        <location filename="../src/connections/netviewcontroller.h" line="+38"/>
         <source>No IP Addresses</source>
         <translation type="unfinished"></translation>
     </message>
@@ -690,7 +690,7 @@
 <context>
     <name>NewUIController</name>
     <message>
-        <location filename="../src/ui/newuicontroller.cpp" line="+20"/>
+        <location filename="../src/screens/newuicontroller.cpp" line="+20"/>
         <source>safe</source>
         <translation type="unfinished"></translation>
     </message>
@@ -755,7 +755,7 @@
 <context>
     <name>PageHeader</name>
     <message>
-        <location filename="../src/ui/qml/PageHeader.qml" line="+8"/>
+        <location filename="../src/qml/PageHeader.qml" line="+8"/>
         <source>Back</source>
         <translation type="unfinished"></translation>
     </message>
@@ -763,7 +763,7 @@
 <context>
     <name>Picker2DateController</name>
     <message>
-        <location filename="../src/app/planeditors.h" line="+58"/>
+        <location filename="../src/screens/planpickers.h" line="+58"/>
         <source>Start Date</source>
         <translation type="unfinished"></translation>
     </message>
@@ -776,7 +776,7 @@
 <context>
     <name>PickerController</name>
     <message>
-        <location filename="../src/ui/themecontrollers.cpp" line="-154"/>
+        <location filename="../src/screens/themecontrollers.cpp" line="-154"/>
         <source>Could not save the choice: %1</source>
         <translation type="unfinished"></translation>
     </message>
@@ -784,7 +784,7 @@
 <context>
     <name>PickerWeekController</name>
     <message>
-        <location filename="../src/app/planeditors.cpp" line="+23"/>
+        <location filename="../src/screens/planpickers.cpp" line="+23"/>
         <source>Start Date</source>
         <translation type="unfinished"></translation>
     </message>
@@ -802,7 +802,7 @@
 <context>
     <name>PlanController</name>
     <message>
-        <location filename="../src/app/plancontrollers.cpp" line="-259"/>
+        <location filename="../src/screens/plancontrollers.cpp" line="-259"/>
         <source>New Plan</source>
         <translation type="unfinished"></translation>
     </message>
@@ -870,7 +870,7 @@
 <context>
     <name>PlanPage</name>
     <message>
-        <location filename="../src/ui/qml/PlanPage.qml" line="+14"/>
+        <location filename="../src/qml/PlanPage.qml" line="+14"/>
         <source>Cancel</source>
         <translation type="unfinished"></translation>
     </message>
@@ -894,7 +894,7 @@
 <context>
     <name>PlansPage</name>
     <message>
-        <location filename="../src/ui/qml/PlansPage.qml" line="+20"/>
+        <location filename="../src/qml/PlansPage.qml" line="+20"/>
         <source>Add Plan</source>
         <translation type="unfinished"></translation>
     </message>
@@ -907,7 +907,7 @@
 <context>
     <name>PlantypeController</name>
     <message>
-        <location filename="../src/ui/planeditors.cpp" line="+41"/>
+        <location filename="../src/screens/planeditors.cpp" line="+41"/>
         <source>Plan Type</source>
         <translation type="unfinished"></translation>
     </message>
@@ -974,7 +974,7 @@
 <context>
     <name>ResetController</name>
     <message>
-        <location filename="../src/ui/advancedcontrollers.cpp" line="-123"/>
+        <location filename="../src/screens/advancedcontrollers.cpp" line="-123"/>
         <source>Advanced</source>
         <translation type="unfinished"></translation>
     </message>
@@ -1076,7 +1076,7 @@ tallymo intent show-usage --speak</source>
 <context>
     <name>RolloverAmountController</name>
     <message>
-        <location filename="../src/app/planeditors.cpp" line="+59"/>
+        <location filename="../src/screens/planpickers.cpp" line="+59"/>
         <source>Rollover Amount</source>
         <translation type="unfinished"></translation>
     </message>
@@ -1084,7 +1084,7 @@ tallymo intent show-usage --speak</source>
 <context>
     <name>RolloverController</name>
     <message>
-        <location filename="../src/ui/planeditors.cpp" line="+34"/>
+        <location filename="../src/screens/planeditors.cpp" line="+34"/>
         <location line="+10"/>
         <source>Rollover Data</source>
         <translation type="unfinished"></translation>
@@ -1103,7 +1103,7 @@ tallymo intent show-usage --speak</source>
 <context>
     <name>Screens</name>
     <message>
-        <location filename="../src/ui/screens.cpp" line="+195"/>
+        <location filename="../src/screens/screens.cpp" line="+195"/>
         <source>Exported to %1</source>
         <translation type="unfinished"></translation>
     </message>
@@ -1126,7 +1126,7 @@ tallymo intent show-usage --speak</source>
 <context>
     <name>ScreenshotRun</name>
     <message>
-        <location filename="../src/ui/screenshots.cpp" line="+223"/>
+        <location filename="../src/screens/screenshots.cpp" line="+223"/>
         <source>cannot make the folder %1</source>
         <translation type="unfinished"></translation>
     </message>
@@ -1139,7 +1139,7 @@ tallymo intent show-usage --speak</source>
 <context>
     <name>SearchItem</name>
     <message>
-        <location filename="../src/sharing/searchitem.cpp" line="-167"/>
+        <location filename="../src/desktop/searchitem.cpp" line="-167"/>
         <source>cell</source>
         <translation type="unfinished"></translation>
     </message>
@@ -1167,7 +1167,7 @@ tallymo intent show-usage --speak</source>
 <context>
     <name>SelectPlanController</name>
     <message>
-        <location filename="../src/app/selectplancontroller.cpp" line="+71"/>
+        <location filename="../src/screens/selectplancontroller.cpp" line="+71"/>
         <source>Select Plan</source>
         <translation type="unfinished"></translation>
     </message>
@@ -1213,7 +1213,7 @@ tallymo intent show-usage --speak</source>
 <context>
     <name>SettingsNewController</name>
     <message>
-        <location filename="../src/ui/settingscontrollers.cpp" line="+8"/>
+        <location filename="../src/screens/settingscontrollers.cpp" line="+8"/>
         <source>Settings</source>
         <translation type="unfinished"></translation>
     </message>
@@ -1256,7 +1256,7 @@ tallymo intent show-usage --speak</source>
 <context>
     <name>SetupController</name>
     <message>
-        <location filename="../src/ui/setupcontroller.cpp" line="+39"/>
+        <location filename="../src/screens/setupcontroller.cpp" line="+39"/>
         <source>Finish</source>
         <translation type="unfinished"></translation>
     </message>
@@ -1289,7 +1289,7 @@ tallymo intent show-usage --speak</source>
 <context>
     <name>SetupFlow</name>
     <message>
-        <location filename="../src/ui/qml/SetupFlow.qml" line="+22"/>
+        <location filename="../src/qml/SetupFlow.qml" line="+22"/>
         <source>Back</source>
         <translation type="unfinished"></translation>
     </message>
@@ -1302,7 +1302,7 @@ tallymo intent show-usage --speak</source>
 <context>
     <name>ShareController</name>
     <message>
-        <location filename="../src/ui/advancedcontrollers.cpp" line="+41"/>
+        <location filename="../src/screens/advancedcontrollers.cpp" line="+41"/>
         <source>My iPhone data usage. Beautifully tracked by Tallymo.</source>
         <translation>My data usage. Beautifully tracked by Tallymo.</translation>
     </message>
@@ -1375,7 +1375,7 @@ tallymo intent show-usage --speak</source>
 <context>
     <name>SharePage</name>
     <message>
-        <location filename="../src/ui/qml/SharePage.qml" line="+40"/>
+        <location filename="../src/qml/SharePage.qml" line="+40"/>
         <source>Screenshot</source>
         <translation type="unfinished"></translation>
     </message>
@@ -1406,7 +1406,7 @@ tallymo intent show-usage --speak</source>
 <context>
     <name>ShowUsageIntentResponse</name>
     <message>
-        <location filename="../src/sharing/usageintent.cpp" line="+55"/>
+        <location filename="../src/desktop/usageintent.cpp" line="+55"/>
         <source>Tallymo is not set up yet. Open Tallymo to set up your data plan.</source>
         <translation type="unfinished"></translation>
     </message>
@@ -1419,7 +1419,7 @@ tallymo intent show-usage --speak</source>
 <context>
     <name>StyledLine</name>
     <message>
-        <location filename="../src/ui/qml/StyledLine.qml" line="+22"/>
+        <location filename="../src/qml/StyledLine.qml" line="+22"/>
         <source>Cellular</source>
         <translation type="unfinished"></translation>
     </message>
@@ -1455,7 +1455,7 @@ tallymo intent show-usage --speak</source>
 <context>
     <name>TetheringController</name>
     <message>
-        <location filename="../src/ui/planeditors.cpp" line="+36"/>
+        <location filename="../src/screens/planeditors.cpp" line="+36"/>
         <source>Tethering</source>
         <translation type="unfinished"></translation>
     </message>
@@ -1473,7 +1473,7 @@ tallymo intent show-usage --speak</source>
 <context>
     <name>ThemeController</name>
     <message>
-        <location filename="../src/ui/themecontrollers.cpp" line="+162"/>
+        <location filename="../src/screens/themecontrollers.cpp" line="+162"/>
         <source>Theme</source>
         <translation type="unfinished"></translation>
     </message>
@@ -1519,7 +1519,7 @@ tallymo intent show-usage --speak</source>
 <context>
     <name>UsageIntent</name>
     <message>
-        <location filename="../src/sharing/usageintent.cpp" line="+12"/>
+        <location filename="../src/desktop/usageintent.cpp" line="+12"/>
         <source>Call Tallymo</source>
         <translation type="unfinished"></translation>
     </message>
@@ -1605,7 +1605,7 @@ tallymo intent show-usage --speak</source>
 <context>
     <name>WidgetColorController</name>
     <message>
-        <location filename="../src/ui/themecontrollers.cpp" line="-86"/>
+        <location filename="../src/screens/themecontrollers.cpp" line="-86"/>
         <source>Widget</source>
         <translation type="unfinished"></translation>
     </message>
@@ -1646,7 +1646,7 @@ tallymo intent show-usage --speak</source>
 <context>
     <name>WidgetOutput</name>
     <message>
-        <location filename="../src/sharing/widgetoutput.cpp" line="+32"/>
+        <location filename="../src/desktop/widgetoutput.cpp" line="+32"/>
         <source>Tallymo: not set up</source>
         <translation type="unfinished"></translation>
     </message>
@@ -1707,7 +1707,7 @@ Forecast: %5</source>
 <context>
     <name>WidgetStyleController</name>
     <message>
-        <location filename="../src/ui/themecontrollers.cpp" line="-100"/>
+        <location filename="../src/screens/themecontrollers.cpp" line="-100"/>
         <source>Style</source>
         <translation type="unfinished"></translation>
     </message>

@@ -1,13 +1,14 @@
 #!/usr/bin/env bash
 # Lists every include from one folder of src/ into another and fails on one against the layer order:
-#   core → plans → sharing → app → history → map, network → day → cli, ui
-# A folder may include its own files and those of the folders before it; map and network are
-# siblings and do not include each other. platform/ implements services for the programs and may
+#   core → plans → desktop → services → history → map, connections → day → cli, screens
+# A folder may include its own files and those of the folders before it; map and connections are
+# siblings and do not include each other, nor do cli and screens. platform/ implements services for the programs and may
 # include anything, but nothing else in src/ includes platform/. (The CMake libraries link in the
 # same order, so an upward call fails to link as well.)
 set -euo pipefail
 cd "$(dirname "$0")/../src"
-declare -A rank=([core]=0 [plans]=1 [sharing]=2 [app]=3 [history]=4 [map]=5 [network]=5 [day]=6 [cli]=7 [ui]=7)
+declare -A rank=([core]=0 [plans]=1 [desktop]=2 [services]=3 [history]=4 [map]=5 [connections]=5 [day]=6 [cli]=7
+                 [screens]=7)
 status=0
 declare -A edges=()
 while IFS=: read -r file line text; do

@@ -6,6 +6,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 lupdate=$(command -v lupdate || echo /usr/lib/qt6/bin/lupdate)
 "$lupdate" -locations relative -no-obsolete -extensions cpp,h,qml \
-    src/core src/plans src/sharing src/app src/history src/map src/network src/day src/ui src/platform \
+    src/core src/plans src/desktop src/services src/history src/map src/connections src/day src/screens \
+    src/qml src/platform \
     programs/tallymo-watch \
     -ts i18n/tallymo_de.ts i18n/tallymo_en.ts

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "app/applicationservices.h"
 #include "core/networkinterfaces.h"
 #include "core/sharedcode.h"
+#include "services/applicationservices.h"
 
 #include <QHash>
 #include <QTemporaryDir>

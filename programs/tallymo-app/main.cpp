@@ -1,8 +1,7 @@
 // The app: wires the Linux services into the delegate, shows the main screen, and runs the
 // lifecycle from the window system's application state.
-#include "app/backgroundtasks.h"
-#include "app/datausageappdelegate.h"
 #include "core/sharedcode.h"
+#include "desktop/widgetstats.h"
 #include "platform/dbus/applicationinstance.h"
 #include "platform/dbus/searchproviders.h"
 #include "platform/dbus/systemdusermanager.h"
@@ -15,11 +14,12 @@
 #include "platform/linux/sockdiag.h"
 #include "platform/linux/unixsignals.h"
 #include "platform/linux/xdgmail.h"
-#include "sharing/widgetstats.h"
-#include "ui/newuicontroller.h"
-#include "ui/screens.h"
-#include "ui/screenshots.h"
-#include "ui/translations.h"
+#include "screens/newuicontroller.h"
+#include "screens/screens.h"
+#include "screens/screenshots.h"
+#include "screens/translations.h"
+#include "services/backgroundtasks.h"
+#include "services/datausageappdelegate.h"
 
 #include <QCommandLineParser>
 #include <QDBusConnection>

@@ -4,10 +4,10 @@
 #include "core/privatefiles.h"
 #include "core/settingskeys.h"
 #include "core/sharedcode.h"
+#include "desktop/widgetoutput.h"
+#include "desktop/widgetstats.h"
 #include "platform/linux/linuxnetworkinterfaces.h"
 #include "platform/linux/paths.h"
-#include "sharing/widgetoutput.h"
-#include "sharing/widgetstats.h"
 
 #include <QCoreApplication>
 #include <QDir>

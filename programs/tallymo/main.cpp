@@ -1,9 +1,8 @@
 // The command line and background service: wires the Linux services into the core and runs a command.
-#include "app/backgroundtasks.h"
-#include "app/datausageappdelegate.h"
 #include "cli/cli.h"
 #include "core/sharedcode.h"
 #include "core/usagestore.h"
+#include "desktop/widgetstats.h"
 #include "platform/linux/desktopmodule.h"
 #include "platform/linux/linuxnetworkinterfaces.h"
 #include "platform/linux/paths.h"
@@ -11,7 +10,8 @@
 #include "platform/linux/sockdiag.h"
 #include "platform/linux/unixsignals.h"
 #include "platform/linux/xdgmail.h"
-#include "sharing/widgetstats.h"
+#include "services/backgroundtasks.h"
+#include "services/datausageappdelegate.h"
 
 #include <QCoreApplication>
 

@@ -1,6 +1,4 @@
 // The sample, period, defaults and plans commands.
-#include "app/datausageappdelegate.h"
-#include "app/selectplancontroller.h"
 #include "arguments.h"
 #include "cli.h"
 #include "core/localtime.h"
@@ -9,6 +7,8 @@
 #include "core/sharedcode.h"
 #include "output.h"
 #include "plans/billingcycle.h"
+#include "plans/planorder.h"
+#include "services/datausageappdelegate.h"
 
 #include "plans/amountentry.h"
 
@@ -327,7 +327,7 @@ QJsonObject planSummary(SharedCode &shared, const QString &id)
 int listPlans(DataUsageAppDelegate &delegate, bool json)
 {
     SharedCode &shared = delegate.shared();
-    const QStringList ids = SelectPlanController(delegate).planIDs();
+    const QStringList ids = PlanOrder::byLabel(shared.userPref().dictionaryForKey(Keys::PREF_ALL_PLANS));
     QJsonArray rows;
     for (const QString &id : ids)
         rows.append(planSummary(shared, id));

@@ -1,11 +1,11 @@
 // The background service: a sample on a timer, a line per sample, a last sample when stopped.
-#include "app/datausageappdelegate.h"
 #include "arguments.h"
 #include "cli.h"
 #include "core/sharedcode.h"
+#include "desktop/commonshared.h"
+#include "desktop/usageintent.h"
 #include "output.h"
-#include "sharing/commonshared.h"
-#include "sharing/usageintent.h"
+#include "services/datausageappdelegate.h"
 
 #include <QCoreApplication>
 #include <QJsonDocument>

@@ -1,9 +1,9 @@
 // The export command: one plan's usage, cycle by cycle, as JSON.
-#include "app/datausageappdelegate.h"
 #include "arguments.h"
 #include "cli.h"
 #include "core/settingskeys.h"
 #include "history/exportcontroller.h"
+#include "services/datausageappdelegate.h"
 
 #include <QCoreApplication>
 #include <QRegularExpression>

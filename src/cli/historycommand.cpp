@@ -1,12 +1,12 @@
 // The history command: usage per hour of a day, per day of a period, or per period.
-#include "app/datausageappdelegate.h"
 #include "arguments.h"
 #include "cli.h"
 #include "core/settingskeys.h"
 #include "day/dayviewcontroller.h"
+#include "desktop/commonshared.h"
 #include "output.h"
 #include "plans/billingcycle.h"
-#include "sharing/commonshared.h"
+#include "services/datausageappdelegate.h"
 
 #include <QEventLoop>
 #include <QJsonArray>

@@ -1,12 +1,12 @@
 // The map command: where the day's usage happened, per hour and for the whole day.
-#include "app/datausageappdelegate.h"
 #include "arguments.h"
 #include "cli.h"
+#include "connections/netviewcontroller.h"
 #include "day/dayviewcontroller.h"
+#include "desktop/commonshared.h"
 #include "map/mapviewcontroller.h"
-#include "network/netviewcontroller.h"
 #include "output.h"
-#include "sharing/commonshared.h"
+#include "services/datausageappdelegate.h"
 
 #include <QElapsedTimer>
 #include <QEventLoop>

@@ -1,7 +1,5 @@
 // tallymo setup: the first-run setup on a terminal (routers and other machines without a screen);
 // tallymo demo: a complete container to try the app on.
-#include "app/datausageappdelegate.h"
-#include "app/firstrunsetup.h"
 #include "arguments.h"
 #include "cli.h"
 #include "core/localtime.h"
@@ -11,6 +9,8 @@
 #include "output.h"
 #include "plans/amountentry.h"
 #include "plans/billingcycle.h"
+#include "services/datausageappdelegate.h"
+#include "services/firstrunsetup.h"
 
 #include <QDir>
 #include <QFileInfo>

@@ -1,17 +1,17 @@
 // The status, refresh and alerts commands.
-#include "app/alertscontrollers.h"
-#include "app/datausageappdelegate.h"
 #include "arguments.h"
 #include "cli.h"
 #include "core/settingskeys.h"
 #include "core/sharedcode.h"
+#include "desktop/commonshared.h"
+#include "desktop/usageintent.h"
+#include "desktop/widgetstats.h"
 #include "output.h"
 #include "plans/billingcycle.h"
 #include "plans/colorscheme.h"
 #include "plans/datacap.h"
-#include "sharing/commonshared.h"
-#include "sharing/usageintent.h"
-#include "sharing/widgetstats.h"
+#include "services/alertthresholds.h"
+#include "services/datausageappdelegate.h"
 
 #include <QCoreApplication>
 #include <QJsonObject>
@@ -210,10 +210,11 @@ int alerts(const QStringList &args, Environment &env)
     if (verb == QLatin1StringView("show")) {
         a.expectPositional(1, 1, usage);
         Services &s = env.services();
-        AlertsController alerts(s.shared.userPref());
-        const QStringList names = alerts.rowTexts(), details = alerts.rowDetails();
-        for (qsizetype i = 0; i < names.size(); ++i)
-            print(QStringLiteral("%1 %2  %3\n").arg(i + 1).arg(names[i], -7).arg(details[i], 5));
+        for (int n = 1; n <= 4; ++n)
+            print(QStringLiteral("%1 %2  %3\n")
+                      .arg(n)
+                      .arg(AlertThresholds::name(n), -7)
+                      .arg(AlertThresholds::percentText(s.shared.userPref(), n), 5));
         print(QStringLiteral("level %1\n").arg(s.delegate.getCurrentThresholdLevel()));
         return 0;
     }
@@ -230,12 +231,12 @@ int alerts(const QStringList &args, Environment &env)
     if (!ok || !std::isfinite(percent))
         throw UsageError(QStringLiteral("\"%1\" is not a percentage").arg(a.positional.at(2)));
     Services &s = env.services();
-    ThresholdController threshold(s.shared.userPref(), quint32(n - 1));
-    if (percent < threshold.minlevel() || percent > threshold.maxlevel())
+    const AlertThresholds::Range range = AlertThresholds::range(s.shared.userPref(), n);
+    if (percent < range.min || percent > range.max)
         throw UsageError(QStringLiteral("the %1 alert must be between %2% and %3%")
-                             .arg(threshold.title().toLower())
-                             .arg(threshold.minlevel())
-                             .arg(threshold.maxlevel()));
+                             .arg(AlertThresholds::name(n).toLower())
+                             .arg(range.min)
+                             .arg(range.max));
     s.shared.userPref().setValue(Keys::alert(n), percent);
     return synchronized(s.shared);
 }

@@ -1,13 +1,13 @@
 // tallymo store check: SQLite's integrity check and the hourly totals against their records, for
 // every plan's store (or one); wrong totals are put right from the records.
-#include "app/datausageappdelegate.h"
-#include "app/selectplancontroller.h"
 #include "arguments.h"
 #include "cli.h"
 #include "core/settingskeys.h"
 #include "core/sharedcode.h"
 #include "core/storecontext.h"
 #include "output.h"
+#include "plans/planorder.h"
+#include "services/datausageappdelegate.h"
 
 #include <QJsonArray>
 #include <QJsonObject>
@@ -23,9 +23,10 @@ int store(const QStringList &args, Environment &env)
         throw UsageError(
             QStringLiteral("unknown store command \"%1\"; usage: %2").arg(a.positional.first(), usage));
     Services &s = env.services();
-    const QStringList ids = a.has(QStringLiteral("plan"))
-                                ? QStringList{requirePlan(s.shared, a.option(QStringLiteral("plan")))}
-                                : SelectPlanController(s.delegate).planIDs();
+    const QStringList ids =
+        a.has(QStringLiteral("plan"))
+            ? QStringList{requirePlan(s.shared, a.option(QStringLiteral("plan")))}
+            : PlanOrder::byLabel(s.shared.userPref().dictionaryForKey(Keys::PREF_ALL_PLANS));
     bool damaged = false;
     QJsonArray rows;
     for (const QString &id : ids) {

@@ -1,12 +1,12 @@
 #include "dayviewcontroller.h"
 
+#include "connections/netviewcontroller.h"
 #include "core/dispatchqueue.h"
 #include "core/localtime.h"
 #include "core/settingskeys.h"
 #include "core/sharedcode.h"
 #include "core/storecontext.h"
 #include "map/mapviewcontroller.h"
-#include "network/netviewcontroller.h"
 #include "plans/billingcycle.h"
 
 // ---- DayViewController ----

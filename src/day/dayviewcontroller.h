@@ -1,8 +1,8 @@
 #pragma once
 
-#include "app/hostnames.h"
-#include "app/planstores.h"
 #include "history/historycontrollers.h"
+#include "services/hostnames.h"
+#include "services/planstores.h"
 
 #include <QObject>
 #include <QPointer>

@@ -2,11 +2,11 @@
 
 #include <climits>
 
-#include "app/datausageappdelegate.h"
 #include "core/dispatchqueue.h"
 #include "core/privatefiles.h"
 #include "logging.h"
 #include "plans/billingcycle.h"
+#include "services/datausageappdelegate.h"
 
 #include <QCoreApplication>
 #include <QDir>

@@ -4,8 +4,8 @@
 #include "core/settingskeys.h"
 #include "core/sharedcode.h"
 #include "core/storecontext.h"
+#include "desktop/commonshared.h"
 #include "plans/billingcycle.h"
-#include "sharing/commonshared.h"
 
 #include <QCoreApplication>
 

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "app/planstores.h"
 #include "chartdata.h"
 #include "core/dateformatter.h"
 #include "core/listmodel.h"
+#include "services/planstores.h"
 
 #include <QObject>
 #include <QPointer>

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "app/planstores.h"
 #include "core/listmodel.h"
 #include "history/historycontrollers.h"
 #include "mapkit.h"
+#include "services/planstores.h"
 
 #include <QDateTime>
 #include <QList>

@@ -1,6 +1,6 @@
-#include "app/datausageappdelegate.h"
 #include "core/propertylist.h"
 #include "core/settingskeys.h"
+#include "services/datausageappdelegate.h"
 #include "testsupport.h"
 
 #include <QtTest>

@@ -70,7 +70,7 @@ class BackgroundService(unittest.TestCase):
             # Positioning and the network library stay unloaded while nothing asks for them.
             with open(f"/proc/{daemon.proc.pid}/maps") as maps:
                 loaded = maps.read()
-            self.assertIn("libtallymo_desktop.so", loaded)
+            self.assertIn("libtallymo_sessionbus.so", loaded)
             for library in ("libQt6Positioning", "libQt6Network", "libtallymo_location", "libtallymo_hostnames"):
                 self.assertNotIn(library, loaded)
             self.c.write_counters({"wwan0": (1000 + 600_000, 1000)})

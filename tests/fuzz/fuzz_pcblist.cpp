@@ -1,5 +1,5 @@
 // Any bytes, as either protocol's socket list: the parser must neither crash nor read outside them.
-#include "network/connectiontable.h"
+#include "connections/connectiontable.h"
 
 #include <cstdint>
 

@@ -1,9 +1,9 @@
-#include "app/datausageappdelegate.h"
 #include "core/localtime.h"
 #include "core/settingskeys.h"
 #include "day/dayviewcontroller.h"
 #include "history/chartdata.h"
 #include "plans/billingcycle.h"
+#include "services/datausageappdelegate.h"
 #include "testsupport.h"
 
 #include <QAbstractItemModelTester>

@@ -1,7 +1,7 @@
-#include "app/datausageappdelegate.h"
 #include "core/settingskeys.h"
 #include "day/dayviewcontroller.h"
 #include "map/mapviewcontroller.h"
+#include "services/datausageappdelegate.h"
 #include "testsupport.h"
 
 #include <QAbstractItemModelTester>

@@ -1,6 +1,6 @@
-#include "app/datausageappdelegate.h"
 #include "core/settingskeys.h"
 #include "plans/billingcycle.h"
+#include "services/datausageappdelegate.h"
 #include "testsupport.h"
 
 #include <QtTest>

@@ -1,8 +1,8 @@
 #include "core/settingskeys.h"
+#include "desktop/commonshared.h"
 #include "plans/amountentry.h"
 #include "plans/colorscheme.h"
 #include "plans/datacap.h"
-#include "sharing/commonshared.h"
 #include "testsupport.h"
 
 #include <QtTest>

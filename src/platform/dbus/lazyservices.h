@@ -1,7 +1,7 @@
 #pragma once
 
-#include "app/hostnames.h"
-#include "app/location.h"
+#include "services/hostnames.h"
+#include "services/location.h"
 
 #include <QString>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "sharing/searchitem.h"
+#include "desktop/searchitem.h"
 
 #include <QDBusConnection>
 #include <QObject>

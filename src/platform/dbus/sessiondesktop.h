@@ -1,8 +1,8 @@
 #pragma once
 
-#include "app/applicationservices.h"
 #include "freedesktopnotifications.h"
 #include "lazyservices.h"
+#include "services/applicationservices.h"
 #include "sessionservices.h"
 #include "unifiedpush.h"
 #include "watchcompanion.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ui/desktopshell.h"
+#include "screens/desktopshell.h"
 
 #include <QDBusConnection>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "app/applicationservices.h"
+#include "services/applicationservices.h"
 
 #include <QDBusConnection>
 #include <QObject>

@@ -1,5 +1,5 @@
 #include "watchsessionservice.h"
-#include "sharing/widgetstats.h"
+#include "desktop/widgetstats.h"
 
 #include "core/sharedcode.h"
 

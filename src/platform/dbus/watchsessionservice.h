@@ -1,7 +1,7 @@
 #pragma once
 
-#include "sharing/watchsession.h"
-#include "sharing/widgetstats.h"
+#include "desktop/watchsession.h"
+#include "desktop/widgetstats.h"
 
 #include <QDBusConnection>
 #include <QDBusContext>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "network/connectiontable.h"
+#include "connections/connectiontable.h"
 
 // UDP flows from the kernel's connection tracking, with its byte accounting: each tracked flow's
 // bytes in both directions, keyed by the boot id and the flow's id. Needs CAP_NET_ADMIN,

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ui/themecontrollers.h"
+#include "screens/themecontrollers.h"
 
 #include <functional>
 

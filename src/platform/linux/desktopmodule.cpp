@@ -1,6 +1,6 @@
 #include "desktopmodule.h"
 
-#include "app/applicationservices.h"
+#include "services/applicationservices.h"
 
 #include <QCoreApplication>
 #include <QLibrary>
@@ -25,7 +25,7 @@ std::unique_ptr<DesktopServices> DesktopModule::load(const QString &container, c
 {
     using Factory = DesktopServices *(*)(const QString &, const Clock &);
     if (const auto factory = reinterpret_cast<Factory>(
-            resolve(QStringLiteral("tallymo_desktop"), "tallymo_desktop_services", errors)))
+            resolve(QStringLiteral("tallymo_sessionbus"), "tallymo_desktop_services", errors)))
         return std::unique_ptr<DesktopServices>(factory(container, clock));
     return nullptr;
 }

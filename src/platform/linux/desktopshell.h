@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ui/desktopshell.h"
+#include "screens/desktopshell.h"
 
 // The desktop through its freedesktop.org services: web pages and folders through the URL
 // handlers, files shown through org.freedesktop.FileManager1, the picture folder from

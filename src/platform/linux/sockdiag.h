@@ -1,7 +1,7 @@
 #pragma once
 
+#include "connections/connectiontable.h"
 #include "conntrack.h"
-#include "network/connectiontable.h"
 
 #include <QMutex>
 

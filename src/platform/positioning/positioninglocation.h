@@ -1,6 +1,6 @@
 #pragma once
 
-#include "app/location.h"
+#include "services/location.h"
 
 #include <QObject>
 

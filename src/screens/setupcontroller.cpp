@@ -1,0 +1,107 @@
+#include "setupcontroller.h"
+
+#include "services/datausageappdelegate.h"
+#include "services/firstrunsetup.h"
+
+SetupController::SetupController(DataUsageAppDelegate &delegate, QObject *parent)
+    : QObject(parent), m_delegate(delegate),
+      m_billdate(new BilldateController(delegate.shared(), QString(), this)),
+      m_allow(new AllowController(delegate.shared(), QString(), this)),
+      m_existing(new AddExistingController(this))
+{}
+
+QString SetupController::screen() const
+{
+    switch (m_step) {
+    case BillDate:
+        return QStringLiteral("BilldateController");
+    case Cap:
+        return QStringLiteral("AllowController");
+    case Existing:
+        return QStringLiteral("AddExistingController");
+    case Finish:
+        return QStringLiteral("FinishController");
+    default:
+        return QStringLiteral("SetupController");
+    }
+}
+
+QString SetupController::title() const
+{
+    switch (m_step) {
+    case BillDate:
+        return m_billdate->title();
+    case Cap:
+        return m_allow->title();
+    case Existing:
+        return m_existing->title();
+    case Finish:
+        return tr("Finish");
+    default:
+        return tr("Set Up");
+    }
+}
+
+QString SetupController::button() const
+{
+    return m_step == Finish ? tr("Done") : tr("Next");
+}
+
+QString SetupController::intro() const
+{
+    return tr("Tallymo counts the cellular data you use and tells you whether your data cap will last "
+              "until the end of the billing period. Three questions and you are ready.");
+}
+
+void SetupController::setStep(int step)
+{
+    if (step == m_step)
+        return;
+    m_step = step;
+    emit stepChanged();
+}
+
+void SetupController::setError(const QString &error)
+{
+    if (error == m_error)
+        return;
+    m_error = error;
+    emit errorChanged();
+}
+
+void SetupController::next()
+{
+    setError(QString());
+    switch (m_step) {
+    case Intro:
+        m_billdate->selectRow(m_billdate->selectedRow()); // the day shown is the day stored
+        setStep(BillDate);
+        break;
+    case BillDate:
+        setStep(Cap);
+        break;
+    case Cap:
+        m_allow->close(); // an empty field or a cap below 0.001 leaves the cap as it was
+        setStep(Existing);
+        break;
+    case Existing:
+        FirstRunSetup::resetWithExistingUsage(m_delegate, m_existing->bytes());
+        setStep(Finish);
+        break;
+    case Finish: {
+        QString why;
+        if (!FirstRunSetup::markShown(m_delegate, &why)) {
+            setError(tr("Could not save the settings: %1").arg(why));
+            return;
+        }
+        emit finished();
+        break;
+    }
+    }
+}
+
+void SetupController::back()
+{
+    if (m_step > Intro && m_step < Finish)
+        setStep(m_step - 1);
+}

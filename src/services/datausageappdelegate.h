@@ -1,0 +1,252 @@
+#pragma once
+
+#include "applicationservices.h"
+#include "core/sharedcode.h"
+#include "desktop/searchitem.h"
+#include "hostnames.h"
+#include "location.h"
+#include "plans/datacap.h"
+#include "planstores.h"
+
+#include <QMutex>
+
+#include <QVariantMap>
+#include <QWaitCondition>
+#include <atomic>
+
+#include <memory>
+
+class WatchSession;
+class QObject;
+
+// The figures of the active plan's current billing period.
+struct CurrentValues
+{
+    QDateTime monthStartDate;
+    QDateTime monthEndDate;
+    double monthCellIn = 0;
+    double monthCellOut = 0;
+    double monthCell = 0;
+    double monthWifiIn = 0;
+    double monthWifiOut = 0;
+    double monthWifi = 0;
+    double monthPercent = 0; // of the effective cap, unrounded; 0 without a cap
+};
+
+// The application's delegate: the current figures, the alerts and notifications, the plans, and
+// what lives for the whole process beside the shared logic.
+class DataUsageAppDelegate : public PlanStores, public HostNames
+{
+public:
+    enum ApplicationState { Active = 0, Inactive = 1, Background = 2 };
+
+    struct Services
+    {
+        UserNotificationCenter *notifications = nullptr;
+        IconBadge *badge = nullptr;
+        BackgroundRefreshStatus *refreshStatus = nullptr;
+        PlatformApplication *application = nullptr;
+        PushSubscriptions *push = nullptr;
+        LocationService *location = nullptr;
+        WatchSession *watch = nullptr;
+        HostNameResolver *hostNames = nullptr;
+        // What the desktop provides (none of it without one), with the program's background tasks.
+        static Services from(DesktopServices *desktop, PlatformApplication *application);
+    };
+
+    explicit DataUsageAppDelegate(SharedCode &shared);
+    DataUsageAppDelegate(SharedCode &shared, Services services);
+    ~DataUsageAppDelegate();
+
+    SharedCode &shared() const override { return m_shared; }
+    void setServices(Services services) { m_services = services; }
+    Services services() const { return m_services; }
+    int applicationState = Active;
+    RootController *rootController = nullptr;
+
+    // First-install defaults: a "Default" plan made active and the four alert thresholds. Does
+    // nothing once there is an active plan.
+    void setupUserDefaultsForNewInstall();
+
+    // Plans.
+    QVariantMap makeNewPlan() const;
+    void addAPlan(const QVariantMap &plan);
+    // Never the active plan; the store file goes first, then the settings.
+    void removeAPlan(const QString &plan);
+    void removeSQLFileForPlan(const QString &plan);
+    // A last sample into the active plan, then (on the main queue) the switch; `done` after it.
+    void switchPlan(const QString &plan, std::function<void()> done = nullptr);
+    // Deletes the active plan's usage of the current period (as last computed).
+    void resetCurrent();
+    // A cellular record of that many bytes, stamped now; nothing for 0 or less.
+    void addUsageToCurrent(double bytes);
+    std::shared_ptr<StoreContext> mocForPlan(const QString &plan) override;
+    // Asks `presentHistory` to make the plan's day history screen and show it full screen over the
+    // presenter (the screens live above this layer; the screen belongs to whoever presents it).
+    void showHistoryForPlan(const QString &plan, QObject *presenter, bool animated);
+    std::function<void(const QString &plan, QObject *presenter, bool animated)> presentHistory;
+    std::shared_ptr<StoreContext> tempMOC() const { return m_tempMOC; }
+    void dropTempMOC() { m_tempMOC.reset(); }
+
+    // Current figures. The compute functions run on the given (active plan's) context's queue.
+    CurrentValues values() const;
+    // Reads the figures from the store (a failed read keeps the previous ones) without telling anyone.
+    // For another plan than the active one, the figures are returned and not kept.
+    CurrentValues readCurrentValues(StoreContext *context, const QString &plan = QString());
+    // The same for the active plan from the main thread, waiting for its store's queue.
+    CurrentValues readActivePlanValuesNow();
+    void computeCurrentValues(StoreContext *context);
+    void computeCurrentValues(StoreContext *context, bool inBackground);
+    void doComputeValuesOnly();
+    void postNewValues();
+    void showBadge();
+    void refreshWidget();
+    void resetCache();
+    // The badge number the figures call for: the rounded percentage, or 0.
+    qint64 badgeNumber();
+    // Time left in the period: hours for a daily plan, else whole days; with its unit word.
+    std::pair<qint64, QString> timeLeft(const CurrentValues &v, const QString &plan = QString()) const;
+    // The forecast ratio of the figures at the clock's now.
+    double forecastRatio(const CurrentValues &v) const;
+
+    // Lifecycle: called by the platform on the main thread.
+    bool applicationWillFinishLaunching();
+    bool applicationDidFinishLaunching();
+    void applicationDidBecomeActive();
+    void applicationWillResignActive();
+    void applicationWillEnterForeground();
+    void applicationDidEnterBackground();
+    void applicationWillTerminate();
+    void applicationPerformFetch(CompletionHandler handler);
+    void applicationDidReceiveRemoteNotification(CompletionHandler handler);
+    void initPush();
+    void initRemoteNotification();
+    // The usage check every wake-up runs: sample, figures, alert; answers `handler` when done.
+    void checkDataUsageWithCompletionHandler(CompletionHandler handler);
+    // The desktop's quick actions (the desktop entry's actions).
+    static const QStringList &shortcutTypes();
+    // A quick action: the figures are refreshed, and then — behind that check on the active plan's
+    // store queue, on the main queue — the root screen handles it if it is free. `completion` is
+    // called at once: true for a known action, false (and nothing done) for another.
+    void applicationPerformActionForShortcutItem(const QString &type, std::function<void(bool)> completion);
+    // Leaving the foreground: the usage intent is donated and the search item made again, so the
+    // desktop's search finds the app for another year. Both reach the index in one write.
+    void makeSearchItem();
+    // The donation: the phrase that calls the intent, findable from now on.
+    DonatedIntent donateIntent() const;
+    // A search result was picked: opening the app is the whole effect.
+    bool applicationContinueUserActivity(const UserActivity &activity);
+    // The activity the last search item was made with.
+    UserActivity searchActivity;
+    // The one-in-three "new data" answer from the clock (seconds since 2001 divisible by 3).
+    void callCompletionHandler(const CompletionHandler &handler) const;
+    bool isCheckingUsage() const { return m_bgTaskUpdateUsage != PlatformApplication::kInvalidTask; }
+    Coordinate getCurrentCoordinate();
+    void showWhatsNew();
+    static QString getBundleVersion();
+    void cleanupPref();
+
+    // Location: visits are wake-ups; samples carry the coordinate of getCurrentCoordinate.
+    bool isMapTracking();
+    void initLocation();
+    void turnOnLocation();
+    void killLocation();
+    void locationManagerDidVisit(const Visit &visit);
+    void locationManagerDidFailWithError(const QString &error);
+    void locationManagerDidChangeAuthorization();
+    std::function<void(const Visit &)> visitObserver; // told of every visit before its check
+
+    // The cloud push subscription.
+    static constexpr QLatin1StringView kSubscriptionId{"tallymo_push_subscription2"};
+    void initCloud();
+    void renewCloudKitSubscription();
+    void cloudAccountChanged();
+    void startCloudKitSubscription();
+    void stopCloudKitSubscription();
+    void killAllCloudKitSubscriptions();
+    void checkCloudKitSubscriptions();
+
+    // Host names looked up in this process (made on first use, shared by every network page).
+    void makeHostnameCache();
+    std::shared_ptr<HostNameCache> hostnameCache() override;
+    HostNameResolver *resolver() override;
+
+    // The watch link.
+    void initWatchConnectivity();
+    void sessionDidDeactivate();
+    // Answers any message with the statistics record (a fresh sample first); before setup with
+    // only the flag and the moment; with an empty record when sampling or computing failed.
+    void sessionDidReceiveMessage(const QVariantMap &message, std::function<void(const QVariantMap &)> reply);
+    // The statistics record of this moment (the widget's keys), answered from the active plan's
+    // store queue once the traffic up to now is recorded; before setup, the not-set-up record;
+    // empty when it cannot be computed.
+    void currentRecord(std::function<void(const QVariantMap &)> reply);
+    // Pushes the main screen's figures: as complication data when the forecast's look changed
+    // (and the complication is shown), else as the application context.
+    void sendAppContext(const QVariantMap &record);
+    bool didForecastStateChange(const QVariantMap &context);
+    // What the main screen hands the watch: percent, colour, forecast, used, time left.
+    QVariantMap mainScreenRecord() const;
+
+    // Alerts and notifications.
+    void computeThresholdLevel();
+    // How many consecutive thresholds, from the first, the percentage reaches.
+    static qint64 thresholdLevelFor(double percent, const SettingsDomain &pref);
+    qint64 getCurrentThresholdLevel() const;
+    // Steps after the recomputation of the usage check: alert once when the level rose.
+    void applyUsageAlertRule(qint64 before, bool inBackground);
+    // The last sample the usage check took (for what the command line reports).
+    SampleResult lastSample() const;
+    void showUsageAlertInFG();
+    void presentNotificationNow(const QString &body, const QString &title);
+    void presentNotificationLater(const QString &body, const QString &title, double delay);
+    void requestNotificationAuthorization();
+    void scheduleEndBillAlert();
+    // The background service is the only process that runs for long on a desktop that never opens
+    // the app: it keeps the bill-cycle reminders scheduled itself, once per period.
+    void setSchedulesRemindersInBackground(bool on) { m_schedulesRemindersInBackground = on; }
+    bool setEndBillAlerts(const QDateTime &end);
+    void cancelEndBillAlert();
+    void clearOldNotifications();
+    void showAppSwitcherTip();
+    void checkRefreshStatusDidChange();
+    bool isPushOn();
+    bool canShowAlertOnRootView() const;
+    static AlertValue alertControllerWithTitle(const QString &title, const QString &message);
+    // ties to even, as the platform's rint
+    static qint64 roundedPercent(double percent) { return DataCap::roundedPercent(percent); }
+
+    static QString applicationLibraryDirectory();
+
+private:
+    // Runs a block on the main queue unless this delegate is gone by then.
+    void onMain(std::function<void()> block);
+    // Runs a block on a store's queue unless this delegate is gone by then; the destructor waits
+    // for a block that has started.
+    void onStore(StoreContext &context, std::function<void()> block);
+
+    // What blocks queued by this delegate check before they touch it. The store queues belong to
+    // SharedCode and outlive the delegate, so a block may still be waiting when it goes.
+    struct Lifetime
+    {
+        QMutex mutex;
+        QWaitCondition idle;
+        bool ended = false;
+        int running = 0;
+    };
+
+    SharedCode &m_shared;
+    const std::shared_ptr<Lifetime> m_lifetime = std::make_shared<Lifetime>();
+    Services m_services;
+    std::shared_ptr<StoreContext> m_tempMOC;
+    mutable QMutex m_valuesMutex;
+    CurrentValues m_values;
+    SampleResult m_lastSample;
+    std::atomic<bool> m_schedulesRemindersInBackground{false};
+    QDateTime m_remindersScheduledFor; // the period end they were scheduled for, under m_valuesMutex
+    int m_bgTaskUpdateUsage = PlatformApplication::kInvalidTask;
+    int m_enterGBTaskID = PlatformApplication::kInvalidTask;
+    bool m_locationOn = false;
+    std::optional<Visit> m_lastVisit;
+    std::shared_ptr<HostNameCache> m_hostnameCache;
+};

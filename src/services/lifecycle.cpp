@@ -1,0 +1,321 @@
+// When usage is sampled: launch, the state changes, and the usage check every wake-up runs.
+#include "core/dispatchqueue.h"
+#include "core/settingskeys.h"
+#include "datausageappdelegate.h"
+#include "desktop/usageintent.h"
+#include "logging.h"
+
+#include <QCoreApplication>
+#include <QSemaphore>
+
+namespace {
+
+QString tr(const char *text)
+{
+    return QCoreApplication::translate("DataUsageAppDelegate", text);
+}
+
+} // namespace
+
+bool DataUsageAppDelegate::applicationWillFinishLaunching()
+{
+    applicationState = Background;
+    {
+        QMutexLocker locker(&m_valuesMutex);
+        m_values.monthStartDate = QDateTime();
+        m_values.monthEndDate = QDateTime();
+    }
+    initPush();
+    initLocation();
+    initWatchConnectivity();
+    initCloud();
+    return true;
+}
+
+bool DataUsageAppDelegate::applicationDidFinishLaunching()
+{
+    initRemoteNotification();
+    return true;
+}
+
+void DataUsageAppDelegate::applicationDidBecomeActive()
+{
+    applicationState = Active;
+    setupUserDefaultsForNewInstall();
+    clearOldNotifications();
+    checkDataUsageWithCompletionHandler(nullptr);
+    if (canShowAlertOnRootView())
+        showWhatsNew();
+    if (canShowAlertOnRootView())
+        checkRefreshStatusDidChange();
+}
+
+void DataUsageAppDelegate::applicationWillResignActive()
+{
+    applicationState = Inactive;
+    initPush();
+    makeSearchItem();
+}
+
+void DataUsageAppDelegate::applicationWillEnterForeground()
+{
+    applicationState = Inactive;
+}
+
+void DataUsageAppDelegate::applicationDidEnterBackground()
+{
+    applicationState = Background;
+    dropTempMOC();
+    resetCache();
+    PlatformApplication *app = m_services.application;
+    if (!app || m_enterGBTaskID != PlatformApplication::kInvalidTask)
+        return;
+    m_enterGBTaskID = app->beginBackgroundTask([this, app] {
+        app->endBackgroundTask(m_enterGBTaskID);
+        m_enterGBTaskID = PlatformApplication::kInvalidTask;
+    });
+    const std::shared_ptr<StoreContext> context = m_shared.mocForActive();
+    if (!context)
+        return;
+    onStore(*context, [this, app] {
+        m_shared.userPref().synchronize();
+        onMain([this, app] {
+            app->endBackgroundTask(m_enterGBTaskID);
+            m_enterGBTaskID = PlatformApplication::kInvalidTask;
+        });
+    });
+}
+
+void DataUsageAppDelegate::applicationWillTerminate()
+{
+    const std::shared_ptr<StoreContext> context = m_shared.mocForActive();
+    if (!context)
+        return;
+    const Coordinate loc = getCurrentCoordinate();
+    QSemaphore done;
+    context->perform([&] {
+        const SampleResult sample = m_shared.saveUsageGasp(context.get(), loc);
+        QMutexLocker locker(&m_valuesMutex);
+        m_lastSample = sample;
+        done.release();
+    });
+    done.acquire();
+}
+
+void DataUsageAppDelegate::applicationPerformFetch(CompletionHandler handler)
+{
+    checkDataUsageWithCompletionHandler(std::move(handler));
+}
+
+void DataUsageAppDelegate::applicationDidReceiveRemoteNotification(CompletionHandler handler)
+{
+    checkDataUsageWithCompletionHandler(std::move(handler));
+}
+
+void DataUsageAppDelegate::initPush()
+{
+    if (m_services.application)
+        m_services.application->setMinimumBackgroundFetchInterval();
+}
+
+void DataUsageAppDelegate::initRemoteNotification()
+{
+    if (m_services.application)
+        m_services.application->registerForRemoteNotifications();
+}
+
+void DataUsageAppDelegate::checkDataUsageWithCompletionHandler(CompletionHandler handler)
+{
+    // A check is running: it covers this wake-up too.
+    if (m_bgTaskUpdateUsage != PlatformApplication::kInvalidTask) {
+        callCompletionHandler(handler);
+        return;
+    }
+    PlatformApplication *app = m_services.application;
+    const auto finish = [this, app, handler] {
+        if (app)
+            app->endBackgroundTask(m_bgTaskUpdateUsage);
+        m_bgTaskUpdateUsage = PlatformApplication::kInvalidTask;
+        callCompletionHandler(handler);
+    };
+    m_bgTaskUpdateUsage = app ? app->beginBackgroundTask(finish) : -1;
+    // Another process may have switched plans: the store is the one the settings name now.
+    m_shared.userPref().synchronize();
+    const std::shared_ptr<StoreContext> context = m_shared.mocForActive();
+    if (!context) {
+        finish();
+        return;
+    }
+    const Coordinate loc = getCurrentCoordinate(); // location lives on the main thread
+    StoreContext *c = context.get();
+    onStore(*c, [this, c, loc, finish] {
+        try {
+            const SampleResult sample = m_shared.saveUsageGasp(c, loc);
+            const qint64 before = getCurrentThresholdLevel();
+            const bool inBackground = applicationState == Background;
+            computeCurrentValues(c, inBackground);
+            // Without a window there is no screen to alert on: the alert is a notification.
+            applyUsageAlertRule(before, inBackground || !rootController);
+            {
+                QMutexLocker locker(&m_valuesMutex);
+                m_lastSample = sample;
+            }
+        } catch (const std::exception &e) {
+            qCWarning(lcApp, "usage check failed: %s", e.what());
+        }
+        dispatchMain(finish);
+    });
+}
+
+void DataUsageAppDelegate::callCompletionHandler(const CompletionHandler &handler) const
+{
+    if (!handler)
+        return;
+    static const QDateTime reference(QDate(2001, 1, 1), QTime(0, 0), Qt::UTC);
+    const qint64 s = reference.msecsTo(m_shared.clock().now()) / 1000; // truncated towards zero
+    handler(s % 3 == 0 ? FetchResult::NewData : FetchResult::NoData);
+}
+
+SampleResult DataUsageAppDelegate::lastSample() const
+{
+    QMutexLocker locker(&m_valuesMutex);
+    return m_lastSample;
+}
+
+QString DataUsageAppDelegate::getBundleVersion()
+{
+    return QStringLiteral(TALLYMO_VERSION);
+}
+
+void DataUsageAppDelegate::showWhatsNew()
+{
+    SettingsDomain &pref = m_shared.userPref();
+    const QVariant seen = pref.value(Keys::PREF_WHATSNEW_CHECK_8_6);
+    const QString current = getBundleVersion();
+    if (seen.isNull()) {
+        pref.setValue(Keys::PREF_WHATSNEW_CHECK_8_6, current);
+        return;
+    }
+    if (seen.toString() == current)
+        return;
+    pref.setValue(Keys::PREF_WHATSNEW_CHECK_8_6, current);
+    pref.setValue(Keys::PREF_UPDATE_PREVIOUS_VERSION, seen.toString());
+    if (rootController)
+        rootController->presentAlert(
+            alertControllerWithTitle(tr("😊 What's New"), tr("More extraordinary every day for iOS 17.2.")));
+    cleanupPref();
+}
+
+void DataUsageAppDelegate::cleanupPref()
+{
+    // No setting has been retired yet.
+}
+
+void DataUsageAppDelegate::initCloud()
+{
+    renewCloudKitSubscription();
+}
+
+void DataUsageAppDelegate::renewCloudKitSubscription()
+{
+    if (m_services.push)
+        m_services.push->save(kSubscriptionId, [](const QString &) {});
+}
+
+void DataUsageAppDelegate::cloudAccountChanged()
+{
+    startCloudKitSubscription();
+}
+
+void DataUsageAppDelegate::startCloudKitSubscription()
+{
+    if (!m_services.push)
+        return;
+    m_services.push->save(kSubscriptionId, [](const QString &error) {
+        if (error.isEmpty())
+            qCInfo(lcApp, "qx_marker_log sub.ok - %s", kSubscriptionId.data());
+        else
+            qCWarning(lcApp, "qx_marker_log sub.error - %s", qPrintable(error));
+    });
+}
+
+void DataUsageAppDelegate::stopCloudKitSubscription()
+{
+    if (m_services.push)
+        m_services.push->remove({kSubscriptionId});
+}
+
+void DataUsageAppDelegate::killAllCloudKitSubscriptions()
+{
+    if (!m_services.push)
+        return;
+    PushSubscriptions *push = m_services.push;
+    push->fetchAll([push](const QStringList &ids, const QString &error) {
+        if (error.isEmpty() && !ids.isEmpty())
+            push->remove(ids);
+    });
+}
+
+void DataUsageAppDelegate::checkCloudKitSubscriptions()
+{
+    if (!m_services.push)
+        return;
+    m_services.push->fetchAll([](const QStringList &ids, const QString &error) {
+        if (!error.isEmpty()) {
+            qCWarning(lcApp, "qx_marker_log sub.check.error - %s", qPrintable(error));
+            return;
+        }
+        qCInfo(lcApp, "qx_marker_log sub.check.count - %lld", qlonglong(ids.size()));
+        qCInfo(lcApp, "qx_marker_log sub.check.array - (%s)", qPrintable(ids.join(QStringLiteral(", "))));
+    });
+}
+
+const QStringList &DataUsageAppDelegate::shortcutTypes()
+{
+    static const QStringList types{QStringLiteral("SHORTCUTS_HISTORY"), QStringLiteral("SHORTCUTS_THEME"),
+                                   QStringLiteral("SHORTCUTS_DATAPLAN")};
+    return types;
+}
+
+void DataUsageAppDelegate::applicationPerformActionForShortcutItem(const QString &type,
+                                                                   std::function<void(bool)> completion)
+{
+    if (!shortcutTypes().contains(type)) {
+        qCInfo(lcApp) << "no quick action" << type;
+        if (completion)
+            completion(false);
+        return;
+    }
+    checkDataUsageWithCompletionHandler(nullptr);
+    const auto handle = [this, type] {
+        onMain([this, type] {
+            if (canShowAlertOnRootView())
+                rootController->handleShortcuts(type);
+        });
+    };
+    if (const std::shared_ptr<StoreContext> context = m_shared.mocForActive())
+        onStore(*context, handle);
+    else
+        handle();
+    if (completion)
+        completion(true);
+}
+
+DonatedIntent DataUsageAppDelegate::donateIntent() const
+{
+    // The phrase becomes findable in the desktop's search, which answers it with the usage.
+    return DonatedIntent{UsageIntent::invocationPhrase(), m_shared.clock().now()};
+}
+
+void DataUsageAppDelegate::makeSearchItem()
+{
+    const SearchItem item = SearchItem::make(m_shared.clock().now());
+    SearchableIndex(m_shared.containerURL()).publish(item, donateIntent()); // result ignored (logged)
+    searchActivity = UserActivity::forSearchItem(item);
+}
+
+bool DataUsageAppDelegate::applicationContinueUserActivity(const UserActivity &activity)
+{
+    qCInfo(lcApp) << "opened from" << activity.activityType << activity.title;
+    return true;
+}

@@ -1,0 +1,205 @@
+// Usage alerts at the four thresholds, the bill-cycle reminders and the one-time hints.
+#include "alertthresholds.h"
+#include "core/dispatchqueue.h"
+#include "core/logging.h"
+#include "core/settingskeys.h"
+#include "datausageappdelegate.h"
+#include "plans/billingcycle.h"
+
+#include <QCoreApplication>
+
+namespace {
+
+const QLatin1StringView kAnyId("qx.noti.any");
+const QLatin1StringView kBill2100("qx.noti.billalert.2100");
+const QLatin1StringView kBill2300("qx.noti.billalert.2300");
+
+QString tr(const char *text)
+{
+    return QCoreApplication::translate("DataUsageAppDelegate", text);
+}
+
+// Fills a "%d%%" format with a whole number.
+QString withPercent(QString format, qint64 n)
+{
+    return format.replace(QLatin1StringView("%d"), QString::number(n))
+        .replace(QLatin1StringView("%%"), QLatin1StringView("%"));
+}
+
+} // namespace
+
+qint64 DataUsageAppDelegate::thresholdLevelFor(double percent, const SettingsDomain &pref)
+{
+    qint64 level = 0;
+    while (level < 4 && percent >= AlertThresholds::percent(pref, int(level) + 1))
+        ++level;
+    return level;
+}
+
+void DataUsageAppDelegate::computeThresholdLevel()
+{
+    m_shared.userPref().setValue(Keys::PREF_THRESHOLD_LEVEL,
+                                 thresholdLevelFor(values().monthPercent, m_shared.userPref()));
+}
+
+qint64 DataUsageAppDelegate::getCurrentThresholdLevel() const
+{
+    return m_shared.userPref().integerForKey(Keys::PREF_THRESHOLD_LEVEL);
+}
+
+void DataUsageAppDelegate::applyUsageAlertRule(qint64 before, bool inBackground)
+{
+    const qint64 after = getCurrentThresholdLevel();
+    if (after > before) {
+        if (inBackground)
+            presentNotificationNow(
+                withPercent(tr("You've used %d%%."), roundedPercent(values().monthPercent)),
+                tr("Usage Alert"));
+        else
+            showUsageAlertInFG();
+    }
+    m_shared.userPref().synchronize();
+}
+
+void DataUsageAppDelegate::showUsageAlertInFG()
+{
+    const qint64 percent = roundedPercent(values().monthPercent);
+    onMain([this, percent] {
+        if (!canShowAlertOnRootView())
+            return;
+        rootController->presentAlert(alertControllerWithTitle(
+            QString(), withPercent(tr("You've used\n%d%% of your data cap."), percent)));
+    });
+}
+
+void DataUsageAppDelegate::presentNotificationNow(const QString &body, const QString &title)
+{
+    presentNotificationLater(body, title, 0);
+}
+
+void DataUsageAppDelegate::presentNotificationLater(const QString &body, const QString &title, double delay)
+{
+    if (!m_services.notifications)
+        return;
+    NotificationRequest request;
+    request.identifier = kAnyId;
+    request.title = title;
+    request.body = body;
+    if (delay > 0) {
+        request.trigger = NotificationRequest::Trigger::AfterSeconds;
+        request.seconds = delay;
+    }
+    m_services.notifications->addRequest(request);
+}
+
+void DataUsageAppDelegate::requestNotificationAuthorization()
+{
+    if (!m_shared.userPref().boolForKey(Keys::PREF_SHOWED_SETUP) || !m_services.notifications)
+        return;
+    m_services.notifications->requestAuthorization([](bool) {});
+}
+
+void DataUsageAppDelegate::scheduleEndBillAlert()
+{
+    requestNotificationAuthorization();
+    cancelEndBillAlert();
+    const QDateTime end = values().monthEndDate;
+    if (!end.isValid())
+        return;
+    if (setEndBillAlerts(end))
+        return;
+    setEndBillAlerts(BillingCycle::computeStartEndDates(m_shared, end, QString()).end);
+}
+
+bool DataUsageAppDelegate::setEndBillAlerts(const QDateTime &end)
+{
+    const QDate lastDay = BillingCycle::dateByAddingUnit(CalendarUnit::Day, -1, end).toLocalTime().date();
+    const QDateTime at2100(lastDay, QTime(21, 0));
+    if (m_shared.clock().now().msecsTo(at2100) <= 0)
+        return false;
+    if (!m_services.notifications)
+        return true;
+    NotificationRequest request;
+    request.identifier = kBill2100;
+    request.title = tr("Bill Cycle");
+    request.body = tr("Your bill cycle ends today. Open Tallymo to check your usage.");
+    request.trigger = NotificationRequest::Trigger::AtCalendarHour;
+    request.date = lastDay;
+    request.hour = 21;
+    m_services.notifications->addRequest(request);
+    request.identifier = kBill2300;
+    request.body = tr("Your bill cycle ends in one hour. Open Tallymo to check your usage.");
+    request.hour = 23;
+    m_services.notifications->addRequest(request);
+    return true;
+}
+
+void DataUsageAppDelegate::cancelEndBillAlert()
+{
+    if (m_services.notifications)
+        m_services.notifications->removePendingRequests({kBill2100, kBill2300});
+}
+
+void DataUsageAppDelegate::clearOldNotifications()
+{
+    if (m_services.notifications)
+        m_services.notifications->removeAllDeliveredNotifications();
+}
+
+void DataUsageAppDelegate::showAppSwitcherTip()
+{
+    SettingsDomain &pref = m_shared.userPref();
+    if (!isPushOn() || pref.boolForKey(Keys::PREF_TIP_APPSWITCHER))
+        return;
+    pref.setValue(Keys::PREF_TIP_APPSWITCHER, true);
+    presentNotificationLater(tr("Keep Tallymo in iOS multitasking screen to allow background app refresh."),
+                             tr("ⓘ %@").replace(QLatin1StringView("%@"), tr("QUICK TIP")), 0.75);
+}
+
+void DataUsageAppDelegate::checkRefreshStatusDidChange()
+{
+    SettingsDomain &pref = m_shared.userPref();
+    if (isPushOn()) {
+        pref.removeValue(Keys::PREF_FETCH_DONT_SHOW);
+        return;
+    }
+    if (pref.boolForKey(Keys::PREF_FETCH_DONT_SHOW))
+        return;
+    pref.setValue(Keys::PREF_FETCH_DONT_SHOW, true);
+    pref.removeValue(Keys::PREF_TIP_APPSWITCHER);
+    if (rootController)
+        rootController->presentAlert(alertControllerWithTitle(
+            QString(),
+            tr("Tallymo is unable to refresh usage statistics in the background. See Settings > Advanced > "
+               "Background App Refresh to learn more.")));
+}
+
+bool DataUsageAppDelegate::isPushOn()
+{
+    return m_services.refreshStatus && m_services.refreshStatus->isAvailable();
+}
+
+bool DataUsageAppDelegate::canShowAlertOnRootView() const
+{
+    return m_shared.userPref().boolForKey(Keys::PREF_SHOWED_SETUP) && rootController &&
+           !rootController->isPresenting();
+}
+
+AlertValue DataUsageAppDelegate::alertControllerWithTitle(const QString &title, const QString &message)
+{
+    return AlertValue{title, message, tr("OK"), {}};
+}
+
+QVariantMap AlertValue::toMap() const
+{
+    QVariantList choices;
+    for (const AlertAction &a : actions)
+        choices.append(
+            QVariantMap{{QStringLiteral("title"), a.title}, {QStringLiteral("style"), int(a.style)}});
+    if (choices.isEmpty())
+        choices.append(QVariantMap{{QStringLiteral("title"), button},
+                                   {QStringLiteral("style"), int(AlertAction::Default)}});
+    return {{QStringLiteral("title"), title},
+            {QStringLiteral("message"), message},
+            {QStringLiteral("actions"), choices}};
+}

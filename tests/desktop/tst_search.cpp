@@ -1,0 +1,110 @@
+#include "desktop/searchitem.h"
+#include "desktop/widgetstats.h"
+#include "services/datausageappdelegate.h"
+#include "testsupport.h"
+
+#include <QtTest>
+
+class TestSearch : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void matching_data()
+    {
+        QTest::addColumn<QStringList>("terms");
+        QTest::addColumn<bool>("item");
+        QTest::addColumn<bool>("intent");
+        QTest::newRow("keyword") << QStringList{"overage"} << true << false;
+        QTest::newRow("keyword with a dash") << QStringList{"wi-fi"} << true << false;
+        QTest::newRow("prefix, other case") << QStringList{"WI"} << true << false;
+        QTest::newRow("title words") << QStringList{"usage", "stat"} << true << false;
+        QTest::newRow("keyword and title word") << QStringList{"mobile", "current"} << true << false;
+        QTest::newRow("one term matches nothing") << QStringList{"mobile", "banana"} << false << false;
+        QTest::newRow("inside a word is no prefix") << QStringList{"verage"} << false << false;
+        QTest::newRow("no terms") << QStringList{} << false << false;
+        QTest::newRow("the phrase") << QStringList{"call", "tallymo"} << false << true;
+        QTest::newRow("the app's name") << QStringList{"tally"} << true << true;
+    }
+    void matching()
+    {
+        QFETCH(QStringList, terms);
+        QFETCH(bool, item);
+        QCOMPARE(SearchItem::make(QDateTime(QDate(2026, 3, 10), QTime(14, 25))).matches(terms), item);
+        QFETCH(bool, intent);
+        QCOMPARE((DonatedIntent{QStringLiteral("Call Tallymo"), {}}.matches(terms)), intent);
+    }
+
+    // Leaving the foreground makes the one item again; it is found until 365 days have passed.
+    void madeAtResignationAndExpires()
+    {
+        TestContainer c;
+        auto shared = c.openPlan();
+        DataUsageAppDelegate delegate(*shared);
+        SearchableIndex index(shared->containerURL());
+        QVERIFY(index.items().isEmpty());
+        delegate.applicationWillResignActive();
+        c.clock.set(c.clock.now().addSecs(3600));
+        delegate.applicationWillResignActive();
+        QCOMPARE(index.items().size(), 1);
+        QCOMPARE(index.items().first().expirationDate, c.clock.now().addDays(365));
+        QCOMPARE(delegate.searchActivity.activityType, QStringLiteral("tallymonext.search"));
+        QCOMPARE(delegate.searchActivity.userInfo, (QVariantMap{{"SEARCH_UNIQ_ID", 1}}));
+        QVERIFY(delegate.applicationContinueUserActivity(delegate.searchActivity));
+
+        int reads = 0;
+        DesktopSearch search(index, c.clock, [&] {
+            ++reads;
+            return WidgetRecord::notSetUp(c.clock.now());
+        });
+        const QStringList overage{QStringLiteral("overage")};
+        QCOMPARE(search.resultsFor(overage), QStringList{"SEARCH_UNIQ_ID"});
+        const auto metas = search.resultMetas({"SEARCH_UNIQ_ID", "SHOW_USAGE_INTENT", "unknown"});
+        QCOMPARE(metas.size(), 2);
+        QCOMPARE(reads, 1); // the usage is read once for all results
+        QCOMPARE(metas[0].description,
+                 QStringLiteral("Not set up yet: open Tallymo to set up your data plan."));
+        QVERIFY(search.activityFor(QStringLiteral("SEARCH_UNIQ_ID")));
+        QVERIFY(!search.activityFor(QStringLiteral("unknown")));
+
+        c.clock.set(c.clock.now().addSecs(SearchItem::kLifetimeSeconds - 1));
+        QCOMPARE(search.resultsFor(overage), QStringList{"SEARCH_UNIQ_ID"});
+        c.clock.set(c.clock.now().addSecs(1));
+        QCOMPARE(search.resultsFor(overage), QStringList());
+    }
+
+    void usageLine()
+    {
+        const QVariantMap record{{WStats::PERCENT, 41.6},          {WStats::DAYS, 1},
+                                 {WStats::TIMEUNIT, "day"},        {WStats::FORECAST, "danger"},
+                                 {WStats::TIMESTAMP, QDateTime()}, {WStats::LEFT, 0}};
+        QCOMPARE(DesktopSearch::usageLine(record),
+                 QStringLiteral("42% used · 1 day left · forecast: danger"));
+        QCOMPARE(DesktopSearch::termsOf(QStringLiteral("  usage \t stat ")), (QStringList{"usage", "stat"}));
+    }
+
+    // A damaged index reads as empty and is replaced whole by the next item; one that cannot be
+    // written says why.
+    void damagedOrUnwritableIndex()
+    {
+        QTemporaryDir dir;
+        SearchableIndex index(dir.path());
+        {
+            QFile f(index.path());
+            QVERIFY(f.open(QIODevice::WriteOnly));
+            f.write("{\"items\": [");
+        }
+        QVERIFY(index.items().isEmpty());
+        const SearchItem item = SearchItem::make(QDateTime(QDate(2026, 3, 10), QTime(14, 25)));
+        QVERIFY(index.publish(item, {QStringLiteral("Call Tallymo"), QDateTime::currentDateTime()}));
+        QCOMPARE(index.items().size(), 1);
+        QCOMPARE(index.items().first().keywords, SearchItem::searchKeywords());
+
+        QString error;
+        QVERIFY(!SearchableIndex(dir.filePath(QStringLiteral("missing"))).publish(item, {}, &error));
+        QVERIFY(!error.isEmpty());
+    }
+};
+
+QTEST_GUILESS_MAIN(TestSearch)
+#include "tst_search.moc"

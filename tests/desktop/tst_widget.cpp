@@ -1,0 +1,224 @@
+#include "core/settingskeys.h"
+#include "desktop/watchsession.h"
+#include "desktop/widgetoutput.h"
+#include "desktop/widgetstats.h"
+#include "services/datausageappdelegate.h"
+#include "testsupport.h"
+
+#include <QtTest>
+
+namespace {
+
+struct FakeWatch : WatchSession
+{
+    bool installed = true;
+    bool complication = true;
+    MessageHandler onMessage;
+    QList<QVariantMap> contexts, complications;
+    bool isSupported() override { return true; }
+    void activate(MessageHandler m, std::function<void()>) override { onMessage = std::move(m); }
+    bool isWatchAppInstalled() override { return installed; }
+    bool isComplicationEnabled() override { return complication; }
+    bool updateApplicationContext(const QVariantMap &c, QString *) override
+    {
+        contexts.append(c);
+        return true;
+    }
+    void transferCurrentComplicationUserInfo(const QVariantMap &i) override { complications.append(i); }
+};
+
+QDateTime at(int day, int hour, int minute)
+{
+    return QDateTime(QDate(2026, 3, day), QTime(hour, minute));
+}
+
+} // namespace
+
+class TestWidget : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase() { qputenv("TZ", "UTC"); }
+
+    void stats_data()
+    {
+        QTest::addColumn<int>("type");
+        QTest::addColumn<int>("billDay");
+        QTest::addColumn<QDateTime>("now");
+        QTest::addColumn<double>("cap");
+        QTest::addColumn<double>("cell"); // received in the period (plus 0 sent, and Wi-Fi that never counts)
+        QTest::addColumn<double>("percent");
+        QTest::addColumn<double>("left");
+        QTest::addColumn<qint64>("days");
+        QTest::newRow("no events") << 0 << 1 << at(10, 14, 25) << 1000.0 << 0.0 << 0.0 << 1000.0
+                                   << qint64(22);
+        QTest::newRow("cap 0") << 0 << 1 << at(10, 14, 25) << 0.0 << 500.0 << 0.0 << 0.0 << qint64(22);
+        QTest::newRow("above the cap")
+            << 0 << 1 << at(10, 14, 25) << 1000.0 << 3000.0 << 300.0 << 0.0 << qint64(22);
+        QTest::newRow("daily at 23:30")
+            << 4 << 1 << at(10, 23, 30) << 1000.0 << 250.0 << 25.0 << 750.0 << qint64(1);
+        QTest::newRow("daily at 00:10")
+            << 4 << 1 << at(10, 0, 10) << 1000.0 << 250.0 << 25.0 << 750.0 << qint64(24);
+        QTest::newRow("monthly ending tomorrow, early")
+            << 0 << 11 << at(10, 0, 0) << 1000.0 << 0.0 << 0.0 << 1000.0 << qint64(1);
+        QTest::newRow("monthly ending tomorrow, late")
+            << 0 << 11 << at(10, 23, 59) << 1000.0 << 0.0 << 0.0 << 1000.0 << qint64(1);
+    }
+
+    void stats()
+    {
+        QFETCH(int, type);
+        QFETCH(int, billDay);
+        QFETCH(QDateTime, now);
+        QFETCH(double, cap);
+        QFETCH(double, cell);
+        QFETCH(double, percent);
+        QFETCH(double, left);
+        QFETCH(qint64, days);
+        TestContainer c(now);
+        auto shared = c.openPlan();
+        shared->setForPlan(QString(), Keys::PREF_BILLTYPE, type);
+        shared->setForPlan(QString(), Keys::PREF_NDAYS_N, 1);
+        shared->setForPlan(QString(), Keys::PREF_30DAY_START, QDateTime(QDate(2026, 1, 1), QTime()));
+        shared->setForPlan(QString(), Keys::PREF_BILLDAY, billDay);
+        shared->setForPlan(QString(), Keys::PREF_THRES_MONTHLY, cap);
+        auto ctx = shared->mocForActive();
+        const QVariantMap s = onQueue(*ctx, [&] {
+            if (cell > 0)
+                ctx->insertEvent(Event{now, cell, 0, 777, 1});
+            ctx->insertEvent(Event{now.addDays(-40), 12345}); // an earlier period
+            ctx->save();
+            return WidgetStats::computeWidgetStats(*shared, ctx.get());
+        });
+        QCOMPARE(QSet<QString>(s.keyBegin(), s.keyEnd()),
+                 (QSet<QString>{WStats::F_RATIO, WStats::PERCENT, WStats::USED, WStats::LEFT, WStats::DAYS}));
+        QCOMPARE(s.value(WStats::USED).toDouble(), cell);
+        QCOMPARE(s.value(WStats::PERCENT).toDouble(), percent);
+        QCOMPARE(s.value(WStats::LEFT).toDouble(), left);
+        QVERIFY(!std::signbit(s.value(WStats::LEFT).toDouble()));
+        QCOMPARE(s.value(WStats::DAYS).toLongLong(), days);
+    }
+
+    void coordinateForTheWidget()
+    {
+        TestContainer c;
+        auto shared = c.openPlan();
+        struct Location : LocationService
+        {
+            Authorization authorizationStatus() override { return Authorization::Always; }
+            bool reducedAccuracy() override { return false; }
+            std::optional<LocationFix> lastLocation() override { return LocationFix{52.5, 13.4, 20, {}}; }
+            void startMonitoringVisits(std::function<void(const Visit &)>,
+                                       std::function<void(const QString &)>) override
+            {
+                QFAIL("the widget starts no location updates");
+            }
+            void stopMonitoring() override {}
+        } location;
+        QCOMPARE(WidgetStats::getCurrentCoordinateForWidget(*shared, &location).latitude,
+                 kUnknownCoordinate); // not mapping
+        shared->userPref().setValue(Keys::PREF_V7_GEO, true);
+        QCOMPARE(WidgetStats::getCurrentCoordinateForWidget(*shared, &location).latitude, 52.5);
+        QCOMPARE(WidgetStats::getCurrentCoordinateForWidget(*shared, nullptr).latitude, kUnknownCoordinate);
+    }
+
+    // A message is answered before setup with two keys, after it with the record and a fresh sample.
+    void watchMessages()
+    {
+        TestContainer c;
+        auto shared = c.openPlan();
+        FakeWatch watch;
+        DataUsageAppDelegate delegate(*shared, DataUsageAppDelegate::Services{.watch = &watch});
+        delegate.initWatchConnectivity();
+        QVERIFY(watch.onMessage);
+        const auto ask = [&] {
+            std::optional<QVariantMap> reply;
+            watch.onMessage({{QStringLiteral("any"), 1}}, [&](const QVariantMap &r) { reply = r; });
+            [&] { QTRY_VERIFY(reply.has_value()); }();
+            return reply.value_or(QVariantMap());
+        };
+        QCOMPARE(ask().keys(), (QStringList{WStats::NOT_SETUP, WStats::TIMESTAMP}));
+        shared->userPref().setValue(Keys::PREF_SHOWED_SETUP, true);
+        c.interfaces.counters = QList<LinkCounters>{{QStringLiteral("pdp_ip0"), 1000, 0}};
+        ask(); // the first sample only sets the baseline
+        c.interfaces.counters = QList<LinkCounters>{{QStringLiteral("pdp_ip0"), 5000, 10}};
+        const QVariantMap reply = ask();
+        QCOMPARE(reply.size(), 8);
+        QCOMPARE(reply.value(WStats::USED).toDouble(), 4010.0);
+        QCOMPARE(reply.value(WStats::FORECAST).toString(), QStringLiteral("safe"));
+        QVERIFY(!reply.contains(WStats::F_RATIO));
+    }
+
+    void watchPushes()
+    {
+        TestContainer c;
+        auto shared = c.openPlan();
+        shared->setForPlan(QString(), Keys::PREF_THRES_MONTHLY, 1000.0);
+        FakeWatch watch;
+        DataUsageAppDelegate delegate(*shared, DataUsageAppDelegate::Services{.watch = &watch});
+        const QVariantMap screen{{WStats::PERCENT, 150.0},
+                                 {WStats::COLOR, quint32(0xff0000)},
+                                 {WStats::FORECAST, "over"},
+                                 {WStats::USED, 1500.0},
+                                 {WStats::DAYS, qint64(3)}};
+        delegate.sendAppContext(screen);
+        delegate.sendAppContext(screen);
+        QCOMPARE(watch.complications.size(), 1);
+        QCOMPARE(watch.contexts.size(), 1);
+        QCOMPARE(watch.contexts[0].value(WStats::LEFT).toDouble(), 0.0);
+        QCOMPARE(watch.contexts[0].value(WStats::TIMEUNIT).toString(), QStringLiteral("days"));
+        QCOMPARE(watch.contexts[0].size(), 8);
+        // Another colour: the complication again; without it shown, the context instead.
+        QVariantMap changed = screen;
+        changed[WStats::COLOR] = quint32(0x00ff00);
+        watch.complication = false;
+        delegate.sendAppContext(changed);
+        QCOMPARE(watch.contexts.size(), 2);
+        QCOMPARE(
+            shared->userPref().dictionaryForKey(Keys::PREF_WATCH_COMP_STATE).value(WStats::COLOR).toUInt(),
+            0x00ff00u);
+        watch.installed = false;
+        delegate.sendAppContext(screen);
+        QCOMPARE(watch.contexts.size() + watch.complications.size(), 3);
+    }
+
+    void statusBarText_data()
+    {
+        QTest::addColumn<int>("style");
+        QTest::addColumn<QString>("text");
+        QTest::newRow("standard") << 0 << "42% · 1.32 GB left · 9 days";
+        QTest::newRow("mini") << 1 << "42%";
+        QTest::newRow("complete") << 2 << "700.0 MB used · 1.32 GB left · 42% · 9 days · Caution";
+    }
+
+    void statusBarText()
+    {
+        QFETCH(int, style);
+        QFETCH(QString, text);
+        const QVariantMap record{{WStats::PERCENT, 41.5},
+                                 {WStats::USED, 734003200.0},
+                                 {WStats::LEFT, 1413480448.0},
+                                 {WStats::DAYS, qint64(9)},
+                                 {WStats::TIMEUNIT, "days"},
+                                 {WStats::FORECAST, "caution"},
+                                 {WStats::COLOR, quint32(0xf5a623)},
+                                 {WStats::TIMESTAMP, QDateTime::currentDateTime()}};
+        const QJsonObject bar =
+            QJsonDocument::fromJson(WidgetOutput::render(record, WidgetOutput::Format::Waybar, style, 0))
+                .object();
+        QCOMPARE(bar.value("text").toString(), text);
+        QCOMPARE(bar.value("class").toString(), QStringLiteral("caution"));
+        QCOMPARE(bar.value("percentage").toInt(), 42);
+        const QList<QByteArray> lines =
+            WidgetOutput::render(record, WidgetOutput::Format::I3blocks, style, 3).split('\n');
+        QCOMPARE(lines.value(2), QByteArray("#f5a623"));
+        const QJsonObject dark =
+            QJsonDocument::fromJson(WidgetOutput::render(record, WidgetOutput::Format::Waybar, style, 1))
+                .object();
+        QCOMPARE(dark.value("class").toArray(), (QJsonArray{"caution", "background-1"}));
+    }
+};
+
+QTEST_GUILESS_MAIN(TestWidget)
+#include "tst_widget.moc"

@@ -1,0 +1,196 @@
+// The lists the screens show as models with named roles, and the main screen's figures as
+// properties: checked with QAbstractItemModelTester on real stores, and signals counted.
+#include "connections/netviewcontroller.h"
+#include "core/settingskeys.h"
+#include "day/dayviewcontroller.h"
+#include "screens/alertscontrollers.h"
+#include "screens/mainscreencontroller.h"
+#include "screens/plancontrollers.h"
+#include "screens/selectplancontroller.h"
+#include "services/datausageappdelegate.h"
+#include "testsupport.h"
+
+#include <QAbstractItemModelTester>
+#include <QSemaphore>
+#include <QSignalSpy>
+#include <QtTest>
+
+namespace {
+
+struct Plan
+{
+    Plan() : shared(container.openPlan()), delegate(*shared)
+    {
+        shared->setForPlan(QString(), Keys::PREF_PLAN_LABEL, QStringLiteral("Phone"));
+        shared->setForPlan(QString(), Keys::PREF_THRES_MONTHLY, 1000.0);
+        shared->setForPlan(QString(), Keys::PREF_BILLDAY, 1);
+        for (int i = 1; i <= 4; ++i)
+            shared->userPref().setValue(Keys::alert(i), 25.0 * i);
+        auto ctx = delegate.mocForPlan(QStringLiteral("P"));
+        onQueue(*ctx, [&] {
+            for (int day = 1; day <= 9; day += 4)
+                ctx->insertEvent(Event{QDateTime(QDate(2026, 3, day), QTime(9, 0)), 100.0 * day, 1, 50, 2});
+            ctx->insertNetevent(
+                Netevent{QDateTime(QDate(2026, 3, 9), QTime(9, 0)), QStringLiteral("198.18.0.9"), 70});
+            ctx->insertNetevent(
+                Netevent{QDateTime(QDate(2026, 3, 9), QTime(9, 0)), QStringLiteral("198.18.0.1"), 90});
+            return ctx->save();
+        });
+    }
+    // A model's rows, each as role → value.
+    static QList<QVariantMap> rows(const QAbstractItemModel &model)
+    {
+        QList<QVariantMap> result;
+        const QHash<int, QByteArray> roles = model.roleNames();
+        for (int r = 0; r < model.rowCount(); ++r) {
+            QVariantMap row;
+            for (auto it = roles.cbegin(); it != roles.cend(); ++it)
+                row.insert(QString::fromLatin1(it.value()), model.data(model.index(r, 0), it.key()));
+            result.append(row);
+        }
+        return result;
+    }
+    TestContainer container; // now: 10 March 2026, 14:25
+    std::unique_ptr<SharedCode> shared;
+    DataUsageAppDelegate delegate;
+};
+
+} // namespace
+
+class TestModels : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase() { qputenv("TZ", "UTC"); }
+
+    void historyRows()
+    {
+        Plan p;
+        CycleViewController period(p.delegate, QStringLiteral("P"), p.shared->clock().now());
+        QAbstractItemModelTester tester(period.rows(),
+                                        QAbstractItemModelTester::FailureReportingMode::QtTest);
+        QTRY_VERIFY(!period.busy());
+        const QList<QVariantMap> rows = Plan::rows(*period.rows());
+        QCOMPARE(rows.size(), 3); // 9, 5 and 1 March, newest first
+        QCOMPARE(rows.first().value("key").toDateTime(), QDateTime(QDate(2026, 3, 9), QTime()));
+        const QVariantList cell = rows.first().value("cellAmount").toList();
+        QCOMPARE(cell.first().value<TextRun>().text + cell.last().value<TextRun>().text,
+                 QStringLiteral("0.9 KB"));
+        QCOMPARE(rows.first().value("cellPercent").toDouble(), 1.0);
+        QCOMPARE(rows.first().value("spokenLabel").toString(), QStringLiteral("Monday, March 9"));
+        QCOMPARE(rows.last().value("cellPercent").toDouble(), 0.0);
+    }
+
+    // Another period chosen: at once busy, no rows and the new title, and it says so; the rows follow.
+    void anotherPeriodShowsItIsLoading()
+    {
+        Plan p;
+        CycleViewController period(p.delegate, QStringLiteral("P"), p.shared->clock().now());
+        QTRY_VERIFY(!period.busy());
+        QCOMPARE(period.rowCount(), 3);
+        QSemaphore gate;
+        p.delegate.mocForPlan(QStringLiteral("P"))->perform([&gate] { gate.acquire(); });
+        QSignalSpy changed(&period, &TimeChartViewController::changed);
+        const QString before = period.title();
+        period.reloadWithDate(QDateTime(QDate(2026, 2, 10), QTime(12, 0)));
+        QCOMPARE(changed.size(), 1);
+        QVERIFY(period.busy());
+        QCOMPARE(period.rowCount(), 0);
+        QCOMPARE(period.rows()->rowCount(), 0);
+        QVERIFY(period.title() != before);
+        gate.release();
+        QTRY_VERIFY(!period.busy());
+        QCOMPARE(changed.size(), 2);
+    }
+
+    void plansAndThresholds()
+    {
+        Plan p;
+        QVariantMap other = p.delegate.makeNewPlan();
+        other.insert(Keys::PREF_PLAN_LABEL, QStringLiteral("Laptop"));
+        p.delegate.addAPlan(other);
+        SelectPlanController select(p.delegate);
+        QAbstractItemModelTester plans(select.plans(),
+                                       QAbstractItemModelTester::FailureReportingMode::QtTest);
+        QList<QVariantMap> rows = Plan::rows(*select.plans());
+        QCOMPARE(rows.size(), 2);
+        QCOMPARE(rows.at(0).value("label").toString(), QStringLiteral("Laptop"));
+        QCOMPARE(rows.at(1).value("checked").toBool(), true);
+        select.tapRow(0);
+        QTRY_COMPARE(p.shared->activePlanID(), other.value(Keys::PREF_PLAN_ID).toString());
+        select.reload();
+        QCOMPARE(Plan::rows(*select.plans()).at(0).value("checked").toBool(), true);
+
+        PlanController plan(p.delegate, QStringLiteral("P"));
+        QAbstractItemModelTester settings(plan.settings(),
+                                          QAbstractItemModelTester::FailureReportingMode::QtTest);
+        const QList<QVariantMap> planRows = Plan::rows(*plan.settings());
+        QCOMPARE(planRows.size(), plan.rows(0).size() + plan.rows(1).size());
+        QCOMPARE(planRows.last().value("section").toInt(), 1);
+        QCOMPARE(planRows.last().value("title").toString(), plan.rows(1).last().title);
+        QCOMPARE(planRows.first().value("detail").toString(), plan.rows(0).first().detail);
+
+        AlertsController alerts(p.shared->userPref());
+        QAbstractItemModelTester thresholds(alerts.thresholds(),
+                                            QAbstractItemModelTester::FailureReportingMode::QtTest);
+        QCOMPARE(Plan::rows(*alerts.thresholds()).at(2).value("detail").toString(), QStringLiteral("75%"));
+        alerts.tapRow(2);
+        p.shared->userPref().setValue(Keys::alert(3), 80.0);
+        alerts.viewWillAppear();
+        QCOMPARE(Plan::rows(*alerts.thresholds()).at(2).value("detail").toString(), QStringLiteral("80%"));
+    }
+
+    void addressesPerHour()
+    {
+        Plan p;
+        p.container.clock.set(QDateTime(QDate(2026, 3, 9), QTime(20, 0)));
+        DayViewController day(p.delegate, p.delegate, QStringLiteral("P"));
+        auto *net = qobject_cast<NetViewController *>(day.child(2));
+        QAbstractItemModelTester tester(net->addresses(),
+                                        QAbstractItemModelTester::FailureReportingMode::QtTest);
+        QTRY_VERIFY(!net->busy());
+        const QList<QVariantMap> rows = Plan::rows(*net->addresses());
+        QCOMPARE(rows.size(), 2);
+        QCOMPARE(rows.at(0).value("label").toString(), QStringLiteral("198.18.0.1")); // busiest first
+        QCOMPARE(rows.at(1).value("bytes").toDouble(), 70.0);
+        QCOMPARE(rows.at(0).value("hour"), rows.at(1).value("hour"));
+        // The hours read out with their AM/PM (ICU puts a narrow space before it).
+        auto *hours = qobject_cast<TimeChartViewController *>(day.child(0));
+        QVERIFY(hours);
+        QTRY_VERIFY(!hours->busy() && hours->rowCount() == 1);
+        QCOMPARE(hours->spokenLabel(0).remove(QChar(0x202F)).remove(QLatin1Char(' ')), QStringLiteral("9AM"));
+    }
+
+    // Each figure's signal fires once when a sample changes it, and not at all when it does not.
+    void mainScreenSignalsOncePerChange()
+    {
+        Plan p;
+        p.container.interfaces.counters =
+            QList<LinkCounters>{LinkCounters{QStringLiteral("wwan0"), 1000, 1000}};
+        MainScreenController screen;
+        screen.setDelegate(&p.delegate);
+        const auto check = [&] {
+            p.delegate.checkDataUsageWithCompletionHandler(nullptr);
+            QTRY_VERIFY(!p.delegate.isCheckingUsage());
+            QCoreApplication::processEvents(); // the figures reach the main queue
+        };
+        check(); // the first sample only remembers the counters; the figures come in
+        QCOMPARE(screen.cell(), 100.0 + 500 + 900 + 3); // in and out of the three days
+        QSignalSpy usage(&screen, &MainScreenController::usageChanged);
+        QSignalSpy period(&screen, &MainScreenController::periodChanged);
+        p.container.interfaces.counters =
+            QList<LinkCounters>{LinkCounters{QStringLiteral("wwan0"), 1100, 1000}};
+        check();
+        QCOMPARE(usage.count(), 1);
+        QCOMPARE(screen.cellIn(), 1500.0 + 100);
+        check(); // nothing moved
+        QCOMPARE(usage.count(), 1);
+        QCOMPARE(period.count(), 0);
+        screen.setDelegate(nullptr);
+        QVERIFY(!p.delegate.rootController);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestModels)
+#include "tst_models.moc"

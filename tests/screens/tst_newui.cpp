@@ -1,0 +1,508 @@
+// The main screen's render rules, the theme pickers, the setup flow and the font table, on real
+// settings and stores.
+#include "core/settingskeys.h"
+#include "core/storecontext.h"
+#include "history/exportcontroller.h"
+#include "screens/donkeybounce.h"
+#include "screens/fonttable.h"
+#include "screens/newuicontroller.h"
+#include "screens/screens.h"
+#include "screens/settingscontrollers.h"
+#include "screens/setupcontroller.h"
+#include "screens/themecontrollers.h"
+#include "screens/tiltsource.h"
+#include "services/datausageappdelegate.h"
+#include "testsupport.h"
+
+#include <QFile>
+#include <QFontInfo>
+#include <QGuiApplication>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <cmath>
+
+namespace {
+
+struct Screen
+{
+    explicit Screen(const QDateTime &now = QDateTime(QDate(2026, 3, 10), QTime(14, 25)))
+        : container(now), shared(container.open()), delegate(*shared)
+    {
+        delegate.setupUserDefaultsForNewInstall();
+        shared->userPref().setValue(Keys::PREF_SHOWED_SETUP, true);
+    }
+    ~Screen()
+    {
+        if (auto c = shared->mocForActive())
+            c->performAndWait([] {});
+    }
+    // Cellular bytes in the current period, then the figures as the usage check leaves them.
+    void use(double cell, double wifi = 0)
+    {
+        auto c = shared->mocForActive();
+        c->performAndWait([&] {
+            c->insertEvent({container.clock.now().addSecs(-60), cell, 0, wifi, 0});
+            c->save();
+            delegate.readCurrentValues(c.get());
+        });
+    }
+    void setPercent(double percent) // through the cap: 1 GB used
+    {
+        shared->setForPlan(QString(), Keys::PREF_THRES_MONTHLY, 1073741824.0 * 100 / percent);
+    }
+    TestContainer container;
+    std::unique_ptr<SharedCode> shared;
+    DataUsageAppDelegate delegate;
+};
+
+QString plain(QString html)
+{
+    return html.replace(QStringLiteral("<br>"), QStringLiteral("\n"))
+        .remove(QRegularExpression(QStringLiteral("<[^>]*>")))
+        .replace(QStringLiteral("&amp;"), QStringLiteral("&"));
+}
+
+} // namespace
+
+class TestNewUI : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void percentRoundsHalfToEven_data()
+    {
+        QTest::addColumn<double>("percent");
+        QTest::addColumn<QString>("shown");
+        QTest::newRow("42.5") << 42.5 << "42";
+        QTest::newRow("43.5") << 43.5 << "44";
+        QTest::newRow("99.6") << 99.6 << "100";
+        QTest::newRow("150") << 150.0 << "150";
+    }
+    void percentRoundsHalfToEven()
+    {
+        QFETCH(double, percent);
+        QFETCH(QString, shown);
+        Screen s;
+        s.setPercent(percent);
+        s.use(1073741824.0);
+        NewUIController c;
+        c.setDelegate(&s.delegate);
+        QCOMPARE(c.percentText(), shown);
+        QCOMPARE(c.percentAccessible(), shown + QStringLiteral("% used"));
+        c.setDelegate(nullptr);
+    }
+
+    void widthFactors_data()
+    {
+        QTest::addColumn<double>("width");
+        QTest::addColumn<int>("size");
+        QTest::newRow("360") << 360.0 << 130;
+        QTest::newRow("374.9") << 374.9 << 130;
+        QTest::newRow("375") << 375.0 << 156;
+        QTest::newRow("413") << 413.0 << 156;
+        QTest::newRow("414") << 414.0 << 169;
+    }
+    void widthFactors()
+    {
+        QFETCH(double, width);
+        QFETCH(int, size);
+        Screen s;
+        NewUIController c;
+        c.setDelegate(&s.delegate);
+        c.setViewWidth(width);
+        QCOMPARE(c.percentFont().pixelSize(), size);
+        c.setDelegate(nullptr);
+    }
+
+    void daysLabel_data()
+    {
+        QTest::addColumn<QDateTime>("now");
+        QTest::addColumn<qint64>("type");
+        QTest::addColumn<QString>("expected");
+        // Monthly from the 11th: on 10 March the period ends 11 March, so its last day is today.
+        QTest::newRow("ends tomorrow")
+            << QDateTime(QDate(2026, 3, 10), QTime(14, 25)) << qint64(0) << "1 day left\nFeb 11 - Mar 10";
+        QTest::newRow("daily after midnight")
+            << QDateTime(QDate(2026, 3, 10), QTime(0, 0, 5)) << qint64(4) << "24 hours left";
+        QTest::newRow("daily at 23:59")
+            << QDateTime(QDate(2026, 3, 10), QTime(23, 59)) << qint64(4) << "1 hour left";
+    }
+    void daysLabel()
+    {
+        QFETCH(QDateTime, now);
+        QFETCH(qint64, type);
+        QFETCH(QString, expected);
+        qputenv("LANG", "en_US.UTF-8");
+        Screen s(now);
+        s.shared->setForPlan(QString(), Keys::PREF_BILLDAY, qint64(11));
+        s.shared->setForPlan(QString(), Keys::PREF_BILLTYPE, type);
+        s.shared->setForPlan(QString(), Keys::PREF_NDAYS_N, qint64(1));
+        s.shared->setForPlan(QString(), Keys::PREF_30DAY_START, QDateTime(QDate(2026, 1, 1), QTime(0, 0)));
+        s.use(1000);
+        NewUIController c;
+        c.setDelegate(&s.delegate);
+        QCOMPARE(plain(c.daysText()).replace(QStringLiteral("  "), QStringLiteral(" ")), expected);
+        c.setDelegate(nullptr);
+    }
+
+    void displays()
+    {
+        Screen s;
+        s.use(5 * 1048576.0, 7 * 1048576.0);
+        NewUIController c;
+        c.setDelegate(&s.delegate);
+        QVERIFY2(plain(c.cellText()).contains(QRegularExpression(QStringLiteral("5\\.0+\\s*MB"))),
+                 qPrintable(plain(c.cellText())));
+        QVERIFY(!c.cellText().contains(QChar(0x25BC)));
+        QVERIFY(c.forecastVisible());
+
+        s.shared->userPref().setValue(Keys::PREF_THEME_DISPLAY, qint64(NewUIController::Complete));
+        c.updateTheme();
+        QVERIFY(c.cellText().contains(QChar(0x25BC)) && c.wifiText().contains(QChar(0x25B2)));
+
+        s.shared->userPref().setValue(Keys::PREF_THEME_DISPLAY, qint64(NewUIController::Minimal));
+        c.updateTheme();
+        QVERIFY(c.cellText().isEmpty() && c.wifiText().isEmpty() && c.cellGlyph().isEmpty());
+        QVERIFY(!c.forecastVisible());
+        QVERIFY2(plain(c.daysText()).contains(QRegularExpression(QStringLiteral("^5\\.0+\\s*MB\n"))),
+                 qPrintable(plain(c.daysText())));
+        QVERIFY(plain(c.daysText()).endsWith(QStringLiteral("DAYS")));
+        c.setDelegate(nullptr);
+    }
+
+    void colours_data()
+    {
+        QTest::addColumn<qint64>("font");
+        QTest::addColumn<qint64>("color");
+        QTest::addColumn<qint64>("background");
+        QTest::addColumn<QColor>("percent");
+        QTest::addColumn<bool>("outlined");
+        QTest::addColumn<bool>("blackGradient");
+        QTest::newRow("default") << qint64(0) << qint64(0) << qint64(0) << QColor(Qt::white) << false
+                                 << false;
+        QTest::newRow("donkey") << qint64(13) << qint64(18) << qint64(0) << QColor(0, 255, 255) << true
+                                << false;
+        QTest::newRow("snow") << qint64(14) << qint64(19) << qint64(1) << QColor(Qt::white) << false << false;
+        // Black background: black gradient, the bright form of the forecast colour (safe: 0x98D957).
+        QTest::newRow("black") << qint64(0) << qint64(0) << qint64(1)
+                               << QColor::fromHsvF(QColor(0x98, 0xD9, 0x57).hsvHueF(),
+                                                   QColor(0x98, 0xD9, 0x57).hsvSaturationF(),
+                                                   std::min(1.0f, QColor(0x98, 0xD9, 0x57).valueF() * 1.1f))
+                               << false << true;
+        QTest::newRow("palette 20") << qint64(0) << qint64(20) << qint64(0) << QColor(Qt::white) << false
+                                    << true;
+    }
+    void colours()
+    {
+        QFETCH(qint64, font);
+        QFETCH(qint64, color);
+        QFETCH(qint64, background);
+        QFETCH(QColor, percent);
+        QFETCH(bool, outlined);
+        QFETCH(bool, blackGradient);
+        Screen s;
+        s.use(1000);
+        SettingsDomain &pref = s.shared->userPref();
+        pref.setValue(Keys::PREF_THEME_FONT, font);
+        pref.setValue(Keys::PREF_THEME_COLOR, color);
+        pref.setValue(Keys::PREF_THEME_BACKGROUND, background);
+        NewUIController c;
+        c.setDelegate(&s.delegate);
+        c.viewDidAppear();
+        QCOMPARE(c.percentColor().rgb(), percent.rgb());
+        QCOMPARE(c.percentOutlined(), outlined);
+        const QColor middle = c.gradientColors().at(7).value<QColor>();
+        QCOMPARE(middle.rgb() == QColor(Qt::black).rgb(), blackGradient);
+        c.setDelegate(nullptr);
+    }
+
+    void gradientAndSnowPalettes()
+    {
+        const NewUIController::Gradient red = NewUIController::colorArrayWithHexColor(0xFF0000);
+        for (int i = 0; i < NewUIController::kStops; ++i) {
+            const double x = i / 7.0 - 1;
+            QVERIFY(std::abs(red[size_t(i)].redF() - (1 - 0.5 * x * x)) < 1.0 / 65535);
+            QCOMPARE(red[size_t(i)].greenF(), 0.0f);
+        }
+        QCOMPARE(NewUIController::colorArrayWithHexColor(0)[7].rgb(), QColor(Qt::black).rgb());
+        // (34 + 73i/10, 31 + 25i/10, 75 + i) for ten stops, then four up to (181, 82, 95), the first twice.
+        const NewUIController::Gradient snow = NewUIController::colorArrayForSnow();
+        const QList<QRgb> expected = {
+            qRgb(34, 31, 75), qRgb(34, 31, 75),  qRgb(41, 33, 76),  qRgb(48, 36, 77),  qRgb(55, 38, 78),
+            qRgb(63, 41, 79), qRgb(70, 43, 80),  qRgb(77, 46, 81),  qRgb(85, 48, 82),  qRgb(92, 51, 83),
+            qRgb(99, 53, 84), qRgb(107, 56, 85), qRgb(131, 64, 88), qRgb(156, 73, 91), qRgb(181, 82, 95)};
+        for (int i = 0; i < NewUIController::kStops; ++i)
+            QCOMPARE(snow[size_t(i)].rgb(), expected[i]);
+    }
+
+    void swipes_data()
+    {
+        QTest::addColumn<double>("dx");
+        QTest::addColumn<double>("dy");
+        QTest::addColumn<int>("history");
+        QTest::addColumn<int>("settings");
+        QTest::newRow("up 10") << 0.0 << -10.0 << 0 << 0;
+        QTest::newRow("up 11") << 0.0 << -11.0 << 1 << 0;
+        QTest::newRow("down") << 0.0 << -11.0 * -1 << 0 << 0;
+        QTest::newRow("up 45 degrees") << -20.0 << -20.0 << 0 << 0;
+        QTest::newRow("up steep") << 5.0 << -20.0 << 1 << 0;
+        QTest::newRow("left 10") << -10.0 << 0.0 << 0 << 0;
+        QTest::newRow("left 11") << -11.0 << 0.0 << 0 << 1;
+        QTest::newRow("right") << 30.0 << 0.0 << 0 << 0;
+        QTest::newRow("left shallow") << -30.0 << 5.0 << 0 << 1;
+    }
+    void swipes()
+    {
+        QFETCH(double, dx);
+        QFETCH(double, dy);
+        QFETCH(int, history);
+        QFETCH(int, settings);
+        Screen s;
+        NewUIController c;
+        c.setDelegate(&s.delegate);
+        QSignalSpy more(&c, &NewUIController::showMoreRequested);
+        QSignalSpy settingsSpy(&c, &NewUIController::showSettingsRequested);
+        c.handlePan(dx, dy);
+        c.handlePan(dx, dy); // when a screen came up, the rest of the drag does nothing
+        QCOMPARE(more.size(), history);
+        QCOMPARE(settingsSpy.size(), settings);
+        c.setDelegate(nullptr);
+    }
+
+    void shortcuts()
+    {
+        Screen s;
+        NewUIController c;
+        c.setDelegate(&s.delegate);
+        QSignalSpy more(&c, &NewUIController::showMoreRequested);
+        QSignalSpy settings(&c, &NewUIController::showSettingsRequested);
+        c.handleShortcuts(QStringLiteral("SHORTCUTS_UNKNOWN"));
+        QCOMPARE(more.size() + settings.size(), 0);
+        QVERIFY(!c.isPresenting());
+        c.handleShortcuts(QStringLiteral("SHORTCUTS_DATAPLAN"));
+        QCOMPARE(settings.size(), 1);
+        QCOMPARE(settings.at(0).at(0).toString(), QStringLiteral("dataplan"));
+        c.setDelegate(nullptr);
+    }
+
+    void noRenderWithoutPeriod()
+    {
+        Screen s;
+        NewUIController c;
+        QSignalSpy rendered(&c, &NewUIController::rendered);
+        c.setDelegate(&s.delegate); // no figures read yet: no dates
+        QCOMPARE(rendered.size(), 0);
+        QVERIFY(c.lastRecord().isEmpty());
+        s.use(100);
+        c.reloadValues();
+        QCOMPARE(rendered.size(), 1);
+        QCOMPARE(c.lastRecord().size(), 5);
+        c.setDelegate(nullptr);
+    }
+
+    void setupShowsUntilFinished()
+    {
+        Screen s;
+        s.shared->userPref().setValue(Keys::PREF_SHOWED_SETUP, false);
+        s.use(50 * 1048576.0); // usage before setup: the reset takes it away
+        NewUIController c;
+        c.setDelegate(&s.delegate);
+        QCOMPARE(c.whatToPop(), 1);
+        SetupController setup(s.delegate);
+        QObject::connect(&setup, &SetupController::finished, &c, &NewUIController::dismissedSetupMigrate);
+        setup.next();
+        setup.billdate()->selectRow(4);
+        setup.next();
+        setup.allow()->setText(QStringLiteral("2,5"));
+        setup.allow()->setUnitIndex(1);
+        setup.next();
+        setup.existing()->setText(QStringLiteral("300"));
+        setup.next();
+        QCOMPARE(setup.screen(), QStringLiteral("FinishController"));
+        setup.next();
+        QCOMPARE(c.whatToPop(), 0);
+        QVERIFY(s.shared->userPref().boolForKey(Keys::PREF_SHOWED_SETUP));
+        QCOMPARE(s.shared->getForPlan(QString(), Keys::PREF_BILLDAY).toLongLong(), 5);
+        QCOMPARE(s.shared->getForPlan(QString(), Keys::PREF_THRES_MONTHLY).toDouble(),
+                 std::floor(2.5 * 1073741824));
+        QCOMPARE(s.delegate.values().monthCell, 300 * 1048576.0);
+        c.setDelegate(nullptr);
+    }
+
+    void pickersStoreTheirValues()
+    {
+        Screen s;
+        FontController fonts(*s.shared);
+        QCOMPARE(fonts.rowCount(), 17);
+        const QList<int> order = {0, 1, 15, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 16, 13, 14};
+        for (int i = 0; i < 17; ++i)
+            QCOMPARE(fonts.row(i).value, order[i]);
+        QSignalSpy back(&fonts, &PickerController::goBack);
+        fonts.choose(15); // DONKEY Bounce brings its colours
+        QCOMPARE(back.size(), 1);
+        QCOMPARE(s.shared->userPref().integerForKey(Keys::PREF_THEME_COLOR), 18);
+        fonts.choose(3); // another font leaves the colour
+        QCOMPARE(s.shared->userPref().integerForKey(Keys::PREF_THEME_COLOR), 18);
+
+        DisplayController display(*s.shared);
+        QCOMPARE(display.row(0).value, 1);
+        display.choose(2);
+        QCOMPARE(s.shared->userPref().integerForKey(Keys::PREF_THEME_DISPLAY), 2);
+        QCOMPARE(display.checkedRow(), 2);
+        ColorsController colours(*s.shared);
+        QCOMPARE(colours.rowCount(), 25);
+        QCOMPARE(colours.swatchWidth(400), 60);
+        QCOMPARE(colours.swatchHeight(100), 68);
+    }
+
+    void settingsRoot()
+    {
+        Screen s;
+        s.shared->setForPlan(QString(), Keys::PREF_PLAN_LABEL, QStringLiteral("Phone"));
+        // Every row's screen can be made except one this build is taken not to have.
+        SettingsNewController c(*s.shared, [](const QString &screen) {
+            return Screens::canCreate(screen) && screen != QLatin1StringView("ResetController");
+        });
+        const struct
+        {
+            int section;
+            const char *title;
+            const char *opens;
+            bool enabled;
+        } expected[] = {{0, "Data Plan", "SelectPlanController", true},
+                        {1, "Advanced", "ResetController", false},
+                        {1, "Usage Alerts", "AlertsController", true},
+                        {1, "Export Statistics", "ExportController", true},
+                        {1, "Theme", "ThemeController", true},
+                        {2, "Share Screenshot", "ShareScreenshot", true},
+                        {2, "About", "AboutController", true}};
+        QCOMPARE(c.menuRows().size(), std::size(expected));
+        for (size_t i = 0; i < std::size(expected); ++i) {
+            const MenuController::Row &r = c.menuRows()[i];
+            QCOMPARE(r.section, expected[i].section);
+            QCOMPARE(r.title, QLatin1StringView(expected[i].title));
+            QCOMPARE(r.opens, QLatin1StringView(expected[i].opens));
+            QCOMPARE(r.enabled, expected[i].enabled);
+        }
+        QCOMPARE(c.menuRows()[0].detail, QStringLiteral("Phone"));
+        QSignalSpy open(&c, &MenuController::open);
+        c.tapRow(1); // disabled: nothing opens
+        c.tapRow(4);
+        QCOMPARE(open.size(), 1);
+        QCOMPARE(open.at(0).at(0).toString(), QStringLiteral("ThemeController"));
+        s.shared->setForPlan(QString(), Keys::PREF_PLAN_LABEL, QStringLiteral("Travel"));
+        c.viewWillAppear();
+        QCOMPARE(c.menuRows()[0].detail, QStringLiteral("Travel"));
+    }
+
+    void exportScreen()
+    {
+        QTemporaryDir data;
+        qputenv("XDG_DATA_HOME", QFile::encodeName(data.path()));
+        Screen s;
+        Screens screens(s.delegate, {});
+        std::unique_ptr<QObject> made(screens.create(QStringLiteral("ExportController")));
+        auto *e = qobject_cast<ExportController *>(made.get());
+        QVERIFY(e);
+        QCOMPARE(screens.pageFor(QStringLiteral("ExportController")), QStringLiteral("ExportPage.qml"));
+        QCOMPARE(e->rowTexts(),
+                 (QStringList{QStringLiteral("Most Recent"), QStringLiteral("Last 3 Months"),
+                              QStringLiteral("Last 6 Months"), QStringLiteral("Last 12 Months")}));
+        QSignalSpy leave(e, &ExportController::leave);
+        QSignalSpy alert(e, &ExportController::alert);
+        QSignalSpy exported(e, &ExportController::exported);
+        e->tapRow(0); // nothing stored yet
+        QCOMPARE(e->runningRow(), 0);
+        e->tapRow(1); // ignored while one runs
+        QVERIFY(alert.wait(5000));
+        QCOMPARE(alert.at(0).at(0).toString(), QStringLiteral("No statistics to export."));
+        QCOMPARE(leave.size(), 1);
+        QCOMPARE(e->runningRow(), -1);
+
+        s.use(1000, 2000);
+        e->tapRow(1);
+        QVERIFY(exported.wait(5000));
+        QCOMPARE(leave.size(), 2);
+        QFile file(exported.at(0).at(0).toString());
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        QVERIFY(file.readAll().contains(",1000,0,2000,0]"));
+        qunsetenv("XDG_DATA_HOME");
+    }
+
+    void fontsResolveToTheirFamilies()
+    {
+        for (int row = 0; row < FontTable::kRows; ++row) {
+            for (int role = 0; role < FontTable::kRoles; ++role) {
+                const FontTable::Entry *e = FontTable::entry(row, role);
+                const QFont font = FontTable::fontOf(*e);
+                // A family more than one foundry provides is named with its foundry: "Nimbus Sans [urw]".
+                const QString drawn =
+                    QFontInfo(font).family().remove(QRegularExpression(QStringLiteral("\\s*\\[.*\\]$")));
+                QVERIFY2(
+                    drawn == FontTable::familyOf(*e),
+                    qPrintable(QStringLiteral("row %1 role %2: %3 is drawn in %4 (is its package installed?)")
+                                   .arg(row)
+                                   .arg(role)
+                                   .arg(FontTable::familyOf(*e), QFontInfo(font).family())));
+            }
+        }
+    }
+
+    void parallaxFollowsTiltAgainstIt_data()
+    {
+        QTest::addColumn<double>("y");
+        QTest::addColumn<double>("z");
+        QTest::addColumn<double>("tilt");
+        QTest::newRow("upright") << 9.81 << 0.0 << -1.0;
+        QTest::newRow("45 degrees") << 6.9367 << 6.9367 << 0.0;
+        QTest::newRow("flat") << 0.0 << 9.81 << 1.0;
+        QTest::newRow("face down") << 0.0 << -9.81 << -1.0;
+    }
+    void parallaxFollowsTiltAgainstIt()
+    {
+        QFETCH(double, y);
+        QFETCH(double, z);
+        QFETCH(double, tilt);
+        QVERIFY(std::abs(TiltSource::tiltFor(y, z) - tilt) < 1e-4);
+        Screen s;
+        NewUIController c;
+        c.setDelegate(&s.delegate);
+        c.setViewHeight(720);
+        QCOMPARE(c.parallaxOffset(tilt), 0.0); // not active yet
+        s.delegate.applicationState = DataUsageAppDelegate::Active;
+        c.applicationStateChanged();
+        QCOMPARE(c.parallaxOffset(-1), 144.0);
+        QCOMPARE(c.parallaxOffset(1), -144.0);
+        // Qt's stand-in backends never count as the device's sensor.
+        QVERIFY(!TiltSource::deviceAccelerometer().startsWith("dummy."));
+        c.setDelegate(nullptr);
+    }
+
+    void donkeyBouncesElastically()
+    {
+        DonkeyBounce d;
+        d.fix(3, 45);
+        d.start(300, 600, 50, 95);
+        QCOMPARE(d.x(), 300 + 200 - 50.0);
+        QCOMPARE(d.y(), 600 + 200 - 50.0);
+        const double speed = std::hypot(d.vx(), d.vy());
+        QCOMPARE(speed, 900.0);
+        for (int i = 0; i < 600; ++i) {
+            d.step(1.0 / 60);
+            QVERIFY(d.x() >= 25 && d.x() <= d.boxWidth() - 25);
+            QVERIFY(d.y() >= 25 && d.y() <= d.boxHeight() - 25);
+        }
+        QCOMPARE(std::hypot(d.vx(), d.vy()), speed); // no friction, no drag
+    }
+};
+
+int main(int argc, char **argv)
+{
+    QGuiApplication app(argc, argv);
+    TestNewUI test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "tst_newui.moc"

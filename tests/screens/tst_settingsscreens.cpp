@@ -1,0 +1,573 @@
+// The settings screens' controllers on a real container: the rows each shows, in order, and the
+// keys each writes. The background row also against a stand-in of the user's service manager on a
+// private session bus (run by tests/e2e/session.py).
+#include "core/settingskeys.h"
+#include "core/storecontext.h"
+#include "history/exportcontroller.h"
+#include "platform/dbus/systemdusermanager.h"
+#include "screens/advancedcontrollers.h"
+#include "screens/desktopshell.h"
+#include "screens/planeditors.h"
+#include "screens/planpickers.h"
+#include "services/datausageappdelegate.h"
+#include "testsupport.h"
+
+#include <QDBusConnection>
+#include <QDBusConnectionInterface>
+#include <QDBusMessage>
+#include <QProcess>
+#include <QSignalSpy>
+#include <QTest>
+
+#include <cmath>
+
+namespace {
+
+struct Plans
+{
+    Plans() : shared(container.open()), delegate(*shared)
+    {
+        delegate.setupUserDefaultsForNewInstall();
+        plan = shared->activePlanID();
+    }
+    ~Plans()
+    {
+        if (auto context = shared->mocForActive())
+            context->performAndWait([] {});
+    }
+    QVariant get(const char *key) const { return shared->getForPlan(plan, QString::fromLatin1(key)); }
+    void set(const char *key, const QVariant &value)
+    {
+        shared->setForPlan(plan, QString::fromLatin1(key), value);
+    }
+    QDateTime midnight() const { return shared->todayAtZeroHour(); }
+
+    TestContainer container; // now: 10 March 2026, 14:25
+    std::unique_ptr<SharedCode> shared;
+    DataUsageAppDelegate delegate;
+    QString plan;
+};
+
+QStringList titles(const MenuController &c)
+{
+    QStringList t;
+    for (const MenuController::Row &r : c.menuRows())
+        t.append(r.title);
+    return t;
+}
+
+QList<int> checked(const MenuController &c)
+{
+    QList<int> rows;
+    for (size_t i = 0; i < c.menuRows().size(); ++i) {
+        if (c.menuRows()[i].on)
+            rows.append(int(i));
+    }
+    return rows;
+}
+
+struct FakeShell : DesktopShell
+{
+    bool openUrl(const QUrl &url) override
+    {
+        opened.append(url);
+        return true;
+    }
+    bool showFile(const QString &path) override
+    {
+        shown.append(path);
+        return false;
+    }
+    void copyImage(const QImage &image) override { copied = image; }
+    QString picturesFolder() override { return folder; }
+    QList<QUrl> opened;
+    QStringList shown;
+    QImage copied;
+    QString folder;
+};
+
+struct FakeMail : MailComposer
+{
+    bool canSendMail() override { return true; }
+    bool compose(const QString &subject, const QString &body, const QString &file,
+                 const QString &name) override
+    {
+        sent = {subject, body, file, name};
+        return true;
+    }
+    QStringList sent;
+};
+
+struct FakeServices : UserServiceManager
+{
+    State backgroundRefresh() override { return state; }
+    bool enableBackgroundRefresh(QString *error) override
+    {
+        if (!refusal.isEmpty()) {
+            *error = refusal;
+            return false;
+        }
+        state.on = true;
+        return true;
+    }
+    State state;
+    QString refusal;
+};
+
+} // namespace
+
+class TestSettingsScreens : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase() { qputenv("TZ", "UTC"); }
+
+    // Each wheel: its rows, the title and footer, and what choosing a row stores.
+    void wheels_data()
+    {
+        QTest::addColumn<QString>("screen");
+        QTest::addColumn<int>("rows");
+        QTest::addColumn<QString>("first");
+        QTest::addColumn<int>("chosen");
+        QTest::addColumn<QString>("key");
+        QTest::addColumn<qint64>("stored");
+        QTest::newRow("bill day 31") << "BilldateController" << 31 << "1" << 30 << "PREF_BILLDAY"
+                                     << qint64(31);
+        QTest::newRow("N = 180") << "NDayController" << 180 << "1" << 179 << "PREF_NDAYS_N" << qint64(180);
+        QTest::newRow("N = 1") << "NDayController" << 180 << "1" << 0 << "PREF_NDAYS_N" << qint64(1);
+        QTest::newRow("weekly from Tuesday")
+            << "PickerWeekController" << 7 << "Sunday" << 2 << "PREF_WEEK_START" << qint64(3);
+    }
+    void wheels()
+    {
+        QFETCH(QString, screen);
+        QFETCH(int, rows);
+        QFETCH(QString, first);
+        QFETCH(int, chosen);
+        QFETCH(QString, key);
+        QFETCH(qint64, stored);
+        Plans p;
+        std::unique_ptr<RowPickerController> c;
+        if (screen == QLatin1StringView("BilldateController"))
+            c = std::make_unique<BilldateController>(*p.shared, p.plan);
+        else if (screen == QLatin1StringView("NDayController"))
+            c = std::make_unique<NDayController>(*p.shared, p.plan);
+        else
+            c = std::make_unique<PickerWeekController>(*p.shared);
+        QCOMPARE(c->rows().size(), rows);
+        QCOMPARE(c->rows().first(), first);
+        QVERIFY(!c->footer().isEmpty());
+        c->selectRow(chosen);
+        QCOMPARE(c->selectedRow(), chosen);
+        const bool global = key == QLatin1StringView("PREF_WEEK_START");
+        const QVariant value = global ? p.shared->userPref().value(key) : p.shared->getForPlan(p.plan, key);
+        QCOMPARE(value.toLongLong(), stored);
+        // Rows off the wheel store nothing.
+        c->selectRow(rows);
+        c->selectRow(-1);
+        QCOMPARE(c->selectedRow(), chosen);
+        if (global)
+            QCOMPARE(c->summary(), QStringLiteral("Every Tuesday"));
+    }
+
+    void startDate()
+    {
+        Plans p;
+        p.set("PREF_30DAY_START", QDateTime(QDate(2026, 1, 20), QTime()));
+        Picker2DateController c(*p.shared, p.plan);
+        QCOMPARE(c.date(), QDate(2026, 1, 20));
+        QCOMPARE(c.shownMonthTitle(), QStringLiteral("January 2026"));
+        QCOMPARE(c.maximumDate(), QDate(2026, 3, 10));
+        // A 30-day anchor of today, stored as today's midnight.
+        c.setDate(QDate(2026, 3, 10));
+        QCOMPARE(p.get("PREF_30DAY_START").toDateTime(), p.midnight());
+        QVERIFY(!c.canShowNextMonth());
+        c.showNextMonth();
+        QCOMPARE(c.shownMonth(), 2); // March
+        // Never a date after today.
+        QVERIFY(!c.isSelectable(QDate(2026, 3, 11)));
+        c.setDate(QDate(2026, 4, 1));
+        QCOMPARE(c.date(), QDate(2026, 3, 10));
+        c.moveBy(-7);
+        QCOMPARE(p.get("PREF_30DAY_START").toDateTime(), QDateTime(QDate(2026, 3, 3), QTime()));
+        c.showPreviousMonth();
+        QCOMPARE(c.shownMonth(), 1);
+        QVERIFY(c.canShowNextMonth());
+    }
+
+    void amounts_data()
+    {
+        QTest::addColumn<bool>("rollover");
+        QTest::addColumn<QString>("typed");
+        QTest::addColumn<int>("unit");
+        QTest::addColumn<bool>("stored");
+        QTest::addColumn<double>("bytes");
+        QTest::addColumn<QString>("shown");
+        QTest::newRow("cap 1,5 GB") << false << "1,5" << 1 << true << std::floor(1.5 * 1073741824) << "1.5";
+        QTest::newRow("cap 0 ignored") << false << "0" << 1 << false << 0.0 << "";
+        QTest::newRow("cap empty ignored") << false << "" << 0 << false << 0.0 << "";
+        QTest::newRow("cap 0.001 MB") << false << "0.001" << 0 << true << 1048.0 << "0.001";
+        QTest::newRow("rollover 0") << true << "0" << 0 << true << 0.0 << "0";
+        QTest::newRow("rollover 12.5 MB") << true << "12.5" << 0 << true << 13107200.0 << "12.5";
+        QTest::newRow("rollover empty ignored") << true << "" << 0 << false << 0.0 << "";
+    }
+    void amounts()
+    {
+        QFETCH(bool, rollover);
+        QFETCH(QString, typed);
+        QFETCH(int, unit);
+        QFETCH(bool, stored);
+        QFETCH(double, bytes);
+        QFETCH(QString, shown);
+        Plans p;
+        const char *bytesKey = rollover ? "PREF_ROLLOVER_AMOUNT" : "PREF_THRES_MONTHLY";
+        const char *displayKey = rollover ? "PREF_ROLLOVER_DISPLAY" : "PREF_DATA_DISPLAY_CAP";
+        const QVariant before = p.get(bytesKey);
+        bool closed = false;
+        if (rollover) {
+            RolloverAmountController c(*p.shared, p.plan);
+            c.setText(typed);
+            c.setUnitIndex(unit);
+            closed = c.close();
+        } else {
+            AllowController c(*p.shared, p.plan);
+            QCOMPARE(c.text(), QStringLiteral("2")); // shown from the stored cap
+            c.setText(typed);
+            c.setUnitIndex(unit);
+            closed = c.close();
+        }
+        QCOMPARE(closed, stored);
+        if (!stored) {
+            QCOMPARE(p.get(bytesKey), before);
+            return;
+        }
+        QCOMPARE(p.get(bytesKey).toDouble(), bytes);
+        QCOMPARE(p.get(displayKey).toList(), (QVariantList{shown, qint64(unit)}));
+        if (rollover)
+            QCOMPARE(p.get("PREF_ROLLOVER_TIMESTAMP").toDateTime(), p.container.clock.now());
+    }
+
+    void label()
+    {
+        Plans p;
+        LabelController c(*p.shared, p.plan);
+        QCOMPARE(c.text(), p.get("PREF_PLAN_LABEL").toString());
+        c.setText(QString());
+        QVERIFY(!c.close());
+        QVERIFY(!p.get("PREF_PLAN_LABEL").toString().isEmpty());
+        c.setText(QStringLiteral("Work SIM"));
+        QVERIFY(c.close());
+        QCOMPARE(p.get("PREF_PLAN_LABEL").toString(), QStringLiteral("Work SIM"));
+    }
+
+    // The layouts by plan type, and what choosing each row stores.
+    void planType_data()
+    {
+        QTest::addColumn<int>("type");
+        QTest::addColumn<QStringList>("rows");
+        QTest::addColumn<int>("checkedRow");
+        const QStringList current{"Monthly", "N Days"};
+        const QStringList legacy{"Monthly", "30 Days", "28 Days", "Weekly"};
+        QTest::newRow("monthly") << 0 << current << 0;
+        QTest::newRow("30 days") << 1 << legacy << 1;
+        QTest::newRow("weekly") << 2 << legacy << 3;
+        QTest::newRow("28 days") << 3 << legacy << 2;
+        QTest::newRow("N days") << 4 << (current + QStringList{"N"}) << 1;
+    }
+    void planType()
+    {
+        QFETCH(int, type);
+        QFETCH(QStringList, rows);
+        QFETCH(int, checkedRow);
+        Plans p;
+        p.set("PREF_BILLTYPE", qint64(type));
+        p.set("PREF_NDAYS_N", qint64(45));
+        PlantypeController c(*p.shared, p.plan);
+        QCOMPARE(c.legacyLayout(), type >= 1 && type <= 3);
+        QCOMPARE(titles(c), rows);
+        QCOMPARE(checked(c), QList<int>{checkedRow});
+        if (type == 4) {
+            QCOMPARE(c.menuRows()[2].detail, QStringLiteral("45"));
+            QSignalSpy open(&c, &MenuController::open);
+            c.tapRow(2);
+            QCOMPARE(open.value(0).value(0).toString(), QStringLiteral("NDayController"));
+        }
+    }
+
+    void choosingPlanTypes()
+    {
+        {
+            // N Days for the first time: N = 30 from today.
+            Plans p;
+            PlantypeController c(*p.shared, p.plan);
+            QCOMPARE(c.footer(0), QStringLiteral("Choose your data plan type."));
+            c.tapRow(1);
+            QCOMPARE(p.get("PREF_BILLTYPE").toLongLong(), 4);
+            QCOMPARE(p.get("PREF_NDAYS_N").toLongLong(), 30);
+            QCOMPARE(p.get("PREF_30DAY_START").toDateTime(), p.midnight());
+            QCOMPARE(titles(c), (QStringList{"Monthly", "N Days", "N"}));
+            QCOMPARE(c.footer(1), QStringLiteral("Number of days in one billing period."));
+            c.tapRow(0);
+            QCOMPARE(p.get("PREF_BILLTYPE").toLongLong(), 0);
+            QCOMPARE(titles(c), (QStringList{"Monthly", "N Days"}));
+        }
+        {
+            // N Days again for a plan whose N is set: N and the anchor stay.
+            Plans p;
+            const QDateTime anchor(QDate(2026, 1, 5), QTime());
+            p.set("PREF_NDAYS_N", qint64(12));
+            p.set("PREF_30DAY_START", anchor);
+            PlantypeController c(*p.shared, p.plan);
+            c.tapRow(1);
+            QCOMPARE(p.get("PREF_NDAYS_N").toLongLong(), 12);
+            QCOMPARE(p.get("PREF_30DAY_START").toDateTime(), anchor);
+        }
+        {
+            // The early layout goes back after a choice; 30 Days gets an anchor, Weekly a start day.
+            Plans p;
+            p.set("PREF_BILLTYPE", qint64(2));
+            PlantypeController c(*p.shared, p.plan);
+            QSignalSpy back(&c, &MenuController::goBack);
+            c.tapRow(1);
+            QCOMPARE(p.get("PREF_BILLTYPE").toLongLong(), 1);
+            QCOMPARE(p.get("PREF_30DAY_START").toDateTime(), p.midnight());
+            QCOMPARE(back.size(), 1);
+            p.shared->userPref().setValue(Keys::PREF_WEEK_START, qint64(0));
+            c.tapRow(3);
+            QCOMPARE(p.get("PREF_BILLTYPE").toLongLong(), 2);
+            QCOMPARE(p.shared->userPref().integerForKey(Keys::PREF_WEEK_START), 1);
+            c.tapRow(2);
+            QCOMPARE(p.get("PREF_BILLTYPE").toLongLong(), 3);
+            QCOMPARE(back.size(), 3);
+        }
+    }
+
+    void rolloverAndTethering()
+    {
+        Plans p;
+        // Last period (February) used 500 MB of the 2 GB cap.
+        auto context = p.delegate.mocForPlan(p.plan);
+        onQueue(*context, [&] {
+            context->insertEvent({QDateTime(QDate(2026, 2, 14), QTime(9, 0)), 500 * 1048576.0, 0, 0, 0});
+            return context->save();
+        });
+        RolloverController r(p.delegate, p.plan);
+        QCOMPARE(titles(r), QStringList{"Rollover Data"});
+        QCOMPARE(r.footer(0), QStringLiteral("Explain_Rollover"));
+        QSignalSpy computed(&r, &RolloverController::rolloverComputed);
+        r.setSwitch(0, true);
+        QVERIFY(p.get("PREF_ROLLOVER_ON").toBool());
+        QVERIFY(computed.wait());
+        QCOMPARE(p.get("PREF_ROLLOVER_AMOUNT").toDouble(), 1548 * 1048576.0);
+        QCOMPARE(titles(r), (QStringList{"Rollover Data", "Rollover Amount"}));
+        QCOMPARE(r.menuRows()[1].detail, QStringLiteral("1548 MB"));
+        QCOMPARE(r.menuRows()[1].opens, QStringLiteral("RolloverAmountController"));
+        r.setSwitch(0, false);
+        QVERIFY(!p.get("PREF_ROLLOVER_ON").toBool());
+        QCOMPARE(p.get("PREF_ROLLOVER_AMOUNT").toDouble(), 1548 * 1048576.0); // kept, unused
+        QCOMPARE(titles(r), QStringList{"Rollover Data"});
+
+        TetheringController t(*p.shared, p.plan);
+        QCOMPARE(titles(t), QStringList{"Alternate Tethering"});
+        QCOMPARE(checked(t), QList<int>{});
+        t.setSwitch(0, true);
+        QVERIFY(p.shared->isTrackTetherForPlan(p.plan));
+        QCOMPARE(checked(t), QList<int>{0});
+    }
+
+    void advanced()
+    {
+        Plans p;
+        FakeServices services;
+        ResetController c(p.delegate, &services);
+        QCOMPARE(titles(c), (QStringList{"Background App Refresh", "Percentage Badge", "Map Usage",
+                                         "Siri Shortcut", "Add Cellular Usage", "Reset Current Statistics"}));
+        QList<int> sections;
+        for (const MenuController::Row &r : c.menuRows())
+            sections.append(r.section);
+        QCOMPARE(sections, (QList<int>{0, 1, 2, 3, 4, 4}));
+        QCOMPARE(c.menuRows()[0].detail, QStringLiteral("Off"));
+        QCOMPARE(c.footer(0), QStringLiteral("Tap to go to iOS Settings to turn on."));
+
+        // Tapping while off turns the service on and says so.
+        QSignalSpy said(&c, &MenuController::message);
+        c.tapRow(0);
+        QCOMPARE(said.size(), 1);
+        QCOMPARE(c.menuRows()[0].detail, QStringLiteral("On"));
+        QCOMPARE(c.footer(0), QStringLiteral("Refresh usage statistics in the background."));
+        c.tapRow(0); // on: nothing to do
+        QCOMPARE(said.size(), 1);
+        services.state = {false, QStringLiteral("no manager here")};
+        services.refusal = QStringLiteral("refused");
+        c.viewWillAppear();
+        QVERIFY(!c.menuRows()[0].enabled);
+        QCOMPARE(c.footer(0), QStringLiteral("no manager here"));
+
+        c.setSwitch(ResetController::BadgeRow, true);
+        QVERIFY(p.shared->userPref().boolForKey(Keys::PREF_V7_BADGE));
+        QCOMPARE(checked(c), QList<int>{ResetController::BadgeRow});
+        // Map Usage off leaves the map's hint; on, the hint has been followed and goes.
+        c.setSwitch(ResetController::MapRow, false);
+        QVERIFY(!p.shared->userPref().boolForKey(Keys::PREF_GEO_HIDE_HINT));
+        c.setSwitch(ResetController::MapRow, true);
+        QVERIFY(p.shared->userPref().boolForKey(Keys::PREF_V7_GEO));
+        QVERIFY(p.shared->userPref().boolForKey(Keys::PREF_GEO_HIDE_HINT));
+        c.setSwitch(ResetController::MapRow, false);
+        QVERIFY(p.shared->userPref().boolForKey(Keys::PREF_GEO_HIDE_HINT));
+        QCOMPARE(checked(c), QList<int>{ResetController::BadgeRow});
+
+        // Reset asks first; only its destructive answer deletes the period's records.
+        p.delegate.addUsageToCurrent(1000);
+        p.delegate.readActivePlanValuesNow();
+        QSignalSpy asked(&c, &MenuController::ask);
+        QSignalSpy back(&c, &MenuController::goBack);
+        c.answer(0); // nothing was asked
+        QCOMPARE(back.size(), 0);
+        c.tapRow(ResetController::ResetRow);
+        const QVariantMap question = asked.value(0).value(0).toMap();
+        QCOMPARE(question.value("message").toString(),
+                 QStringLiteral("This will delete current usage statistics."));
+        QCOMPARE(question.value("actions").toList().value(0).toMap().value("style").toInt(),
+                 int(AlertAction::Destructive));
+        c.answer(1);
+        QCOMPARE(back.size(), 0);
+        c.tapRow(ResetController::ResetRow);
+        c.answer(0);
+        QCOMPARE(back.size(), 1);
+        auto context = p.shared->mocForActive();
+        QCOMPARE(onQueue(*context,
+                         [&] {
+                             return context->sum(p.midnight().addDays(-40), p.midnight().addDays(40))->cellIn;
+                         }),
+                 0.0);
+
+        QSignalSpy open(&c, &MenuController::open);
+        c.tapRow(ResetController::AddRow);
+        QCOMPARE(open.value(0).value(0).toString(), QStringLiteral("AddController"));
+    }
+
+    void aboutAndShare()
+    {
+        FakeShell shell;
+        AboutController about(&shell);
+        QCOMPARE(titles(about), (QStringList{"Get Support", "See More Apps", "Like Tallymo"}));
+        for (int row = 0; row < 3; ++row)
+            about.tapRow(row);
+        QCOMPARE(shell.opened, (QList<QUrl>{WebPages::support(), WebPages::moreApps(), WebPages::product()}));
+        AboutController nowhere(nullptr);
+        QVERIFY(!nowhere.menuRows()[0].enabled);
+
+        // The status bar's 20 points go, at the screen's scale.
+        QImage screen(100, 200, QImage::Format_RGB32);
+        screen.fill(Qt::red);
+        for (int y = 0; y < 40; ++y)
+            for (int x = 0; x < 100; ++x)
+                screen.setPixel(x, y, qRgb(0, 0, 255));
+        QCOMPARE(ShareController::withoutStatusBar(screen, 2).size(), QSize(100, 160));
+        QCOMPARE(ShareController::withoutStatusBar(screen, 2).pixel(0, 0), qRgb(255, 0, 0));
+        QCOMPARE(ShareController::withoutStatusBar(screen, 1).pixel(0, 0), qRgb(0, 0, 255));
+
+        QTemporaryDir pictures;
+        shell.folder = pictures.filePath(QStringLiteral("Pictures"));
+        FakeMail mail;
+        ShareController share(screen, 2, shell.folder, &shell, &mail,
+                              QDateTime(QDate(2026, 3, 10), QTime(14, 25, 7)));
+        QCOMPARE(share.path(), shell.folder + QStringLiteral("/Tallymo 2026-03-10 14.25.07.png"));
+        QCOMPARE(QImage(share.path()).size(), QSize(100, 160));
+        QCOMPARE(titles(share), (QStringList{"Copy Image", "Send by Mail", "Show in Files"}));
+        share.tapRow(0);
+        QCOMPARE(shell.copied.size(), QSize(100, 160));
+        share.tapRow(1);
+        QCOMPARE(mail.sent.value(1), ShareController::shareText());
+        QVERIFY(mail.sent.value(1).startsWith(
+            QStringLiteral("My iPhone data usage. Beautifully tracked by Tallymo.")));
+        QCOMPARE(mail.sent.value(2), share.path());
+        QSignalSpy said(&share, &MenuController::message);
+        share.tapRow(2);
+        QCOMPARE(shell.shown, QStringList{share.path()});
+        QCOMPARE(said.size(), 1); // the file manager did not answer
+
+        ShareController nothing(QImage(), 1, shell.folder, &shell, &mail, QDateTime::currentDateTime());
+        QVERIFY(!nothing.error().isEmpty());
+        QVERIFY(!nothing.menuRows()[0].enabled);
+    }
+
+    // The background row against a stand-in of systemd's user manager on a private session bus.
+    void backgroundRefreshThroughSystemd()
+    {
+        QDBusConnection bus = QDBusConnection::sessionBus();
+        if (!bus.isConnected())
+            QSKIP("no session bus: run through tests/e2e/session.py");
+        Plans p;
+        {
+            // No manager on the bus: Off, and why.
+            SystemdUserManager none(bus);
+            const UserServiceManager::State s = none.backgroundRefresh();
+            QVERIFY(!s.on);
+            QVERIFY2(s.problem.contains(QStringLiteral("systemd --user")), qPrintable(s.problem));
+        }
+        QProcess mock;
+        mock.start(QStringLiteral("/usr/bin/python3"),
+                   {QStringLiteral("-m"), QStringLiteral("dbusmock"), QStringLiteral("--session"),
+                    QStringLiteral("org.freedesktop.systemd1"), QStringLiteral("/org/freedesktop/systemd1"),
+                    QStringLiteral("org.freedesktop.systemd1.Manager")});
+        QVERIFY(mock.waitForStarted());
+        auto stop = qScopeGuard([&] {
+            mock.terminate();
+            mock.waitForFinished();
+        });
+        QTRY_VERIFY(bus.interface()->isServiceRegistered(QStringLiteral("org.freedesktop.systemd1")));
+        auto addMethod = [&](const char *name, const char *in, const char *out, const char *code) {
+            QDBusMessage m = QDBusMessage::createMethodCall(
+                QStringLiteral("org.freedesktop.systemd1"), QStringLiteral("/org/freedesktop/systemd1"),
+                QStringLiteral("org.freedesktop.DBus.Mock"), QStringLiteral("AddMethod"));
+            m << QStringLiteral("org.freedesktop.systemd1.Manager") << QString::fromLatin1(name)
+              << QString::fromLatin1(in) << QString::fromLatin1(out) << QString::fromLatin1(code);
+            QCOMPARE(bus.call(m).type(), QDBusMessage::ReplyMessage);
+        };
+        addMethod("GetUnitFileState", "s", "s",
+                  "if args[0] not in ('tallymo.service', 'tallymo-refresh.timer'):\n"
+                  "    raise dbus.exceptions.DBusException('no such unit', "
+                  "name='org.freedesktop.systemd1.NoSuchUnit')\n"
+                  "ret = 'enabled' if args[0] in getattr(self, 'enabled', set()) else 'disabled'");
+        addMethod("EnableUnitFiles", "asbb", "ba(sss)",
+                  "self.enabled = getattr(self, 'enabled', set()) | set(args[0])\nret = (True, [])");
+        addMethod("Reload", "", "", "");
+        addMethod("StartUnit", "ss", "o", "ret = '/org/freedesktop/systemd1/job/1'");
+
+        SystemdUserManager systemd(bus);
+        ResetController c(p.delegate, &systemd);
+        QCOMPARE(c.menuRows()[0].detail, QStringLiteral("Off"));
+        QVERIFY(c.menuRows()[0].enabled);
+        QSignalSpy said(&c, &MenuController::message);
+        c.tapRow(0);
+        QCOMPARE(said.value(0).value(0).toString(),
+                 QStringLiteral("The background service is on: usage is now refreshed in the background."));
+        QCOMPARE(c.menuRows()[0].detail, QStringLiteral("On"));
+
+        QDBusMessage calls = QDBusMessage::createMethodCall(
+            QStringLiteral("org.freedesktop.systemd1"), QStringLiteral("/org/freedesktop/systemd1"),
+            QStringLiteral("org.freedesktop.DBus.Mock"), QStringLiteral("GetCalls"));
+        const QDBusMessage reply = bus.call(calls);
+        QCOMPARE(reply.type(), QDBusMessage::ReplyMessage);
+        QStringList methods;
+        const QDBusArgument list = reply.arguments().value(0).value<QDBusArgument>();
+        list.beginArray();
+        while (!list.atEnd()) {
+            qulonglong when = 0;
+            QString method;
+            list.beginStructure();
+            list >> when >> method;
+            QVariant args;
+            list.endStructure();
+            if (method != QLatin1StringView("GetUnitFileState"))
+                methods.append(method);
+        }
+        list.endArray();
+        QCOMPARE(methods, (QStringList{"EnableUnitFiles", "Reload", "StartUnit"}));
+    }
+};
+
+QTEST_GUILESS_MAIN(TestSettingsScreens)
+#include "tst_settingsscreens.moc"

@@ -1,0 +1,251 @@
+#include "core/settingskeys.h"
+#include "services/datausageappdelegate.h"
+#include "testsupport.h"
+
+#include <QSemaphore>
+#include <QtTest>
+
+namespace {
+
+// Background tasks whose expiry the test fires by hand.
+struct ManualApplication : PlatformApplication
+{
+    QHash<int, std::function<void()>> open;
+    int next = 0;
+    int fetchRequests = 0;
+    int beginBackgroundTask(std::function<void()> expiry) override
+    {
+        open.insert(++next, std::move(expiry));
+        return next;
+    }
+    void endBackgroundTask(int task) override { open.remove(task); }
+    void setMinimumBackgroundFetchInterval() override { ++fetchRequests; }
+    void registerForRemoteNotifications() override {}
+    void expire(int task) { open.value(task)(); }
+};
+
+QDateTime sinceReference(double seconds)
+{
+    return QDateTime(QDate(2001, 1, 1), QTime(0, 0), Qt::UTC).addMSecs(qint64(seconds * 1000)).toLocalTime();
+}
+
+struct World
+{
+    World() : container(sinceReference(600)), shared(container.open())
+    {
+        DataUsageAppDelegate::Services s;
+        s.application = &app;
+        s.notifications = &center;
+        s.refreshStatus = &refresh;
+        delegate = std::make_unique<DataUsageAppDelegate>(*shared, s);
+        delegate->setupUserDefaultsForNewInstall();
+        shared->setForPlan(QString(), Keys::PREF_THRES_MONTHLY, 1000.0);
+        container.interfaces.counters = QList<LinkCounters>{{QStringLiteral("pdp_ip0"), 100, 100}};
+    }
+
+    // Holds the store queue until release(), so a check stays in flight.
+    void blockQueue()
+    {
+        shared->mocForActive()->perform([this] { gate.acquire(); });
+    }
+    void release() { gate.release(); }
+    // Waits for the store queue, then runs what it handed to the main thread.
+    void settle()
+    {
+        shared->mocForActive()->performAndWait([] {});
+        QCoreApplication::sendPostedEvents();
+    }
+
+    TestContainer container;
+    std::unique_ptr<SharedCode> shared;
+    ManualApplication app;
+    RecordingCenter center;
+    FakeRefresh refresh;
+    std::unique_ptr<DataUsageAppDelegate> delegate;
+    QSemaphore gate;
+};
+
+} // namespace
+
+class TestLifecycle : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase() { qputenv("TZ", "UTC"); }
+
+    void completionFollowsTheClock_data()
+    {
+        QTest::addColumn<double>("seconds");
+        QTest::addColumn<FetchResult>("result");
+        QTest::newRow("600 s") << 600.0 << FetchResult::NewData;
+        QTest::newRow("601 s") << 601.0 << FetchResult::NoData;
+        QTest::newRow("602.9 s truncates") << 602.9 << FetchResult::NoData;
+        QTest::newRow("603 s") << 603.0 << FetchResult::NewData;
+        QTest::newRow("before the reference") << -1.5 << FetchResult::NoData;
+    }
+
+    void completionFollowsTheClock()
+    {
+        QFETCH(double, seconds);
+        QFETCH(FetchResult, result);
+        World w;
+        w.container.clock.set(sinceReference(seconds));
+        std::optional<FetchResult> got;
+        w.delegate->callCompletionHandler([&](FetchResult r) { got = r; });
+        QCOMPARE(got, std::optional(result));
+        w.delegate->callCompletionHandler(nullptr); // no handler: nothing to answer
+    }
+
+    // A second wake-up while a check runs is answered at once; the first completes on its own.
+    void wakeUpDuringACheck()
+    {
+        World w;
+        w.blockQueue();
+        QList<FetchResult> first, second;
+        w.delegate->applicationPerformFetch([&](FetchResult r) { first.append(r); });
+        QVERIFY(w.delegate->isCheckingUsage());
+        w.delegate->applicationDidReceiveRemoteNotification([&](FetchResult r) { second.append(r); });
+        QCOMPARE(second, QList<FetchResult>{FetchResult::NewData});
+        QVERIFY(first.isEmpty());
+        QCOMPARE(w.app.open.size(), 1);
+        w.release();
+        w.settle();
+        QCOMPARE(first, QList<FetchResult>{FetchResult::NewData});
+        QVERIFY(!w.delegate->isCheckingUsage());
+        QVERIFY(w.app.open.isEmpty());
+        QVERIFY(w.delegate->lastSample().locked);
+    }
+
+    // The store queues outlive the delegate: what it queued and had not started when it went is
+    // dropped, instead of running on a delegate that is gone.
+    void queuedWorkDroppedWithTheDelegate()
+    {
+        World w;
+        w.blockQueue();
+        int answers = 0;
+        w.delegate->applicationPerformFetch([&](FetchResult) { ++answers; });
+        w.delegate->doComputeValuesOnly();
+        w.delegate->applicationPerformActionForShortcutItem(QStringLiteral("SHORTCUTS_HISTORY"), nullptr);
+        w.delegate.reset();
+        w.release();
+        w.settle();
+        QCoreApplication::sendPostedEvents();
+        QCOMPARE(answers, 0);
+        std::optional<TimeStampRange> stored;
+        w.shared->mocForActive()->performAndWait(
+            [&] { stored = w.shared->mocForActive()->timeStampRange(); });
+        QVERIFY(!stored.has_value()); // no sample was taken
+    }
+
+    // An expired task answers the platform even though the sample hangs; the late end answers again.
+    void expiredTaskStillAnswers()
+    {
+        World w;
+        w.blockQueue();
+        int answers = 0;
+        w.delegate->applicationPerformFetch([&](FetchResult) { ++answers; });
+        w.app.expire(w.app.next);
+        QCOMPARE(answers, 1);
+        QVERIFY(!w.delegate->isCheckingUsage());
+        w.release();
+        w.settle();
+        QCOMPARE(answers, 2);
+    }
+
+    // Launched in the background, a level rise becomes one notification.
+    void backgroundLaunchNotifies()
+    {
+        World w;
+        QVERIFY(w.delegate->applicationWillFinishLaunching());
+        QVERIFY(w.delegate->applicationDidFinishLaunching());
+        QCOMPARE(w.delegate->applicationState, int(DataUsageAppDelegate::Background));
+        QCOMPARE(w.app.fetchRequests, 1);
+        w.delegate->applicationPerformFetch(nullptr);
+        w.settle();
+        w.container.interfaces.counters = QList<LinkCounters>{{QStringLiteral("pdp_ip0"), 700, 100}};
+        w.delegate->applicationPerformFetch(nullptr);
+        w.settle();
+        w.delegate->applicationPerformFetch(nullptr);
+        w.settle();
+        QCOMPARE(w.center.added.size(), 1);
+        QCOMPARE(w.center.added[0].body, QStringLiteral("You've used 60%."));
+    }
+
+    // A quick action refreshes the figures and, behind that check, reaches the root screen only when
+    // setup is done and nothing is presented; the answer comes at once; unknown ones do nothing.
+    void quickActions_data()
+    {
+        QTest::addColumn<QString>("type");
+        QTest::addColumn<bool>("setUp");
+        QTest::addColumn<bool>("presenting");
+        QTest::addColumn<bool>("known");
+        QTest::addColumn<bool>("handled");
+        QTest::newRow("history") << "SHORTCUTS_HISTORY" << true << false << true << true;
+        QTest::newRow("theme") << "SHORTCUTS_THEME" << true << false << true << true;
+        QTest::newRow("plans") << "SHORTCUTS_DATAPLAN" << true << false << true << true;
+        QTest::newRow("during setup") << "SHORTCUTS_THEME" << false << false << true << false;
+        QTest::newRow("over a screen") << "SHORTCUTS_HISTORY" << true << true << true << false;
+        QTest::newRow("unknown") << "SHORTCUTS_OTHER" << true << false << false << false;
+    }
+    void quickActions()
+    {
+        QFETCH(QString, type);
+        QFETCH(bool, setUp);
+        QFETCH(bool, presenting);
+        QFETCH(bool, known);
+        QFETCH(bool, handled);
+        World w;
+        FakeRoot root;
+        root.presenting = presenting;
+        w.delegate->rootController = &root;
+        w.shared->userPref().setValue(Keys::PREF_SHOWED_SETUP, setUp);
+        w.container.interfaces.counters = QList<LinkCounters>{{QStringLiteral("pdp_ip0"), 100, 100}};
+        std::optional<bool> answer;
+        w.delegate->applicationPerformActionForShortcutItem(type, [&](bool ok) { answer = ok; });
+        QCOMPARE(answer, std::optional<bool>(known)); // at once, before the queued work
+        QVERIFY(root.shortcuts.isEmpty());
+        w.settle();
+        w.settle();
+        QCOMPARE(root.shortcuts, handled ? QStringList{type} : QStringList());
+        QCOMPARE(w.delegate->lastSample().countersRead, known); // the usage check ran first
+    }
+
+    void activationAndTermination()
+    {
+        World w;
+        FakeRoot root;
+        w.delegate->rootController = &root;
+        w.shared->userPref().setValue(Keys::PREF_SHOWED_SETUP, true);
+        w.delegate->applicationDidBecomeActive();
+        w.settle();
+        QCOMPARE(w.delegate->applicationState, int(DataUsageAppDelegate::Active));
+        QCOMPARE(w.center.clears, 1);
+        // A fresh install records its version silently; an update shows the notice once.
+        QCOMPARE(w.shared->userPref().stringForKey(QStringLiteral("PREF_WHATSNEW_CHECK_8_6")),
+                 DataUsageAppDelegate::getBundleVersion());
+        QVERIFY(root.alerts.isEmpty());
+        w.shared->userPref().setValue(QStringLiteral("PREF_WHATSNEW_CHECK_8_6"), QStringLiteral("0.0.1"));
+        w.delegate->showWhatsNew();
+        w.delegate->showWhatsNew();
+        QCOMPARE(root.alerts.size(), 1);
+        QCOMPARE(root.alerts[0].title, QStringLiteral("😊 What's New"));
+        QCOMPARE(w.shared->userPref().stringForKey(Keys::PREF_UPDATE_PREVIOUS_VERSION),
+                 QStringLiteral("0.0.1"));
+
+        // Entering the background flushes the settings under a task of its own.
+        w.delegate->applicationDidEnterBackground();
+        QCOMPARE(w.app.open.size(), 1);
+        w.settle();
+        QVERIFY(w.app.open.isEmpty());
+
+        // Termination waits for a last sample.
+        w.container.interfaces.counters = QList<LinkCounters>{{QStringLiteral("pdp_ip0"), 150, 130}};
+        w.delegate->applicationWillTerminate();
+        QCOMPARE(w.delegate->lastSample().event->cellIn, 50.0);
+        QCOMPARE(w.delegate->lastSample().event->cellOut, 30.0);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestLifecycle)
+#include "tst_lifecycle.moc"

@@ -1,0 +1,142 @@
+#include "core/settingskeys.h"
+#include "services/datausageappdelegate.h"
+#include "testsupport.h"
+
+#include <QtTest>
+
+namespace {
+
+const QDateTime t0(QDate(2026, 3, 10), QTime(14, 0), Qt::UTC);
+
+// A position `north` metres north of (52.5, 13.4), `minutes` after t0.
+LocationFix at(double north, double minutes, double accuracy = 10)
+{
+    return LocationFix{52.5 + north / 111195.0, 13.4, accuracy, t0.addSecs(qint64(minutes * 60))};
+}
+
+struct FakeLocation : LocationService
+{
+    Authorization authorization = Authorization::Always;
+    bool reduced = false;
+    std::optional<LocationFix> last;
+    std::function<void(const Visit &)> onVisit;
+    int starts = 0, stops = 0;
+    Authorization authorizationStatus() override { return authorization; }
+    bool reducedAccuracy() override { return reduced; }
+    std::optional<LocationFix> lastLocation() override { return last; }
+    void startMonitoringVisits(std::function<void(const Visit &)> visit,
+                               std::function<void(const QString &)>) override
+    {
+        onVisit = std::move(visit);
+        ++starts;
+    }
+    void stopMonitoring() override { ++stops; }
+};
+
+} // namespace
+
+Q_DECLARE_METATYPE(QList<LocationFix>)
+
+class TestLocation : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase() { qputenv("TZ", "UTC"); }
+
+    void visits_data()
+    {
+        QTest::addColumn<QList<LocationFix>>("fixes");
+        QTest::addColumn<QList<int>>("events"); // per fix: 0 nothing, 1 arrival, 2 departure
+        QTest::newRow("five minutes within 150 m")
+            << QList<LocationFix>{at(0, 0), at(100, 2), at(149, 4.9), at(140, 5)} << QList<int>{0, 0, 0, 1};
+        QTest::newRow("leaving the circle restarts the spell")
+            << QList<LocationFix>{at(0, 0), at(151, 3), at(151, 7), at(200, 8.01)} << QList<int>{0, 0, 0, 1};
+        QTest::newRow("arrival then departure")
+            << QList<LocationFix>{at(0, 0), at(0, 5), at(10, 30), at(400, 31)} << QList<int>{0, 1, 0, 2};
+        QTest::newRow("poor fixes are ignored")
+            << QList<LocationFix>{at(0, 0), at(5000, 3, 900), at(0, 5)} << QList<int>{0, 0, 1};
+        QTest::newRow("moving never arrives")
+            << QList<LocationFix>{at(0, 0), at(200, 3), at(400, 6), at(600, 9)} << QList<int>{0, 0, 0, 0};
+    }
+
+    void visits()
+    {
+        QFETCH(QList<LocationFix>, fixes);
+        QFETCH(QList<int>, events);
+        VisitDetector detector;
+        QList<int> seen;
+        for (const LocationFix &f : fixes) {
+            const std::optional<Visit> v = detector.addFix(f);
+            seen.append(!v ? 0 : v->departureDate.isValid() ? 2 : 1);
+            if (v) // a visit arrives before the position that confirms it, and departs with the one that ends
+                   // it
+                QVERIFY(v->arrivalDate < f.timestamp || v->departureDate == f.timestamp);
+        }
+        QCOMPARE(seen, events);
+    }
+
+    void coordinateForSamples_data()
+    {
+        QTest::addColumn<double>("accuracy");
+        QTest::addColumn<bool>("known");
+        QTest::newRow("500 m") << 500.0 << true;
+        QTest::newRow("500.1 m") << 500.1 << false;
+        QTest::newRow("unknown accuracy") << -1.0 << false;
+        QTest::newRow("exact") << 0.0 << true;
+    }
+
+    void coordinateForSamples()
+    {
+        QFETCH(double, accuracy);
+        QFETCH(bool, known);
+        const Coordinate c = SharedCode::coordinatFromLocationManager(at(0, 0, accuracy));
+        QCOMPARE(c.latitude, known ? 52.5 : kUnknownCoordinate);
+        QCOMPARE(SharedCode::coordinatFromLocationManager(std::nullopt).latitude, kUnknownCoordinate);
+    }
+
+    // Tracking needs the setting and "always" authorisation; visits fall back for coordinates.
+    void delegateLocation()
+    {
+        TestContainer c(t0.addSecs(30 * 60).toLocalTime());
+        auto shared = c.open();
+        FakeLocation location;
+        DataUsageAppDelegate::Services s;
+        s.location = &location;
+        DataUsageAppDelegate delegate(*shared, s);
+        delegate.setupUserDefaultsForNewInstall();
+        delegate.initLocation();
+        QCOMPARE(location.starts, 0); // the setting is off
+        QCOMPARE(delegate.getCurrentCoordinate().latitude, kUnknownCoordinate);
+        shared->userPref().setValue(Keys::PREF_V7_GEO, true);
+        location.authorization = LocationService::Authorization::WhenInUse;
+        delegate.initLocation();
+        QCOMPARE(location.starts, 0);
+        location.authorization = LocationService::Authorization::Always;
+        delegate.initLocation();
+        delegate.initLocation();
+        QCOMPARE(location.starts, 1);
+
+        location.last = at(0, 20, 800); // too coarse: the visit decides
+        QList<Visit> observed;
+        delegate.visitObserver = [&](const Visit &v) { observed.append(v); };
+        location.onVisit(Visit{48.1, 11.5, t0, t0.addSecs(45 * 60)});
+        QCOMPARE(observed.size(), 1);
+        QCOMPARE(delegate.getCurrentCoordinate().latitude, 48.1); // departed after the current hour began
+        location.onVisit(Visit{48.1, 11.5, t0, t0.addSecs(-60)});
+        QCOMPARE(delegate.getCurrentCoordinate().latitude, kUnknownCoordinate);
+        location.last = at(0, 20, 30);
+        QCOMPARE(delegate.getCurrentCoordinate().latitude, 52.5);
+
+        shared->userPref().setValue(Keys::PREF_V7_GEO, false);
+        delegate.initLocation();
+        QCOMPARE(location.stops, 1);
+        QCOMPARE(delegate.getCurrentCoordinate().latitude, kUnknownCoordinate);
+        delegate.checkDataUsageWithCompletionHandler(nullptr); // the visit's check: let it finish
+        shared->mocForActive()->performAndWait([] {});
+        QCoreApplication::sendPostedEvents();
+    }
+};
+
+QTEST_GUILESS_MAIN(TestLocation)
+#include "tst_location.moc"

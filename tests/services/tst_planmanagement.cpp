@@ -1,0 +1,268 @@
+#include "core/settingskeys.h"
+#include "history/historycontrollers.h"
+#include "screens/plancontrollers.h"
+#include "screens/selectplancontroller.h"
+#include "services/datausageappdelegate.h"
+#include "testsupport.h"
+
+#include <QtTest>
+
+namespace {
+
+QDateTime ever()
+{
+    return QDateTime(QDate(2000, 1, 1), QTime());
+}
+QDateTime never()
+{
+    return QDateTime(QDate(2100, 1, 1), QTime());
+}
+
+struct Plans
+{
+    Plans() : shared(container.open()), delegate(*shared)
+    {
+        delegate.setupUserDefaultsForNewInstall();
+        first = shared->activePlanID();
+        QVariantMap plan = delegate.makeNewPlan();
+        second = plan.value(Keys::PREF_PLAN_ID).toString();
+        delegate.addAPlan(plan);
+    }
+    ~Plans()
+    {
+        // Work the delegate queued on the store must not outlive it.
+        if (auto context = shared->mocForActive())
+            context->performAndWait([] {});
+    }
+
+    double cellIn(const QString &plan)
+    {
+        auto context = delegate.mocForPlan(plan);
+        return onQueue(*context, [&] { return context->sum(ever(), never())->cellIn; });
+    }
+
+    TestContainer container;
+    std::unique_ptr<SharedCode> shared;
+    DataUsageAppDelegate delegate;
+    QString first, second;
+};
+
+} // namespace
+
+class TestPlanManagement : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase() { qputenv("TZ", "UTC"); }
+
+    void removing()
+    {
+        Plans p;
+        p.cellIn(p.second); // creates its store file
+        const QString file = p.shared->sqliteURLForPlan(p.second);
+        QVERIFY(QFile::exists(file));
+        p.delegate.removeAPlan(p.first); // the active plan: refused
+        QCOMPARE(p.shared->userPref().dictionaryForKey(Keys::PREF_ALL_PLANS).size(), 2);
+        p.delegate.removeAPlan(p.second);
+        QVERIFY(!QFile::exists(file));
+        QCOMPARE(p.shared->userPref().dictionaryForKey(Keys::PREF_ALL_PLANS).keys(), QStringList{p.first});
+    }
+
+    // Traffic up to the switch is charged to the plan that was active; afterwards to the new one.
+    void switching()
+    {
+        Plans p;
+        auto sample = [&](double in) {
+            p.container.interfaces.counters = QList<LinkCounters>{{QStringLiteral("pdp_ip0"), in, 0}};
+            auto context = p.shared->mocForActive();
+            onQueue(*context, [&] { return p.shared->saveUsageGasp(context.get(), {}); });
+        };
+        sample(1000);
+        sample(1500);
+        p.container.interfaces.counters = QList<LinkCounters>{{QStringLiteral("pdp_ip0"), 1800, 0}};
+        bool done = false;
+        p.delegate.switchPlan(p.second, [&] { done = true; });
+        QTRY_VERIFY(done);
+        QCOMPARE(p.shared->activePlanID(), p.second);
+        sample(2000);
+        QCOMPARE(p.cellIn(p.first), 800.0);
+        QCOMPARE(p.cellIn(p.second), 200.0);
+        bool again = false;
+        p.delegate.switchPlan(p.second, [&] { again = true; }); // already active: nothing to do
+        QVERIFY(again);
+    }
+
+    void planList()
+    {
+        Plans p;
+        p.shared->setForPlan(p.first, Keys::PREF_PLAN_LABEL, QStringLiteral("b"));
+        p.shared->setForPlan(p.second, Keys::PREF_PLAN_LABEL, QStringLiteral("A"));
+        for (const char *label : {"a10", "a9"}) {
+            QVariantMap plan = p.delegate.makeNewPlan();
+            plan.insert(Keys::PREF_PLAN_LABEL, QString::fromLatin1(label));
+            p.delegate.addAPlan(plan);
+        }
+        SelectPlanController list(p.delegate);
+        QCOMPARE(list.labels(), (QStringList{"A", "a9", "a10", "b"}));
+        QCOMPARE(list.checkedRow(), 3);
+        QSignalSpy back(&list, &SelectPlanController::goBack),
+            switched(&list, &SelectPlanController::switched);
+        list.tapRow(3);
+        QCOMPARE(back.size(), 1);
+        list.tapRow(0);
+        QTRY_COMPARE(switched.size(), 1);
+        QCOMPARE(p.shared->activePlanID(), p.second);
+        QCOMPARE(list.checkedRow(), 0);
+    }
+
+    void correctingTheCurrentPeriod()
+    {
+        Plans p; // now: 10 March 2026 14:25, a monthly period from the 1st
+        auto context = p.shared->mocForActive();
+        onQueue(*context, [&] {
+            context->insertEvent(Event{QDateTime(QDate(2026, 2, 27), QTime()), 7});
+            context->insertEvent(Event{QDateTime(QDate(2026, 3, 2), QTime()), 9});
+            context->save();
+            return p.delegate.readCurrentValues(context.get());
+        });
+        p.delegate.addUsageToCurrent(0);
+        p.delegate.addUsageToCurrent(-5);
+        p.delegate.addUsageToCurrent(100);
+        const QList<Event> added =
+            onQueue(*context, [&] { return context->events(p.container.clock.now(), never()); });
+        QCOMPARE(added.size(), 1);
+        QCOMPARE(added[0].cellIn, 100.0);
+        QCOMPARE(added[0].latitude, kUnknownCoordinate);
+        p.delegate.resetCurrent();
+        QCOMPARE(p.cellIn(p.first), 7.0); // earlier periods stay
+    }
+
+    void planScreen_data()
+    {
+        QTest::addColumn<int>("type");
+        QTest::addColumn<QStringList>("titles");
+        QTest::addColumn<QString>("startDate");
+        QTest::addColumn<QString>("picker");
+        QTest::newRow("monthly") << 0 << QStringList{"Label", "Plan Type", "Start Date", "Data Cap"} << "1st"
+                                 << "BilldateController";
+        QTest::newRow("weekly") << 2 << QStringList{"Label", "Plan Type", "Start Date", "Data Cap"}
+                                << "Monday"
+                                << "PickerWeekController";
+        QTest::newRow("30 days") << 1 << QStringList{"Label", "Plan Type", "Start Date", "Data Cap"}
+                                 << "Feb 9"
+                                 << "Picker2DateController";
+        QTest::newRow("daily") << 4 << QStringList{"Label", "Plan Type", "Data Cap"} << ""
+                               << "";
+    }
+
+    void planScreen()
+    {
+        QFETCH(int, type);
+        QFETCH(QStringList, titles);
+        QFETCH(QString, startDate);
+        QFETCH(QString, picker);
+        Plans p;
+        const QVariantMap before = p.shared->userPref().dictionaryForKey(Keys::PREF_ALL_PLANS);
+        {
+            PlanController fresh(p.delegate);
+            QCOMPARE(fresh.title(), QStringLiteral("New Plan"));
+            QCOMPARE(fresh.sectionCount(), 1);
+            QCOMPARE(p.shared->userPref().dictionaryForKey(Keys::PREF_ALL_PLANS).size(), 3);
+            fresh.cancel();
+        }
+        QCOMPARE(p.shared->userPref().dictionaryForKey(Keys::PREF_ALL_PLANS), before);
+
+        p.shared->setForPlan(p.second, Keys::PREF_BILLTYPE, type);
+        p.shared->setForPlan(p.second, Keys::PREF_NDAYS_N, 1);
+        p.shared->setForPlan(p.second, Keys::PREF_30DAY_START, QDateTime(QDate(2026, 2, 9), QTime()));
+        p.shared->userPref().setValue(Keys::PREF_WEEK_START, 2);
+        PlanController screen(p.delegate, p.second);
+        QCOMPARE(screen.title(), QStringLiteral("Plan Details"));
+        QStringList got;
+        for (const SettingsRow &r : screen.rows(0))
+            got.append(r.title);
+        QCOMPARE(got, titles);
+        QCOMPARE(screen.rows(0).last().detail, QStringLiteral("2 GB"));
+        if (!startDate.isEmpty())
+            QCOMPARE(screen.rows(0).at(2), (SettingsRow{"Start Date", startDate, picker}));
+        QCOMPARE(screen.rows(1).size(), 4);
+
+        // Usage History asks whoever presents screens for the plan's day screen.
+        QString shown;
+        p.delegate.presentHistory = [&](const QString &plan, QObject *presenter, bool) {
+            shown = plan;
+            QCOMPARE(presenter, &screen);
+        };
+        screen.selectRow(1, 2);
+        QCOMPARE(shown, p.second);
+
+        PlanController active(p.delegate, p.first);
+        QVERIFY(!active.canDelete());
+        active.confirmDelete();
+        QVERIFY(screen.canDelete());
+        QCOMPARE(screen.deleteQuestion().actions.first(), (AlertAction{"Delete", AlertAction::Destructive}));
+        QSignalSpy back(&screen, &PlanController::goBack);
+        screen.confirmDelete();
+        QCOMPARE(back.size(), 1);
+        QCOMPARE(p.shared->userPref().dictionaryForKey(Keys::PREF_ALL_PLANS).keys(), QStringList{p.first});
+    }
+
+    void amountEntry_data()
+    {
+        QTest::addColumn<QString>("typed");
+        QTest::addColumn<QString>("field");
+        QTest::addColumn<bool>("enabled");
+        QTest::addColumn<double>("bytes"); // what setup would add for the same text
+        QTest::newRow("decimal comma") << "1,5"
+                                       << "1.5" << true << 1572864.0;
+        QTest::newRow("second point ignored") << "2.5.9"
+                                              << "2.5.9" << true << 2621440.0;
+        QTest::newRow("letters") << "12 MB"
+                                 << "12..." << true << 12582912.0;
+        QTest::newRow("smallest") << "0.001"
+                                  << "0.001" << true << 1048.0;
+        QTest::newRow("below the smallest") << "0.0009"
+                                            << "0.0009" << false << 943.0;
+        QTest::newRow("empty") << ""
+                               << "" << false << 0.0;
+        QTest::newRow("infinite") << QString(400, QLatin1Char('9')) << QString(400, QLatin1Char('9')) << false
+                                  << 0.0;
+    }
+
+    void amountEntry()
+    {
+        QFETCH(QString, typed);
+        QFETCH(QString, field);
+        QFETCH(bool, enabled);
+        QFETCH(double, bytes);
+        Plans p;
+        AddController add(p.delegate);
+        add.setText(typed);
+        QCOMPARE(add.text(), field);
+        QCOMPARE(add.addEnabled(), enabled);
+        AddExistingController existing;
+        existing.setText(typed);
+        QCOMPARE(existing.bytes(), bytes);
+        QCOMPARE(add.add().has_value(), enabled);
+    }
+
+    void addingUsage()
+    {
+        Plans p;
+        AddController add(p.delegate);
+        add.unit = AmountEntry::GB;
+        add.setText(QStringLiteral("1,5"));
+        const AlertValue question = *add.add();
+        QCOMPARE(add.text(), QStringLiteral("1.5"));
+        QCOMPARE(question.message,
+                 QStringLiteral("Do you want to add 1.5 GB to your current cellular usage?"));
+        QSignalSpy closed(&add, &AddController::close);
+        add.confirm();
+        QCOMPARE(closed.size(), 1);
+        QCOMPARE(p.cellIn(p.first), 1610612736.0);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestPlanManagement)
+#include "tst_planmanagement.moc"

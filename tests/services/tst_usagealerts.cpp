@@ -1,0 +1,305 @@
+#include "core/settingskeys.h"
+#include "screens/alertscontrollers.h"
+#include "services/datausageappdelegate.h"
+#include "testsupport.h"
+
+#include <QtTest>
+
+namespace {
+
+constexpr double MB = 1048576.0;
+
+// A delegate over a fresh container: plan "P", monthly from the 1st, a 100 MB cap, the default
+// thresholds, now 10 March 2026 14:25 UTC.
+struct World
+{
+    explicit World(const QDateTime &now = QDateTime(QDate(2026, 3, 10), QTime(14, 25)))
+        : container(now), shared(container.open()),
+          delegate(*shared, DataUsageAppDelegate::Services{&center, &badge, &refresh})
+    {
+        delegate.setupUserDefaultsForNewInstall();
+        shared->setForPlan(QString(), Keys::PREF_THRES_MONTHLY, 100 * MB);
+        context = shared->mocForActive();
+    }
+
+    // Adds usage now and recomputes; returns the delegate's percentage.
+    double use(double bytes, bool inBackground = true)
+    {
+        context->performAndWait([&] {
+            if (bytes > 0)
+                context->insertEvent(Event{shared->nowAtHour(), bytes});
+            context->save();
+            const qint64 before = delegate.getCurrentThresholdLevel();
+            delegate.computeCurrentValues(context.get(), inBackground);
+            delegate.applyUsageAlertRule(before, inBackground);
+        });
+        QCoreApplication::sendPostedEvents();
+        return delegate.values().monthPercent;
+    }
+
+    TestContainer container;
+    RecordingCenter center;
+    FakeBadge badge;
+    FakeRefresh refresh;
+    std::unique_ptr<SharedCode> shared;
+    DataUsageAppDelegate delegate;
+    std::shared_ptr<StoreContext> context;
+};
+
+} // namespace
+
+class TestUsageAlerts : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase() { qputenv("TZ", "UTC"); }
+
+    void figuresCountTheCurrentPeriodOnly()
+    {
+        World w;
+        w.context->performAndWait([&] {
+            w.context->insertEvent(Event{QDateTime(QDate(2026, 3, 1), QTime()), 10 * MB, 5 * MB, 3, 4});
+            w.context->insertEvent(Event{QDateTime(QDate(2026, 4, 1), QTime()), 99 * MB}); // the next period
+            w.context->insertEvent(Event{QDateTime(QDate(2026, 2, 28), QTime(23, 0)), 99 * MB});
+            w.context->save();
+            w.delegate.computeCurrentValues(w.context.get(), true);
+        });
+        const CurrentValues v = w.delegate.values();
+        QCOMPARE(v.monthStartDate, QDateTime(QDate(2026, 3, 1), QTime()));
+        QCOMPARE(v.monthEndDate, QDateTime(QDate(2026, 4, 1), QTime()));
+        QCOMPARE(v.monthCell, 15 * MB);
+        QCOMPARE(v.monthWifi, 7.0);
+        QCOMPARE(v.monthPercent, 15.0);
+        QCOMPARE(w.delegate.timeLeft(v), (std::pair<qint64, QString>(22, QStringLiteral("days"))));
+        QCoreApplication::sendPostedEvents();
+        FakeRoot root;
+        w.delegate.rootController = &root;
+        w.delegate.postNewValues();
+        QCoreApplication::sendPostedEvents();
+        QCOMPARE(root.reloads, 1);
+    }
+
+    void percentAndBadge_data()
+    {
+        QTest::addColumn<double>("capMB");
+        QTest::addColumn<double>("usedMB");
+        QTest::addColumn<bool>("refreshOn");
+        QTest::addColumn<bool>("badgeOn");
+        QTest::addColumn<double>("percent");
+        QTest::addColumn<qint64>("badge");
+        QTest::newRow("12.5 rounds to even") << 100.0 << 12.5 << true << true << 12.5 << qint64(12);
+        QTest::newRow("13.5 rounds to even") << 100.0 << 13.5 << true << true << 13.5 << qint64(14);
+        QTest::newRow("above the cap") << 100.0 << 150.0 << true << true << 150.0 << qint64(150);
+        QTest::newRow("no cap") << 0.0 << 150.0 << true << true << 0.0 << qint64(0);
+        QTest::newRow("refresh off clears") << 100.0 << 50.0 << false << true << 50.0 << qint64(0);
+        QTest::newRow("badge setting off") << 100.0 << 50.0 << true << false << 50.0 << qint64(0);
+    }
+
+    void percentAndBadge()
+    {
+        QFETCH(double, capMB);
+        QFETCH(double, usedMB);
+        QFETCH(bool, refreshOn);
+        QFETCH(bool, badgeOn);
+        QFETCH(double, percent);
+        QFETCH(qint64, badge);
+        World w;
+        w.shared->setForPlan(QString(), Keys::PREF_THRES_MONTHLY, capMB * MB);
+        w.shared->userPref().setValue(Keys::PREF_V7_BADGE, badgeOn);
+        w.refresh.available = refreshOn;
+        QCOMPARE(w.use(usedMB * MB), percent);
+        QCOMPARE(w.badge.number, badge);
+    }
+
+    void thresholdLevel_data()
+    {
+        QTest::addColumn<QList<double>>("thresholds");
+        QTest::addColumn<double>("percent");
+        QTest::addColumn<qint64>("level");
+        const QList<double> defaults{50, 70, 90, 100};
+        QTest::newRow("exactly the second") << defaults << 70.0 << qint64(2);
+        QTest::newRow("just below the second") << defaults << 69.99 << qint64(1);
+        QTest::newRow("below all") << defaults << 49.9 << qint64(0);
+        QTest::newRow("all") << defaults << 100.0 << qint64(4);
+        QTest::newRow("far above") << defaults << 400.0 << qint64(4);
+        QTest::newRow("stops at the first not reached")
+            << QList<double>{50, 100, 90, 95} << 95.0 << qint64(1);
+        QTest::newRow("not a number") << defaults << std::nan("") << qint64(0);
+    }
+
+    void thresholdLevel()
+    {
+        QFETCH(QList<double>, thresholds);
+        QFETCH(double, percent);
+        QFETCH(qint64, level);
+        TestContainer c;
+        auto shared = c.open();
+        for (int i = 0; i < 4; ++i)
+            shared->userPref().setValue(QStringLiteral("PREF_ALERT%1").arg(i + 1), thresholds[i]);
+        QCOMPARE(DataUsageAppDelegate::thresholdLevelFor(percent, shared->userPref()), level);
+    }
+
+    // One alert per rise however many thresholds it crosses, none while flat, again after a fall.
+    void oneAlertPerRise()
+    {
+        World w;
+        const QList<std::pair<double, double>> steps{// bytes added (MB), expected percent
+                                                     {40, 40},
+                                                     {55, 95},
+                                                     {-1, 95},
+                                                     {1, 96}};
+        for (auto [add, percent] : steps)
+            QCOMPARE(w.use(add * MB), percent);
+        QCOMPARE(w.center.added.size(), 1);
+        QCOMPARE(w.center.added[0].identifier, QStringLiteral("qx.noti.any"));
+        QCOMPARE(w.center.added[0].title, QStringLiteral("Usage Alert"));
+        QCOMPARE(w.center.added[0].body, QStringLiteral("You've used 95%."));
+        QCOMPARE(w.center.added[0].trigger, NotificationRequest::Trigger::Now);
+        // The period is reset: the level falls silently, and the next rise alerts again.
+        w.context->performAndWait([&] {
+            w.context->deleteEvents(QDateTime(QDate(2026, 3, 1), QTime()),
+                                    QDateTime(QDate(2026, 4, 1), QTime()));
+            w.context->save();
+        });
+        w.use(0);
+        QCOMPARE(w.delegate.getCurrentThresholdLevel(), 0);
+        QCOMPARE(w.center.added.size(), 1);
+        w.use(69.5 * MB);
+        QCOMPARE(w.center.added.size(), 2);
+        QCOMPARE(w.center.added[1].body, QStringLiteral("You've used 70%."));
+        QVERIFY(w.center.removed.isEmpty()); // background computations leave the reminders alone
+    }
+
+    void foregroundAlertNeedsTheRootScreen_data()
+    {
+        QTest::addColumn<bool>("setupDone");
+        QTest::addColumn<bool>("presenting");
+        QTest::addColumn<bool>("shown");
+        QTest::newRow("shown") << true << false << true;
+        QTest::newRow("before setup") << false << false << false;
+        QTest::newRow("while presenting") << true << true << false;
+    }
+
+    void foregroundAlertNeedsTheRootScreen()
+    {
+        QFETCH(bool, setupDone);
+        QFETCH(bool, presenting);
+        QFETCH(bool, shown);
+        World w;
+        FakeRoot root;
+        root.presenting = presenting;
+        w.delegate.rootController = &root;
+        w.shared->userPref().setValue(Keys::PREF_SHOWED_SETUP, setupDone);
+        w.use(70.5 * MB, false);
+        QCOMPARE(w.center.added.size(), 2); // the bill-cycle pair only, no notification
+        QCOMPARE(root.alerts.size(), shown ? 1 : 0);
+        if (shown)
+            QCOMPARE(root.alerts[0], (AlertValue{QString(),
+                                                 QStringLiteral("You've used\n70% of your data cap."),
+                                                 QStringLiteral("OK"),
+                                                 {}}));
+    }
+
+    void billCycleReminders_data()
+    {
+        QTest::addColumn<QDateTime>("now");
+        QTest::addColumn<QDate>("lastDay");
+        QTest::newRow("20:59 on the last day")
+            << QDateTime(QDate(2026, 3, 31), QTime(20, 59)) << QDate(2026, 3, 31);
+        QTest::newRow("21:00 on the last day: the next cycle's")
+            << QDateTime(QDate(2026, 3, 31), QTime(21, 0)) << QDate(2026, 4, 30);
+        QTest::newRow("early in the cycle")
+            << QDateTime(QDate(2026, 3, 2), QTime(8, 0)) << QDate(2026, 3, 31);
+    }
+
+    void billCycleReminders()
+    {
+        QFETCH(QDateTime, now);
+        QFETCH(QDate, lastDay);
+        World w(now);
+        w.use(0, false);
+        QCOMPARE(w.center.removed, (QList<QStringList>{{QStringLiteral("qx.noti.billalert.2100"),
+                                                        QStringLiteral("qx.noti.billalert.2300")}}));
+        QCOMPARE(w.center.added.size(), 2);
+        const NotificationRequest &at21 = w.center.added[0], &at23 = w.center.added[1];
+        QCOMPARE(at21.identifier, QStringLiteral("qx.noti.billalert.2100"));
+        QCOMPARE(at21.trigger, NotificationRequest::Trigger::AtCalendarHour);
+        QCOMPARE(at21.date, lastDay);
+        QCOMPARE(at21.hour, 21);
+        QCOMPARE(at21.title, QStringLiteral("Bill Cycle"));
+        QCOMPARE(at21.body, QStringLiteral("Your bill cycle ends today. Open Tallymo to check your usage."));
+        QCOMPARE(at23.identifier, QStringLiteral("qx.noti.billalert.2300"));
+        QCOMPARE(at23.date, lastDay);
+        QCOMPARE(at23.hour, 23);
+        QCOMPARE(at23.body,
+                 QStringLiteral("Your bill cycle ends in one hour. Open Tallymo to check your usage."));
+    }
+
+    void oneTimeHints()
+    {
+        World w;
+        FakeRoot root;
+        w.delegate.rootController = &root;
+        w.delegate.showAppSwitcherTip();
+        w.delegate.showAppSwitcherTip();
+        QCOMPARE(w.center.added.size(), 1);
+        QCOMPARE(w.center.added[0].title, QStringLiteral("ⓘ QUICK TIP"));
+        QCOMPARE(w.center.added[0].seconds, 0.75);
+        // Refresh unavailable: one alert per spell, and the tip may come again afterwards.
+        w.refresh.available = false;
+        w.delegate.checkRefreshStatusDidChange();
+        w.delegate.checkRefreshStatusDidChange();
+        QCOMPARE(root.alerts.size(), 1);
+        QVERIFY(!w.shared->userPref().boolForKey(Keys::PREF_TIP_APPSWITCHER));
+        w.refresh.available = true;
+        w.delegate.checkRefreshStatusDidChange();
+        w.refresh.available = false;
+        w.delegate.checkRefreshStatusDidChange();
+        QCOMPARE(root.alerts.size(), 2);
+    }
+
+    void thresholdScreen_data()
+    {
+        QTest::addColumn<quint32>("type");
+        QTest::addColumn<QList<double>>("thresholds");
+        QTest::addColumn<QStringList>("firstAndLastRow");
+        QTest::addColumn<int>("rows");
+        QTest::addColumn<int>("selected");
+        QTest::newRow("first") << 0u << QList<double>{50, 70, 90, 100} << QStringList{"5", "70"} << 14 << 9;
+        QTest::newRow("first, second at 5")
+            << 0u << QList<double>{5, 5, 90, 100} << QStringList{"5", "5"} << 1 << 0;
+        QTest::newRow("third") << 2u << QList<double>{50, 70, 90, 100} << QStringList{"70", "100"} << 7 << 4;
+        QTest::newRow("fourth") << 3u << QList<double>{50, 70, 90, 100} << QStringList{"90", "200"} << 23
+                                << 2;
+    }
+
+    void thresholdScreen()
+    {
+        QFETCH(quint32, type);
+        QFETCH(QList<double>, thresholds);
+        QFETCH(QStringList, firstAndLastRow);
+        QFETCH(int, rows);
+        QFETCH(int, selected);
+        TestContainer c;
+        auto shared = c.open();
+        for (int i = 0; i < 4; ++i)
+            shared->userPref().setValue(QStringLiteral("PREF_ALERT%1").arg(i + 1), thresholds[i]);
+        ThresholdController screen(shared->userPref(), type);
+        QCOMPARE(screen.pickerRows().size(), rows);
+        QCOMPARE(screen.pickerRows().first(), firstAndLastRow[0]);
+        QCOMPARE(screen.pickerRows().last(), firstAndLastRow[1]);
+        QCOMPARE(screen.selectedRow(), selected);
+        screen.chooseRow(rows - 1);
+        QCOMPARE(shared->userPref().doubleForKey(QStringLiteral("PREF_ALERT%1").arg(type + 1)),
+                 firstAndLastRow[1].toDouble());
+        QCOMPARE(screen.footer(), QStringLiteral("Alert you when you've used more than %1% of your data cap.")
+                                      .arg(firstAndLastRow[1]));
+        AlertsController list(shared->userPref());
+        QCOMPARE(list.rowTexts(), (QStringList{"First", "Second", "Third", "Fourth"}));
+        QCOMPARE(list.rowDetails().at(int(type)), firstAndLastRow[1] + QLatin1Char('%'));
+    }
+};
+
+QTEST_GUILESS_MAIN(TestUsageAlerts)
+#include "tst_usagealerts.moc"
