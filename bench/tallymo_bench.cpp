@@ -59,7 +59,7 @@ void benchSample(const QString &dir)
     DataUsageAppDelegate delegate(shared);
     delegate.setupUserDefaultsForNewInstall();
     shared.userPref().setValue(QStringLiteral("PREF_INTERFACE_NAME"), QStringLiteral("wlan0"));
-    auto context = shared.mocForActive();
+    auto context = shared.activeStore();
     QList<double> cpu, wall;
     for (int i = 1; i <= 400; ++i) {
         writeCounters(counters, i);
@@ -68,7 +68,7 @@ void benchSample(const QString &dir)
         context->performAndWait([&] {
             c0 = cpuMicros();
             t.start();
-            shared.saveUsageGasp(context.get(), Coordinate{});
+            shared.sampleUsage(context.get(), Coordinate{});
             wall.append(t.nsecsElapsed() / 1e3);
             c1 = cpuMicros();
         });

@@ -100,7 +100,7 @@
     </message>
 </context>
 <context>
-    <name>AllowController</name>
+    <name>CapController</name>
     <message>
         <location filename="../src/screens/plancontrollers.cpp" line="+15"/>
         <source>Data Cap</source>
@@ -660,7 +660,7 @@
     </message>
 </context>
 <context>
-    <name>NDayController</name>
+    <name>DayCountController</name>
     <message>
         <location filename="../src/screens/planpickers.cpp" line="+10"/>
         <source>N</source>
@@ -689,9 +689,9 @@
     </message>
 </context>
 <context>
-    <name>NewUIController</name>
+    <name>MainScreenController</name>
     <message>
-        <location filename="../src/screens/newuicontroller.cpp" line="+20"/>
+        <location filename="../src/screens/mainscreencontroller.cpp" line="+20"/>
         <source>safe</source>
         <translation>sicher</translation>
     </message>
@@ -763,7 +763,7 @@
     </message>
 </context>
 <context>
-    <name>Picker2DateController</name>
+    <name>DatePickerController</name>
     <message>
         <location filename="../src/screens/planpickers.h" line="+58"/>
         <source>Start Date</source>
@@ -1177,7 +1177,7 @@ tallymo intent show-usage --speak</translation>
     </message>
 </context>
 <context>
-    <name>SettingsHelper</name>
+    <name>PlanTexts</name>
     <message>
         <location filename="../src/plans/billingcycle.cpp" line="+179"/>
         <source>30 Days</source>
@@ -1215,7 +1215,7 @@ tallymo intent show-usage --speak</translation>
     </message>
 </context>
 <context>
-    <name>SettingsNewController</name>
+    <name>SettingsController</name>
     <message>
         <location filename="../src/screens/settingscontrollers.cpp" line="+8"/>
         <source>Settings</source>

@@ -100,7 +100,7 @@
     </message>
 </context>
 <context>
-    <name>AllowController</name>
+    <name>CapController</name>
     <message>
         <location filename="../src/screens/plancontrollers.cpp" line="+15"/>
         <source>Data Cap</source>
@@ -659,7 +659,7 @@
     </message>
 </context>
 <context>
-    <name>NDayController</name>
+    <name>DayCountController</name>
     <message>
         <location filename="../src/screens/planpickers.cpp" line="+10"/>
         <source>N</source>
@@ -688,9 +688,9 @@
     </message>
 </context>
 <context>
-    <name>NewUIController</name>
+    <name>MainScreenController</name>
     <message>
-        <location filename="../src/screens/newuicontroller.cpp" line="+20"/>
+        <location filename="../src/screens/mainscreencontroller.cpp" line="+20"/>
         <source>safe</source>
         <translation type="unfinished"></translation>
     </message>
@@ -761,7 +761,7 @@
     </message>
 </context>
 <context>
-    <name>Picker2DateController</name>
+    <name>DatePickerController</name>
     <message>
         <location filename="../src/screens/planpickers.h" line="+58"/>
         <source>Start Date</source>
@@ -1173,7 +1173,7 @@ tallymo intent show-usage --speak</source>
     </message>
 </context>
 <context>
-    <name>SettingsHelper</name>
+    <name>PlanTexts</name>
     <message>
         <location filename="../src/plans/billingcycle.cpp" line="+179"/>
         <source>30 Days</source>
@@ -1211,7 +1211,7 @@ tallymo intent show-usage --speak</source>
     </message>
 </context>
 <context>
-    <name>SettingsNewController</name>
+    <name>SettingsController</name>
     <message>
         <location filename="../src/screens/settingscontrollers.cpp" line="+8"/>
         <source>Settings</source>

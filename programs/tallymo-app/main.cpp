@@ -14,7 +14,7 @@
 #include "platform/linux/sockdiag.h"
 #include "platform/linux/unixsignals.h"
 #include "platform/linux/xdgmail.h"
-#include "screens/newuicontroller.h"
+#include "screens/mainscreencontroller.h"
 #include "screens/screens.h"
 #include "screens/screenshots.h"
 #include "screens/translations.h"
@@ -241,14 +241,14 @@ int main(int argc, char **argv)
     QGuiApplication::setWindowIcon(iconFor(icons.alternateIconName()));
 
     delegate.applicationState = DataUsageAppDelegate::Inactive;
-    delegate.applicationWillFinishLaunching();
+    delegate.prepareLaunch();
     XdgMail mail;
     // A picture run keeps its pictures (the shared screenshot too) in its own folder.
     LinuxDesktopShell shell(pictures ? parser.value(screenshot) : QString());
     SystemdUserManager systemd;
     Screens screens(delegate, {&icons, pictures ? nullptr : &mail, &shell, &systemd});
     screens.main()->setStillFrames(pictures);
-    delegate.applicationDidFinishLaunching();
+    delegate.completeLaunch();
     // The figures as stored, so the first frame shows them; activation then takes a fresh sample.
     delegate.readActivePlanValuesNow();
     screens.main()->reloadValues();
@@ -279,14 +279,14 @@ int main(int argc, char **argv)
             return;
         if (next == DataUsageAppDelegate::Active) {
             if (state == DataUsageAppDelegate::Background)
-                delegate.applicationWillEnterForeground();
-            delegate.applicationDidBecomeActive();
+                delegate.enterForeground();
+            delegate.windowActivated();
         } else {
             if (state == DataUsageAppDelegate::Active)
-                delegate.applicationWillResignActive();
+                delegate.windowDeactivated();
             if (next == DataUsageAppDelegate::Background) {
-                delegate.applicationDidEnterBackground();
-                screens.main()->enterBG();
+                delegate.enterBackground();
+                screens.main()->enterBackground();
             }
         }
         state = next;
@@ -303,7 +303,7 @@ int main(int argc, char **argv)
         // Quitting from the foreground passes through the background first, as a phone's app does.
         QObject::connect(&app, &QGuiApplication::aboutToQuit, &app, [&] {
             follow(Qt::ApplicationHidden);
-            delegate.applicationWillTerminate();
+            delegate.shutDown();
         });
         UnixSignals::onTermination([] { QCoreApplication::quit(); });
     }
@@ -314,7 +314,7 @@ int main(int argc, char **argv)
     };
     QObject::connect(&instance, &ApplicationInstance::activated, window, show);
     openFromSearch = [&](const UserActivity &activity) {
-        if (delegate.applicationContinueUserActivity(activity))
+        if (delegate.openSearchResult(activity))
             show();
     };
     // Started for the desktop's search only: gone after ten seconds without a query or a window.
@@ -332,8 +332,7 @@ int main(int argc, char **argv)
     QObject::connect(&instance, &ApplicationInstance::actionActivated, window, [&](const QString &name) {
         window->show();
         window->requestActivate();
-        delegate.applicationPerformActionForShortcutItem(ApplicationInstance::shortcutTypeForAction(name),
-                                                         nullptr);
+        delegate.performQuickAction(ApplicationInstance::shortcutTypeForAction(name), nullptr);
     });
 
     // The main screen is on show once the window is.
@@ -342,7 +341,7 @@ int main(int argc, char **argv)
         if (!first)
             return;
         first = false;
-        screens.main()->viewDidAppear();
+        screens.main()->becameVisible();
         if (parser.isSet(firstFrame)) {
             std::printf("%lld\n", static_cast<long long>(sinceStart.elapsed()));
             QTimer::singleShot(0, &app, &QCoreApplication::quit);
@@ -352,8 +351,8 @@ int main(int argc, char **argv)
     });
     if (parser.isSet(action))
         QTimer::singleShot(0, window, [&] {
-            delegate.applicationPerformActionForShortcutItem(
-                ApplicationInstance::shortcutTypeForAction(parser.value(action)), nullptr);
+            delegate.performQuickAction(ApplicationInstance::shortcutTypeForAction(parser.value(action)),
+                                        nullptr);
         });
 
     std::unique_ptr<ScreenshotRun> run;

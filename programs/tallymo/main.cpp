@@ -102,7 +102,7 @@ int main(int argc, char **argv)
         if (!desktop)
             return false;
         DataUsageAppDelegate::Services services = delegate->services();
-        services.push = desktop->push(handlers.onPush, [&] { delegate->cloudAccountChanged(); });
+        services.push = desktop->push(handlers.onPush, [&] { delegate->pushDistributorChanged(); });
         delegate->setServices(services);
         return desktop->registerBackgroundService(std::move(handlers));
     };

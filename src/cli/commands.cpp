@@ -64,8 +64,8 @@ void checkValue(const QString &key, const QVariant &value)
 
 QString planTypeName(SharedCode &shared, const QString &plan)
 {
-    return SettingsHelper::planNameForLength(BillingCycle::dataPlanTypeForPlan(shared, plan),
-                                             BillingCycle::nForCycleForPlan(shared, plan));
+    return PlanTexts::planNameForLength(BillingCycle::dataPlanTypeForPlan(shared, plan),
+                                        BillingCycle::nForCycleForPlan(shared, plan));
 }
 
 // Stores a value the command line was given, or says why the settings file cannot hold it.
@@ -102,9 +102,9 @@ int sample(const QStringList &args, Environment &env)
     const Arguments a(args, {}, {QStringLiteral("json")});
     a.expectPositional(0, 0, QStringLiteral("tallymo sample [--json]"));
     Services &s = env.services();
-    const std::shared_ptr<StoreContext> context = s.shared.mocForActive();
+    const std::shared_ptr<StoreContext> context = s.shared.activeStore();
     SampleResult r;
-    context->performAndWait([&] { r = s.shared.saveUsageGasp(context.get(), Coordinate{}); });
+    context->performAndWait([&] { r = s.shared.sampleUsage(context.get(), Coordinate{}); });
     if (!r.failure.isEmpty()) {
         printError(QStringLiteral("tallymo: %1\n").arg(r.failure));
         return 1;
@@ -238,7 +238,7 @@ bool confirm(const Arguments &a, const QString &question)
 // Waits until the active plan's queue has run everything submitted to it so far.
 void drainActiveQueue(SharedCode &shared)
 {
-    if (const std::shared_ptr<StoreContext> context = shared.mocForActive())
+    if (const std::shared_ptr<StoreContext> context = shared.activeStore())
         context->performAndWait([] {});
 }
 
@@ -302,10 +302,9 @@ int planChange(const Arguments &a, Environment &env, const QString &usage)
                 QStringLiteral("\"%1\" is not an amount of at least 0.001 MB (for example 500MB or 1.5GB)")
                     .arg(a.positional.at(1)));
         Services &s = env.services();
-        const QString question =
-            QCoreApplication::translate("AddController",
-                                        "Do you want to add %@ to your current cellular usage?")
-                .replace(QLatin1StringView("%@"), SettingsHelper::capString(amount->display));
+        const QString question = QCoreApplication::translate(
+                                     "AddController", "Do you want to add %@ to your current cellular usage?")
+                                     .replace(QLatin1StringView("%@"), PlanTexts::capString(amount->display));
         if (!confirm(a, question))
             return 1;
         s.delegate.addUsageToCurrent(amount->bytes);

@@ -2,7 +2,7 @@
 #include "arguments.h"
 #include "cli.h"
 #include "core/sharedcode.h"
-#include "desktop/commonshared.h"
+#include "desktop/displayformat.h"
 #include "desktop/usageintent.h"
 #include "output.h"
 #include "services/datausageappdelegate.h"
@@ -33,14 +33,14 @@ void report(DataUsageAppDelegate &delegate, const QString &trigger)
         what = QStringLiteral("no new usage");
     else
         what = QStringLiteral("+cell %1 +wifi %2")
-                   .arg(CommonShared::getDataBytesStr(r.event->cellIn + r.event->cellOut),
-                        CommonShared::getDataBytesStr(r.event->wifiIn + r.event->wifiOut));
+                   .arg(DisplayFormat::getDataBytesStr(r.event->cellIn + r.event->cellOut),
+                        DisplayFormat::getDataBytesStr(r.event->wifiIn + r.event->wifiOut));
     print(QStringLiteral("%1  %2: %3 | period %4 → %5: cell %6 (%7%) wifi %8, level %9\n")
               .arg(isoWithOffset(delegate.shared().clock().now()), trigger, what,
                    v.monthStartDate.date().toString(Qt::ISODate), v.monthEndDate.date().toString(Qt::ISODate),
-                   CommonShared::getDataBytesStr(v.monthCell))
+                   DisplayFormat::getDataBytesStr(v.monthCell))
               .arg(DataUsageAppDelegate::roundedPercent(v.monthPercent))
-              .arg(CommonShared::getDataBytesStr(v.monthWifi))
+              .arg(DisplayFormat::getDataBytesStr(v.monthWifi))
               .arg(delegate.getCurrentThresholdLevel()));
     std::fflush(stdout);
 }
@@ -72,9 +72,9 @@ int daemon(const QStringList &args, Environment &env)
                 report(delegate, trigger);
         };
         if (push)
-            delegate.applicationDidReceiveRemoteNotification(std::move(done));
+            delegate.receivePush(std::move(done));
         else
-            delegate.applicationPerformFetch(std::move(done));
+            delegate.scheduledRefresh(std::move(done));
     };
     const auto wake = [wakeUp](const QString &trigger) { wakeUp(trigger, false); };
     const auto push = [wakeUp] { wakeUp(QStringLiteral("push"), true); };
@@ -99,16 +99,16 @@ int daemon(const QStringList &args, Environment &env)
         env.startBackgroundService({push, [wake] { wake(QStringLiteral("wake")); }, showUsage});
     }
     delegate.setSchedulesRemindersInBackground(true);
-    delegate.applicationWillFinishLaunching(); // the service runs in the background state
-    delegate.applicationDidFinishLaunching();
+    delegate.prepareLaunch(); // the service runs in the background state
+    delegate.completeLaunch();
     // Whether a push distributor is there is known from now on, as after an account change.
-    delegate.cloudAccountChanged();
+    delegate.pushDistributorChanged();
     QTimer timer;
     timer.setInterval(int(interval * 1000));
     QObject::connect(&timer, &QTimer::timeout, [&] { wake(QStringLiteral("fetch")); });
     env.onTerminationRequest([&] {
         timer.stop();
-        delegate.applicationWillTerminate();
+        delegate.shutDown();
         report(delegate, QStringLiteral("terminate"));
         QCoreApplication::quit();
     });

@@ -3,7 +3,7 @@
 #include "cli.h"
 #include "core/settingskeys.h"
 #include "day/dayviewcontroller.h"
-#include "desktop/commonshared.h"
+#include "desktop/displayformat.h"
 #include "output.h"
 #include "plans/billingcycle.h"
 #include "services/datausageappdelegate.h"
@@ -123,11 +123,11 @@ int history(const QStringList &args, Environment &env)
         const QString label =
             list->showSubLabel() ? r.subLabel + QLatin1Char(' ') + r.timeLabel : r.timeLabel;
         print(QStringLiteral("%1 %2 %3 %4 %5\n")
-                  .arg(CommonShared::getDataBytesStr(d.sumCell), 9)
+                  .arg(DisplayFormat::getDataBytesStr(d.sumCell), 9)
                   .arg(bar(r.cellPercent, 20, true))
                   .arg(label, list->showSubLabel() ? 7 : 4)
                   .arg(bar(r.wifiPercent, 20, false))
-                  .arg(CommonShared::getDataBytesStr(d.sumWifi)));
+                  .arg(DisplayFormat::getDataBytesStr(d.sumWifi)));
     }
     return 0;
 }

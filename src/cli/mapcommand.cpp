@@ -3,7 +3,7 @@
 #include "cli.h"
 #include "connections/netviewcontroller.h"
 #include "day/dayviewcontroller.h"
-#include "desktop/commonshared.h"
+#include "desktop/displayformat.h"
 #include "map/mapviewcontroller.h"
 #include "output.h"
 #include "services/datausageappdelegate.h"
@@ -66,7 +66,7 @@ int map(const QStringList &args, Environment &env)
         for (int i = 0; i < map->hourKeys.size(); ++i) {
             QJsonArray places;
             for (const MapData &p : map->dataForAll.value(map->hourKeys.at(i))) {
-                const CLLocationCoordinate2D c = MKCoordinateForMapPoint(p.mapPoint);
+                const MapCoordinate c = MKCoordinateForMapPoint(p.mapPoint);
                 places.append(QJsonObject{{QStringLiteral("latitude"), c.latitude},
                                           {QStringLiteral("longitude"), c.longitude},
                                           {QStringLiteral("cell"), p.cell},
@@ -88,11 +88,11 @@ int map(const QStringList &args, Environment &env)
     for (int i = 0; i < map->hourKeys.size(); ++i) {
         print(map->cardTitle(i) + QLatin1Char('\n'));
         for (const MapData &p : map->dataForAll.value(map->hourKeys.at(i))) {
-            const CLLocationCoordinate2D c = MKCoordinateForMapPoint(p.mapPoint);
+            const MapCoordinate c = MKCoordinateForMapPoint(p.mapPoint);
             print(QStringLiteral("  %1, %2  cellular %3  Wi-Fi %4\n")
                       .arg(c.latitude, 0, 'f', 5)
                       .arg(c.longitude, 0, 'f', 5)
-                      .arg(CommonShared::getDataBytesStr(p.cell), CommonShared::getDataBytesStr(p.wifi)));
+                      .arg(DisplayFormat::getDataBytesStr(p.cell), DisplayFormat::getDataBytesStr(p.wifi)));
         }
     }
     return 0;
@@ -148,7 +148,7 @@ int net(const QStringList &args, Environment &env)
         const QList<NetRow> rows = net->dataForAll.value(net->hourKeys.at(h));
         for (int i = 0; i < rows.size(); ++i)
             print(QStringLiteral("  %1  %2\n")
-                      .arg(CommonShared::getDataBytesStr(rows.at(i).sum), 9)
+                      .arg(DisplayFormat::getDataBytesStr(rows.at(i).sum), 9)
                       .arg(net->drawRow(h, i)));
     }
     return 0;

@@ -171,7 +171,7 @@ int demo(const QStringList &args, Environment &env)
 
     // Three months of samples every five minutes, cellular by day and Wi-Fi at home in the evening.
     QRandomGenerator random(20261123);
-    const std::shared_ptr<StoreContext> context = shared.mocForActive();
+    const std::shared_ptr<StoreContext> context = shared.activeStore();
     const QDateTime first = BillingCycle::dateByAddingUnit(CalendarUnit::Day, -91, shared.todayAtZeroHour());
     qint64 records = 0;
     context->performAndWait([&] {

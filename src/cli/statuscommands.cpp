@@ -3,7 +3,7 @@
 #include "cli.h"
 #include "core/settingskeys.h"
 #include "core/sharedcode.h"
-#include "desktop/commonshared.h"
+#include "desktop/displayformat.h"
 #include "desktop/usageintent.h"
 #include "desktop/widgetstats.h"
 #include "output.h"
@@ -39,7 +39,7 @@ struct Figures
 Figures readFigures(Services &s, const QString &plan)
 {
     const std::shared_ptr<StoreContext> context =
-        s.delegate.mocForPlan(plan.isNull() ? s.shared.activePlanID() : plan);
+        s.delegate.storeForPlan(plan.isNull() ? s.shared.activePlanID() : plan);
     Figures f;
     context->performAndWait([&] {
         f.v = s.delegate.readCurrentValues(context.get(), plan);
@@ -88,9 +88,8 @@ QString bar(double percent, int width)
 QString humanStatus(Services &s, const Figures &f, const QString &planId)
 {
     const QString plan = s.shared.getForPlan(planId, Keys::PREF_PLAN_LABEL).toString();
-    const QString type =
-        SettingsHelper::planNameForLength(BillingCycle::dataPlanTypeForPlan(s.shared, planId),
-                                          BillingCycle::nForCycleForPlan(s.shared, planId));
+    const QString type = PlanTexts::planNameForLength(BillingCycle::dataPlanTypeForPlan(s.shared, planId),
+                                                      BillingCycle::nForCycleForPlan(s.shared, planId));
     const QString dateFormat = QStringLiteral("d MMM yyyy");
     QString out =
         QStringLiteral("%1 (%2)  %3 → %4, %5 %6 left\n")
@@ -100,9 +99,9 @@ QString humanStatus(Services &s, const Figures &f, const QString &planId)
     const auto row = [](const QString &name, double total, double in, double out) {
         return QStringLiteral("  %1 %2   ↓ %3   ↑ %4\n")
             .arg(name, -9)
-            .arg(CommonShared::getDataBytesStr(total), 10)
-            .arg(CommonShared::getDataBytesStr(in), 10)
-            .arg(CommonShared::getDataBytesStr(out), 10);
+            .arg(DisplayFormat::getDataBytesStr(total), 10)
+            .arg(DisplayFormat::getDataBytesStr(in), 10)
+            .arg(DisplayFormat::getDataBytesStr(out), 10);
     };
     out += row(QStringLiteral("Cellular"), f.v.monthCell, f.v.monthCellIn, f.v.monthCellOut);
     out += row(QStringLiteral("Wi-Fi"), f.v.monthWifi, f.v.monthWifiIn, f.v.monthWifiOut);
@@ -114,7 +113,7 @@ QString humanStatus(Services &s, const Figures &f, const QString &planId)
     if (f.cap > 0)
         out += QStringLiteral("  %1 %2   %3 %4%  %5\n")
                    .arg(QStringLiteral("Cap"), -9)
-                   .arg(CommonShared::getDataBytesStr(f.cap), 10)
+                   .arg(DisplayFormat::getDataBytesStr(f.cap), 10)
                    .arg(bar(f.v.monthPercent, 20))
                    .arg(DataUsageAppDelegate::roundedPercent(f.v.monthPercent))
                    .arg(forecast);
@@ -170,13 +169,13 @@ int refresh(const QStringList &args, Environment &env)
     const Arguments a(args, {}, {});
     a.expectPositional(0, 0, QStringLiteral("tallymo refresh"));
     Services &s = env.desktopServices();
-    s.delegate.applicationWillFinishLaunching();
-    s.delegate.applicationDidFinishLaunching();
+    s.delegate.prepareLaunch();
+    s.delegate.completeLaunch();
     // A command typed or run by a timer counts as in front: the bill-cycle reminders are
     // rescheduled (with no window, alerts still come as notifications).
-    s.delegate.applicationWillEnterForeground();
+    s.delegate.enterForeground();
     std::optional<FetchResult> result;
-    s.delegate.applicationPerformFetch([&](FetchResult r) {
+    s.delegate.scheduledRefresh([&](FetchResult r) {
         result = r;
         QCoreApplication::exit();
     });
@@ -188,9 +187,9 @@ int refresh(const QStringList &args, Environment &env)
               .arg(!r.locked ? QStringLiteral("sample skipped (another process is sampling)")
                    : r.event ? QStringLiteral("new usage recorded")
                              : QStringLiteral("no new usage"),
-                   CommonShared::getDataBytesStr(v.monthCell))
+                   DisplayFormat::getDataBytesStr(v.monthCell))
               .arg(DataUsageAppDelegate::roundedPercent(v.monthPercent))
-              .arg(CommonShared::getDataBytesStr(v.monthWifi))
+              .arg(DisplayFormat::getDataBytesStr(v.monthWifi))
               .arg(s.delegate.getCurrentThresholdLevel()));
     if (!r.failure.isEmpty()) {
         printError(QStringLiteral("tallymo: %1\n").arg(r.failure));

@@ -77,7 +77,7 @@ void NetViewController::processData()
             if (!self)
                 return;
             self->dataForAll = byHour;
-            self->hourKeys = DayChildHelper::reverseSortArrayUsingCompare(byHour.keys());
+            self->hourKeys = HistoryFormat::reverseSortArrayUsingCompare(byHour.keys());
             self->m_labels.clear();
             self->m_busy = false;
             if (!byHour.isEmpty())
@@ -146,7 +146,7 @@ QString NetViewController::sectionTitle(int section) const
 {
     if (section < 0 || section >= hourKeys.size())
         return QString();
-    return DateFormatter::withPattern(DayChildHelper::hourFormat(m_stores.shared().clock().now()))
+    return DateFormatter::withPattern(HistoryFormat::hourFormat(m_stores.shared().clock().now()))
         .toString(hourKeys.at(section));
 }
 

@@ -39,7 +39,7 @@ public:
     // Whether a pull of the list closes the history, as for the other history lists.
     Q_INVOKABLE static bool pullCloses(bool tracking, double contentOffsetY)
     {
-        return DayChildHelper::dismissScrollViewGesture(tracking, contentOffsetY);
+        return HistoryFormat::dismissScrollViewGesture(tracking, contentOffsetY);
     }
     std::optional<QString> cacheForKey(const QString &address) const;
     // Lookups still out.

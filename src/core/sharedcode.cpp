@@ -135,18 +135,18 @@ void SharedCode::migratePlan()
     pref.synchronize();
 }
 
-QString SharedCode::currentEN()
+QString SharedCode::currentWifiLink()
 {
     const QStringList list = m_interfaces ? m_interfaces->wifiInterfaces() : QStringList();
     return list.isEmpty() || list.first().isEmpty() ? QString() : list.first();
 }
 
-QString SharedCode::savedEN()
+QString SharedCode::savedWifiLink()
 {
     const QVariant stored = m_settings.value(Keys::PREF_INTERFACE_NAME);
     if (stored.typeId() == QMetaType::QString)
         return stored.toString();
-    QString name = currentEN();
+    QString name = currentWifiLink();
     if (name.isEmpty())
         name = QStringLiteral("en0");
     m_settings.setValue(Keys::PREF_INTERFACE_NAME, name);
@@ -157,10 +157,10 @@ QString SharedCode::savedEN()
     return name;
 }
 
-void SharedCode::checkEN()
+void SharedCode::checkWifiLink()
 {
     const QString stored = m_settings.stringForKey(Keys::PREF_INTERFACE_NAME);
-    const QString current = currentEN();
+    const QString current = currentWifiLink();
     if (current.isEmpty() || current == stored)
         return;
     m_settings.setValue(Keys::PREF_INTERFACE_NAME, current);
@@ -178,27 +178,27 @@ QString SharedCode::sqliteURLForPlan(const QString &plan) const
     return m_container + QLatin1Char('/') + getForPlan(plan, Keys::PREF_PLAN_DBNAME).toString();
 }
 
-std::shared_ptr<StoreContext> SharedCode::makeMOCForPlan(const QString &plan)
+std::shared_ptr<StoreContext> SharedCode::makeStoreForPlan(const QString &plan)
 {
     if (plan.isEmpty())
         return nullptr;
     return std::make_shared<StoreContext>(plan, sqliteURLForPlan(plan), m_onStoreOpenFailure);
 }
 
-std::shared_ptr<StoreContext> SharedCode::mocForActive()
+std::shared_ptr<StoreContext> SharedCode::activeStore()
 {
     const QString active = activePlanID();
     QMutexLocker locker(&m_contextMutex);
-    if (m_dataMOC && m_dataMOC->name() == active)
-        return m_dataMOC;
-    m_dataMOC = makeMOCForPlan(active);
-    return m_dataMOC;
+    if (m_activeStore && m_activeStore->name() == active)
+        return m_activeStore;
+    m_activeStore = makeStoreForPlan(active);
+    return m_activeStore;
 }
 
-std::shared_ptr<StoreContext> SharedCode::dataMOC() const
+std::shared_ptr<StoreContext> SharedCode::cachedActiveStore() const
 {
     QMutexLocker locker(&m_contextMutex);
-    return m_dataMOC;
+    return m_activeStore;
 }
 
 QDateTime SharedCode::todayAtZeroHour() const
@@ -226,7 +226,7 @@ double metersBetween(double lat1, double lon1, double lat2, double lon2)
     return 2 * kEarthRadius * std::asin(std::min(1.0, std::sqrt(a)));
 }
 
-Coordinate SharedCode::coordinatFromLocationManager(const std::optional<LocationFix> &last)
+Coordinate SharedCode::coordinateFromLocationFix(const std::optional<LocationFix> &last)
 {
     if (!last || !(last->horizontalAccuracy >= 0 && last->horizontalAccuracy <= 500) ||
         !isValidCoordinate(last->latitude, last->longitude))

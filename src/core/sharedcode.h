@@ -87,22 +87,22 @@ public:
     static QString newPlanIdentifier();
 
     // Interfaces.
-    QString currentEN();
-    QString savedEN();
-    void checkEN();
+    QString currentWifiLink();
+    QString savedWifiLink();
+    void checkWifiLink();
     bool isTrackTetherForPlan(const QString &plan) const;
 
     // Usage recorder.
     QString flockPath() const { return m_flockPath; }
-    SampleResult saveUsageGasp(StoreContext *context, Coordinate loc);
+    SampleResult sampleUsage(StoreContext *context, Coordinate loc);
     SampleResult recordUsage(StoreContext *context, Coordinate loc);
 
     // Store contexts.
     QString containerURL() const { return m_container; }
     QString sqliteURLForPlan(const QString &plan) const;
-    std::shared_ptr<StoreContext> makeMOCForPlan(const QString &plan);
-    std::shared_ptr<StoreContext> mocForActive();
-    std::shared_ptr<StoreContext> dataMOC() const;
+    std::shared_ptr<StoreContext> makeStoreForPlan(const QString &plan);
+    std::shared_ptr<StoreContext> activeStore();
+    std::shared_ptr<StoreContext> cachedActiveStore() const;
 
     // Time stamps: the start of today and of the current hour, in local time.
     QDateTime todayAtZeroHour() const;
@@ -110,7 +110,7 @@ public:
     const Clock &clock() const { return *m_clock; }
 
     // The last known position when it is good enough to store with usage (accuracy 0 to 500 m).
-    static Coordinate coordinatFromLocationManager(const std::optional<LocationFix> &last);
+    static Coordinate coordinateFromLocationFix(const std::optional<LocationFix> &last);
 
     // Per-address usage: one connection-table read per protocol, the growth since the previous read
     // stored as Netevent records of the current hour (into the context, unsaved). The previous
@@ -133,5 +133,5 @@ private:
     const StoreContext::OpenFailureHandler m_onStoreOpenFailure;
     SettingsDomain m_settings;
     mutable QMutex m_contextMutex;
-    std::shared_ptr<StoreContext> m_dataMOC;
+    std::shared_ptr<StoreContext> m_activeStore;
 };

@@ -69,7 +69,7 @@ struct Descriptor
 
 } // namespace
 
-SampleResult SharedCode::saveUsageGasp(StoreContext *context, Coordinate loc)
+SampleResult SharedCode::sampleUsage(StoreContext *context, Coordinate loc)
 {
     SampleResult result;
     QString error;
@@ -146,11 +146,11 @@ SampleResult SharedCode::recordUsage(StoreContext *context, Coordinate loc)
     QStringList present;
     for (const LinkCounters &c : *counters)
         present.append(c.name);
-    QString wifiName = savedEN();
+    QString wifiName = savedWifiLink();
     if (!present.contains(wifiName)) {
         // The interface counted as Wi-Fi is gone, or was only the placeholder: look again.
-        checkEN();
-        wifiName = savedEN();
+        checkWifiLink();
+        wifiName = savedWifiLink();
     }
     QVariantMap tether = m_settings.dictionaryForKey(Keys::PREF_TRACK_TETHER_DB);
     const QStringList cellular = cellularLinks(present);

@@ -14,7 +14,7 @@
 DayViewController::DayViewController(PlanStores &stores, HostNames &hostNames, const QString &plan,
                                      QObject *parent)
     : QObject(parent), planID(plan), m_stores(stores), m_hostNames(hostNames),
-      m_context(stores.mocForPlan(plan)), m_day(stores.shared().todayAtZeroHour()),
+      m_context(stores.storeForPlan(plan)), m_day(stores.shared().todayAtZeroHour()),
       m_queueHours(std::make_shared<ChartBuckets>())
 {
     const qint64 stored = stores.shared().userPref().integerForKey(Keys::PREF_DAYVIEW_TYPE);
@@ -128,7 +128,7 @@ void DayViewController::compute()
             if (!self || self->m_generation != generation)
                 return;
             self->m_hours = result;
-            self->m_usage = DayChildHelper::totalsLine(result);
+            self->m_usage = HistoryFormat::totalsLine(result);
             self->m_busy = false;
             emit self->loaded();
         });

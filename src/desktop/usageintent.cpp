@@ -1,6 +1,6 @@
 #include "usageintent.h"
 
-#include "commonshared.h"
+#include "displayformat.h"
 #include "plans/datacap.h"
 #include "widgetstats.h"
 
@@ -58,7 +58,7 @@ QString ShowUsageIntentResponse::spokenText() const
                "ShowUsageIntentResponse",
                "You have used %1 percent of your data. %2 left for %3 %4. The forecast is %5.")
         .arg(DataCap::roundedPercent(stats->usedPercent))
-        .arg(CommonShared::getDataBytesStr(stats->megabytesLeft * 1048576.0))
+        .arg(DisplayFormat::getDataBytesStr(stats->megabytesLeft * 1048576.0))
         .arg(stats->daysLeft)
         .arg(stats->timeUnit)
         .arg(forecast);

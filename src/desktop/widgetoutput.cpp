@@ -1,6 +1,6 @@
 #include "widgetoutput.h"
 
-#include "commonshared.h"
+#include "displayformat.h"
 #include "plans/datacap.h"
 #include "widgetstats.h"
 
@@ -44,8 +44,8 @@ Texts texts(const QVariantMap &r, int style)
     }
     const QString percent =
         QStringLiteral("%1%").arg(DataCap::roundedPercent(r.value(WStats::PERCENT).toDouble()));
-    const QString used = CommonShared::getDataBytesStr(r.value(WStats::USED).toDouble());
-    const QString left = tr("%1 left").arg(CommonShared::getDataBytesStr(r.value(WStats::LEFT).toDouble()));
+    const QString used = DisplayFormat::getDataBytesStr(r.value(WStats::USED).toDouble());
+    const QString left = tr("%1 left").arg(DisplayFormat::getDataBytesStr(r.value(WStats::LEFT).toDouble()));
     const QString time = QStringLiteral("%1 %2")
                              .arg(r.value(WStats::DAYS).toLongLong())
                              .arg(r.value(WStats::TIMEUNIT).toString());

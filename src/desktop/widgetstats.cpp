@@ -48,7 +48,7 @@ Coordinate WidgetStats::getCurrentCoordinateForWidget(const SharedCode &shared, 
 {
     if (!isMapTracking(shared, location))
         return Coordinate();
-    return SharedCode::coordinatFromLocationManager(
+    return SharedCode::coordinateFromLocationFix(
         location->lastLocation()); // the last fix only; nothing is started
 }
 
@@ -80,7 +80,7 @@ QVariantMap fromStats(const SharedCode &shared, const QVariantMap &stats, const 
             {WStats::USED, stats.value(WStats::USED)},
             {WStats::LEFT, stats.value(WStats::LEFT)},
             {WStats::DAYS, days},
-            {WStats::TIMEUNIT, BillingCycle::timeUnitSingularOrPural(shared, days, QString())}};
+            {WStats::TIMEUNIT, BillingCycle::timeUnitSingularOrPlural(shared, days, QString())}};
 }
 
 QString isoText(const QDateTime &date)
@@ -141,12 +141,12 @@ QVariantMap WidgetRecord::current(SharedCode &shared)
     if (!isSetUp(shared))
         return notSetUp(shared.clock().now());
     shared.userPref().synchronize(); // another process may have switched plans since the last record
-    const std::shared_ptr<StoreContext> context = shared.mocForActive();
+    const std::shared_ptr<StoreContext> context = shared.activeStore();
     if (!context)
         return notSetUp(shared.clock().now());
     QVariantMap record;
     context->performAndWait([&] {
-        shared.saveUsageGasp(context.get(), Coordinate()); // no position: no fix of its own
+        shared.sampleUsage(context.get(), Coordinate()); // no position: no fix of its own
         record =
             fromStats(shared, WidgetStats::computeWidgetStats(shared, context.get()), shared.clock().now());
     });

@@ -159,7 +159,7 @@ QList<PeriodRow> periods(SharedCode &shared, StoreContext &context, const QStrin
 
 } // namespace History
 
-QList<QDateTime> DayChildHelper::reverseSortArrayUsingCompare(QList<QDateTime> dates)
+QList<QDateTime> HistoryFormat::reverseSortArrayUsingCompare(QList<QDateTime> dates)
 {
     std::sort(dates.begin(), dates.end(), std::greater<>());
     return dates;

@@ -86,7 +86,7 @@ using StyledText = QList<TextRun>;
 QVariantList runsForView(const StyledText &text);
 
 // Operations shared by the history screens.
-class DayChildHelper
+class HistoryFormat
 {
 public:
     static QList<QDateTime> reverseSortArrayUsingCompare(QList<QDateTime> dates);

@@ -4,7 +4,7 @@
 #include "core/settingskeys.h"
 #include "core/sharedcode.h"
 #include "core/storecontext.h"
-#include "desktop/commonshared.h"
+#include "desktop/displayformat.h"
 #include "plans/billingcycle.h"
 
 #include <QCoreApplication>
@@ -13,7 +13,7 @@
 
 TimeChartViewController::TimeChartViewController(PlanStores &stores, const QString &plan,
                                                  const QString &mainPattern, QObject *parent)
-    : QObject(parent), planID(plan), m_stores(stores), m_context(stores.mocForPlan(plan)),
+    : QObject(parent), planID(plan), m_stores(stores), m_context(stores.storeForPlan(plan)),
       m_mainDF(DateFormatter::withPattern(mainPattern)),
       m_rows(new ListModel(
           {"key", "timeLabel", "subLabel", "spokenLabel", "cellAmount", "wifiAmount", "cellPercent",
@@ -47,7 +47,7 @@ QString TimeChartViewController::noUsageText()
 
 StyledText TimeChartViewController::getMBString(double bytes)
 {
-    const CommonShared::SplitAmount a = CommonShared::getMBString(bytes);
+    const DisplayFormat::SplitAmount a = DisplayFormat::getMBString(bytes);
     return {TextRun{a.number, TextRun::Number}, TextRun{a.unit, TextRun::Unit}};
 }
 
@@ -61,7 +61,7 @@ QVariantMap TimeChartViewController::layoutRow(double width, double cellPercent,
 
 bool TimeChartViewController::pullCloses(bool tracking, double contentOffsetY)
 {
-    return DayChildHelper::dismissScrollViewGesture(tracking, contentOffsetY);
+    return HistoryFormat::dismissScrollViewGesture(tracking, contentOffsetY);
 }
 
 ChartRow TimeChartViewController::row(int index) const
@@ -125,7 +125,7 @@ void TimeChartViewController::reload()
 void TimeChartViewController::setBuckets(const ChartBuckets &buckets)
 {
     m_data = buckets;
-    m_keys = DayChildHelper::reverseSortArrayUsingCompare(buckets.keys());
+    m_keys = HistoryFormat::reverseSortArrayUsingCompare(buckets.keys());
     m_range = History::findRanges(buckets);
     m_busy = false;
     didLoad();
@@ -138,7 +138,7 @@ void TimeChartViewController::setBuckets(const ChartBuckets &buckets)
 TimeViewController::TimeViewController(PlanStores &stores, const QString &plan,
                                        std::shared_ptr<const ChartBuckets> hoursOnQueue, QObject *parent)
     : TimeChartViewController(stores, plan, QString(), parent), m_hours(std::move(hoursOnQueue)),
-      m_24Hour(DayChildHelper::timeIs24HourFormat(stores.shared().clock().now()))
+      m_24Hour(HistoryFormat::timeIs24HourFormat(stores.shared().clock().now()))
 {
     setMainPattern(m_24Hour ? QStringLiteral("HH") : QStringLiteral("h"));
     reload();
@@ -153,7 +153,7 @@ QString TimeViewController::periodLabel() const
 
 DateFormatter TimeViewController::makeSpokenFormatter() const
 {
-    return DateFormatter::withPattern(DayChildHelper::hourFormat(m_stores.shared().clock().now()));
+    return DateFormatter::withPattern(HistoryFormat::hourFormat(m_stores.shared().clock().now()));
 }
 
 TimeChartViewController::BucketsJob TimeViewController::bucketsJob() const
@@ -233,7 +233,7 @@ DateFormatter CycleViewController::makeSpokenFormatter() const
 
 void CycleViewController::didLoad()
 {
-    m_usage = DayChildHelper::totalsLine(m_data);
+    m_usage = HistoryFormat::totalsLine(m_data);
 }
 
 // ---- MultiCyclesController ----
@@ -291,7 +291,7 @@ void MultiCyclesController::didLoad()
     emit showTip(tr("QUICK TIP"), tr("Pull down to dismiss."));
 }
 
-// ---- DayChildHelper ----
+// ---- HistoryFormat ----
 
 QVariantList runsForView(const StyledText &text)
 {
@@ -301,7 +301,7 @@ QVariantList runsForView(const StyledText &text)
     return runs;
 }
 
-StyledText DayChildHelper::headerUsageStringForCell(double cell, double wifi)
+StyledText HistoryFormat::headerUsageStringForCell(double cell, double wifi)
 {
     StyledText text{TextRun{QStringLiteral("c "), TextRun::Glyph}};
     text += TimeChartViewController::getMBString(cell);
@@ -310,7 +310,7 @@ StyledText DayChildHelper::headerUsageStringForCell(double cell, double wifi)
     return text;
 }
 
-StyledText DayChildHelper::totalsLine(const ChartBuckets &buckets)
+StyledText HistoryFormat::totalsLine(const ChartBuckets &buckets)
 {
     if (buckets.isEmpty())
         return {};
@@ -322,18 +322,18 @@ StyledText DayChildHelper::totalsLine(const ChartBuckets &buckets)
     return headerUsageStringForCell(cell, wifi);
 }
 
-bool DayChildHelper::timeIs24HourFormat(const QDateTime &now)
+bool HistoryFormat::timeIs24HourFormat(const QDateTime &now)
 {
     return DateFormatter::uses24HourClock(now);
 }
 
-QString DayChildHelper::hourFormat(const QDateTime &now)
+QString HistoryFormat::hourFormat(const QDateTime &now)
 {
     return DateFormatter::patternForTemplate(timeIs24HourFormat(now) ? QStringLiteral("HHmm")
                                                                      : QStringLiteral("ha"));
 }
 
-bool DayChildHelper::dismissScrollViewGesture(bool tracking, double contentOffsetY)
+bool HistoryFormat::dismissScrollViewGesture(bool tracking, double contentOffsetY)
 {
     return tracking && contentOffsetY < -100;
 }

@@ -17,7 +17,7 @@ QDateTime distantFuture()
     return QDateTime(QDate(4001, 1, 1), QTime(0, 0), Qt::UTC);
 }
 
-void addPlace(QList<MapData> &places, MKMapPoint point, double cell, double wifi)
+void addPlace(QList<MapData> &places, MapPoint point, double cell, double wifi)
 {
     // The first place within reach, not the nearest; it keeps the position it was founded at.
     for (MapData &place : places) {
@@ -35,7 +35,7 @@ QMap<QDateTime, QList<MapData>> gather(const QList<PlaceSums> &rows)
     QMap<QDateTime, QList<MapData>> pages;
     for (const PlaceSums &r : rows) {
         const QDateTime hour = LocalTime::hourStart(r.timeStamp);
-        addPlace(pages[hour], MKMapPointForCoordinate({r.latitude, r.longitude}),
+        addPlace(pages[hour], mapPointForCoordinate({r.latitude, r.longitude}),
                  r.sums.cellIn + r.sums.cellOut, r.sums.wifiIn + r.sums.wifiOut);
     }
     if (pages.isEmpty())
@@ -53,19 +53,19 @@ Fit fitPage(const QList<MapData> &places, int hourIndex)
     Fit fit;
     if (places.isEmpty())
         return fit;
-    const MKMapPoint q = places.last().mapPoint;
-    const double perMeter = MKMapPointsPerMeterAtLatitude(MKCoordinateForMapPoint(q).latitude);
-    MKMapRect rect{q, {1, 1}};
+    const MapPoint q = places.last().mapPoint;
+    const double perMeter = mapPointsPerMeterAtLatitude(MKCoordinateForMapPoint(q).latitude);
+    MapRect rect{q, {1, 1}};
     for (int i = 0; i < places.size(); ++i) {
-        const MKMapPoint p = places.at(i).mapPoint;
-        fit.pins.append(QXPointAnnotation{hourIndex, i, MKCoordinateForMapPoint(p)});
-        rect = MKMapRectUnion(rect, MKMapRect{p, {1, 1}});
+        const MapPoint p = places.at(i).mapPoint;
+        fit.pins.append(PlaceAnnotation{hourIndex, i, MKCoordinateForMapPoint(p)});
+        rect = mapRectUnion(rect, MapRect{p, {1, 1}});
     }
     const double span = kMinimumSpanMeters * perMeter;
-    rect = MKMapRectInset(rect, rect.size.width <= span ? -(span - rect.size.width) / 2 : 0,
-                          rect.size.height <= span ? -(span - rect.size.height) / 2 : 0);
-    if (MKMapRectSpans180thMeridian(rect))
-        rect = MKMapRectRemainder(rect);
+    rect = mapRectInset(rect, rect.size.width <= span ? -(span - rect.size.width) / 2 : 0,
+                        rect.size.height <= span ? -(span - rect.size.height) / 2 : 0);
+    if (mapRectSpans180thMeridian(rect))
+        rect = mapRectRemainder(rect);
     fit.rect = rect;
     return fit;
 }
@@ -84,7 +84,7 @@ MapViewController::MapViewController(PlanStores &stores, const DayValue &day,
       m_shownPins(new ListModel(
           {"latitude", "longitude", "callout"}, [this] { return int(m_pins.size()); },
           [this](int i, const QByteArray &role) -> QVariant {
-              const QXPointAnnotation &pin = m_pins.at(i);
+              const PlaceAnnotation &pin = m_pins.at(i);
               if (role == "latitude")
                   return pin.coordinate.latitude;
               if (role == "longitude")
@@ -125,7 +125,7 @@ void MapViewController::processData()
             if (!self)
                 return;
             self->dataForAll = pages;
-            self->hourKeys = DayChildHelper::reverseSortArrayUsingCompare(pages.keys());
+            self->hourKeys = HistoryFormat::reverseSortArrayUsingCompare(pages.keys());
             self->m_busy = false;
             self->m_page = -1;
             emit self->loaded();
@@ -173,10 +173,10 @@ QPointF MapViewController::pinPosition(int pin, double width, double height) con
 {
     if (pin < 0 || pin >= m_pins.size() || !(m_fitted.size.width > 0) || !(m_fitted.size.height > 0))
         return QPointF(-1, -1);
-    MKMapPoint p = MKMapPointForCoordinate(m_pins.at(pin).coordinate);
+    MapPoint p = mapPointForCoordinate(m_pins.at(pin).coordinate);
     // A rectangle across the 180th meridian reaches past the world's east edge.
     if (p.x < m_fitted.minX())
-        p.x += MKMapSizeWorld.width;
+        p.x += kMapSizeWorld.width;
     return QPointF((p.x - m_fitted.minX()) / m_fitted.size.width * width,
                    (p.y - m_fitted.minY()) / m_fitted.size.height * height);
 }
@@ -201,7 +201,7 @@ QString MapViewController::cardTitle(int page) const
     if (page < 0 || page >= hourKeys.size())
         return QString();
     const QDateTime now = m_stores.shared().clock().now();
-    return DateFormatter::withPattern(DayChildHelper::hourFormat(now)).toString(hourKeys.at(page));
+    return DateFormatter::withPattern(HistoryFormat::hourFormat(now)).toString(hourKeys.at(page));
 }
 
 StyledText MapViewController::cardLine(int page) const
@@ -211,7 +211,7 @@ StyledText MapViewController::cardLine(int page) const
     if (page < 0 || page >= hourKeys.size())
         return {};
     const ChartData d = m_day.dataForAllHours().value(hourKeys.at(page));
-    return DayChildHelper::headerUsageStringForCell(d.sumCell, d.sumWifi);
+    return HistoryFormat::headerUsageStringForCell(d.sumCell, d.sumWifi);
 }
 
 StyledText MapViewController::callout(int page, int location) const
@@ -220,5 +220,5 @@ StyledText MapViewController::callout(int page, int location) const
         page >= 0 && page < hourKeys.size() ? dataForAll.value(hourKeys.at(page)) : QList<MapData>();
     if (location < 0 || location >= places.size())
         return {};
-    return DayChildHelper::headerUsageStringForCell(places.at(location).cell, places.at(location).wifi);
+    return HistoryFormat::headerUsageStringForCell(places.at(location).cell, places.at(location).wifi);
 }

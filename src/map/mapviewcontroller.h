@@ -2,7 +2,7 @@
 
 #include "core/listmodel.h"
 #include "history/historycontrollers.h"
-#include "mapkit.h"
+#include "mapgeometry.h"
 #include "services/planstores.h"
 
 #include <QDateTime>
@@ -18,35 +18,35 @@ struct PlaceSums;
 // One place on the usage map: where it was founded, and the bytes used within 500 m of it.
 struct MapData
 {
-    MKMapPoint mapPoint;
+    MapPoint mapPoint;
     double cell = 0;
     double wifi = 0;
 };
 
 // A pin: which page and place it stands for.
-struct QXPointAnnotation
+struct PlaceAnnotation
 {
     int hourIndex;
     int locationIndex;
-    CLLocationCoordinate2D coordinate;
+    MapCoordinate coordinate;
     QString title = QStringLiteral("\u200b"); // a callout without visible title
 };
 
 namespace MapPlaces {
 inline constexpr double kMergeMeters = 500;
 inline constexpr double kMinimumSpanMeters = 1000;
-inline constexpr UIEdgeInsets kPadding{45, 30, 15, 30};
+inline constexpr EdgeInsets kPadding{45, 30, 15, 30};
 
 // The key of the whole-day page: after every hour, so it comes first newest-first.
 QDateTime distantFuture();
 // Adds usage at a point to the first place closer than 500 m, else to a new place there.
-void addPlace(QList<MapData> &places, MKMapPoint point, double cell, double wifi);
+void addPlace(QList<MapData> &places, MapPoint point, double cell, double wifi);
 // Places per hour start, and the whole day under distantFuture().
 QMap<QDateTime, QList<MapData>> gather(const QList<PlaceSums> &rows);
 struct Fit
 {
-    QList<QXPointAnnotation> pins;
-    MKMapRect rect; // before fitting to the view
+    QList<PlaceAnnotation> pins;
+    MapRect rect; // before fitting to the view
 };
 // The pins of one page and the rectangle that holds them: at least 1,000 m each way, and only the
 // part beyond the world's edge when it crosses the 180th meridian.
@@ -82,8 +82,8 @@ public:
     bool hasData() const { return !dataForAll.isEmpty(); }
     QString noDataText() const;
     int currentPage() const { return m_page; }
-    QList<QXPointAnnotation> pins() const { return m_pins; }
-    MKMapRect fittedRect() const { return m_fitted; }
+    QList<PlaceAnnotation> pins() const { return m_pins; }
+    MapRect fittedRect() const { return m_fitted; }
     QRectF visibleMapRect() const
     {
         return QRectF(m_fitted.origin.x, m_fitted.origin.y, m_fitted.size.width, m_fitted.size.height);
@@ -115,7 +115,7 @@ public:
 signals:
     void loaded();
     void pageShown();
-    void setVisibleMapRect(const MKMapRect &rect, bool animated);
+    void setVisibleMapRect(const MapRect &rect, bool animated);
 
 private:
     PlanStores &m_stores;
@@ -123,8 +123,8 @@ private:
     std::shared_ptr<const ChartBuckets> m_hours;
     bool m_busy = true;
     int m_page = -1;
-    QList<QXPointAnnotation> m_pins;
-    MKMapRect m_fitted{};
+    QList<PlaceAnnotation> m_pins;
+    MapRect m_fitted{};
     ListModel *m_cards;
     ListModel *m_shownPins;
 };

@@ -146,7 +146,7 @@ bool BillingCycle::isDailyCycleForPlan(const SharedCode &shared, const QString &
     return dataPlanTypeForPlan(shared, plan) == NDays && nForCycleForPlan(shared, plan) == 1;
 }
 
-QString BillingCycle::timeUnitSingularOrPural(const SharedCode &shared, qint64 count, const QString &plan)
+QString BillingCycle::timeUnitSingularOrPlural(const SharedCode &shared, qint64 count, const QString &plan)
 {
     if (isDailyCycleForPlan(shared, plan))
         return count > 1 ? QCoreApplication::translate("SharedCode", "hours")
@@ -172,26 +172,26 @@ QDateTime BillingCycle::dateByAddingUnit(CalendarUnit unit, qint64 value, const 
     }
 }
 
-QString SettingsHelper::planNameForLength(int type, qint64 n)
+QString PlanTexts::planNameForLength(int type, qint64 n)
 {
     switch (type) {
     case BillingCycle::Days30:
-        return QCoreApplication::translate("SettingsHelper", "30 Days");
+        return QCoreApplication::translate("PlanTexts", "30 Days");
     case BillingCycle::Weekly:
-        return QCoreApplication::translate("SettingsHelper", "Weekly");
+        return QCoreApplication::translate("PlanTexts", "Weekly");
     case BillingCycle::Days28:
-        return QCoreApplication::translate("SettingsHelper", "28 Days");
+        return QCoreApplication::translate("PlanTexts", "28 Days");
     case BillingCycle::NDays:
         if (n == 1)
-            return QCoreApplication::translate("SettingsHelper", "Daily");
-        return QCoreApplication::translate("SettingsHelper", "%d Days")
+            return QCoreApplication::translate("PlanTexts", "Daily");
+        return QCoreApplication::translate("PlanTexts", "%d Days")
             .replace(QLatin1StringView("%d"), QString::number(n));
     default:
-        return QCoreApplication::translate("SettingsHelper", "Monthly");
+        return QCoreApplication::translate("PlanTexts", "Monthly");
     }
 }
 
-QString SettingsHelper::suffixEN(qint64 day)
+QString PlanTexts::englishOrdinalSuffix(qint64 day)
 {
     const qint64 t = day < 21 ? day : day - 10 * qint64(std::floor(double(day) / 10));
     switch (quint64(t - 1)) {
@@ -206,12 +206,12 @@ QString SettingsHelper::suffixEN(qint64 day)
     }
 }
 
-QString SettingsHelper::shortBillDateString(qint64 day)
+QString PlanTexts::shortBillDateString(qint64 day)
 {
     return shortBillDateString(day, getLanguageCode());
 }
 
-QString SettingsHelper::shortBillDateString(qint64 day, const QString &lang)
+QString PlanTexts::shortBillDateString(qint64 day, const QString &lang)
 {
     const QString n = QString::number(day);
     if (lang == QLatin1StringView("zh") || lang == QLatin1StringView("ja"))
@@ -224,15 +224,15 @@ QString SettingsHelper::shortBillDateString(qint64 day, const QString &lang)
         return n + QStringLiteral("e");
     if (lang == QLatin1StringView("it"))
         return n + QStringLiteral("º");
-    return n + suffixEN(day);
+    return n + englishOrdinalSuffix(day);
 }
 
-QString SettingsHelper::longBillDateString(qint64 day)
+QString PlanTexts::longBillDateString(qint64 day)
 {
     return longBillDateString(day, getLanguageCode());
 }
 
-QString SettingsHelper::longBillDateString(qint64 day, const QString &lang)
+QString PlanTexts::longBillDateString(qint64 day, const QString &lang)
 {
     const QString s = shortBillDateString(day, lang);
     if (lang == QLatin1StringView("zh"))
@@ -241,16 +241,15 @@ QString SettingsHelper::longBillDateString(qint64 day, const QString &lang)
                                    QStringLiteral("es"), QStringLiteral("it")};
     if (plain.contains(lang))
         return s;
-    return QCoreApplication::translate("SettingsHelper", "%@ of the month")
-        .replace(QLatin1StringView("%@"), s);
+    return QCoreApplication::translate("PlanTexts", "%@ of the month").replace(QLatin1StringView("%@"), s);
 }
 
-QString SettingsHelper::getLanguageCode()
+QString PlanTexts::getLanguageCode()
 {
     return QLocale::languageToCode(QLocale().language());
 }
 
-QString SettingsHelper::capString(const QVariantList &cap)
+QString PlanTexts::capString(const QVariantList &cap)
 {
     const QString amount = cap.value(0).toString();
     const QString unit = cap.value(1).toLongLong() == 1 ? QStringLiteral("GB") : QStringLiteral("MB");

@@ -45,16 +45,16 @@ int dataPlanTypeForPlan(const SharedCode &shared, const QString &plan);
 qint64 nForCycleForPlan(const SharedCode &shared, const QString &plan);
 bool isDailyCycleForPlan(const SharedCode &shared, const QString &plan);
 // "hour"/"hours" for a daily plan, else "day"/"days".
-QString timeUnitSingularOrPural(const SharedCode &shared, qint64 count, const QString &plan);
+QString timeUnitSingularOrPlural(const SharedCode &shared, qint64 count, const QString &plan);
 
 } // namespace BillingCycle
 
 // The texts that name a plan's type and bill day.
-class SettingsHelper
+class PlanTexts
 {
 public:
     static QString planNameForLength(int type, qint64 n);
-    static QString suffixEN(qint64 day);
+    static QString englishOrdinalSuffix(qint64 day);
     static QString shortBillDateString(qint64 day);
     static QString shortBillDateString(qint64 day, const QString &languageCode);
     static QString longBillDateString(qint64 day);

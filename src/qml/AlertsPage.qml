@@ -8,7 +8,7 @@ ScreenPage {
     required property var controller
     objectName: "alertsPage"
     header: PageHeader { title: page.controller.title; onBack: page.close() }
-    StackView.onActivating: page.controller.viewWillAppear()
+    StackView.onActivating: page.controller.aboutToShow()
 
     ListView {
         id: list

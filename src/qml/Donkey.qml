@@ -4,7 +4,7 @@ import Tallymo
 // "DONKEY Bounce": the image bounces in a box larger than the screen, stepped once per frame.
 Item {
     id: root
-    required property NewUIController controller
+    required property MainScreenController controller
     readonly property real imageSize: 96
     clip: false
 

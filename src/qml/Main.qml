@@ -6,7 +6,7 @@ import Tallymo
 ApplicationWindow {
     id: window
     required property Screens screens
-    readonly property NewUIController main: screens.main
+    readonly property MainScreenController main: screens.main
 
     width: 420
     height: 820
@@ -36,7 +36,7 @@ ApplicationWindow {
         onDepthChanged: {
             if (depth === 0) {
                 window.main.presenting = false
-                window.main.viewDidAppear()
+                window.main.becameVisible()
                 mainScreen.forceActiveFocus()
             }
         }
@@ -55,7 +55,7 @@ ApplicationWindow {
     }
     function openPage(file, props, animated) {
         if (pages.depth === 0)
-            window.main.viewDidDisappear()
+            window.main.becameHidden()
         pages.push(file, Object.assign({ screens: window.screens }, props),
                    animated ? StackView.PushTransition : StackView.Immediate)
     }
@@ -111,7 +111,7 @@ ApplicationWindow {
         function onShowSettingsRequested(push, animated) {
             // The main screen as it is now, for the settings' Share Screenshot.
             mainScreen.grabToImage((result) => window.screens.setSnapshot(result.image, Screen.devicePixelRatio))
-            window.openScreen("SettingsNewController", animated && push === "")
+            window.openScreen("SettingsController", animated && push === "")
             if (push !== "")
                 window.openScreen(push === "dataplan" ? "SelectPlanController" : "ThemeController", false)
         }

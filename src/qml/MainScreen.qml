@@ -5,7 +5,7 @@ import Tallymo
 // cellular and Wi-Fi totals and the forecast. Every text, font and colour comes from the controller.
 Item {
     id: root
-    required property NewUIController controller
+    required property MainScreenController controller
     property real parallaxOffset: 0
 
     focus: true
@@ -60,8 +60,8 @@ Item {
     Loader {
         objectName: "themeAnimation"
         anchors.fill: parent
-        active: root.controller.animation !== NewUIController.NoAnimation
-        sourceComponent: root.controller.animation === NewUIController.DonkeyBounce ? donkey : snow
+        active: root.controller.animation !== MainScreenController.NoAnimation
+        sourceComponent: root.controller.animation === MainScreenController.DonkeyBounce ? donkey : snow
         Component { id: donkey; Donkey { controller: root.controller } }
         Component { id: snow; Snow { controller: root.controller } }
     }

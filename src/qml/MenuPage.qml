@@ -11,7 +11,7 @@ ScreenPage {
     objectName: "menuPage"
     header: PageHeader { title: page.controller.title; onBack: page.close() }
 
-    StackView.onActivating: page.controller.viewWillAppear()
+    StackView.onActivating: page.controller.aboutToShow()
 
     Connections {
         target: page.controller

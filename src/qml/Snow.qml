@@ -5,7 +5,7 @@ import Tallymo
 // "Winter Wonderland": flakes fall from a strip just above the top edge.
 Item {
     id: root
-    required property NewUIController controller
+    required property MainScreenController controller
     readonly property var cell: controller.snowEmitter(width, height)
 
     ParticleSystem {

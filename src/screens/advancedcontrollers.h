@@ -31,7 +31,7 @@ public:
     void setSwitch(int row, bool on) override;
     void answer(int index) override;
     // Back from the add screen, or back to the app: the service may have been changed meanwhile.
-    void viewWillAppear() override { reload(); }
+    void aboutToShow() override { reload(); }
 
 private:
     enum class Question { None, Reset, Shortcut };

@@ -55,7 +55,7 @@ void AlertsController::tapRow(int row)
         m_tappedRow = quint32(row) + 1;
 }
 
-void AlertsController::viewWillAppear()
+void AlertsController::aboutToShow()
 {
     if (m_tappedRow != 0)
         emit reloaded();

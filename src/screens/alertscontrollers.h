@@ -29,7 +29,7 @@ public:
     // Remembers the row; the caller opens a ThresholdController with that type.
     Q_INVOKABLE void tapRow(int row);
     // The screen came back: reload when a row was opened.
-    Q_INVOKABLE void viewWillAppear();
+    Q_INVOKABLE void aboutToShow();
 
 signals:
     void reloaded();

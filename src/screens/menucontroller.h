@@ -45,7 +45,7 @@ public:
     // The user chose action `index` of the question asked last.
     Q_INVOKABLE virtual void answer(int index);
     // The menu comes (back) on screen.
-    Q_INVOKABLE virtual void viewWillAppear() {}
+    Q_INVOKABLE virtual void aboutToShow() {}
 
 signals:
     void titleChanged();

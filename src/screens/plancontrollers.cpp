@@ -62,8 +62,7 @@ QString PlanController::startDateDetail() const
     SharedCode &shared = m_delegate.shared();
     switch (BillingCycle::dataPlanTypeForPlan(shared, m_plan)) {
     case BillingCycle::Monthly:
-        return SettingsHelper::shortBillDateString(
-            shared.getForPlan(m_plan, Keys::PREF_BILLDAY).toLongLong());
+        return PlanTexts::shortBillDateString(shared.getForPlan(m_plan, Keys::PREF_BILLDAY).toLongLong());
     case BillingCycle::Weekly: {
         // 1 January 2023 was a Sunday, weekday 1.
         const qint64 k = shared.userPref().integerForKey(Keys::PREF_WEEK_START);
@@ -83,28 +82,27 @@ QList<SettingsRow> PlanController::rows(int section) const
             {tr("Label"), shared.getForPlan(m_plan, Keys::PREF_PLAN_LABEL).toString(),
              QStringLiteral("LabelController")},
             {tr("Plan Type"),
-             SettingsHelper::planNameForLength(BillingCycle::dataPlanTypeForPlan(shared, m_plan),
-                                               BillingCycle::nForCycleForPlan(shared, m_plan)),
+             PlanTexts::planNameForLength(BillingCycle::dataPlanTypeForPlan(shared, m_plan),
+                                          BillingCycle::nForCycleForPlan(shared, m_plan)),
              QStringLiteral("PlantypeController")}};
         if (!BillingCycle::isDailyCycleForPlan(shared, m_plan)) {
-            static const char *const pickers[] = {"BilldateController", "Picker2DateController",
-                                                  "PickerWeekController", "Picker2DateController",
-                                                  "Picker2DateController"};
+            static const char *const pickers[] = {"BilldateController", "DatePickerController",
+                                                  "PickerWeekController", "DatePickerController",
+                                                  "DatePickerController"};
             const int type = std::clamp(BillingCycle::dataPlanTypeForPlan(shared, m_plan), 0, 4);
             rows.append({tr("Start Date"), startDateDetail(), QString::fromLatin1(pickers[type])});
         }
-        rows.append(
-            {tr("Data Cap"),
-             SettingsHelper::capString(shared.getForPlan(m_plan, Keys::PREF_DATA_DISPLAY_CAP).toList()),
-             QStringLiteral("AllowController")});
+        rows.append({tr("Data Cap"),
+                     PlanTexts::capString(shared.getForPlan(m_plan, Keys::PREF_DATA_DISPLAY_CAP).toList()),
+                     QStringLiteral("CapController")});
         return rows;
     }
     if (section == 1 && !m_new) {
         const bool rollover = SettingsValue::toBool(shared.getForPlan(m_plan, Keys::PREF_ROLLOVER_ON));
         return {{tr("Rollover Data"),
-                 rollover ? SettingsHelper::capString(
-                                shared.getForPlan(m_plan, Keys::PREF_ROLLOVER_DISPLAY).toList())
-                          : QString(),
+                 rollover
+                     ? PlanTexts::capString(shared.getForPlan(m_plan, Keys::PREF_ROLLOVER_DISPLAY).toList())
+                     : QString(),
                  QStringLiteral("RolloverController")},
                 {tr("Tethering"), QString(), QStringLiteral("TetheringController")},
                 {tr("Usage History"), QString(), QStringLiteral("DayViewController")},
@@ -200,7 +198,7 @@ std::optional<AlertValue> AddController::add()
     if (!addEnabled())
         return std::nullopt;
     setText(DataCap::stringTwoDecimal(amount()));
-    const QString shown = SettingsHelper::capString(QVariantList{text(), qint64(unit)});
+    const QString shown = PlanTexts::capString(QVariantList{text(), qint64(unit)});
     AlertValue a = DataUsageAppDelegate::alertControllerWithTitle(
         QString(),
         tr("Do you want to add %@ to your current cellular usage?").replace(QLatin1StringView("%@"), shown));
@@ -258,7 +256,7 @@ double AddExistingController::bytes() const
     return std::floor(x * AmountEntry::unitBytes(unit));
 }
 
-AllowController::AllowController(SharedCode &shared, const QString &plan, QObject *parent)
+CapController::CapController(SharedCode &shared, const QString &plan, QObject *parent)
     : ByteController(tr("Data Cap"), tr("Amount of cellular data in one billing period."), parent),
       m_shared(shared), m_plan(plan)
 {
@@ -269,7 +267,7 @@ AllowController::AllowController(SharedCode &shared, const QString &plan, QObjec
     }
 }
 
-bool AllowController::close()
+bool CapController::close()
 {
     const double x = amount();
     if (!(x >= 0.001) || !std::isfinite(x))

@@ -156,11 +156,11 @@ public:
 
 // The data cap of a plan, shown from what was typed last; stored when the screen closes, only for
 // an amount of at least 0.001.
-class AllowController : public ByteController
+class CapController : public ByteController
 {
     Q_OBJECT
 public:
-    AllowController(SharedCode &shared, const QString &plan, QObject *parent = nullptr);
+    CapController(SharedCode &shared, const QString &plan, QObject *parent = nullptr);
     // False (and nothing stored) when the amount is not a cap.
     Q_INVOKABLE bool close();
 

@@ -60,7 +60,7 @@ void PlantypeController::reload()
         {0, tr("Monthly"), QString(), QString(), true, Check, type == BillingCycle::Monthly},
         {0, tr("N Days"), QString(), QString(), true, Check, type == BillingCycle::NDays}};
     if (type == BillingCycle::NDays)
-        rows.push_back({1, tr("N"), QStringLiteral("NDayController"),
+        rows.push_back({1, tr("N"), QStringLiteral("DayCountController"),
                         QString::number(m_shared.integerForPlan(m_plan, Keys::PREF_NDAYS_N))});
     setFooters({tr("Choose your data plan type."), tr("Number of days in one billing period.")});
     setRows(std::move(rows));
@@ -110,7 +110,7 @@ void RolloverController::reload()
     if (on)
         rows.push_back(
             {1, tr("Rollover Amount"), QStringLiteral("RolloverAmountController"),
-             SettingsHelper::capString(shared.getForPlan(m_plan, Keys::PREF_ROLLOVER_DISPLAY).toList())});
+             PlanTexts::capString(shared.getForPlan(m_plan, Keys::PREF_ROLLOVER_DISPLAY).toList())});
     setRows(std::move(rows));
 }
 
@@ -125,7 +125,7 @@ void RolloverController::setSwitch(int row, bool on)
         return;
     }
     const std::shared_ptr<StoreContext> context =
-        m_delegate.mocForPlan(m_plan.isEmpty() ? shared.activePlanID() : m_plan);
+        m_delegate.storeForPlan(m_plan.isEmpty() ? shared.activePlanID() : m_plan);
     QPointer<RolloverController> self(this);
     auto refresh = [self] {
         if (!self)

@@ -42,7 +42,7 @@ public:
     bool legacyLayout() const { return m_legacy; }
     void tapRow(int row) override;
     // N may have changed on its own screen.
-    void viewWillAppear() override { reload(); }
+    void aboutToShow() override { reload(); }
 
 private:
     void reload();
@@ -59,7 +59,7 @@ class RolloverController : public MenuController
 public:
     RolloverController(DataUsageAppDelegate &delegate, const QString &plan, QObject *parent = nullptr);
     void setSwitch(int row, bool on) override;
-    void viewWillAppear() override { reload(); }
+    void aboutToShow() override { reload(); }
 
 signals:
     // The rollover computed after switching on has been stored.

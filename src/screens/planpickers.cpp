@@ -6,14 +6,14 @@
 
 #include <cmath>
 
-NDayController::NDayController(SharedCode &shared, const QString &plan, QObject *parent)
+DayCountController::DayCountController(SharedCode &shared, const QString &plan, QObject *parent)
     : RowPickerController(tr("N"), tr("Number of days in one billing period."), numberRows(180),
                           int(SettingsValue::toInteger(shared.getForPlan(plan, Keys::PREF_NDAYS_N))) - 1,
                           parent),
       m_shared(shared), m_plan(plan)
 {}
 
-void NDayController::store(int row)
+void DayCountController::store(int row)
 {
     m_shared.setForPlan(m_plan, Keys::PREF_NDAYS_N, qint64(row + 1));
 }
@@ -46,7 +46,7 @@ void PickerWeekController::store(int row)
     m_shared.userPref().setValue(Keys::PREF_WEEK_START, qint64(row + 1));
 }
 
-Picker2DateController::Picker2DateController(SharedCode &shared, const QString &plan, QObject *parent)
+DatePickerController::DatePickerController(SharedCode &shared, const QString &plan, QObject *parent)
     : QObject(parent), m_shared(shared), m_plan(plan), m_max(shared.todayAtZeroHour().date())
 {
     const QDateTime anchor = shared.getForPlan(plan, Keys::PREF_30DAY_START).toDateTime();
@@ -54,7 +54,7 @@ Picker2DateController::Picker2DateController(SharedCode &shared, const QString &
     m_shown = QDate(m_date.year(), m_date.month(), 1);
 }
 
-void Picker2DateController::setDate(QDate date)
+void DatePickerController::setDate(QDate date)
 {
     if (!date.isValid())
         return;
@@ -67,28 +67,28 @@ void Picker2DateController::setDate(QDate date)
     show(QDate(date.year(), date.month(), 1));
 }
 
-void Picker2DateController::moveBy(int days)
+void DatePickerController::moveBy(int days)
 {
     setDate(m_date.addDays(days));
 }
 
-QString Picker2DateController::shownMonthTitle() const
+QString DatePickerController::shownMonthTitle() const
 {
     return DateFormatter::withTemplate(QStringLiteral("yMMMM")).toString(m_shown.startOfDay());
 }
 
-void Picker2DateController::showPreviousMonth()
+void DatePickerController::showPreviousMonth()
 {
     show(m_shown.addMonths(-1));
 }
 
-void Picker2DateController::showNextMonth()
+void DatePickerController::showNextMonth()
 {
     if (canShowNextMonth())
         show(m_shown.addMonths(1));
 }
 
-void Picker2DateController::show(QDate month)
+void DatePickerController::show(QDate month)
 {
     if (month == m_shown || !month.isValid())
         return;

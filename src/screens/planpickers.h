@@ -5,11 +5,11 @@
 #include <QDate>
 
 // The number of days of an N Days plan's period: 180 rows, 1 to 180.
-class NDayController : public RowPickerController
+class DayCountController : public RowPickerController
 {
     Q_OBJECT
 public:
-    NDayController(SharedCode &shared, const QString &plan, QObject *parent = nullptr);
+    DayCountController(SharedCode &shared, const QString &plan, QObject *parent = nullptr);
 
 protected:
     void store(int row) override;
@@ -40,7 +40,7 @@ private:
 
 // The first day of a 30 Days, 28 Days or N Days period: a date no later than today, stored (at its
 // local midnight) on every change. The month on show moves in whole months and never past today's.
-class Picker2DateController : public QObject
+class DatePickerController : public QObject
 {
     Q_OBJECT
     Q_PROPERTY(QString title READ title CONSTANT)
@@ -53,7 +53,7 @@ class Picker2DateController : public QObject
     Q_PROPERTY(bool canShowNextMonth READ canShowNextMonth NOTIFY shownMonthChanged)
 
 public:
-    Picker2DateController(SharedCode &shared, const QString &plan, QObject *parent = nullptr);
+    DatePickerController(SharedCode &shared, const QString &plan, QObject *parent = nullptr);
 
     QString title() const { return tr("Start Date"); }
     QString footer() const

@@ -5,7 +5,7 @@
 #include "day/dayviewcontroller.h"
 #include "desktopshell.h"
 #include "history/exportcontroller.h"
-#include "newuicontroller.h"
+#include "mainscreencontroller.h"
 #include "notificationcenter.h"
 #include "planeditors.h"
 #include "planpickers.h"
@@ -20,7 +20,7 @@
 Q_LOGGING_CATEGORY(lcScreens, "tallymo.ui")
 
 Screens::Screens(DataUsageAppDelegate &delegate, Platform platform, QObject *parent)
-    : QObject(parent), m_delegate(delegate), m_platform(platform), m_main(new NewUIController(this))
+    : QObject(parent), m_delegate(delegate), m_platform(platform), m_main(new MainScreenController(this))
 {
     connect(&NotificationCenter::defaultCenter(), &NotificationCenter::posted, m_main,
             [this](const QString &name) {
@@ -62,12 +62,12 @@ const Entry kScreens[] = {
      [](Screens &s, const QString &) -> QObject * {
          auto *setup = new SetupController(s.delegate());
          QObject::connect(setup, &SetupController::finished, s.main(),
-                          &NewUIController::dismissedSetupMigrate);
+                          &MainScreenController::dismissedSetupMigrate);
          return setup;
      }},
-    {"SettingsNewController", "MenuPage.qml", true,
+    {"SettingsController", "MenuPage.qml", true,
      [](Screens &s, const QString &) -> QObject * {
-         return new SettingsNewController(sharedOf(s), &Screens::canCreate);
+         return new SettingsController(sharedOf(s), &Screens::canCreate);
      }},
     {"AlertsController", "AlertsPage.qml", true,
      [](Screens &s, const QString &) -> QObject * { return new AlertsController(sharedOf(s).userPref()); }},
@@ -103,13 +103,13 @@ const Entry kScreens[] = {
      [](Screens &s, const QString &plan) -> QObject * { return new LabelController(sharedOf(s), plan); }},
     {"PlantypeController", "MenuPage.qml", false,
      [](Screens &s, const QString &plan) -> QObject * { return new PlantypeController(sharedOf(s), plan); }},
-    {"NDayController", "WheelPage.qml", false,
-     [](Screens &s, const QString &plan) -> QObject * { return new NDayController(sharedOf(s), plan); }},
+    {"DayCountController", "WheelPage.qml", false,
+     [](Screens &s, const QString &plan) -> QObject * { return new DayCountController(sharedOf(s), plan); }},
     {"PickerWeekController", "WheelPage.qml", false,
      [](Screens &s, const QString &) -> QObject * { return new PickerWeekController(sharedOf(s)); }},
-    {"Picker2DateController", "DatePage.qml", false,
+    {"DatePickerController", "DatePage.qml", false,
      [](Screens &s, const QString &plan) -> QObject * {
-         return new Picker2DateController(sharedOf(s), plan);
+         return new DatePickerController(sharedOf(s), plan);
      }},
     {"RolloverController", "MenuPage.qml", false,
      [](Screens &s, const QString &plan) -> QObject * { return new RolloverController(s.delegate(), plan); }},
@@ -136,8 +136,8 @@ const Entry kScreens[] = {
      }},
     {"BilldateController", "WheelPage.qml", false,
      [](Screens &s, const QString &plan) -> QObject * { return new BilldateController(sharedOf(s), plan); }},
-    {"AllowController", "AmountPage.qml", false,
-     [](Screens &s, const QString &plan) -> QObject * { return new AllowController(sharedOf(s), plan); }},
+    {"CapController", "AmountPage.qml", false,
+     [](Screens &s, const QString &plan) -> QObject * { return new CapController(sharedOf(s), plan); }},
     {"SelectPlanController", "PlansPage.qml", false,
      [](Screens &s, const QString &) -> QObject * { return new SelectPlanController(s.delegate()); }},
     {"MultiCyclesController", "ChartPage.qml", false,

@@ -9,7 +9,7 @@ class DesktopShell;
 class MailComposer;
 class UserServiceManager;
 class DataUsageAppDelegate;
-class NewUIController;
+class MainScreenController;
 
 // The one place the app's screens get their controllers: each is made with the services it needs
 // and handed to the view, which owns it while it is on screen. The main screen's controller lives
@@ -19,7 +19,7 @@ class Screens : public QObject
     Q_OBJECT
     QML_ELEMENT
     QML_UNCREATABLE("made by the app")
-    Q_PROPERTY(NewUIController *main READ main CONSTANT)
+    Q_PROPERTY(MainScreenController *main READ main CONSTANT)
 
 public:
     // The desktop services the screens use; any may be missing (its rows are then disabled).
@@ -34,7 +34,7 @@ public:
     Screens(DataUsageAppDelegate &delegate, Platform platform, QObject *parent = nullptr);
     ~Screens() override;
 
-    NewUIController *main() const { return m_main; }
+    MainScreenController *main() const { return m_main; }
     DataUsageAppDelegate &delegate() const { return m_delegate; }
     const Platform &platform() const { return m_platform; }
 
@@ -72,5 +72,5 @@ private:
     QString m_offered;
     QImage m_snapshot;
     qreal m_snapshotRatio = 1;
-    NewUIController *m_main;
+    MainScreenController *m_main;
 };

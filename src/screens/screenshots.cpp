@@ -3,7 +3,7 @@
 #include "advancedcontrollers.h"
 #include "core/settingskeys.h"
 #include "core/sharedcode.h"
-#include "newuicontroller.h"
+#include "mainscreencontroller.h"
 #include "screens.h"
 #include "services/datausageappdelegate.h"
 
@@ -23,8 +23,8 @@ ScreenshotRun::ScreenshotRun(Screens &screens, QQuickWindow &window, QString fol
             setSetting(Keys::PREF_THEME_FONT, qint64(font));
             setSetting(Keys::PREF_THEME_COLOR, qint64(color));
             recompute();
-            m_screens.main()->viewDidDisappear();
-            m_screens.main()->viewDidAppear();
+            m_screens.main()->becameHidden();
+            m_screens.main()->becameVisible();
         };
     };
     m_shots.push_back({QStringLiteral("main.png"), nullptr});
@@ -118,9 +118,9 @@ void ScreenshotRun::addSettingsShots()
         {"plantype", "PlantypeController:active"},
         {"plantype-ndays", "PlantypeController:other"},
         {"billdate", "BilldateController:active"},
-        {"nday", "NDayController:other"},
-        {"date", "Picker2DateController:other"},
-        {"allow", "AllowController:active"},
+        {"nday", "DayCountController:other"},
+        {"date", "DatePickerController:other"},
+        {"allow", "CapController:active"},
         {"tethering", "TetheringController:active"},
     };
     for (const auto &[file, screen] : editors)

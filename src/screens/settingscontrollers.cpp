@@ -3,14 +3,14 @@
 #include "core/settingskeys.h"
 #include "core/sharedcode.h"
 
-SettingsNewController::SettingsNewController(SharedCode &shared, std::function<bool(const QString &)> canOpen,
-                                             QObject *parent)
+SettingsController::SettingsController(SharedCode &shared, std::function<bool(const QString &)> canOpen,
+                                       QObject *parent)
     : MenuController(tr("Settings"), {}, parent), m_shared(shared), m_canOpen(std::move(canOpen))
 {
     reload();
 }
 
-void SettingsNewController::reload()
+void SettingsController::reload()
 {
     auto row = [this](int section, const QString &title, const char *opens,
                       const QString &detail = QString()) {
@@ -24,7 +24,7 @@ void SettingsNewController::reload()
              row(2, tr("Share Screenshot"), "ShareScreenshot"), row(2, tr("About"), "AboutController")});
 }
 
-void SettingsNewController::viewWillAppear()
+void SettingsController::aboutToShow()
 {
     reload();
 }

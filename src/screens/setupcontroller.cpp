@@ -6,7 +6,7 @@
 SetupController::SetupController(DataUsageAppDelegate &delegate, QObject *parent)
     : QObject(parent), m_delegate(delegate),
       m_billdate(new BilldateController(delegate.shared(), QString(), this)),
-      m_allow(new AllowController(delegate.shared(), QString(), this)),
+      m_allow(new CapController(delegate.shared(), QString(), this)),
       m_existing(new AddExistingController(this))
 {}
 
@@ -16,7 +16,7 @@ QString SetupController::screen() const
     case BillDate:
         return QStringLiteral("BilldateController");
     case Cap:
-        return QStringLiteral("AllowController");
+        return QStringLiteral("CapController");
     case Existing:
         return QStringLiteral("AddExistingController");
     case Finish:

@@ -21,7 +21,7 @@ class SetupController : public QObject
     Q_PROPERTY(QString intro READ intro CONSTANT)
     Q_PROPERTY(QString error READ error NOTIFY errorChanged)
     Q_PROPERTY(BilldateController *billdate READ billdate CONSTANT)
-    Q_PROPERTY(AllowController *allow READ allow CONSTANT)
+    Q_PROPERTY(CapController *allow READ allow CONSTANT)
     Q_PROPERTY(AddExistingController *existing READ existing CONSTANT)
 
 public:
@@ -30,7 +30,7 @@ public:
     explicit SetupController(DataUsageAppDelegate &delegate, QObject *parent = nullptr);
 
     int step() const { return m_step; }
-    // The screen on show: SetupController, BilldateController, AllowController,
+    // The screen on show: SetupController, BilldateController, CapController,
     // AddExistingController or FinishController.
     QString screen() const;
     QString title() const;
@@ -38,7 +38,7 @@ public:
     QString intro() const;
     QString error() const { return m_error; }
     BilldateController *billdate() const { return m_billdate; }
-    AllowController *allow() const { return m_allow; }
+    CapController *allow() const { return m_allow; }
     AddExistingController *existing() const { return m_existing; }
 
     Q_INVOKABLE void next();
@@ -58,6 +58,6 @@ private:
     int m_step = Intro;
     QString m_error;
     BilldateController *m_billdate;
-    AllowController *m_allow;
+    CapController *m_allow;
     AddExistingController *m_existing;
 };

@@ -233,7 +233,7 @@ void ThemeController::tapRow(int row)
     MenuController::tapRow(row);
 }
 
-void ThemeController::viewWillAppear()
+void ThemeController::aboutToShow()
 {
     if (!m_opened)
         return;

@@ -159,7 +159,7 @@ class ThemeController : public MenuController
 public:
     explicit ThemeController(QObject *parent = nullptr);
     void tapRow(int row) override;
-    void viewWillAppear() override;
+    void aboutToShow() override;
 
 private:
     bool m_opened = false;

@@ -1,6 +1,6 @@
 #include "tilemap.h"
 
-#include "map/mapkit.h"
+#include "map/mapgeometry.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -114,7 +114,7 @@ QPointF TileMap::project(double latitude, double longitude) const
 {
     if (!(m_rect.width() > 0))
         return QPointF(-1, -1);
-    MKMapPoint p = MKMapPointForCoordinate({latitude, longitude});
+    MapPoint p = mapPointForCoordinate({latitude, longitude});
     if (p.x < m_rect.left())
         p.x += kWorld;
     return QPointF((p.x - m_rect.left()) / m_rect.width() * width(),

@@ -68,7 +68,7 @@ CurrentValues DataUsageAppDelegate::readCurrentValues(StoreContext *context, con
 
 CurrentValues DataUsageAppDelegate::readActivePlanValuesNow()
 {
-    const std::shared_ptr<StoreContext> context = m_shared.mocForActive();
+    const std::shared_ptr<StoreContext> context = m_shared.activeStore();
     if (context)
         context->performAndWait([&] { readCurrentValues(context.get()); });
     return values();
@@ -76,7 +76,7 @@ CurrentValues DataUsageAppDelegate::readActivePlanValuesNow()
 
 void DataUsageAppDelegate::doComputeValuesOnly()
 {
-    const std::shared_ptr<StoreContext> context = m_shared.mocForActive();
+    const std::shared_ptr<StoreContext> context = m_shared.activeStore();
     if (!context)
         return;
     StoreContext *c = context.get();
@@ -145,7 +145,7 @@ std::pair<qint64, QString> DataUsageAppDelegate::timeLeft(const CurrentValues &v
         count = 24 - m_shared.clock().now().toLocalTime().time().hour();
     else
         count = BillingCycle::wholeDaysBetween(m_shared.todayAtZeroHour(), v.monthEndDate);
-    return {count, BillingCycle::timeUnitSingularOrPural(m_shared, count, plan)};
+    return {count, BillingCycle::timeUnitSingularOrPlural(m_shared, count, plan)};
 }
 
 double DataUsageAppDelegate::forecastRatio(const CurrentValues &v) const

@@ -79,16 +79,16 @@ void DataUsageAppDelegate::addAPlan(const QVariantMap &plan)
     pref.setValue(Keys::PREF_ALL_PLANS, plans);
 }
 
-std::shared_ptr<StoreContext> DataUsageAppDelegate::mocForPlan(const QString &plan)
+std::shared_ptr<StoreContext> DataUsageAppDelegate::storeForPlan(const QString &plan)
 {
     if (plan.isEmpty())
         return nullptr;
     if (plan == m_shared.activePlanID())
-        return m_shared.mocForActive();
-    if (m_tempMOC && m_tempMOC->name() == plan)
-        return m_tempMOC;
-    m_tempMOC = m_shared.makeMOCForPlan(plan);
-    return m_tempMOC;
+        return m_shared.activeStore();
+    if (m_otherPlanStore && m_otherPlanStore->name() == plan)
+        return m_otherPlanStore;
+    m_otherPlanStore = m_shared.makeStoreForPlan(plan);
+    return m_otherPlanStore;
 }
 
 QString DataUsageAppDelegate::applicationLibraryDirectory()

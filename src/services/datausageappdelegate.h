@@ -80,13 +80,13 @@ public:
     void resetCurrent();
     // A cellular record of that many bytes, stamped now; nothing for 0 or less.
     void addUsageToCurrent(double bytes);
-    std::shared_ptr<StoreContext> mocForPlan(const QString &plan) override;
+    std::shared_ptr<StoreContext> storeForPlan(const QString &plan) override;
     // Asks `presentHistory` to make the plan's day history screen and show it full screen over the
     // presenter (the screens live above this layer; the screen belongs to whoever presents it).
     void showHistoryForPlan(const QString &plan, QObject *presenter, bool animated);
     std::function<void(const QString &plan, QObject *presenter, bool animated)> presentHistory;
-    std::shared_ptr<StoreContext> tempMOC() const { return m_tempMOC; }
-    void dropTempMOC() { m_tempMOC.reset(); }
+    std::shared_ptr<StoreContext> otherPlanStore() const { return m_otherPlanStore; }
+    void dropOtherPlanStore() { m_otherPlanStore.reset(); }
 
     // Current figures. The compute functions run on the given (active plan's) context's queue.
     CurrentValues values() const;
@@ -110,15 +110,15 @@ public:
     double forecastRatio(const CurrentValues &v) const;
 
     // Lifecycle: called by the platform on the main thread.
-    bool applicationWillFinishLaunching();
-    bool applicationDidFinishLaunching();
-    void applicationDidBecomeActive();
-    void applicationWillResignActive();
-    void applicationWillEnterForeground();
-    void applicationDidEnterBackground();
-    void applicationWillTerminate();
-    void applicationPerformFetch(CompletionHandler handler);
-    void applicationDidReceiveRemoteNotification(CompletionHandler handler);
+    bool prepareLaunch();
+    bool completeLaunch();
+    void windowActivated();
+    void windowDeactivated();
+    void enterForeground();
+    void enterBackground();
+    void shutDown();
+    void scheduledRefresh(CompletionHandler handler);
+    void receivePush(CompletionHandler handler);
     void initPush();
     void initRemoteNotification();
     // The usage check every wake-up runs: sample, figures, alert; answers `handler` when done.
@@ -128,14 +128,14 @@ public:
     // A quick action: the figures are refreshed, and then — behind that check on the active plan's
     // store queue, on the main queue — the root screen handles it if it is free. `completion` is
     // called at once: true for a known action, false (and nothing done) for another.
-    void applicationPerformActionForShortcutItem(const QString &type, std::function<void(bool)> completion);
+    void performQuickAction(const QString &type, std::function<void(bool)> completion);
     // Leaving the foreground: the usage intent is donated and the search item made again, so the
     // desktop's search finds the app for another year. Both reach the index in one write.
     void makeSearchItem();
     // The donation: the phrase that calls the intent, findable from now on.
     DonatedIntent donateIntent() const;
     // A search result was picked: opening the app is the whole effect.
-    bool applicationContinueUserActivity(const UserActivity &activity);
+    bool openSearchResult(const UserActivity &activity);
     // The activity the last search item was made with.
     UserActivity searchActivity;
     // The one-in-three "new data" answer from the clock (seconds since 2001 divisible by 3).
@@ -158,13 +158,13 @@ public:
 
     // The cloud push subscription.
     static constexpr QLatin1StringView kSubscriptionId{"tallymo_push_subscription2"};
-    void initCloud();
-    void renewCloudKitSubscription();
-    void cloudAccountChanged();
-    void startCloudKitSubscription();
-    void stopCloudKitSubscription();
-    void killAllCloudKitSubscriptions();
-    void checkCloudKitSubscriptions();
+    void initPushSubscription();
+    void renewPushSubscription();
+    void pushDistributorChanged();
+    void startPushSubscription();
+    void stopPushSubscription();
+    void removeAllPushSubscriptions();
+    void checkPushSubscriptions();
 
     // Host names looked up in this process (made on first use, shared by every network page).
     void makeHostnameCache();
@@ -238,14 +238,14 @@ private:
     SharedCode &m_shared;
     const std::shared_ptr<Lifetime> m_lifetime = std::make_shared<Lifetime>();
     Services m_services;
-    std::shared_ptr<StoreContext> m_tempMOC;
+    std::shared_ptr<StoreContext> m_otherPlanStore;
     mutable QMutex m_valuesMutex;
     CurrentValues m_values;
     SampleResult m_lastSample;
     std::atomic<bool> m_schedulesRemindersInBackground{false};
     QDateTime m_remindersScheduledFor; // the period end they were scheduled for, under m_valuesMutex
     int m_bgTaskUpdateUsage = PlatformApplication::kInvalidTask;
-    int m_enterGBTaskID = PlatformApplication::kInvalidTask;
+    int m_backgroundTask = PlatformApplication::kInvalidTask;
     bool m_locationOn = false;
     std::optional<Visit> m_lastVisit;
     std::shared_ptr<HostNameCache> m_hostnameCache;

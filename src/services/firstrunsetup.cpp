@@ -8,7 +8,7 @@ namespace FirstRunSetup {
 
 void resetWithExistingUsage(DataUsageAppDelegate &delegate, double existingBytes)
 {
-    const std::shared_ptr<StoreContext> context = delegate.shared().mocForActive();
+    const std::shared_ptr<StoreContext> context = delegate.shared().activeStore();
     if (!context)
         return;
     StoreContext *c = context.get();

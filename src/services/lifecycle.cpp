@@ -17,7 +17,7 @@ QString tr(const char *text)
 
 } // namespace
 
-bool DataUsageAppDelegate::applicationWillFinishLaunching()
+bool DataUsageAppDelegate::prepareLaunch()
 {
     applicationState = Background;
     {
@@ -28,17 +28,17 @@ bool DataUsageAppDelegate::applicationWillFinishLaunching()
     initPush();
     initLocation();
     initWatchConnectivity();
-    initCloud();
+    initPushSubscription();
     return true;
 }
 
-bool DataUsageAppDelegate::applicationDidFinishLaunching()
+bool DataUsageAppDelegate::completeLaunch()
 {
     initRemoteNotification();
     return true;
 }
 
-void DataUsageAppDelegate::applicationDidBecomeActive()
+void DataUsageAppDelegate::windowActivated()
 {
     applicationState = Active;
     setupUserDefaultsForNewInstall();
@@ -50,51 +50,51 @@ void DataUsageAppDelegate::applicationDidBecomeActive()
         checkRefreshStatusDidChange();
 }
 
-void DataUsageAppDelegate::applicationWillResignActive()
+void DataUsageAppDelegate::windowDeactivated()
 {
     applicationState = Inactive;
     initPush();
     makeSearchItem();
 }
 
-void DataUsageAppDelegate::applicationWillEnterForeground()
+void DataUsageAppDelegate::enterForeground()
 {
     applicationState = Inactive;
 }
 
-void DataUsageAppDelegate::applicationDidEnterBackground()
+void DataUsageAppDelegate::enterBackground()
 {
     applicationState = Background;
-    dropTempMOC();
+    dropOtherPlanStore();
     resetCache();
     PlatformApplication *app = m_services.application;
-    if (!app || m_enterGBTaskID != PlatformApplication::kInvalidTask)
+    if (!app || m_backgroundTask != PlatformApplication::kInvalidTask)
         return;
-    m_enterGBTaskID = app->beginBackgroundTask([this, app] {
-        app->endBackgroundTask(m_enterGBTaskID);
-        m_enterGBTaskID = PlatformApplication::kInvalidTask;
+    m_backgroundTask = app->beginBackgroundTask([this, app] {
+        app->endBackgroundTask(m_backgroundTask);
+        m_backgroundTask = PlatformApplication::kInvalidTask;
     });
-    const std::shared_ptr<StoreContext> context = m_shared.mocForActive();
+    const std::shared_ptr<StoreContext> context = m_shared.activeStore();
     if (!context)
         return;
     onStore(*context, [this, app] {
         m_shared.userPref().synchronize();
         onMain([this, app] {
-            app->endBackgroundTask(m_enterGBTaskID);
-            m_enterGBTaskID = PlatformApplication::kInvalidTask;
+            app->endBackgroundTask(m_backgroundTask);
+            m_backgroundTask = PlatformApplication::kInvalidTask;
         });
     });
 }
 
-void DataUsageAppDelegate::applicationWillTerminate()
+void DataUsageAppDelegate::shutDown()
 {
-    const std::shared_ptr<StoreContext> context = m_shared.mocForActive();
+    const std::shared_ptr<StoreContext> context = m_shared.activeStore();
     if (!context)
         return;
     const Coordinate loc = getCurrentCoordinate();
     QSemaphore done;
     context->perform([&] {
-        const SampleResult sample = m_shared.saveUsageGasp(context.get(), loc);
+        const SampleResult sample = m_shared.sampleUsage(context.get(), loc);
         QMutexLocker locker(&m_valuesMutex);
         m_lastSample = sample;
         done.release();
@@ -102,12 +102,12 @@ void DataUsageAppDelegate::applicationWillTerminate()
     done.acquire();
 }
 
-void DataUsageAppDelegate::applicationPerformFetch(CompletionHandler handler)
+void DataUsageAppDelegate::scheduledRefresh(CompletionHandler handler)
 {
     checkDataUsageWithCompletionHandler(std::move(handler));
 }
 
-void DataUsageAppDelegate::applicationDidReceiveRemoteNotification(CompletionHandler handler)
+void DataUsageAppDelegate::receivePush(CompletionHandler handler)
 {
     checkDataUsageWithCompletionHandler(std::move(handler));
 }
@@ -141,7 +141,7 @@ void DataUsageAppDelegate::checkDataUsageWithCompletionHandler(CompletionHandler
     m_bgTaskUpdateUsage = app ? app->beginBackgroundTask(finish) : -1;
     // Another process may have switched plans: the store is the one the settings name now.
     m_shared.userPref().synchronize();
-    const std::shared_ptr<StoreContext> context = m_shared.mocForActive();
+    const std::shared_ptr<StoreContext> context = m_shared.activeStore();
     if (!context) {
         finish();
         return;
@@ -150,7 +150,7 @@ void DataUsageAppDelegate::checkDataUsageWithCompletionHandler(CompletionHandler
     StoreContext *c = context.get();
     onStore(*c, [this, c, loc, finish] {
         try {
-            const SampleResult sample = m_shared.saveUsageGasp(c, loc);
+            const SampleResult sample = m_shared.sampleUsage(c, loc);
             const qint64 before = getCurrentThresholdLevel();
             const bool inBackground = applicationState == Background;
             computeCurrentValues(c, inBackground);
@@ -211,23 +211,23 @@ void DataUsageAppDelegate::cleanupPref()
     // No setting has been retired yet.
 }
 
-void DataUsageAppDelegate::initCloud()
+void DataUsageAppDelegate::initPushSubscription()
 {
-    renewCloudKitSubscription();
+    renewPushSubscription();
 }
 
-void DataUsageAppDelegate::renewCloudKitSubscription()
+void DataUsageAppDelegate::renewPushSubscription()
 {
     if (m_services.push)
         m_services.push->save(kSubscriptionId, [](const QString &) {});
 }
 
-void DataUsageAppDelegate::cloudAccountChanged()
+void DataUsageAppDelegate::pushDistributorChanged()
 {
-    startCloudKitSubscription();
+    startPushSubscription();
 }
 
-void DataUsageAppDelegate::startCloudKitSubscription()
+void DataUsageAppDelegate::startPushSubscription()
 {
     if (!m_services.push)
         return;
@@ -239,13 +239,13 @@ void DataUsageAppDelegate::startCloudKitSubscription()
     });
 }
 
-void DataUsageAppDelegate::stopCloudKitSubscription()
+void DataUsageAppDelegate::stopPushSubscription()
 {
     if (m_services.push)
         m_services.push->remove({kSubscriptionId});
 }
 
-void DataUsageAppDelegate::killAllCloudKitSubscriptions()
+void DataUsageAppDelegate::removeAllPushSubscriptions()
 {
     if (!m_services.push)
         return;
@@ -256,7 +256,7 @@ void DataUsageAppDelegate::killAllCloudKitSubscriptions()
     });
 }
 
-void DataUsageAppDelegate::checkCloudKitSubscriptions()
+void DataUsageAppDelegate::checkPushSubscriptions()
 {
     if (!m_services.push)
         return;
@@ -277,8 +277,7 @@ const QStringList &DataUsageAppDelegate::shortcutTypes()
     return types;
 }
 
-void DataUsageAppDelegate::applicationPerformActionForShortcutItem(const QString &type,
-                                                                   std::function<void(bool)> completion)
+void DataUsageAppDelegate::performQuickAction(const QString &type, std::function<void(bool)> completion)
 {
     if (!shortcutTypes().contains(type)) {
         qCInfo(lcApp) << "no quick action" << type;
@@ -293,7 +292,7 @@ void DataUsageAppDelegate::applicationPerformActionForShortcutItem(const QString
                 rootController->handleShortcuts(type);
         });
     };
-    if (const std::shared_ptr<StoreContext> context = m_shared.mocForActive())
+    if (const std::shared_ptr<StoreContext> context = m_shared.activeStore())
         onStore(*context, handle);
     else
         handle();
@@ -314,7 +313,7 @@ void DataUsageAppDelegate::makeSearchItem()
     searchActivity = UserActivity::forSearchItem(item);
 }
 
-bool DataUsageAppDelegate::applicationContinueUserActivity(const UserActivity &activity)
+bool DataUsageAppDelegate::openSearchResult(const UserActivity &activity)
 {
     qCInfo(lcApp) << "opened from" << activity.activityType << activity.title;
     return true;

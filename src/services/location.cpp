@@ -97,7 +97,7 @@ Coordinate DataUsageAppDelegate::getCurrentCoordinate()
     if (!m_locationOn)
         return Coordinate{};
     const std::optional<LocationFix> last = m_services.location->lastLocation();
-    const Coordinate known = SharedCode::coordinatFromLocationManager(last);
+    const Coordinate known = SharedCode::coordinateFromLocationFix(last);
     if (isValidCoordinate(known.latitude, known.longitude))
         return known;
     if (m_lastVisit) {

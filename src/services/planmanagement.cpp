@@ -32,12 +32,12 @@ void DataUsageAppDelegate::switchPlan(const QString &plan, std::function<void()>
     const auto makeActive = [this, plan, done = std::move(done)] {
         m_shared.userPref().setValue(Keys::PREF_ACTIVE_PLAN, plan);
         m_shared.userPref().synchronize();
-        dropTempMOC();
+        dropOtherPlanStore();
         doComputeValuesOnly();
         if (done)
             done();
     };
-    const std::shared_ptr<StoreContext> context = m_shared.mocForActive();
+    const std::shared_ptr<StoreContext> context = m_shared.activeStore();
     if (!context) {
         makeActive();
         return;
@@ -46,14 +46,14 @@ void DataUsageAppDelegate::switchPlan(const QString &plan, std::function<void()>
     const Coordinate loc = getCurrentCoordinate();
     StoreContext *c = context.get();
     onStore(*c, [this, c, loc, makeActive] {
-        m_shared.saveUsageGasp(c, loc);
+        m_shared.sampleUsage(c, loc);
         onMain(makeActive);
     });
 }
 
 void DataUsageAppDelegate::resetCurrent()
 {
-    const std::shared_ptr<StoreContext> context = m_shared.mocForActive();
+    const std::shared_ptr<StoreContext> context = m_shared.activeStore();
     if (!context)
         return;
     const CurrentValues v = values();
@@ -66,7 +66,7 @@ void DataUsageAppDelegate::resetCurrent()
 
 void DataUsageAppDelegate::addUsageToCurrent(double bytes)
 {
-    const std::shared_ptr<StoreContext> context = m_shared.mocForActive();
+    const std::shared_ptr<StoreContext> context = m_shared.activeStore();
     if (!(bytes > 0) || !context)
         return;
     StoreContext *c = context.get();

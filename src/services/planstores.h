@@ -14,5 +14,5 @@ class PlanStores
 public:
     virtual ~PlanStores() = default;
     virtual SharedCode &shared() const = 0;
-    virtual std::shared_ptr<StoreContext> mocForPlan(const QString &plan) = 0;
+    virtual std::shared_ptr<StoreContext> storeForPlan(const QString &plan) = 0;
 };

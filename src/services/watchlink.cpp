@@ -39,7 +39,7 @@ void DataUsageAppDelegate::currentRecord(std::function<void(const QVariantMap &)
         reply(WidgetRecord::notSetUp(m_shared.clock().now()));
         return;
     }
-    const std::shared_ptr<StoreContext> context = m_shared.mocForActive();
+    const std::shared_ptr<StoreContext> context = m_shared.activeStore();
     if (!context) {
         reply(QVariantMap());
         return;
@@ -49,7 +49,7 @@ void DataUsageAppDelegate::currentRecord(std::function<void(const QVariantMap &)
     onStore(*context, [this, context, loc, reply = std::move(reply)] {
         QVariantMap record;
         try {
-            m_shared.saveUsageGasp(context.get(), loc);
+            m_shared.sampleUsage(context.get(), loc);
             const QVariantMap stats = WidgetStats::computeWidgetStats(m_shared, context.get());
             record = WidgetRecord::fromStats(m_shared, stats, m_shared.clock().now());
         } catch (const std::exception &e) {
@@ -75,7 +75,7 @@ void DataUsageAppDelegate::sendAppContext(const QVariantMap &r)
         {WStats::PERCENT, r.value(WStats::PERCENT)},
         {WStats::USED, r.value(WStats::USED)},
         {WStats::DAYS, days},
-        {WStats::TIMEUNIT, BillingCycle::timeUnitSingularOrPural(m_shared, days, QString())}};
+        {WStats::TIMEUNIT, BillingCycle::timeUnitSingularOrPlural(m_shared, days, QString())}};
     if (didForecastStateChange(context) && session->isComplicationEnabled()) {
         session->transferCurrentComplicationUserInfo(context);
         return;

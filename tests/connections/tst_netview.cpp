@@ -54,7 +54,7 @@ struct Net
     }
     QList<Netevent> sample()
     {
-        auto ctx = shared->mocForActive();
+        auto ctx = shared->activeStore();
         return onQueue(*ctx, [&] {
             shared->networks(ctx.get());
             ctx->save();
@@ -115,7 +115,7 @@ private slots:
     void pageAndHostNames()
     {
         Net n;
-        auto ctx = n.shared->mocForActive();
+        auto ctx = n.shared->activeStore();
         onQueue(*ctx, [&] {
             ctx->insertEvent(Event{at(9), 1});
             ctx->insertEvent(Event{at(10), 1});

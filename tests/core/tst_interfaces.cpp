@@ -160,15 +160,15 @@ private slots:
         c.interfaces.wifi = detected;
         auto shared = c.open();
         shared->userPref().setValue(QStringLiteral("PREF_prevWifiIn"), 7.0);
-        QCOMPARE(shared->savedEN(), saved);
+        QCOMPARE(shared->savedWifiLink(), saved);
         QCOMPARE(shared->userPref().stringForKey(QStringLiteral("PREF_INTERFACE_NAME")), saved);
         QCOMPARE(!shared->userPref().value(QStringLiteral("PREF_prevWifiIn")).isNull(), keepsPrevious);
 
         shared->userPref().setValue(QStringLiteral("PREF_prevWifiIn"), 7.0);
         c.interfaces.wifi = QStringList{QStringLiteral("wlx99")};
-        QCOMPARE(shared->savedEN(), saved); // the saved name stays in force
-        shared->checkEN();
-        QCOMPARE(shared->savedEN(), QStringLiteral("wlx99"));
+        QCOMPARE(shared->savedWifiLink(), saved); // the saved name stays in force
+        shared->checkWifiLink();
+        QCOMPARE(shared->savedWifiLink(), QStringLiteral("wlx99"));
         QVERIFY(shared->userPref().value(QStringLiteral("PREF_prevWifiIn")).isNull());
     }
 };

@@ -115,19 +115,19 @@ private slots:
         QVariantMap other = delegate.makeNewPlan();
         delegate.addAPlan(other);
         const QString active = shared->activePlanID(), otherId = other.value(Keys::PREF_PLAN_ID).toString();
-        QVERIFY(!shared->makeMOCForPlan(QString()));
-        QVERIFY(!delegate.mocForPlan(QString()));
-        auto a = shared->mocForActive();
+        QVERIFY(!shared->makeStoreForPlan(QString()));
+        QVERIFY(!delegate.storeForPlan(QString()));
+        auto a = shared->activeStore();
         QCOMPARE(a->name(), active);
-        QCOMPARE(shared->mocForActive(), a);
-        QCOMPARE(delegate.mocForPlan(active), a);
-        auto o = delegate.mocForPlan(otherId);
+        QCOMPARE(shared->activeStore(), a);
+        QCOMPARE(delegate.storeForPlan(active), a);
+        auto o = delegate.storeForPlan(otherId);
         QCOMPARE(o->name(), otherId);
         QCOMPARE(o->path(), c.dir.filePath(otherId + QStringLiteral(".sqlite")));
-        QCOMPARE(delegate.mocForPlan(otherId), o);
+        QCOMPARE(delegate.storeForPlan(otherId), o);
         shared->userPref().setValue(Keys::PREF_ACTIVE_PLAN, otherId);
-        QCOMPARE(shared->mocForActive()->name(), otherId);
-        QVERIFY(shared->mocForActive() != o); // the active context is the shared one, not the cache
+        QCOMPARE(shared->activeStore()->name(), otherId);
+        QVERIFY(shared->activeStore() != o); // the active context is the shared one, not the cache
     }
 };
 

@@ -96,15 +96,14 @@ private slots:
         TestContainer c;
         c.interfaces.wifi = wifi;
         auto shared = c.openPlan();
-        auto context = shared->mocForActive();
+        auto context = shared->activeStore();
 
         QList<QList<double>> expected;
         for (const Step &step : steps) {
             if (step.tether)
                 shared->setForPlan(QString(), Keys::PREF_TRACK_TETHER, *step.tether);
             c.interfaces.counters = step.counters;
-            const SampleResult r =
-                onQueue(*context, [&] { return shared->saveUsageGasp(context.get(), {}); });
+            const SampleResult r = onQueue(*context, [&] { return shared->sampleUsage(context.get(), {}); });
             QVERIFY(r.locked);
             QCOMPARE(r.event.has_value(), !step.event.isEmpty());
             if (!step.event.isEmpty())
@@ -154,7 +153,7 @@ private slots:
         c.interfaces.wifi = QStringList{QStringLiteral("wlan0")};
         auto shared = c.openPlan();
         shared->setForPlan(QString(), Keys::PREF_TRACK_TETHER, true);
-        auto context = shared->mocForActive();
+        auto context = shared->activeStore();
         struct Link
         {
             int index = 0;
@@ -205,7 +204,7 @@ private slots:
                 seen.insert(it.key(), Seen{identity, it->in, it->out});
             }
             c.interfaces.counters = counters;
-            QVERIFY(onQueue(*context, [&] { return shared->saveUsageGasp(context.get(), {}); }).locked);
+            QVERIFY(onQueue(*context, [&] { return shared->sampleUsage(context.get(), {}); }).locked);
         }
         const auto sums = onQueue(*context, [&] {
             return context->sum(QDateTime(QDate(2000, 1, 1), QTime()), QDateTime(QDate(2100, 1, 1), QTime()));
@@ -219,12 +218,12 @@ private slots:
         TestContainer c;
         auto shared = c.openPlan();
         shared->setForPlan(QString(), Keys::PREF_TRACK_TETHER, true);
-        auto context = shared->mocForActive();
+        auto context = shared->activeStore();
         c.interfaces.counters = QList<LinkCounters>{link("pdp_ip0", 10, 10), link("pdp_ip1", 10, 10)};
-        onQueue(*context, [&] { return shared->saveUsageGasp(context.get(), {}); });
+        onQueue(*context, [&] { return shared->sampleUsage(context.get(), {}); });
         c.interfaces.counters = QList<LinkCounters>{link("pdp_ip0", 20, 15), link("pdp_ip1", 110, 10)};
         const SampleResult r = onQueue(*context, [&] {
-            return shared->saveUsageGasp(context.get(), {45.5, 7.25});
+            return shared->sampleUsage(context.get(), {45.5, 7.25});
         });
         QCOMPARE(r.usage.cell, 15.0);
         QCOMPARE(r.event->cellIn, 110.0);
@@ -237,17 +236,17 @@ private slots:
     {
         TestContainer c;
         auto shared = c.openPlan();
-        auto context = shared->mocForActive();
+        auto context = shared->activeStore();
         c.interfaces.counters = QList<LinkCounters>{link("pdp_ip0", 10, 10)};
         const int fd = ::open(QFile::encodeName(shared->flockPath()).constData(), O_RDWR | O_CREAT, 0666);
         QVERIFY(fd >= 0);
         QCOMPARE(::flock(fd, LOCK_EX | LOCK_NB), 0);
-        const SampleResult busy = onQueue(*context, [&] { return shared->saveUsageGasp(context.get(), {}); });
+        const SampleResult busy = onQueue(*context, [&] { return shared->sampleUsage(context.get(), {}); });
         QVERIFY(!busy.locked);
         QVERIFY(shared->userPref().value(Keys::PREF_prevCellIn).isNull());
         QVERIFY(shared->userPref().value(Keys::PREF_UsageLastSave).isNull());
         ::close(fd);
-        const SampleResult free = onQueue(*context, [&] { return shared->saveUsageGasp(context.get(), {}); });
+        const SampleResult free = onQueue(*context, [&] { return shared->sampleUsage(context.get(), {}); });
         QVERIFY(free.locked);
         QCOMPARE(shared->userPref().doubleForKey(Keys::PREF_prevCellIn), 10.0);
     }
@@ -260,14 +259,14 @@ private slots:
         auto a = c.openPlan();
         a->userPref().synchronize();
         auto b = c.open();
-        auto ca = a->mocForActive();
-        auto cb = b->mocForActive();
+        auto ca = a->activeStore();
+        auto cb = b->activeStore();
         double in = 1000;
         for (int i = 0; i < 6; ++i) {
             c.interfaces.counters = QList<LinkCounters>{link("pdp_ip0", in, 0)};
             SharedCode &s = i % 2 ? *b : *a;
             StoreContext &ctx = i % 2 ? *cb : *ca;
-            onQueue(ctx, [&] { return s.saveUsageGasp(&ctx, {}); });
+            onQueue(ctx, [&] { return s.sampleUsage(&ctx, {}); });
             in += 100;
         }
         const auto sums = onQueue(*ca, [&] {
@@ -281,9 +280,9 @@ private slots:
         TestContainer c;
         auto shared = c.openPlan();
         shared->userPref().setValue(Keys::PREF_prevCellIn, 5.0);
-        auto context = shared->mocForActive();
+        auto context = shared->activeStore();
         c.interfaces.counters = std::nullopt;
-        const SampleResult r = onQueue(*context, [&] { return shared->saveUsageGasp(context.get(), {}); });
+        const SampleResult r = onQueue(*context, [&] { return shared->sampleUsage(context.get(), {}); });
         QVERIFY(r.locked);
         QVERIFY(!r.countersRead);
         QVERIFY(!r.event);

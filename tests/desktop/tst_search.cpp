@@ -43,14 +43,14 @@ private slots:
         DataUsageAppDelegate delegate(*shared);
         SearchableIndex index(shared->containerURL());
         QVERIFY(index.items().isEmpty());
-        delegate.applicationWillResignActive();
+        delegate.windowDeactivated();
         c.clock.set(c.clock.now().addSecs(3600));
-        delegate.applicationWillResignActive();
+        delegate.windowDeactivated();
         QCOMPARE(index.items().size(), 1);
         QCOMPARE(index.items().first().expirationDate, c.clock.now().addDays(365));
         QCOMPARE(delegate.searchActivity.activityType, QStringLiteral("tallymonext.search"));
         QCOMPARE(delegate.searchActivity.userInfo, (QVariantMap{{"SEARCH_UNIQ_ID", 1}}));
-        QVERIFY(delegate.applicationContinueUserActivity(delegate.searchActivity));
+        QVERIFY(delegate.openSearchResult(delegate.searchActivity));
 
         int reads = 0;
         DesktopSearch search(index, c.clock, [&] {

@@ -83,7 +83,7 @@ private slots:
         shared->setForPlan(QString(), Keys::PREF_30DAY_START, QDateTime(QDate(2026, 1, 1), QTime()));
         shared->setForPlan(QString(), Keys::PREF_BILLDAY, billDay);
         shared->setForPlan(QString(), Keys::PREF_THRES_MONTHLY, cap);
-        auto ctx = shared->mocForActive();
+        auto ctx = shared->activeStore();
         const QVariantMap s = onQueue(*ctx, [&] {
             if (cell > 0)
                 ctx->insertEvent(Event{now, cell, 0, 777, 1});

@@ -30,7 +30,7 @@ struct Screens
     }
     void add(const QList<Event> &events)
     {
-        auto ctx = delegate.mocForPlan(QStringLiteral("P"));
+        auto ctx = delegate.storeForPlan(QStringLiteral("P"));
         onQueue(*ctx, [&] {
             for (const Event &e : events)
                 ctx->insertEvent(e);
@@ -209,7 +209,7 @@ private slots:
             onQueue(ctx, [&] { return History::bucketSums(ctx, day, next, History::Bucket::Day); });
         QCOMPARE(days.keys(), QList<QDateTime>{day});
         QCOMPARE(days.value(day).sumCell, 210.0);
-        QCOMPARE(DayChildHelper::reverseSortArrayUsingCompare(hours.keys()).first(), secondTwo);
+        QCOMPARE(HistoryFormat::reverseSortArrayUsingCompare(hours.keys()).first(), secondTwo);
     }
 
     // The day screen's hour rows on the days the clocks change: every hour that happened is a row,
@@ -321,7 +321,7 @@ private slots:
         shared->setForPlan(QString(), Keys::PREF_BILLDAY, 1);
         shared->setForPlan(QString(), Keys::PREF_NDAYS_N, n);
         shared->setForPlan(QString(), Keys::PREF_30DAY_START, QDateTime(QDate(2020, 1, 1), QTime()));
-        auto ctx = shared->mocForActive();
+        auto ctx = shared->activeStore();
         const QList<History::PeriodRow> got = onQueue(*ctx, [&] {
             // One event a day from `first` to now, and a trickle-free empty stretch is skipped.
             for (QDate d = first; d <= QDate(2026, 3, 10); d = d.addDays(1))
@@ -371,8 +371,8 @@ private slots:
         ZoneScope tz("UTC");
         QLocale::setDefault(QLocale(locale));
         const QDateTime now = QDateTime(QDate(2026, 9, 6), QTime(14, 5));
-        QCOMPARE(DayChildHelper::timeIs24HourFormat(now), clock24);
-        QCOMPARE(DayChildHelper::hourFormat(now), hourFormat);
+        QCOMPARE(HistoryFormat::timeIs24HourFormat(now), clock24);
+        QCOMPARE(HistoryFormat::hourFormat(now), hourFormat);
         QCOMPARE(DateFormatter::withTemplate(QStringLiteral("EEEEMMMMd")).toString(now), dayTitle);
 
         Screens s;
@@ -480,8 +480,8 @@ private slots:
         QSignalSpy noTip(&again, &MultiCyclesController::showTip);
         waitLoaded(&again);
         QCOMPARE(noTip.size(), 0);
-        QVERIFY(DayChildHelper::dismissScrollViewGesture(true, -100.5));
-        QVERIFY(!DayChildHelper::dismissScrollViewGesture(false, -300));
+        QVERIFY(HistoryFormat::dismissScrollViewGesture(true, -100.5));
+        QVERIFY(!HistoryFormat::dismissScrollViewGesture(false, -300));
     }
 };
 

@@ -12,9 +12,9 @@ namespace {
 constexpr double W = 268435456.0;
 
 // A point `meters` north of (lat, lon) on the sphere the distances use.
-MKMapPoint north(double lat, double lon, double meters)
+MapPoint north(double lat, double lon, double meters)
 {
-    return MKMapPointForCoordinate({lat + meters / (6371008.8 * M_PI / 180), lon});
+    return mapPointForCoordinate({lat + meters / (6371008.8 * M_PI / 180), lon});
 }
 
 } // namespace
@@ -28,37 +28,36 @@ private slots:
 
     void projection()
     {
-        const MKMapPoint centre = MKMapPointForCoordinate({0, 0});
+        const MapPoint centre = mapPointForCoordinate({0, 0});
         QCOMPARE(centre.x, W / 2);
         QCOMPARE(centre.y, W / 2);
-        QCOMPARE(MKMapPointForCoordinate({0, -180}).x, 0.0);
-        QVERIFY(qAbs(MKMapPointForCoordinate({85.0511287798, 0}).y) < 1);
-        const CLLocationCoordinate2D berlin =
-            MKCoordinateForMapPoint(MKMapPointForCoordinate({52.52, 13.405}));
+        QCOMPARE(mapPointForCoordinate({0, -180}).x, 0.0);
+        QVERIFY(qAbs(mapPointForCoordinate({85.0511287798, 0}).y) < 1);
+        const MapCoordinate berlin = MKCoordinateForMapPoint(mapPointForCoordinate({52.52, 13.405}));
         QVERIFY(qAbs(berlin.latitude - 52.52) < 1e-9 && qAbs(berlin.longitude - 13.405) < 1e-9);
-        QVERIFY(qAbs(MKMapPointsPerMeterAtLatitude(0) - 6.698324) < 1e-6);
-        QVERIFY(qAbs(MKMapPointsPerMeterAtLatitude(60) / MKMapPointsPerMeterAtLatitude(0) - 2) < 1e-9);
+        QVERIFY(qAbs(mapPointsPerMeterAtLatitude(0) - 6.698324) < 1e-6);
+        QVERIFY(qAbs(mapPointsPerMeterAtLatitude(60) / mapPointsPerMeterAtLatitude(0) - 2) < 1e-9);
         QVERIFY(qAbs(MKMetersBetweenMapPoints(north(48, 2, 0), north(48, 2, 1234)) - 1234) < 1e-6);
     }
 
     void rectangles()
     {
-        const MKMapRect u = MKMapRectUnion({{10, 20}, {5, 5}}, {{0, 30}, {1, 1}});
+        const MapRect u = mapRectUnion({{10, 20}, {5, 5}}, {{0, 30}, {1, 1}});
         QCOMPARE((std::array{u.origin.x, u.origin.y, u.size.width, u.size.height}),
                  (std::array{0.0, 20.0, 15.0, 11.0}));
-        const MKMapRect in = MKMapRectInset({{10, 10}, {4, 4}}, -3, 1);
+        const MapRect in = mapRectInset({{10, 10}, {4, 4}}, -3, 1);
         QCOMPARE((std::array{in.origin.x, in.origin.y, in.size.width, in.size.height}),
                  (std::array{7.0, 11.0, 10.0, 2.0}));
-        const MKMapRect east{{W - 10, 5}, {30, 7}};
-        QVERIFY(MKMapRectSpans180thMeridian(east));
-        QVERIFY(!MKMapRectSpans180thMeridian({{0, 0}, {W, 1}}));
-        const MKMapRect rest = MKMapRectRemainder(east);
+        const MapRect east{{W - 10, 5}, {30, 7}};
+        QVERIFY(mapRectSpans180thMeridian(east));
+        QVERIFY(!mapRectSpans180thMeridian({{0, 0}, {W, 1}}));
+        const MapRect rest = mapRectRemainder(east);
         QCOMPARE((std::array{rest.origin.x, rest.origin.y, rest.size.width, rest.size.height}),
                  (std::array{0.0, 5.0, 20.0, 7.0}));
-        const MKMapRect west = MKMapRectRemainder({{-4, 0}, {10, 1}});
+        const MapRect west = mapRectRemainder({{-4, 0}, {10, 1}});
         QCOMPARE((std::array{west.origin.x, west.size.width}), (std::array{W - 4, 4.0}));
         // Fitting keeps the view's aspect and centres the rectangle inside the padding.
-        const MKMapRect fit = mapRectThatFits({{1000, 1000}, {200, 100}}, MapPlaces::kPadding, 260, 160);
+        const MapRect fit = mapRectThatFits({{1000, 1000}, {200, 100}}, MapPlaces::kPadding, 260, 160);
         QCOMPARE((std::array{fit.origin.x, fit.origin.y, fit.size.width, fit.size.height}),
                  (std::array{970.0, 955.0, 260.0, 160.0}));
     }
@@ -97,16 +96,16 @@ private slots:
 
     void fitting()
     {
-        const MKMapPoint p = MKMapPointForCoordinate({0, 0});
+        const MapPoint p = mapPointForCoordinate({0, 0});
         const MapPlaces::Fit one = MapPlaces::fitPage({MapData{p, 1, 1}}, 0);
-        const double span = 1000 * MKMapPointsPerMeterAtLatitude(0);
+        const double span = 1000 * mapPointsPerMeterAtLatitude(0);
         QCOMPARE(one.rect.size.width, span);
         QCOMPARE(one.rect.size.height, span);
         QCOMPARE(one.rect.midX(), p.x + 0.5);
         QCOMPARE(one.pins.size(), 1);
         QCOMPARE(one.pins[0].title, QStringLiteral("\u200b"));
         // Near the 180th meridian the square reaches past the edge: only the remainder is shown.
-        const MKMapPoint edge = MKMapPointForCoordinate({0, 179.999});
+        const MapPoint edge = mapPointForCoordinate({0, 179.999});
         const MapPlaces::Fit wrapped = MapPlaces::fitPage({MapData{edge, 1, 1}}, 0);
         QCOMPARE(wrapped.rect.origin.x, 0.0);
         QVERIFY(qAbs(wrapped.rect.size.width - (edge.x + 0.5 + span / 2 - W)) < 1e-6);
@@ -118,7 +117,7 @@ private slots:
         TestContainer c;
         auto shared = c.openPlan();
         DataUsageAppDelegate delegate(*shared);
-        auto ctx = shared->mocForActive();
+        auto ctx = shared->activeStore();
         const QDateTime nine(QDate(2026, 3, 10), QTime(9, 0)), ten(QDate(2026, 3, 10), QTime(10, 0));
         onQueue(*ctx, [&] {
             ctx->insertEvent(Event{nine, 100, 0, 0, 0, 48.0, 2.0});

@@ -342,39 +342,39 @@ private slots:
     {
         QFETCH(int, day);
         QFETCH(QString, english);
-        QCOMPARE(SettingsHelper::shortBillDateString(day, QStringLiteral("en")), english);
-        QCOMPARE(SettingsHelper::longBillDateString(day, QStringLiteral("fr")),
+        QCOMPARE(PlanTexts::shortBillDateString(day, QStringLiteral("en")), english);
+        QCOMPARE(PlanTexts::longBillDateString(day, QStringLiteral("fr")),
                  english + QStringLiteral(" of the month"));
     }
 
     void languageTextsAndNames()
     {
-        QCOMPARE(SettingsHelper::shortBillDateString(5, QStringLiteral("ja")), QStringLiteral("5日"));
-        QCOMPARE(SettingsHelper::longBillDateString(5, QStringLiteral("zh")), QStringLiteral("每月5日"));
-        QCOMPARE(SettingsHelper::longBillDateString(5, QStringLiteral("de")), QStringLiteral("5."));
-        QCOMPARE(SettingsHelper::shortBillDateString(5, QStringLiteral("es")), QStringLiteral("5.º"));
-        QCOMPARE(SettingsHelper::shortBillDateString(5, QStringLiteral("nl")), QStringLiteral("5e"));
-        QCOMPARE(SettingsHelper::shortBillDateString(5, QStringLiteral("it")), QStringLiteral("5º"));
-        QCOMPARE(SettingsHelper::planNameForLength(0, 0), QStringLiteral("Monthly"));
-        QCOMPARE(SettingsHelper::planNameForLength(3, 0), QStringLiteral("28 Days"));
-        QCOMPARE(SettingsHelper::planNameForLength(4, 1), QStringLiteral("Daily"));
-        QCOMPARE(SettingsHelper::planNameForLength(4, 0),
+        QCOMPARE(PlanTexts::shortBillDateString(5, QStringLiteral("ja")), QStringLiteral("5日"));
+        QCOMPARE(PlanTexts::longBillDateString(5, QStringLiteral("zh")), QStringLiteral("每月5日"));
+        QCOMPARE(PlanTexts::longBillDateString(5, QStringLiteral("de")), QStringLiteral("5."));
+        QCOMPARE(PlanTexts::shortBillDateString(5, QStringLiteral("es")), QStringLiteral("5.º"));
+        QCOMPARE(PlanTexts::shortBillDateString(5, QStringLiteral("nl")), QStringLiteral("5e"));
+        QCOMPARE(PlanTexts::shortBillDateString(5, QStringLiteral("it")), QStringLiteral("5º"));
+        QCOMPARE(PlanTexts::planNameForLength(0, 0), QStringLiteral("Monthly"));
+        QCOMPARE(PlanTexts::planNameForLength(3, 0), QStringLiteral("28 Days"));
+        QCOMPARE(PlanTexts::planNameForLength(4, 1), QStringLiteral("Daily"));
+        QCOMPARE(PlanTexts::planNameForLength(4, 0),
                  QStringLiteral("0 Days")); // while its period is 30 days
-        QCOMPARE(SettingsHelper::planNameForLength(4, 45), QStringLiteral("45 Days"));
-        QCOMPARE(SettingsHelper::planNameForLength(7, 45), QStringLiteral("Monthly"));
-        QCOMPARE(SettingsHelper::capString({QStringLiteral("1.5"), 1}), QStringLiteral("1.5 GB"));
-        QCOMPARE(SettingsHelper::capString({QStringLiteral("500"), 0}), QStringLiteral("500 MB"));
+        QCOMPARE(PlanTexts::planNameForLength(4, 45), QStringLiteral("45 Days"));
+        QCOMPARE(PlanTexts::planNameForLength(7, 45), QStringLiteral("Monthly"));
+        QCOMPARE(PlanTexts::capString({QStringLiteral("1.5"), 1}), QStringLiteral("1.5 GB"));
+        QCOMPARE(PlanTexts::capString({QStringLiteral("500"), 0}), QStringLiteral("500 MB"));
 
         TestContainer c;
         auto shared = c.open();
         shared->userPref().setValue(Keys::PREF_ACTIVE_PLAN, QStringLiteral("P"));
-        QCOMPARE(BillingCycle::timeUnitSingularOrPural(*shared, 0, QString()), QStringLiteral("day"));
-        QCOMPARE(BillingCycle::timeUnitSingularOrPural(*shared, 2, QString()), QStringLiteral("days"));
+        QCOMPARE(BillingCycle::timeUnitSingularOrPlural(*shared, 0, QString()), QStringLiteral("day"));
+        QCOMPARE(BillingCycle::timeUnitSingularOrPlural(*shared, 2, QString()), QStringLiteral("days"));
         shared->setForPlan(QString(), Keys::PREF_BILLTYPE, 4);
         shared->setForPlan(QString(), Keys::PREF_NDAYS_N, 1);
         QVERIFY(BillingCycle::isDailyCycleForPlan(*shared, QString()));
-        QCOMPARE(BillingCycle::timeUnitSingularOrPural(*shared, 1, QString()), QStringLiteral("hour"));
-        QCOMPARE(BillingCycle::timeUnitSingularOrPural(*shared, 5, QString()), QStringLiteral("hours"));
+        QCOMPARE(BillingCycle::timeUnitSingularOrPlural(*shared, 1, QString()), QStringLiteral("hour"));
+        QCOMPARE(BillingCycle::timeUnitSingularOrPlural(*shared, 5, QString()), QStringLiteral("hours"));
     }
 };
 

@@ -1,5 +1,5 @@
 #include "core/settingskeys.h"
-#include "desktop/commonshared.h"
+#include "desktop/displayformat.h"
 #include "plans/amountentry.h"
 #include "plans/colorscheme.h"
 #include "plans/datacap.h"
@@ -55,7 +55,7 @@ private slots:
         QFETCH(QVariantList, display);
         TestContainer c;
         auto shared = openPlan(c, cap);
-        auto ctx = shared->mocForActive();
+        auto ctx = shared->activeStore();
         const double effective = onQueue(*ctx, [&] {
             ctx->insertEvent(Event{QDateTime(QDate(2026, 2, 1), QTime()), usedBefore / 2, usedBefore / 2});
             ctx->insertEvent(Event{QDateTime(QDate(2026, 3, 1), QTime()), 999 * GB}); // this period: ignored
@@ -91,7 +91,7 @@ private slots:
         shared->setForPlan(QString(), Keys::PREF_ROLLOVER_TIMESTAMP, timeStamp);
         QCOMPARE(DataCap::effectiveDataCap(*shared, nullptr, QString()),
                  107 * MB); // without a store: as stored
-        auto ctx = shared->mocForActive();
+        auto ctx = shared->activeStore();
         const double cap =
             onQueue(*ctx, [&] { return DataCap::effectiveDataCap(*shared, ctx.get(), QString()); });
         QCOMPARE(cap, recomputed ? 200 * MB : 107 * MB);
@@ -175,14 +175,14 @@ private slots:
 
     void colorComponents()
     {
-        QCOMPARE(CommonShared::colorWithHex(0xFF8000), (RgbColor{1.0, 128 / 255.0, 0.0}));
-        QCOMPARE(CommonShared::brightColorWithHex(0x000000), (RgbColor{0.5, 0.5, 0.5}));
-        const RgbColor bright = CommonShared::brightColorWithHex(0xE67333); // brightness 0.902
+        QCOMPARE(DisplayFormat::colorWithHex(0xFF8000), (RgbColor{1.0, 128 / 255.0, 0.0}));
+        QCOMPARE(DisplayFormat::brightColorWithHex(0x000000), (RgbColor{0.5, 0.5, 0.5}));
+        const RgbColor bright = DisplayFormat::brightColorWithHex(0xE67333); // brightness 0.902
         QVERIFY(qFuzzyCompare(bright.red, 0xE6 / 255.0 * 1.1));
         // Hue and saturation stay: the components keep their proportions to the largest.
         QVERIFY(qFuzzyCompare(bright.green / bright.red, double(0x73) / 0xE6));
         QVERIFY(qFuzzyCompare(bright.blue / bright.red, double(0x33) / 0xE6));
-        QCOMPARE(CommonShared::brightColorWithHex(0xFFFFFF), (RgbColor{1.0, 1.0, 1.0}));
+        QCOMPARE(DisplayFormat::brightColorWithHex(0xFFFFFF), (RgbColor{1.0, 1.0, 1.0}));
     }
 
     void texts_data()
@@ -224,7 +224,7 @@ private slots:
         QFETCH(QString, twoDecimal);
         QFETCH(QString, bytes);
         QCOMPARE(DataCap::stringTwoDecimal(value), twoDecimal);
-        QCOMPARE(CommonShared::getDataBytesStr(value), bytes);
+        QCOMPARE(DisplayFormat::getDataBytesStr(value), bytes);
     }
 
     void amountEntry_data()

@@ -4,9 +4,9 @@
 #include "core/settingskeys.h"
 #include "day/dayviewcontroller.h"
 #include "screens/alertscontrollers.h"
-#include "screens/mainscreencontroller.h"
 #include "screens/plancontrollers.h"
 #include "screens/selectplancontroller.h"
+#include "screens/usagefigurescontroller.h"
 #include "services/datausageappdelegate.h"
 #include "testsupport.h"
 
@@ -26,7 +26,7 @@ struct Plan
         shared->setForPlan(QString(), Keys::PREF_BILLDAY, 1);
         for (int i = 1; i <= 4; ++i)
             shared->userPref().setValue(Keys::alert(i), 25.0 * i);
-        auto ctx = delegate.mocForPlan(QStringLiteral("P"));
+        auto ctx = delegate.storeForPlan(QStringLiteral("P"));
         onQueue(*ctx, [&] {
             for (int day = 1; day <= 9; day += 4)
                 ctx->insertEvent(Event{QDateTime(QDate(2026, 3, day), QTime(9, 0)), 100.0 * day, 1, 50, 2});
@@ -90,7 +90,7 @@ private slots:
         QTRY_VERIFY(!period.busy());
         QCOMPARE(period.rowCount(), 3);
         QSemaphore gate;
-        p.delegate.mocForPlan(QStringLiteral("P"))->perform([&gate] { gate.acquire(); });
+        p.delegate.storeForPlan(QStringLiteral("P"))->perform([&gate] { gate.acquire(); });
         QSignalSpy changed(&period, &TimeChartViewController::changed);
         const QString before = period.title();
         period.reloadWithDate(QDateTime(QDate(2026, 2, 10), QTime(12, 0)));
@@ -137,7 +137,7 @@ private slots:
         QCOMPARE(Plan::rows(*alerts.thresholds()).at(2).value("detail").toString(), QStringLiteral("75%"));
         alerts.tapRow(2);
         p.shared->userPref().setValue(Keys::alert(3), 80.0);
-        alerts.viewWillAppear();
+        alerts.aboutToShow();
         QCOMPARE(Plan::rows(*alerts.thresholds()).at(2).value("detail").toString(), QStringLiteral("80%"));
     }
 
@@ -168,7 +168,7 @@ private slots:
         Plan p;
         p.container.interfaces.counters =
             QList<LinkCounters>{LinkCounters{QStringLiteral("wwan0"), 1000, 1000}};
-        MainScreenController screen;
+        UsageFiguresController screen;
         screen.setDelegate(&p.delegate);
         const auto check = [&] {
             p.delegate.checkDataUsageWithCompletionHandler(nullptr);
@@ -177,8 +177,8 @@ private slots:
         };
         check(); // the first sample only remembers the counters; the figures come in
         QCOMPARE(screen.cell(), 100.0 + 500 + 900 + 3); // in and out of the three days
-        QSignalSpy usage(&screen, &MainScreenController::usageChanged);
-        QSignalSpy period(&screen, &MainScreenController::periodChanged);
+        QSignalSpy usage(&screen, &UsageFiguresController::usageChanged);
+        QSignalSpy period(&screen, &UsageFiguresController::periodChanged);
         p.container.interfaces.counters =
             QList<LinkCounters>{LinkCounters{QStringLiteral("wwan0"), 1100, 1000}};
         check();

@@ -2,11 +2,11 @@
 // named items hold the controller's texts, and the first-run setup and the swipes work by input.
 #include "core/settingskeys.h"
 #include "core/storecontext.h"
-#include "desktop/commonshared.h"
+#include "desktop/displayformat.h"
 #include "history/chartdata.h"
 #include "map/mapviewcontroller.h"
 #include "platform/dbus/applicationinstance.h"
-#include "screens/newuicontroller.h"
+#include "screens/mainscreencontroller.h"
 #include "screens/screens.h"
 #include "services/datausageappdelegate.h"
 #include "testsupport.h"
@@ -44,7 +44,7 @@ struct App
         delegate.setupUserDefaultsForNewInstall();
         delegate.presentHistory = [](const QString &, QObject *, bool) {};
         shared->userPref().setValue(Keys::PREF_SHOWED_SETUP, setUp);
-        if (auto c = shared->mocForActive()) {
+        if (auto c = shared->activeStore()) {
             c->performAndWait([&] {
                 c->insertEvent({container.clock.now().addSecs(-600), 50 * 1048576.0, 0, 70 * 1048576.0, 0});
                 c->save();
@@ -60,12 +60,12 @@ struct App
         if (window) {
             window->resize(360, 720);
             (void)QTest::qWaitForWindowExposed(window);
-            screens->main()->viewDidAppear();
+            screens->main()->becameVisible();
         }
     }
     ~App()
     {
-        if (auto c = shared->mocForActive())
+        if (auto c = shared->activeStore())
             c->performAndWait([] {});
     }
     // The items of that name in the visual tree (Repeater rows and list sections too).
@@ -165,7 +165,7 @@ private slots:
     {
         App app(true);
         QVERIFY(app.window);
-        NewUIController *c = app.screens->main();
+        MainScreenController *c = app.screens->main();
         const struct
         {
             const char *item;
@@ -196,7 +196,7 @@ private slots:
     {
         App app(true);
         QVERIFY(app.window);
-        NewUIController *c = app.screens->main();
+        MainScreenController *c = app.screens->main();
         QTRY_VERIFY(c->percent() > 0);
         const double before = c->percent();
         app.open(QStringLiteral("AlertsController"), QString());
@@ -265,16 +265,16 @@ private slots:
         QTest::newRow("bill day") << "BilldateController"
                                   << "active"
                                   << "Start Date" << -1;
-        QTest::newRow("N") << "NDayController"
+        QTest::newRow("N") << "DayCountController"
                            << "active"
                            << "N" << -1;
         QTest::newRow("weekday") << "PickerWeekController"
                                  << ""
                                  << "Start Date" << -1;
-        QTest::newRow("start date") << "Picker2DateController"
+        QTest::newRow("start date") << "DatePickerController"
                                     << "active"
                                     << "Start Date" << -1;
-        QTest::newRow("cap") << "AllowController"
+        QTest::newRow("cap") << "CapController"
                              << "active"
                              << "Data Cap" << -1;
         QTest::newRow("rollover") << "RolloverController"
@@ -420,7 +420,7 @@ private slots:
         App app(true);
         QVERIFY(app.window);
         {
-            auto c = app.shared->mocForActive();
+            auto c = app.shared->activeStore();
             c->performAndWait([&] {
                 for (int h = 1; h < 14; ++h)
                     c->insertEvent({app.container.clock.now().addSecs(-3600 * h), 1e6, 0, 2e6, 0});
@@ -460,7 +460,7 @@ private slots:
         const QDateTime now = app.container.clock.now();
         const QDateTime hour(now.date(), QTime(now.time().hour(), 0));
         {
-            auto c = app.shared->mocForActive();
+            auto c = app.shared->activeStore();
             c->performAndWait([&] {
                 c->insertEvent({hour.addSecs(-3600), 1e6, 0, 3e6, 0});
                 c->insertEvent({hour.addSecs(-7200), 5e6, 0, 0, 0});
@@ -479,7 +479,9 @@ private slots:
                 t += run.value<TextRun>().text;
             return t.remove(QLatin1Char(' '));
         };
-        const auto bytes = [](double b) { return CommonShared::getDataBytesStr(b).remove(QLatin1Char(' ')); };
+        const auto bytes = [](double b) {
+            return DisplayFormat::getDataBytesStr(b).remove(QLatin1Char(' '));
+        };
         const QList<QQuickItem *> cell = app.items("cellTotal"), wifi = app.items("wifiTotal");
         QCOMPARE(text(cell.at(0)), QStringLiteral("c") + bytes(1e6)); // the newest hour first
         QCOMPARE(text(wifi.at(0)), QStringLiteral("w") + bytes(3e6));
@@ -545,11 +547,10 @@ private slots:
         ApplicationInstance instance;
         QString error;
         QCOMPARE(instance.registerOrForward(QString(), &error), ApplicationInstance::Outcome::First);
-        QObject::connect(&instance, &ApplicationInstance::actionActivated, &instance,
-                         [&](const QString &name) {
-                             app.delegate.applicationPerformActionForShortcutItem(
-                                 ApplicationInstance::shortcutTypeForAction(name), nullptr);
-                         });
+        QObject::connect(
+            &instance, &ApplicationInstance::actionActivated, &instance, [&](const QString &name) {
+                app.delegate.performQuickAction(ApplicationInstance::shortcutTypeForAction(name), nullptr);
+            });
         QTemporaryDir data;
         QVERIFY(QDir().mkpath(data.filePath(QStringLiteral("applications"))));
         {
@@ -578,7 +579,7 @@ private slots:
         // The usage check of an action done, and its queued step run on the main queue.
         auto settleAction = [&] {
             QTRY_VERIFY(!app.delegate.isCheckingUsage());
-            app.shared->mocForActive()->performAndWait([] {});
+            app.shared->activeStore()->performAndWait([] {});
             QTest::qWait(100);
         };
         const QString id = QStringLiteral("org.tallymo.Tallymo");
@@ -668,7 +669,7 @@ private slots:
         App app(true);
         QVERIFY(app.window);
         {
-            auto c = app.shared->mocForActive();
+            auto c = app.shared->activeStore();
             c->performAndWait([&] {
                 const QDateTime today = app.container.clock.now();
                 c->insertEvent({today.addSecs(-3 * 3600), 5e6, 0, 1e6, 0, 52.5200, 13.4050});

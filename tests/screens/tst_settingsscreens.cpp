@@ -32,7 +32,7 @@ struct Plans
     }
     ~Plans()
     {
-        if (auto context = shared->mocForActive())
+        if (auto context = shared->activeStore())
             context->performAndWait([] {});
     }
     QVariant get(const char *key) const { return shared->getForPlan(plan, QString::fromLatin1(key)); }
@@ -134,8 +134,9 @@ private slots:
         QTest::addColumn<qint64>("stored");
         QTest::newRow("bill day 31") << "BilldateController" << 31 << "1" << 30 << "PREF_BILLDAY"
                                      << qint64(31);
-        QTest::newRow("N = 180") << "NDayController" << 180 << "1" << 179 << "PREF_NDAYS_N" << qint64(180);
-        QTest::newRow("N = 1") << "NDayController" << 180 << "1" << 0 << "PREF_NDAYS_N" << qint64(1);
+        QTest::newRow("N = 180") << "DayCountController" << 180 << "1" << 179 << "PREF_NDAYS_N"
+                                 << qint64(180);
+        QTest::newRow("N = 1") << "DayCountController" << 180 << "1" << 0 << "PREF_NDAYS_N" << qint64(1);
         QTest::newRow("weekly from Tuesday")
             << "PickerWeekController" << 7 << "Sunday" << 2 << "PREF_WEEK_START" << qint64(3);
     }
@@ -151,8 +152,8 @@ private slots:
         std::unique_ptr<RowPickerController> c;
         if (screen == QLatin1StringView("BilldateController"))
             c = std::make_unique<BilldateController>(*p.shared, p.plan);
-        else if (screen == QLatin1StringView("NDayController"))
-            c = std::make_unique<NDayController>(*p.shared, p.plan);
+        else if (screen == QLatin1StringView("DayCountController"))
+            c = std::make_unique<DayCountController>(*p.shared, p.plan);
         else
             c = std::make_unique<PickerWeekController>(*p.shared);
         QCOMPARE(c->rows().size(), rows);
@@ -175,7 +176,7 @@ private slots:
     {
         Plans p;
         p.set("PREF_30DAY_START", QDateTime(QDate(2026, 1, 20), QTime()));
-        Picker2DateController c(*p.shared, p.plan);
+        DatePickerController c(*p.shared, p.plan);
         QCOMPARE(c.date(), QDate(2026, 1, 20));
         QCOMPARE(c.shownMonthTitle(), QStringLiteral("January 2026"));
         QCOMPARE(c.maximumDate(), QDate(2026, 3, 10));
@@ -231,7 +232,7 @@ private slots:
             c.setUnitIndex(unit);
             closed = c.close();
         } else {
-            AllowController c(*p.shared, p.plan);
+            CapController c(*p.shared, p.plan);
             QCOMPARE(c.text(), QStringLiteral("2")); // shown from the stored cap
             c.setText(typed);
             c.setUnitIndex(unit);
@@ -291,7 +292,7 @@ private slots:
             QCOMPARE(c.menuRows()[2].detail, QStringLiteral("45"));
             QSignalSpy open(&c, &MenuController::open);
             c.tapRow(2);
-            QCOMPARE(open.value(0).value(0).toString(), QStringLiteral("NDayController"));
+            QCOMPARE(open.value(0).value(0).toString(), QStringLiteral("DayCountController"));
         }
     }
 
@@ -347,7 +348,7 @@ private slots:
     {
         Plans p;
         // Last period (February) used 500 MB of the 2 GB cap.
-        auto context = p.delegate.mocForPlan(p.plan);
+        auto context = p.delegate.storeForPlan(p.plan);
         onQueue(*context, [&] {
             context->insertEvent({QDateTime(QDate(2026, 2, 14), QTime(9, 0)), 500 * 1048576.0, 0, 0, 0});
             return context->save();
@@ -400,7 +401,7 @@ private slots:
         QCOMPARE(said.size(), 1);
         services.state = {false, QStringLiteral("no manager here")};
         services.refusal = QStringLiteral("refused");
-        c.viewWillAppear();
+        c.aboutToShow();
         QVERIFY(!c.menuRows()[0].enabled);
         QCOMPARE(c.footer(0), QStringLiteral("no manager here"));
 
@@ -435,7 +436,7 @@ private slots:
         c.tapRow(ResetController::ResetRow);
         c.answer(0);
         QCOMPARE(back.size(), 1);
-        auto context = p.shared->mocForActive();
+        auto context = p.shared->activeStore();
         QCOMPARE(onQueue(*context,
                          [&] {
                              return context->sum(p.midnight().addDays(-40), p.midnight().addDays(40))->cellIn;

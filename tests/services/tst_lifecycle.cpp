@@ -46,13 +46,13 @@ struct World
     // Holds the store queue until release(), so a check stays in flight.
     void blockQueue()
     {
-        shared->mocForActive()->perform([this] { gate.acquire(); });
+        shared->activeStore()->perform([this] { gate.acquire(); });
     }
     void release() { gate.release(); }
     // Waits for the store queue, then runs what it handed to the main thread.
     void settle()
     {
-        shared->mocForActive()->performAndWait([] {});
+        shared->activeStore()->performAndWait([] {});
         QCoreApplication::sendPostedEvents();
     }
 
@@ -103,9 +103,9 @@ private slots:
         World w;
         w.blockQueue();
         QList<FetchResult> first, second;
-        w.delegate->applicationPerformFetch([&](FetchResult r) { first.append(r); });
+        w.delegate->scheduledRefresh([&](FetchResult r) { first.append(r); });
         QVERIFY(w.delegate->isCheckingUsage());
-        w.delegate->applicationDidReceiveRemoteNotification([&](FetchResult r) { second.append(r); });
+        w.delegate->receivePush([&](FetchResult r) { second.append(r); });
         QCOMPARE(second, QList<FetchResult>{FetchResult::NewData});
         QVERIFY(first.isEmpty());
         QCOMPARE(w.app.open.size(), 1);
@@ -124,17 +124,16 @@ private slots:
         World w;
         w.blockQueue();
         int answers = 0;
-        w.delegate->applicationPerformFetch([&](FetchResult) { ++answers; });
+        w.delegate->scheduledRefresh([&](FetchResult) { ++answers; });
         w.delegate->doComputeValuesOnly();
-        w.delegate->applicationPerformActionForShortcutItem(QStringLiteral("SHORTCUTS_HISTORY"), nullptr);
+        w.delegate->performQuickAction(QStringLiteral("SHORTCUTS_HISTORY"), nullptr);
         w.delegate.reset();
         w.release();
         w.settle();
         QCoreApplication::sendPostedEvents();
         QCOMPARE(answers, 0);
         std::optional<TimeStampRange> stored;
-        w.shared->mocForActive()->performAndWait(
-            [&] { stored = w.shared->mocForActive()->timeStampRange(); });
+        w.shared->activeStore()->performAndWait([&] { stored = w.shared->activeStore()->timeStampRange(); });
         QVERIFY(!stored.has_value()); // no sample was taken
     }
 
@@ -144,7 +143,7 @@ private slots:
         World w;
         w.blockQueue();
         int answers = 0;
-        w.delegate->applicationPerformFetch([&](FetchResult) { ++answers; });
+        w.delegate->scheduledRefresh([&](FetchResult) { ++answers; });
         w.app.expire(w.app.next);
         QCOMPARE(answers, 1);
         QVERIFY(!w.delegate->isCheckingUsage());
@@ -157,16 +156,16 @@ private slots:
     void backgroundLaunchNotifies()
     {
         World w;
-        QVERIFY(w.delegate->applicationWillFinishLaunching());
-        QVERIFY(w.delegate->applicationDidFinishLaunching());
+        QVERIFY(w.delegate->prepareLaunch());
+        QVERIFY(w.delegate->completeLaunch());
         QCOMPARE(w.delegate->applicationState, int(DataUsageAppDelegate::Background));
         QCOMPARE(w.app.fetchRequests, 1);
-        w.delegate->applicationPerformFetch(nullptr);
+        w.delegate->scheduledRefresh(nullptr);
         w.settle();
         w.container.interfaces.counters = QList<LinkCounters>{{QStringLiteral("pdp_ip0"), 700, 100}};
-        w.delegate->applicationPerformFetch(nullptr);
+        w.delegate->scheduledRefresh(nullptr);
         w.settle();
-        w.delegate->applicationPerformFetch(nullptr);
+        w.delegate->scheduledRefresh(nullptr);
         w.settle();
         QCOMPARE(w.center.added.size(), 1);
         QCOMPARE(w.center.added[0].body, QStringLiteral("You've used 60%."));
@@ -202,7 +201,7 @@ private slots:
         w.shared->userPref().setValue(Keys::PREF_SHOWED_SETUP, setUp);
         w.container.interfaces.counters = QList<LinkCounters>{{QStringLiteral("pdp_ip0"), 100, 100}};
         std::optional<bool> answer;
-        w.delegate->applicationPerformActionForShortcutItem(type, [&](bool ok) { answer = ok; });
+        w.delegate->performQuickAction(type, [&](bool ok) { answer = ok; });
         QCOMPARE(answer, std::optional<bool>(known)); // at once, before the queued work
         QVERIFY(root.shortcuts.isEmpty());
         w.settle();
@@ -217,7 +216,7 @@ private slots:
         FakeRoot root;
         w.delegate->rootController = &root;
         w.shared->userPref().setValue(Keys::PREF_SHOWED_SETUP, true);
-        w.delegate->applicationDidBecomeActive();
+        w.delegate->windowActivated();
         w.settle();
         QCOMPARE(w.delegate->applicationState, int(DataUsageAppDelegate::Active));
         QCOMPARE(w.center.clears, 1);
@@ -234,14 +233,14 @@ private slots:
                  QStringLiteral("0.0.1"));
 
         // Entering the background flushes the settings under a task of its own.
-        w.delegate->applicationDidEnterBackground();
+        w.delegate->enterBackground();
         QCOMPARE(w.app.open.size(), 1);
         w.settle();
         QVERIFY(w.app.open.isEmpty());
 
         // Termination waits for a last sample.
         w.container.interfaces.counters = QList<LinkCounters>{{QStringLiteral("pdp_ip0"), 150, 130}};
-        w.delegate->applicationWillTerminate();
+        w.delegate->shutDown();
         QCOMPARE(w.delegate->lastSample().event->cellIn, 50.0);
         QCOMPARE(w.delegate->lastSample().event->cellOut, 30.0);
     }

@@ -90,9 +90,9 @@ private slots:
     {
         QFETCH(double, accuracy);
         QFETCH(bool, known);
-        const Coordinate c = SharedCode::coordinatFromLocationManager(at(0, 0, accuracy));
+        const Coordinate c = SharedCode::coordinateFromLocationFix(at(0, 0, accuracy));
         QCOMPARE(c.latitude, known ? 52.5 : kUnknownCoordinate);
-        QCOMPARE(SharedCode::coordinatFromLocationManager(std::nullopt).latitude, kUnknownCoordinate);
+        QCOMPARE(SharedCode::coordinateFromLocationFix(std::nullopt).latitude, kUnknownCoordinate);
     }
 
     // Tracking needs the setting and "always" authorisation; visits fall back for coordinates.
@@ -133,7 +133,7 @@ private slots:
         QCOMPARE(location.stops, 1);
         QCOMPARE(delegate.getCurrentCoordinate().latitude, kUnknownCoordinate);
         delegate.checkDataUsageWithCompletionHandler(nullptr); // the visit's check: let it finish
-        shared->mocForActive()->performAndWait([] {});
+        shared->activeStore()->performAndWait([] {});
         QCoreApplication::sendPostedEvents();
     }
 };

@@ -31,13 +31,13 @@ struct Plans
     ~Plans()
     {
         // Work the delegate queued on the store must not outlive it.
-        if (auto context = shared->mocForActive())
+        if (auto context = shared->activeStore())
             context->performAndWait([] {});
     }
 
     double cellIn(const QString &plan)
     {
-        auto context = delegate.mocForPlan(plan);
+        auto context = delegate.storeForPlan(plan);
         return onQueue(*context, [&] { return context->sum(ever(), never())->cellIn; });
     }
 
@@ -75,8 +75,8 @@ private slots:
         Plans p;
         auto sample = [&](double in) {
             p.container.interfaces.counters = QList<LinkCounters>{{QStringLiteral("pdp_ip0"), in, 0}};
-            auto context = p.shared->mocForActive();
-            onQueue(*context, [&] { return p.shared->saveUsageGasp(context.get(), {}); });
+            auto context = p.shared->activeStore();
+            onQueue(*context, [&] { return p.shared->sampleUsage(context.get(), {}); });
         };
         sample(1000);
         sample(1500);
@@ -119,7 +119,7 @@ private slots:
     void correctingTheCurrentPeriod()
     {
         Plans p; // now: 10 March 2026 14:25, a monthly period from the 1st
-        auto context = p.shared->mocForActive();
+        auto context = p.shared->activeStore();
         onQueue(*context, [&] {
             context->insertEvent(Event{QDateTime(QDate(2026, 2, 27), QTime()), 7});
             context->insertEvent(Event{QDateTime(QDate(2026, 3, 2), QTime()), 9});
@@ -151,7 +151,7 @@ private slots:
                                 << "PickerWeekController";
         QTest::newRow("30 days") << 1 << QStringList{"Label", "Plan Type", "Start Date", "Data Cap"}
                                  << "Feb 9"
-                                 << "Picker2DateController";
+                                 << "DatePickerController";
         QTest::newRow("daily") << 4 << QStringList{"Label", "Plan Type", "Data Cap"} << ""
                                << "";
     }

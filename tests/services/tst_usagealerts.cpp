@@ -19,7 +19,7 @@ struct World
     {
         delegate.setupUserDefaultsForNewInstall();
         shared->setForPlan(QString(), Keys::PREF_THRES_MONTHLY, 100 * MB);
-        context = shared->mocForActive();
+        context = shared->activeStore();
     }
 
     // Adds usage now and recomputes; returns the delegate's percentage.

@@ -93,7 +93,7 @@ void DBusWidgetCenter::reloadAllTimelines()
 {
     const QDateTime now = m_shared.clock().now();
     const std::shared_ptr<StoreContext> context =
-        WidgetRecord::isSetUp(m_shared) ? m_shared.mocForActive() : nullptr;
+        WidgetRecord::isSetUp(m_shared) ? m_shared.activeStore() : nullptr;
     if (!context) {
         publish(WidgetRecord::notSetUp(now));
         return;

@@ -5,7 +5,7 @@
 #include "history/exportcontroller.h"
 #include "screens/donkeybounce.h"
 #include "screens/fonttable.h"
-#include "screens/newuicontroller.h"
+#include "screens/mainscreencontroller.h"
 #include "screens/screens.h"
 #include "screens/settingscontrollers.h"
 #include "screens/setupcontroller.h"
@@ -35,13 +35,13 @@ struct Screen
     }
     ~Screen()
     {
-        if (auto c = shared->mocForActive())
+        if (auto c = shared->activeStore())
             c->performAndWait([] {});
     }
     // Cellular bytes in the current period, then the figures as the usage check leaves them.
     void use(double cell, double wifi = 0)
     {
-        auto c = shared->mocForActive();
+        auto c = shared->activeStore();
         c->performAndWait([&] {
             c->insertEvent({container.clock.now().addSecs(-60), cell, 0, wifi, 0});
             c->save();
@@ -66,7 +66,7 @@ QString plain(QString html)
 
 } // namespace
 
-class TestNewUI : public QObject
+class TestMainScreen : public QObject
 {
     Q_OBJECT
 
@@ -87,7 +87,7 @@ private slots:
         Screen s;
         s.setPercent(percent);
         s.use(1073741824.0);
-        NewUIController c;
+        MainScreenController c;
         c.setDelegate(&s.delegate);
         QCOMPARE(c.percentText(), shown);
         QCOMPARE(c.percentAccessible(), shown + QStringLiteral("% used"));
@@ -109,7 +109,7 @@ private slots:
         QFETCH(double, width);
         QFETCH(int, size);
         Screen s;
-        NewUIController c;
+        MainScreenController c;
         c.setDelegate(&s.delegate);
         c.setViewWidth(width);
         QCOMPARE(c.percentFont().pixelSize(), size);
@@ -141,7 +141,7 @@ private slots:
         s.shared->setForPlan(QString(), Keys::PREF_NDAYS_N, qint64(1));
         s.shared->setForPlan(QString(), Keys::PREF_30DAY_START, QDateTime(QDate(2026, 1, 1), QTime(0, 0)));
         s.use(1000);
-        NewUIController c;
+        MainScreenController c;
         c.setDelegate(&s.delegate);
         QCOMPARE(plain(c.daysText()).replace(QStringLiteral("  "), QStringLiteral(" ")), expected);
         c.setDelegate(nullptr);
@@ -151,18 +151,18 @@ private slots:
     {
         Screen s;
         s.use(5 * 1048576.0, 7 * 1048576.0);
-        NewUIController c;
+        MainScreenController c;
         c.setDelegate(&s.delegate);
         QVERIFY2(plain(c.cellText()).contains(QRegularExpression(QStringLiteral("5\\.0+\\s*MB"))),
                  qPrintable(plain(c.cellText())));
         QVERIFY(!c.cellText().contains(QChar(0x25BC)));
         QVERIFY(c.forecastVisible());
 
-        s.shared->userPref().setValue(Keys::PREF_THEME_DISPLAY, qint64(NewUIController::Complete));
+        s.shared->userPref().setValue(Keys::PREF_THEME_DISPLAY, qint64(MainScreenController::Complete));
         c.updateTheme();
         QVERIFY(c.cellText().contains(QChar(0x25BC)) && c.wifiText().contains(QChar(0x25B2)));
 
-        s.shared->userPref().setValue(Keys::PREF_THEME_DISPLAY, qint64(NewUIController::Minimal));
+        s.shared->userPref().setValue(Keys::PREF_THEME_DISPLAY, qint64(MainScreenController::Minimal));
         c.updateTheme();
         QVERIFY(c.cellText().isEmpty() && c.wifiText().isEmpty() && c.cellGlyph().isEmpty());
         QVERIFY(!c.forecastVisible());
@@ -208,9 +208,9 @@ private slots:
         pref.setValue(Keys::PREF_THEME_FONT, font);
         pref.setValue(Keys::PREF_THEME_COLOR, color);
         pref.setValue(Keys::PREF_THEME_BACKGROUND, background);
-        NewUIController c;
+        MainScreenController c;
         c.setDelegate(&s.delegate);
-        c.viewDidAppear();
+        c.becameVisible();
         QCOMPARE(c.percentColor().rgb(), percent.rgb());
         QCOMPARE(c.percentOutlined(), outlined);
         const QColor middle = c.gradientColors().at(7).value<QColor>();
@@ -220,20 +220,20 @@ private slots:
 
     void gradientAndSnowPalettes()
     {
-        const NewUIController::Gradient red = NewUIController::colorArrayWithHexColor(0xFF0000);
-        for (int i = 0; i < NewUIController::kStops; ++i) {
+        const MainScreenController::Gradient red = MainScreenController::colorArrayWithHexColor(0xFF0000);
+        for (int i = 0; i < MainScreenController::kStops; ++i) {
             const double x = i / 7.0 - 1;
             QVERIFY(std::abs(red[size_t(i)].redF() - (1 - 0.5 * x * x)) < 1.0 / 65535);
             QCOMPARE(red[size_t(i)].greenF(), 0.0f);
         }
-        QCOMPARE(NewUIController::colorArrayWithHexColor(0)[7].rgb(), QColor(Qt::black).rgb());
+        QCOMPARE(MainScreenController::colorArrayWithHexColor(0)[7].rgb(), QColor(Qt::black).rgb());
         // (34 + 73i/10, 31 + 25i/10, 75 + i) for ten stops, then four up to (181, 82, 95), the first twice.
-        const NewUIController::Gradient snow = NewUIController::colorArrayForSnow();
+        const MainScreenController::Gradient snow = MainScreenController::colorArrayForSnow();
         const QList<QRgb> expected = {
             qRgb(34, 31, 75), qRgb(34, 31, 75),  qRgb(41, 33, 76),  qRgb(48, 36, 77),  qRgb(55, 38, 78),
             qRgb(63, 41, 79), qRgb(70, 43, 80),  qRgb(77, 46, 81),  qRgb(85, 48, 82),  qRgb(92, 51, 83),
             qRgb(99, 53, 84), qRgb(107, 56, 85), qRgb(131, 64, 88), qRgb(156, 73, 91), qRgb(181, 82, 95)};
-        for (int i = 0; i < NewUIController::kStops; ++i)
+        for (int i = 0; i < MainScreenController::kStops; ++i)
             QCOMPARE(snow[size_t(i)].rgb(), expected[i]);
     }
 
@@ -260,10 +260,10 @@ private slots:
         QFETCH(int, history);
         QFETCH(int, settings);
         Screen s;
-        NewUIController c;
+        MainScreenController c;
         c.setDelegate(&s.delegate);
-        QSignalSpy more(&c, &NewUIController::showMoreRequested);
-        QSignalSpy settingsSpy(&c, &NewUIController::showSettingsRequested);
+        QSignalSpy more(&c, &MainScreenController::showMoreRequested);
+        QSignalSpy settingsSpy(&c, &MainScreenController::showSettingsRequested);
         c.handlePan(dx, dy);
         c.handlePan(dx, dy); // when a screen came up, the rest of the drag does nothing
         QCOMPARE(more.size(), history);
@@ -274,10 +274,10 @@ private slots:
     void shortcuts()
     {
         Screen s;
-        NewUIController c;
+        MainScreenController c;
         c.setDelegate(&s.delegate);
-        QSignalSpy more(&c, &NewUIController::showMoreRequested);
-        QSignalSpy settings(&c, &NewUIController::showSettingsRequested);
+        QSignalSpy more(&c, &MainScreenController::showMoreRequested);
+        QSignalSpy settings(&c, &MainScreenController::showSettingsRequested);
         c.handleShortcuts(QStringLiteral("SHORTCUTS_UNKNOWN"));
         QCOMPARE(more.size() + settings.size(), 0);
         QVERIFY(!c.isPresenting());
@@ -290,8 +290,8 @@ private slots:
     void noRenderWithoutPeriod()
     {
         Screen s;
-        NewUIController c;
-        QSignalSpy rendered(&c, &NewUIController::rendered);
+        MainScreenController c;
+        QSignalSpy rendered(&c, &MainScreenController::rendered);
         c.setDelegate(&s.delegate); // no figures read yet: no dates
         QCOMPARE(rendered.size(), 0);
         QVERIFY(c.lastRecord().isEmpty());
@@ -307,11 +307,12 @@ private slots:
         Screen s;
         s.shared->userPref().setValue(Keys::PREF_SHOWED_SETUP, false);
         s.use(50 * 1048576.0); // usage before setup: the reset takes it away
-        NewUIController c;
+        MainScreenController c;
         c.setDelegate(&s.delegate);
         QCOMPARE(c.whatToPop(), 1);
         SetupController setup(s.delegate);
-        QObject::connect(&setup, &SetupController::finished, &c, &NewUIController::dismissedSetupMigrate);
+        QObject::connect(&setup, &SetupController::finished, &c,
+                         &MainScreenController::dismissedSetupMigrate);
         setup.next();
         setup.billdate()->selectRow(4);
         setup.next();
@@ -362,7 +363,7 @@ private slots:
         Screen s;
         s.shared->setForPlan(QString(), Keys::PREF_PLAN_LABEL, QStringLiteral("Phone"));
         // Every row's screen can be made except one this build is taken not to have.
-        SettingsNewController c(*s.shared, [](const QString &screen) {
+        SettingsController c(*s.shared, [](const QString &screen) {
             return Screens::canCreate(screen) && screen != QLatin1StringView("ResetController");
         });
         const struct
@@ -393,7 +394,7 @@ private slots:
         QCOMPARE(open.size(), 1);
         QCOMPARE(open.at(0).at(0).toString(), QStringLiteral("ThemeController"));
         s.shared->setForPlan(QString(), Keys::PREF_PLAN_LABEL, QStringLiteral("Travel"));
-        c.viewWillAppear();
+        c.aboutToShow();
         QCOMPARE(c.menuRows()[0].detail, QStringLiteral("Travel"));
     }
 
@@ -467,7 +468,7 @@ private slots:
         QFETCH(double, tilt);
         QVERIFY(std::abs(TiltSource::tiltFor(y, z) - tilt) < 1e-4);
         Screen s;
-        NewUIController c;
+        MainScreenController c;
         c.setDelegate(&s.delegate);
         c.setViewHeight(720);
         QCOMPARE(c.parallaxOffset(tilt), 0.0); // not active yet
@@ -501,8 +502,8 @@ private slots:
 int main(int argc, char **argv)
 {
     QGuiApplication app(argc, argv);
-    TestNewUI test;
+    TestMainScreen test;
     return QTest::qExec(&test, argc, argv);
 }
 
-#include "tst_newui.moc"
+#include "tst_mainscreen.moc"

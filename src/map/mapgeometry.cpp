@@ -1,4 +1,4 @@
-#include "mapkit.h"
+#include "mapgeometry.h"
 
 #include "core/sharedcode.h"
 
@@ -16,65 +16,65 @@ double radians(double degrees)
 
 } // namespace
 
-MKMapPoint MKMapPointForCoordinate(CLLocationCoordinate2D c)
+MapPoint mapPointForCoordinate(MapCoordinate c)
 {
     const double lat = radians(std::clamp(c.latitude, -kMaxLatitude, kMaxLatitude));
-    const double x = (c.longitude + 180) / 360 * MKMapSizeWorld.width;
-    const double y = (1 - std::log(std::tan(lat) + 1 / std::cos(lat)) / M_PI) / 2 * MKMapSizeWorld.height;
+    const double x = (c.longitude + 180) / 360 * kMapSizeWorld.width;
+    const double y = (1 - std::log(std::tan(lat) + 1 / std::cos(lat)) / M_PI) / 2 * kMapSizeWorld.height;
     return {x, y};
 }
 
-CLLocationCoordinate2D MKCoordinateForMapPoint(MKMapPoint p)
+MapCoordinate MKCoordinateForMapPoint(MapPoint p)
 {
-    const double longitude = p.x / MKMapSizeWorld.width * 360 - 180;
-    const double latitude = std::atan(std::sinh(M_PI * (1 - 2 * p.y / MKMapSizeWorld.height))) * 180 / M_PI;
+    const double longitude = p.x / kMapSizeWorld.width * 360 - 180;
+    const double latitude = std::atan(std::sinh(M_PI * (1 - 2 * p.y / kMapSizeWorld.height))) * 180 / M_PI;
     return {latitude, longitude};
 }
 
-double MKMetersBetweenMapPoints(MKMapPoint a, MKMapPoint b)
+double MKMetersBetweenMapPoints(MapPoint a, MapPoint b)
 {
-    const CLLocationCoordinate2D ca = MKCoordinateForMapPoint(a), cb = MKCoordinateForMapPoint(b);
+    const MapCoordinate ca = MKCoordinateForMapPoint(a), cb = MKCoordinateForMapPoint(b);
     return metersBetween(ca.latitude, ca.longitude, cb.latitude, cb.longitude);
 }
 
-double MKMapPointsPerMeterAtLatitude(double latitude)
+double mapPointsPerMeterAtLatitude(double latitude)
 {
-    // The equator is 2πR long and MKMapSizeWorld.width points wide; parallels shrink with cos.
+    // The equator is 2πR long and kMapSizeWorld.width points wide; parallels shrink with cos.
     constexpr double kEquatorialRadius = 6378137.0;
     const double lat = std::clamp(latitude, -kMaxLatitude, kMaxLatitude);
-    return MKMapSizeWorld.width / (2 * M_PI * kEquatorialRadius * std::cos(radians(lat)));
+    return kMapSizeWorld.width / (2 * M_PI * kEquatorialRadius * std::cos(radians(lat)));
 }
 
-MKMapRect MKMapRectUnion(MKMapRect a, MKMapRect b)
+MapRect mapRectUnion(MapRect a, MapRect b)
 {
     const double x = std::min(a.minX(), b.minX()), y = std::min(a.minY(), b.minY());
     return {{x, y}, {std::max(a.maxX(), b.maxX()) - x, std::max(a.maxY(), b.maxY()) - y}};
 }
 
-MKMapRect MKMapRectInset(MKMapRect r, double dx, double dy)
+MapRect mapRectInset(MapRect r, double dx, double dy)
 {
     return {{r.origin.x + dx, r.origin.y + dy}, {r.size.width - 2 * dx, r.size.height - 2 * dy}};
 }
 
-bool MKMapRectSpans180thMeridian(MKMapRect r)
+bool mapRectSpans180thMeridian(MapRect r)
 {
-    return r.minX() < 0 || r.maxX() > MKMapSizeWorld.width;
+    return r.minX() < 0 || r.maxX() > kMapSizeWorld.width;
 }
 
-MKMapRect MKMapRectRemainder(MKMapRect r)
+MapRect mapRectRemainder(MapRect r)
 {
-    if (r.maxX() > MKMapSizeWorld.width) {
-        const double start = std::max(r.minX(), MKMapSizeWorld.width);
-        return {{start - MKMapSizeWorld.width, r.origin.y}, {r.maxX() - start, r.size.height}};
+    if (r.maxX() > kMapSizeWorld.width) {
+        const double start = std::max(r.minX(), kMapSizeWorld.width);
+        return {{start - kMapSizeWorld.width, r.origin.y}, {r.maxX() - start, r.size.height}};
     }
     if (r.minX() < 0) {
         const double end = std::min(r.maxX(), 0.0);
-        return {{r.minX() + MKMapSizeWorld.width, r.origin.y}, {end - r.minX(), r.size.height}};
+        return {{r.minX() + kMapSizeWorld.width, r.origin.y}, {end - r.minX(), r.size.height}};
     }
     return {{0, 0}, {0, 0}}; // nothing lies beyond the edge
 }
 
-MKMapRect mapRectThatFits(MKMapRect rect, UIEdgeInsets padding, double width, double height)
+MapRect mapRectThatFits(MapRect rect, EdgeInsets padding, double width, double height)
 {
     const double areaWidth = std::max(width - padding.left - padding.right, 1.0);
     const double areaHeight = std::max(height - padding.top - padding.bottom, 1.0);

@@ -1,8 +1,8 @@
-#include "commonshared.h"
+#include "displayformat.h"
 
 #include <algorithm>
 
-QString CommonShared::getDataBytesStr(double b)
+QString DisplayFormat::getDataBytesStr(double b)
 {
     if (b >= 1000000000.0) {
         const double g = b / 1073741824.0;
@@ -16,18 +16,18 @@ QString CommonShared::getDataBytesStr(double b)
     return QStringLiteral("0.0 KB");
 }
 
-CommonShared::SplitAmount CommonShared::getMBString(double bytes)
+DisplayFormat::SplitAmount DisplayFormat::getMBString(double bytes)
 {
     const QString text = getDataBytesStr(bytes);
     return SplitAmount{text.chopped(2), text.right(2)};
 }
 
-RgbColor CommonShared::colorWithHex(quint32 hex)
+RgbColor DisplayFormat::colorWithHex(quint32 hex)
 {
     return RgbColor{((hex >> 16) & 0xFF) / 255.0, ((hex >> 8) & 0xFF) / 255.0, (hex & 0xFF) / 255.0};
 }
 
-RgbColor CommonShared::brightColorWithHex(quint32 hex)
+RgbColor DisplayFormat::brightColorWithHex(quint32 hex)
 {
     // Hue, saturation and brightness of the colour; brightness raised by a tenth, at least 0.5.
     const RgbColor c = colorWithHex(hex);

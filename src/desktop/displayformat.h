@@ -5,7 +5,7 @@
 #include <QString>
 
 // Shared helpers of the application and its extensions.
-class CommonShared
+class DisplayFormat
 {
 public:
     // Byte amounts for display: decimal thresholds with binary divisors ("1.50 GB", "952.7 MB").

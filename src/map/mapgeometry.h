@@ -4,28 +4,28 @@
 // map points, x growing eastwards from the 180th meridian, y southwards from the top edge (about
 // 85.05° north). Names and behaviour follow the map kit the map screens were designed against.
 
-struct CLLocationCoordinate2D
+struct MapCoordinate
 {
     double latitude;
     double longitude;
 };
 
-struct MKMapPoint
+struct MapPoint
 {
     double x;
     double y;
 };
 
-struct MKMapSize
+struct MapSize
 {
     double width;
     double height;
 };
 
-struct MKMapRect
+struct MapRect
 {
-    MKMapPoint origin;
-    MKMapSize size;
+    MapPoint origin;
+    MapSize size;
     double minX() const { return origin.x; }
     double minY() const { return origin.y; }
     double maxX() const { return origin.x + size.width; }
@@ -34,25 +34,25 @@ struct MKMapRect
     double midY() const { return origin.y + size.height / 2; }
 };
 
-struct UIEdgeInsets
+struct EdgeInsets
 {
     double top, left, bottom, right;
 };
 
-inline constexpr MKMapSize MKMapSizeWorld{268435456.0, 268435456.0};
-inline constexpr CLLocationCoordinate2D kCLLocationCoordinate2DInvalid{-180.0, -180.0};
+inline constexpr MapSize kMapSizeWorld{268435456.0, 268435456.0};
+inline constexpr MapCoordinate kInvalidMapCoordinate{-180.0, -180.0};
 
-MKMapPoint MKMapPointForCoordinate(CLLocationCoordinate2D coordinate);
-CLLocationCoordinate2D MKCoordinateForMapPoint(MKMapPoint point);
+MapPoint mapPointForCoordinate(MapCoordinate coordinate);
+MapCoordinate MKCoordinateForMapPoint(MapPoint point);
 // Great-circle metres between the coordinates of two points.
-double MKMetersBetweenMapPoints(MKMapPoint a, MKMapPoint b);
-double MKMapPointsPerMeterAtLatitude(double latitude);
-MKMapRect MKMapRectUnion(MKMapRect a, MKMapRect b);
-MKMapRect MKMapRectInset(MKMapRect rect, double dx, double dy);
+double MKMetersBetweenMapPoints(MapPoint a, MapPoint b);
+double mapPointsPerMeterAtLatitude(double latitude);
+MapRect mapRectUnion(MapRect a, MapRect b);
+MapRect mapRectInset(MapRect rect, double dx, double dy);
 // Whether the rectangle reaches past the world's east or west edge.
-bool MKMapRectSpans180thMeridian(MKMapRect rect);
+bool mapRectSpans180thMeridian(MapRect rect);
 // The part of a rectangle beyond the world's edge, moved onto the world from the other side.
-MKMapRect MKMapRectRemainder(MKMapRect rect);
+MapRect mapRectRemainder(MapRect rect);
 // The rectangle a view of `width` × `height` points shows when `rect` fills the view's area inside
 // the padding, keeping the view's aspect ratio (no zoom-level snapping).
-MKMapRect mapRectThatFits(MKMapRect rect, UIEdgeInsets padding, double width, double height);
+MapRect mapRectThatFits(MapRect rect, EdgeInsets padding, double width, double height);

@@ -1,0 +1,67 @@
+#include "usagefigurescontroller.h"
+
+#include "plans/datacap.h"
+
+UsageFiguresController::UsageFiguresController(QObject *parent) : QObject(parent) {}
+
+UsageFiguresController::~UsageFiguresController()
+{
+    setDelegate(nullptr);
+}
+
+void UsageFiguresController::setDelegate(DataUsageAppDelegate *delegate)
+{
+    if (m_delegate && m_delegate->rootController == this)
+        m_delegate->rootController = nullptr;
+    m_delegate = delegate;
+    if (m_delegate) {
+        m_delegate->rootController = this;
+        reloadValues();
+    }
+}
+
+QString UsageFiguresController::forecast() const
+{
+    return DataCap::forecastText(m_forecastRatio);
+}
+
+void UsageFiguresController::reloadValues()
+{
+    if (!m_delegate)
+        return;
+    const CurrentValues v = m_delegate->values();
+    const bool period =
+        v.monthStartDate != m_values.monthStartDate || v.monthEndDate != m_values.monthEndDate;
+    const bool usage = v.monthCellIn != m_values.monthCellIn || v.monthCellOut != m_values.monthCellOut ||
+                       v.monthWifiIn != m_values.monthWifiIn || v.monthWifiOut != m_values.monthWifiOut ||
+                       v.monthPercent != m_values.monthPercent;
+    m_values = v;
+    const double ratio = v.monthEndDate.isValid() ? m_delegate->forecastRatio(v) : 0;
+    const bool forecast = ratio != m_forecastRatio;
+    m_forecastRatio = ratio;
+    const std::pair<qint64, QString> left =
+        v.monthEndDate.isValid() ? m_delegate->timeLeft(v) : std::pair<qint64, QString>{0, QString()};
+    const bool time = left != m_timeLeft;
+    m_timeLeft = left;
+    if (period)
+        emit periodChanged();
+    if (usage)
+        emit usageChanged();
+    if (forecast)
+        emit forecastChanged();
+    if (time)
+        emit timeLeftChanged();
+}
+
+void UsageFiguresController::presentAlert(const AlertValue &alert)
+{
+    emit alertRequested(alert);
+}
+
+void UsageFiguresController::setPresenting(bool presenting)
+{
+    if (presenting == m_presenting)
+        return;
+    m_presenting = presenting;
+    emit presentingChanged();
+}
