@@ -20,8 +20,8 @@
     </message>
     <message>
         <location line="+1"/>
-        <source>Like %@</source>
-        <translation>%@ gefällt mir</translation>
+        <source>Like %1</source>
+        <translation>%1 gefällt mir</translation>
     </message>
     <message>
         <location line="+12"/>
@@ -32,7 +32,7 @@
 <context>
     <name>AddController</name>
     <message>
-        <location filename="../src/screens/plancontrollers.cpp" line="+174"/>
+        <location filename="../src/screens/plancontrollers.cpp" line="+172"/>
         <location line="+33"/>
         <source>Add Usage</source>
         <translation>Verbrauch hinzufügen</translation>
@@ -44,8 +44,8 @@
     </message>
     <message>
         <location line="+31"/>
-        <source>Do you want to add %@ to your current cellular usage?</source>
-        <translation>Möchtest du %@ zu deinem aktuellen Mobilfunkverbrauch hinzufügen?</translation>
+        <source>Do you want to add %1 to your current cellular usage?</source>
+        <translation>Möchtest du %1 zu deinem aktuellen Mobilfunkverbrauch hinzufügen?</translation>
     </message>
     <message>
         <location line="+2"/>
@@ -74,7 +74,7 @@
 <context>
     <name>AlertsController</name>
     <message>
-        <location filename="../src/screens/alertscontrollers.cpp" line="+38"/>
+        <location filename="../src/services/alertthresholds.cpp" line="+11"/>
         <source>First</source>
         <translation>Erste</translation>
     </message>
@@ -94,22 +94,9 @@
         <translation>Vierte</translation>
     </message>
     <message>
-        <location line="+6"/>
+        <location filename="../src/screens/alertscontrollers.cpp" line="+23"/>
         <source>Usage Alerts</source>
         <translation>Verbrauchswarnungen</translation>
-    </message>
-</context>
-<context>
-    <name>CapController</name>
-    <message>
-        <location filename="../src/screens/plancontrollers.cpp" line="+15"/>
-        <source>Data Cap</source>
-        <translation>Datenvolumen</translation>
-    </message>
-    <message>
-        <location line="+0"/>
-        <source>Amount of cellular data in one billing period.</source>
-        <translation>Mobilfunkdaten in einem Abrechnungszeitraum.</translation>
     </message>
 </context>
 <context>
@@ -138,7 +125,7 @@
 <context>
     <name>BilldateController</name>
     <message>
-        <location filename="../src/screens/plancontrollers.cpp" line="+48"/>
+        <location filename="../src/screens/plancontrollers.cpp" line="+63"/>
         <source>Start Date</source>
         <translation>Startdatum</translation>
     </message>
@@ -159,6 +146,19 @@
         <location line="+0"/>
         <source>GB</source>
         <translation>GB</translation>
+    </message>
+</context>
+<context>
+    <name>CapController</name>
+    <message>
+        <location filename="../src/screens/plancontrollers.cpp" line="-49"/>
+        <source>Data Cap</source>
+        <translation>Datenvolumen</translation>
+    </message>
+    <message>
+        <location line="+0"/>
+        <source>Amount of cellular data in one billing period.</source>
+        <translation>Mobilfunkdaten in einem Abrechnungszeitraum.</translation>
     </message>
 </context>
 <context>
@@ -213,14 +213,9 @@
         <translation>😊 Neuigkeiten</translation>
     </message>
     <message>
-        <location line="+0"/>
-        <source>More extraordinary every day for iOS 17.2.</source>
-        <translation>Jeden Tag ein bisschen besser.</translation>
-    </message>
-    <message>
-        <location filename="../src/services/usagealerts.cpp" line="+60"/>
-        <source>You&apos;ve used %d%%.</source>
-        <translation>Du hast %d%% verbraucht.</translation>
+        <location filename="../src/services/usagealerts.cpp" line="+49"/>
+        <source>You&apos;ve used %1%.</source>
+        <translation>Du hast %1% verbraucht.</translation>
     </message>
     <message>
         <location line="+1"/>
@@ -230,9 +225,9 @@
     <message>
         <location line="+14"/>
         <source>You&apos;ve used
-%d%% of your data cap.</source>
+%1% of your data cap.</source>
         <translation>Du hast
-%d%% deines Datenvolumens verbraucht.</translation>
+%1% deines Datenvolumens verbraucht.</translation>
     </message>
     <message>
         <location line="+53"/>
@@ -251,13 +246,13 @@
     </message>
     <message>
         <location line="+24"/>
-        <source>Keep Tallymo in iOS multitasking screen to allow background app refresh.</source>
+        <source>Keep the background service running to refresh usage in the background.</source>
         <translation>Lass den Hintergrunddienst laufen, damit der Verbrauch im Hintergrund aktualisiert wird.</translation>
     </message>
     <message>
         <location line="+1"/>
-        <source>ⓘ %@</source>
-        <translation>ⓘ %@</translation>
+        <source>ⓘ %1</source>
+        <translation>ⓘ %1</translation>
     </message>
     <message>
         <location line="+0"/>
@@ -286,6 +281,32 @@
         <location line="+18"/>
         <source>Next Month</source>
         <translation>Nächster Monat</translation>
+    </message>
+</context>
+<context>
+    <name>DatePickerController</name>
+    <message>
+        <location filename="../src/screens/planpickers.h" line="+58"/>
+        <source>Start Date</source>
+        <translation>Startdatum</translation>
+    </message>
+    <message>
+        <location line="+3"/>
+        <source>Pick your bill cycle start date. This is the first day of your billing period.</source>
+        <translation>Wähle das Startdatum deines Abrechnungszeitraums. Es ist der erste Tag deines Abrechnungszeitraums.</translation>
+    </message>
+</context>
+<context>
+    <name>DayCountController</name>
+    <message>
+        <location filename="../src/screens/planpickers.cpp" line="+10"/>
+        <source>N</source>
+        <translation>N</translation>
+    </message>
+    <message>
+        <location line="+0"/>
+        <source>Number of days in one billing period.</source>
+        <translation>Anzahl der Tage in einem Abrechnungszeitraum.</translation>
     </message>
 </context>
 <context>
@@ -384,11 +405,11 @@
     </message>
     <message>
         <location line="+1"/>
-        <source>Last %d %@</source>
-        <translation>Letzte %d %@</translation>
+        <source>Last %1 %2</source>
+        <translation>Letzte %1 %2</translation>
     </message>
     <message>
-        <location line="+7"/>
+        <location line="+5"/>
         <source>Export Statistics</source>
         <translation>Statistik exportieren</translation>
     </message>
@@ -611,84 +632,6 @@
     </message>
 </context>
 <context>
-    <name>MapPane</name>
-    <message>
-        <location filename="../src/qml/MapPane.qml" line="+114"/>
-        <source>Place: %1</source>
-        <translation>Ort: %1</translation>
-    </message>
-    <message>
-        <location line="+23"/>
-        <source>The map cannot be loaded; the places are shown without it.</source>
-        <translation>Die Karte kann nicht geladen werden; die Orte werden ohne sie gezeigt.</translation>
-    </message>
-</context>
-<context>
-    <name>MapViewController</name>
-    <message>
-        <location filename="../src/map/mapviewcontroller.cpp" line="+104"/>
-        <source>No Locations</source>
-        <translation>Keine Orte</translation>
-    </message>
-    <message>
-        <location line="+1"/>
-        <source>No locations. Go to Settings &gt; Advanced &gt; Map Usage to turn on.</source>
-        <translation>Keine Orte. Unter Einstellungen &gt; Erweitert &gt; Verbrauchskarte einschalten.</translation>
-    </message>
-    <message>
-        <location line="+95"/>
-        <source>All Locations</source>
-        <translation>Alle Orte</translation>
-    </message>
-</context>
-<context>
-    <name>MultiCyclesController</name>
-    <message>
-        <location filename="../src/history/historycontrollers.cpp" line="+261"/>
-        <source>QUICK TIP</source>
-        <translation>KURZER TIPP</translation>
-    </message>
-    <message>
-        <location line="+0"/>
-        <source>Pull down to dismiss.</source>
-        <translation>Zum Schließen nach unten ziehen.</translation>
-    </message>
-    <message>
-        <location filename="../src/history/historycontrollers.h" line="+193"/>
-        <source>Bill Cycles</source>
-        <translation>Abrechnungszeiträume</translation>
-    </message>
-</context>
-<context>
-    <name>DayCountController</name>
-    <message>
-        <location filename="../src/screens/planpickers.cpp" line="+10"/>
-        <source>N</source>
-        <translation>N</translation>
-    </message>
-    <message>
-        <location line="+0"/>
-        <source>Number of days in one billing period.</source>
-        <translation>Anzahl der Tage in einem Abrechnungszeitraum.</translation>
-    </message>
-</context>
-<context>
-    <name>NetList</name>
-    <message>
-        <location filename="../src/qml/NetList.qml" line="+49"/>
-        <source>%1, cellular %2, Wi-Fi %3</source>
-        <translation>%1, Mobilfunk %2, WLAN %3</translation>
-    </message>
-</context>
-<context>
-    <name>NetViewController</name>
-    <message>
-        <location filename="../src/connections/netviewcontroller.h" line="+38"/>
-        <source>No IP Addresses</source>
-        <translation>Keine IP-Adressen</translation>
-    </message>
-</context>
-<context>
     <name>MainScreenController</name>
     <message>
         <location filename="../src/screens/mainscreencontroller.cpp" line="+20"/>
@@ -749,9 +692,74 @@
         <translation>WLAN %1, %2</translation>
     </message>
     <message>
-        <location line="+29"/>
+        <location line="+30"/>
         <source>forecast</source>
         <translation>Prognose</translation>
+    </message>
+</context>
+<context>
+    <name>MapPane</name>
+    <message>
+        <location filename="../src/qml/MapPane.qml" line="+114"/>
+        <source>Place: %1</source>
+        <translation>Ort: %1</translation>
+    </message>
+    <message>
+        <location line="+23"/>
+        <source>The map cannot be loaded; the places are shown without it.</source>
+        <translation>Die Karte kann nicht geladen werden; die Orte werden ohne sie gezeigt.</translation>
+    </message>
+</context>
+<context>
+    <name>MapViewController</name>
+    <message>
+        <location filename="../src/map/mapviewcontroller.cpp" line="+104"/>
+        <source>No Locations</source>
+        <translation>Keine Orte</translation>
+    </message>
+    <message>
+        <location line="+1"/>
+        <source>No locations. Go to Settings &gt; Advanced &gt; Map Usage to turn on.</source>
+        <translation>Keine Orte. Unter Einstellungen &gt; Erweitert &gt; Verbrauchskarte einschalten.</translation>
+    </message>
+    <message>
+        <location line="+95"/>
+        <source>All Locations</source>
+        <translation>Alle Orte</translation>
+    </message>
+</context>
+<context>
+    <name>MultiCyclesController</name>
+    <message>
+        <location filename="../src/history/historycontrollers.cpp" line="+291"/>
+        <source>QUICK TIP</source>
+        <translation>KURZER TIPP</translation>
+    </message>
+    <message>
+        <location line="+0"/>
+        <source>Pull down to dismiss.</source>
+        <translation>Zum Schließen nach unten ziehen.</translation>
+    </message>
+    <message>
+        <location filename="../src/history/historycontrollers.h" line="+203"/>
+        <source>Bill Cycles</source>
+        <translation>Abrechnungszeiträume</translation>
+    </message>
+</context>
+<context>
+    <name>NetList</name>
+    <message>
+        <location filename="../src/qml/NetList.qml" line="+49"/>
+        <source>%1, cellular %2, Wi-Fi %3</source>
+        <translation>%1, Mobilfunk %2, WLAN %3</translation>
+    </message>
+</context>
+<context>
+    <name>NetViewController</name>
+    <message>
+        <location filename="../src/connections/netviewcontroller.h" line="+38"/>
+        <source>No IP Addresses</source>
+        <translation>Keine IP-Adressen</translation>
     </message>
 </context>
 <context>
@@ -760,19 +768,6 @@
         <location filename="../src/qml/PageHeader.qml" line="+8"/>
         <source>Back</source>
         <translation>Zurück</translation>
-    </message>
-</context>
-<context>
-    <name>DatePickerController</name>
-    <message>
-        <location filename="../src/screens/planpickers.h" line="+58"/>
-        <source>Start Date</source>
-        <translation>Startdatum</translation>
-    </message>
-    <message>
-        <location line="+3"/>
-        <source>Pick your bill cycle start date. This is the first day of your billing period.</source>
-        <translation>Wähle das Startdatum deines Abrechnungszeitraums. Es ist der erste Tag deines Abrechnungszeitraums.</translation>
     </message>
 </context>
 <context>
@@ -797,14 +792,14 @@
     </message>
     <message>
         <location line="+7"/>
-        <source>Every %@</source>
-        <translation>Jeden %@</translation>
+        <source>Every %1</source>
+        <translation>Jeden %1</translation>
     </message>
 </context>
 <context>
     <name>PlanController</name>
     <message>
-        <location filename="../src/screens/plancontrollers.cpp" line="-259"/>
+        <location filename="../src/screens/plancontrollers.cpp" line="-208"/>
         <source>New Plan</source>
         <translation>Neuer Tarif</translation>
     </message>
@@ -814,7 +809,7 @@
         <translation>Tarifdetails</translation>
     </message>
     <message>
-        <location line="+31"/>
+        <location line="+30"/>
         <source>Label</source>
         <translation>Name</translation>
     </message>
@@ -829,7 +824,7 @@
         <translation>Startdatum</translation>
     </message>
     <message>
-        <location line="+3"/>
+        <location line="+2"/>
         <source>Data Cap</source>
         <translation>Datenvolumen</translation>
     </message>
@@ -891,6 +886,44 @@
         <location line="+5"/>
         <source>Delete</source>
         <translation>Löschen</translation>
+    </message>
+</context>
+<context>
+    <name>PlanTexts</name>
+    <message>
+        <location filename="../src/plans/billingcycle.cpp" line="+179"/>
+        <source>30 Days</source>
+        <translation>30 Tage</translation>
+    </message>
+    <message>
+        <location line="+2"/>
+        <source>Weekly</source>
+        <translation>Wöchentlich</translation>
+    </message>
+    <message>
+        <location line="+2"/>
+        <source>28 Days</source>
+        <translation>28 Tage</translation>
+    </message>
+    <message>
+        <location line="+3"/>
+        <source>Daily</source>
+        <translation>Täglich</translation>
+    </message>
+    <message>
+        <location line="+1"/>
+        <source>%1 Days</source>
+        <translation>%1 Tage</translation>
+    </message>
+    <message>
+        <location line="+2"/>
+        <source>Monthly</source>
+        <translation>Monatlich</translation>
+    </message>
+    <message>
+        <location line="+54"/>
+        <source>%1 of the month</source>
+        <translation>%1 des Monats</translation>
     </message>
 </context>
 <context>
@@ -992,7 +1025,7 @@
     </message>
     <message>
         <location line="+4"/>
-        <source>Tap to go to iOS Settings to turn on.</source>
+        <source>Tap to turn on the background service.</source>
         <translation>Tippe hier, um den Hintergrunddienst einzuschalten.</translation>
     </message>
     <message>
@@ -1033,7 +1066,7 @@
     <message>
         <location line="+1"/>
         <location line="+25"/>
-        <source>Siri Shortcut</source>
+        <source>Keyboard Shortcut</source>
         <translation>Tastenkürzel</translation>
     </message>
     <message>
@@ -1095,7 +1128,7 @@ tallymo intent show-usage --speak</translation>
     </message>
     <message>
         <location line="-8"/>
-        <source>Explain_Rollover</source>
+        <source>With rollover, the cellular data left unused in the previous billing period is added to the data cap of the current one.</source>
         <translation>Mit Datenübertrag wird das im vorigen Abrechnungszeitraum nicht verbrauchte Mobilfunkvolumen zum Datenvolumen des aktuellen Zeitraums hinzugefügt.</translation>
     </message>
     <message>
@@ -1171,47 +1204,9 @@ tallymo intent show-usage --speak</translation>
 <context>
     <name>SelectPlanController</name>
     <message>
-        <location filename="../src/screens/selectplancontroller.cpp" line="+71"/>
+        <location filename="../src/screens/selectplancontroller.cpp" line="+26"/>
         <source>Select Plan</source>
         <translation>Tarif wählen</translation>
-    </message>
-</context>
-<context>
-    <name>PlanTexts</name>
-    <message>
-        <location filename="../src/plans/billingcycle.cpp" line="+179"/>
-        <source>30 Days</source>
-        <translation>30 Tage</translation>
-    </message>
-    <message>
-        <location line="+2"/>
-        <source>Weekly</source>
-        <translation>Wöchentlich</translation>
-    </message>
-    <message>
-        <location line="+2"/>
-        <source>28 Days</source>
-        <translation>28 Tage</translation>
-    </message>
-    <message>
-        <location line="+3"/>
-        <source>Daily</source>
-        <translation>Täglich</translation>
-    </message>
-    <message>
-        <location line="+1"/>
-        <source>%d Days</source>
-        <translation>%d Tage</translation>
-    </message>
-    <message>
-        <location line="+3"/>
-        <source>Monthly</source>
-        <translation>Monatlich</translation>
-    </message>
-    <message>
-        <location line="+54"/>
-        <source>%@ of the month</source>
-        <translation>%@ des Monats</translation>
     </message>
 </context>
 <context>
@@ -1307,7 +1302,7 @@ tallymo intent show-usage --speak</translation>
     <name>ShareController</name>
     <message>
         <location filename="../src/screens/advancedcontrollers.cpp" line="+41"/>
-        <source>My iPhone data usage. Beautifully tracked by Tallymo.</source>
+        <source>My data usage. Beautifully tracked by Tallymo.</source>
         <translation>Mein Datenverbrauch. Schön erfasst von Tallymo.</translation>
     </message>
     <message>
@@ -1387,7 +1382,7 @@ tallymo intent show-usage --speak</translation>
 <context>
     <name>SharedCode</name>
     <message>
-        <location filename="../src/plans/billingcycle.cpp" line="-92"/>
+        <location filename="../src/plans/billingcycle.cpp" line="-91"/>
         <source>hours</source>
         <translation>Stunden</translation>
     </message>
@@ -1513,9 +1508,17 @@ tallymo intent show-usage --speak</translation>
     </message>
 </context>
 <context>
+    <name>ThresholdController</name>
+    <message>
+        <location filename="../src/screens/alertscontrollers.cpp" line="+66"/>
+        <source>Alert you when you&apos;ve used more than %1% of your data cap.</source>
+        <translation>Warnt dich, wenn du mehr als %1% deines Datenvolumens verbraucht hast.</translation>
+    </message>
+</context>
+<context>
     <name>TimeChartViewController</name>
     <message>
-        <location filename="../src/history/historycontrollers.cpp" line="-219"/>
+        <location filename="../src/history/historycontrollers.cpp" line="-246"/>
         <source>No Usage</source>
         <translation>Kein Verbrauch</translation>
     </message>

@@ -5,8 +5,8 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 lupdate=$(command -v lupdate || echo /usr/lib/qt6/bin/lupdate)
-"$lupdate" -locations relative -no-obsolete -extensions cpp,h,qml \
-    src/core src/plans src/desktop src/services src/history src/map src/connections src/day src/screens \
-    src/qml src/platform \
-    programs/tallymo-watch \
-    -ts i18n/tallymo_de.ts i18n/tallymo_en.ts
+sources=(src/core src/plans src/desktop src/services src/history src/map src/connections src/day src/screens
+         src/qml src/platform programs/tallymo-watch)
+"$lupdate" -locations relative -no-obsolete -extensions cpp,h,qml "${sources[@]}" -ts i18n/tallymo_de.ts
+# The source texts are the English the user reads: the English file holds only the plural forms.
+"$lupdate" -locations relative -no-obsolete -pluralonly -extensions cpp,h,qml "${sources[@]}" -ts i18n/tallymo_en.ts

@@ -303,8 +303,8 @@ int planChange(const Arguments &a, Environment &env, const QString &usage)
                     .arg(a.positional.at(1)));
         Services &s = env.services();
         const QString question = QCoreApplication::translate(
-                                     "AddController", "Do you want to add %@ to your current cellular usage?")
-                                     .replace(QLatin1StringView("%@"), PlanTexts::capString(amount->display));
+                                     "AddController", "Do you want to add %1 to your current cellular usage?")
+                                     .arg(PlanTexts::capString(amount->display));
         if (!confirm(a, question))
             return 1;
         s.delegate.addUsageToCurrent(amount->bytes);

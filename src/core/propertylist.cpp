@@ -255,8 +255,6 @@ QByteArray toXml(const QVariantMap &root)
     w.setAutoFormatting(true);
     w.setAutoFormattingIndent(1);
     w.writeStartDocument();
-    w.writeDTD(QStringLiteral("<!DOCTYPE plist PUBLIC \"-//Apple//DTD PLIST 1.0//EN\" "
-                              "\"http://www.apple.com/DTDs/PropertyList-1.0.dtd\">"));
     w.writeStartElement(QStringLiteral("plist"));
     w.writeAttribute(QStringLiteral("version"), QStringLiteral("1.0"));
     writeValue(w, QVariant(root));

@@ -128,9 +128,7 @@ QString ExportController::exportString(quint32 row) const
     const QString unit = type == BillingCycle::Weekly                                    ? tr("Weeks")
                          : type >= BillingCycle::Monthly && type <= BillingCycle::Days28 ? tr("Months")
                                                                                          : tr("Cycles");
-    return tr("Last %d %@")
-        .replace(QLatin1StringView("%d"), QString::number(exportPeriod(row)))
-        .replace(QLatin1StringView("%@"), unit);
+    return tr("Last %1 %2").arg(exportPeriod(row)).arg(unit);
 }
 
 QString ExportController::title() const

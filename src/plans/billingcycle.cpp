@@ -184,8 +184,7 @@ QString PlanTexts::planNameForLength(int type, qint64 n)
     case BillingCycle::NDays:
         if (n == 1)
             return QCoreApplication::translate("PlanTexts", "Daily");
-        return QCoreApplication::translate("PlanTexts", "%d Days")
-            .replace(QLatin1StringView("%d"), QString::number(n));
+        return QCoreApplication::translate("PlanTexts", "%1 Days").arg(n);
     default:
         return QCoreApplication::translate("PlanTexts", "Monthly");
     }
@@ -241,7 +240,7 @@ QString PlanTexts::longBillDateString(qint64 day, const QString &lang)
                                    QStringLiteral("es"), QStringLiteral("it")};
     if (plain.contains(lang))
         return s;
-    return QCoreApplication::translate("PlanTexts", "%@ of the month").replace(QLatin1StringView("%@"), s);
+    return QCoreApplication::translate("PlanTexts", "%1 of the month").arg(s);
 }
 
 QString PlanTexts::getLanguageCode()

@@ -47,7 +47,7 @@ void ResetController::reload()
     if (!refresh.problem.isEmpty())
         refreshFooter = refresh.problem;
     else if (!refresh.on)
-        refreshFooter = tr("Tap to go to iOS Settings to turn on.");
+        refreshFooter = tr("Tap to turn on the background service.");
     SettingsDomain &pref = m_delegate.shared().userPref();
     setFooters({refreshFooter, tr("Show current usage on the app icon."),
                 tr("Map Usage only uses low-power location services to preserve battery life. Always allow "
@@ -59,7 +59,7 @@ void ResetController::reload()
          {BadgeRow, tr("Percentage Badge"), QString(), QString(), true, Switch,
           pref.boolForKey(Keys::PREF_V7_BADGE)},
          {MapRow, tr("Map Usage"), QString(), QString(), true, Switch, pref.boolForKey(Keys::PREF_V7_GEO)},
-         {ShortcutRow, tr("Siri Shortcut"), QString(), QString(), true, Button},
+         {ShortcutRow, tr("Keyboard Shortcut"), QString(), QString(), true, Button},
          {4, tr("Add Cellular Usage"), QStringLiteral("AddController")},
          {4, tr("Reset Current Statistics"), QString(), QString(), true, DestructiveButton}});
 }
@@ -84,7 +84,7 @@ void ResetController::tapRow(int row)
         m_asked = Question::Shortcut;
         emit ask(
             DataUsageAppDelegate::alertControllerWithTitle(
-                tr("Siri Shortcut"),
+                tr("Keyboard Shortcut"),
                 tr("To hear your usage at a keystroke, bind this command to a key in your desktop's keyboard "
                    "settings:\n\ntallymo intent show-usage --speak"))
                 .toMap());
@@ -139,12 +139,12 @@ void ResetController::setSwitch(int row, bool on)
 // ---- AboutController ----
 
 AboutController::AboutController(DesktopShell *shell, QObject *parent)
-    : MenuController(tr("About"),
-                     {{0, tr("Get Support"), QString(), QString(), shell != nullptr, Button},
-                      {0, tr("See More Apps"), QString(), QString(), shell != nullptr, Button},
-                      {1, tr("Like %@").replace(QLatin1StringView("%@"), QStringLiteral("Tallymo")),
-                       QString(), QString(), shell != nullptr, Button}},
-                     parent),
+    : MenuController(
+          tr("About"),
+          {{0, tr("Get Support"), QString(), QString(), shell != nullptr, Button},
+           {0, tr("See More Apps"), QString(), QString(), shell != nullptr, Button},
+           {1, tr("Like %1").arg(QStringLiteral("Tallymo")), QString(), QString(), shell != nullptr, Button}},
+          parent),
       m_shell(shell)
 {}
 
@@ -169,7 +169,7 @@ QImage ShareController::withoutStatusBar(const QImage &snapshot, qreal pixelRati
 
 QString ShareController::shareText()
 {
-    return tr("My iPhone data usage. Beautifully tracked by Tallymo.") + QLatin1Char('\n') +
+    return tr("My data usage. Beautifully tracked by Tallymo.") + QLatin1Char('\n') +
            WebPages::product().toString();
 }
 

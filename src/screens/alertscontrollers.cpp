@@ -7,16 +7,6 @@
 
 #include <QCoreApplication>
 
-namespace {
-
-QString percentText(const char *format, double value)
-{
-    return QCoreApplication::translate("ThresholdController", format)
-        .replace(QLatin1StringView("%.0f%%"), QString::asprintf("%.0f%%", value));
-}
-
-} // namespace
-
 AlertsController::AlertsController(SettingsDomain &pref, QObject *parent)
     : QObject(parent), m_pref(pref), m_thresholds(new ListModel(
                                          {"text", "detail"}, [this] { return int(rowTexts().size()); },
@@ -96,7 +86,8 @@ QString ThresholdController::detailText() const
 
 QString ThresholdController::footer() const
 {
-    return percentText("Alert you when you've used more than %.0f%% of your data cap.", m_level);
+    return tr("Alert you when you've used more than %1% of your data cap.")
+        .arg(QString::asprintf("%.0f", m_level));
 }
 
 void ThresholdController::chooseRow(int row)

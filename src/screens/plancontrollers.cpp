@@ -200,8 +200,7 @@ std::optional<AlertValue> AddController::add()
     setText(DataCap::stringTwoDecimal(amount()));
     const QString shown = PlanTexts::capString(QVariantList{text(), qint64(unit)});
     AlertValue a = DataUsageAppDelegate::alertControllerWithTitle(
-        QString(),
-        tr("Do you want to add %@ to your current cellular usage?").replace(QLatin1StringView("%@"), shown));
+        QString(), tr("Do you want to add %1 to your current cellular usage?").arg(shown));
     a.actions = {AlertAction{tr("Add Usage"), AlertAction::Default},
                  AlertAction{tr("Cancel"), AlertAction::Cancel}};
     return a;

@@ -98,7 +98,8 @@ void PlantypeController::tapRow(int row)
 RolloverController::RolloverController(DataUsageAppDelegate &delegate, const QString &plan, QObject *parent)
     : MenuController(tr("Rollover Data"), {}, parent), m_delegate(delegate), m_plan(plan)
 {
-    setFooters({tr("Explain_Rollover")});
+    setFooters({tr("With rollover, the cellular data left unused in the previous billing period is added to "
+                   "the data cap of the current one.")});
     reload();
 }
 

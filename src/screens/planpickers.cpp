@@ -38,7 +38,7 @@ PickerWeekController::PickerWeekController(SharedCode &shared, QObject *parent)
 
 QString PickerWeekController::summary() const
 {
-    return tr("Every %@").replace(QLatin1StringView("%@"), rows().value(selectedRow()));
+    return tr("Every %1").arg(rows().value(selectedRow()));
 }
 
 void PickerWeekController::store(int row)

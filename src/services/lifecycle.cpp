@@ -4,6 +4,7 @@
 #include "datausageappdelegate.h"
 #include "desktop/usageintent.h"
 #include "logging.h"
+#include "releasenotes.h"
 
 #include <QCoreApplication>
 #include <QSemaphore>
@@ -201,8 +202,7 @@ void DataUsageAppDelegate::showWhatsNew()
     pref.setValue(Keys::PREF_WHATSNEW_CHECK_8_6, current);
     pref.setValue(Keys::PREF_UPDATE_PREVIOUS_VERSION, seen.toString());
     if (rootController)
-        rootController->presentAlert(
-            alertControllerWithTitle(tr("😊 What's New"), tr("More extraordinary every day for iOS 17.2.")));
+        rootController->presentAlert(alertControllerWithTitle(tr("😊 What's New"), ReleaseNotes::current()));
     cleanupPref();
 }
 

@@ -19,13 +19,6 @@ QString tr(const char *text)
     return QCoreApplication::translate("DataUsageAppDelegate", text);
 }
 
-// Fills a "%d%%" format with a whole number.
-QString withPercent(QString format, qint64 n)
-{
-    return format.replace(QLatin1StringView("%d"), QString::number(n))
-        .replace(QLatin1StringView("%%"), QLatin1StringView("%"));
-}
-
 } // namespace
 
 qint64 DataUsageAppDelegate::thresholdLevelFor(double percent, const SettingsDomain &pref)
@@ -52,9 +45,8 @@ void DataUsageAppDelegate::applyUsageAlertRule(qint64 before, bool inBackground)
     const qint64 after = getCurrentThresholdLevel();
     if (after > before) {
         if (inBackground)
-            presentNotificationNow(
-                withPercent(tr("You've used %d%%."), roundedPercent(values().monthPercent)),
-                tr("Usage Alert"));
+            presentNotificationNow(tr("You've used %1%.").arg(roundedPercent(values().monthPercent)),
+                                   tr("Usage Alert"));
         else
             showUsageAlertInFG();
     }
@@ -67,8 +59,8 @@ void DataUsageAppDelegate::showUsageAlertInFG()
     onMain([this, percent] {
         if (!canShowAlertOnRootView())
             return;
-        rootController->presentAlert(alertControllerWithTitle(
-            QString(), withPercent(tr("You've used\n%d%% of your data cap."), percent)));
+        rootController->presentAlert(
+            alertControllerWithTitle(QString(), tr("You've used\n%1% of your data cap.").arg(percent)));
     });
 }
 
@@ -152,8 +144,8 @@ void DataUsageAppDelegate::showAppSwitcherTip()
     if (!isPushOn() || pref.boolForKey(Keys::PREF_TIP_APPSWITCHER))
         return;
     pref.setValue(Keys::PREF_TIP_APPSWITCHER, true);
-    presentNotificationLater(tr("Keep Tallymo in iOS multitasking screen to allow background app refresh."),
-                             tr("ⓘ %@").replace(QLatin1StringView("%@"), tr("QUICK TIP")), 0.75);
+    presentNotificationLater(tr("Keep the background service running to refresh usage in the background."),
+                             tr("ⓘ %1").arg(tr("QUICK TIP")), 0.75);
 }
 
 void DataUsageAppDelegate::checkRefreshStatusDidChange()

@@ -66,6 +66,19 @@ private slots:
                  t.addMSecs(-999));
     }
 
+    // Files written by earlier versions carry a document type declaration; they still read.
+    void earlierFilesWithADocumentTypeRead()
+    {
+        const QByteArray xml =
+            "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+            "<!DOCTYPE plist PUBLIC \"-//X//DTD PLIST 1.0//EN\" \"http://example.org/p.dtd\">\n"
+            "<plist version=\"1.0\"><dict><key>PREF_BILLDAY</key><integer>15</integer></dict></plist>";
+        const auto read = PropertyList::fromXml(xml, nullptr);
+        QVERIFY(read);
+        QCOMPARE(read->value(QStringLiteral("PREF_BILLDAY")).toLongLong(), 15);
+        QVERIFY(!PropertyList::toXml(*read).contains("DOCTYPE"));
+    }
+
     void typedReadersOfAbsentValues()
     {
         SettingsDomain d(path());

@@ -1,5 +1,6 @@
 #include "core/settingskeys.h"
 #include "services/datausageappdelegate.h"
+#include "services/releasenotes.h"
 #include "testsupport.h"
 
 #include <QSemaphore>
@@ -72,6 +73,32 @@ class TestLifecycle : public QObject
     Q_OBJECT
 
 private slots:
+    void releaseNotesOfOneVersion_data()
+    {
+        QTest::addColumn<QByteArray>("xml");
+        QTest::addColumn<QString>("version");
+        QTest::addColumn<QString>("notes");
+        const QByteArray two = "<releases><release version=\"2.0\"><description><p>New  map.</p>"
+                               "<ul><li>Faster</li><li>Smaller</li></ul></description></release>"
+                               "<release version=\"1.0\"><description><p>First.</p></description></release>"
+                               "</releases>";
+        QTest::newRow("newest") << two << "2.0"
+                                << "New map.\n• Faster\n• Smaller";
+        QTest::newRow("older, nothing of the newer") << two << "1.0"
+                                                     << "First.";
+        QTest::newRow("not listed") << two << "3.0"
+                                    << "";
+        QTest::newRow("broken file") << QByteArray("<releases><release version=\"2.0\"><p>x") << "2.0"
+                                     << "";
+    }
+    void releaseNotesOfOneVersion()
+    {
+        QFETCH(QByteArray, xml);
+        QFETCH(QString, version);
+        QFETCH(QString, notes);
+        QCOMPARE(ReleaseNotes::forVersion(xml, version), notes);
+    }
+
     void initTestCase() { qputenv("TZ", "UTC"); }
 
     void completionFollowsTheClock_data()
@@ -229,6 +256,9 @@ private slots:
         w.delegate->showWhatsNew();
         QCOMPARE(root.alerts.size(), 1);
         QCOMPARE(root.alerts[0].title, QStringLiteral("😊 What's New"));
+        // The notes of this very version, from the releases file built in.
+        QVERIFY2(!root.alerts[0].message.isEmpty(), "no release notes for this version");
+        QCOMPARE(root.alerts[0].message, ReleaseNotes::current());
         QCOMPARE(w.shared->userPref().stringForKey(Keys::PREF_UPDATE_PREVIOUS_VERSION),
                  QStringLiteral("0.0.1"));
 
