@@ -314,7 +314,7 @@ int main(int argc, char **argv)
     };
     QObject::connect(&instance, &ApplicationInstance::activated, window, show);
     openFromSearch = [&](const UserActivity &activity) {
-        if (delegate.openSearchResult(activity))
+        if (delegate.search().openResult(activity))
             show();
     };
     // Started for the desktop's search only: gone after ten seconds without a query or a window.

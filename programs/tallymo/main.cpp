@@ -102,7 +102,8 @@ int main(int argc, char **argv)
         if (!desktop)
             return false;
         DataUsageAppDelegate::Services services = delegate->services();
-        services.push = desktop->push(handlers.onPush, [&] { delegate->pushDistributorChanged(); });
+        services.push =
+            desktop->push(handlers.onPush, [&] { delegate->pushSubscription().distributorChanged(); });
         delegate->setServices(services);
         return desktop->registerBackgroundService(std::move(handlers));
     };

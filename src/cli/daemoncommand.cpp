@@ -78,21 +78,21 @@ int daemon(const QStringList &args, Environment &env)
     };
     const auto wake = [wakeUp](const QString &trigger) { wakeUp(trigger, false); };
     const auto push = [wakeUp] { wakeUp(QStringLiteral("push"), true); };
-    delegate.visitObserver = [&delegate](const Visit &v) {
+    QObject::connect(&delegate.location(), &LocationTracker::visited, [&delegate](const Visit &v) {
         print(QStringLiteral("%1  visit: %2 at %3, %4\n")
                   .arg(isoWithOffset(delegate.shared().clock().now()),
                        v.departureDate.isValid() ? QStringLiteral("departure") : QStringLiteral("arrival"))
                   .arg(v.latitude, 0, 'f', 5)
                   .arg(v.longitude, 0, 'f', 5));
         std::fflush(stdout);
-    };
+    });
     if (ConnectionSource *connections = s.shared.connections())
         connections->watchClosedConnections(); // short connections between two samples still count
     // On the bus first, so the push registration made at launch names a service that answers.
     if (env.startBackgroundService) {
         // The usage intent is answered with the record the watch gets: this moment's figures.
         const auto showUsage = [&delegate](std::function<void(const QVariantMap &)> reply) {
-            delegate.currentRecord([reply = std::move(reply)](const QVariantMap &record) {
+            delegate.watch().currentRecord([reply = std::move(reply)](const QVariantMap &record) {
                 reply(UsageIntent::responseForRecord(record).toVariantMap());
             });
         };
@@ -102,7 +102,7 @@ int daemon(const QStringList &args, Environment &env)
     delegate.prepareLaunch(); // the service runs in the background state
     delegate.completeLaunch();
     // Whether a push distributor is there is known from now on, as after an account change.
-    delegate.pushDistributorChanged();
+    delegate.pushSubscription().distributorChanged();
     QTimer timer;
     timer.setInterval(int(interval * 1000));
     QObject::connect(&timer, &QTimer::timeout, [&] { wake(QStringLiteral("fetch")); });

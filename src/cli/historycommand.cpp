@@ -58,7 +58,7 @@ int history(const QStringList &args, Environment &env)
     QString title;
     QDateTime start, end;
     if (view == QLatin1StringView("hours")) {
-        day = std::make_unique<DayViewController>(s.delegate, s.delegate, plan);
+        day = std::make_unique<DayViewController>(s.delegate, s.delegate.hostNames(), plan);
         day->reloadWithDate(when);
         list = static_cast<TimeChartViewController *>(day->child(0));
         title = day->title();

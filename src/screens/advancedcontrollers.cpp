@@ -125,8 +125,8 @@ void ResetController::setSwitch(int row, bool on)
         // The map's hint says where to turn this on: once it is, a day without places says only so.
         if (on)
             pref.setValue(Keys::PREF_GEO_HIDE_HINT, true);
-        m_delegate.initLocation();
-        if (on && !m_delegate.isMapTracking())
+        m_delegate.location().follow();
+        if (on && !m_delegate.location().isMapTracking())
             emit message(
                 tr("No location service allowed Tallymo to know where it is: usage is recorded without "
                    "places until it does."));

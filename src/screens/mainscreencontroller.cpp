@@ -346,7 +346,7 @@ void MainScreenController::render()
                 {WStats::FORECAST, key},
                 {WStats::USED, v.monthCell},
                 {WStats::DAYS, n}};
-    d->sendAppContext(m_record);
+    d->watch().sendContext(m_record);
 }
 
 void MainScreenController::animateGradient()

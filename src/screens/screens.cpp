@@ -152,7 +152,8 @@ const Entry kScreens[] = {
                                              * {
                                                  const QString id =
                                                      plan.isEmpty() ? sharedOf(s).activePlanID() : plan;
-                                                 return new DayViewController(s.delegate(), s.delegate(), id);
+                                                 return new DayViewController(s.delegate(),
+                                                                              s.delegate().hostNames(), id);
                                              }},
     {"ThresholdController", "ThresholdPage.qml", false,
      [](Screens &s, const QString &alert) -> QObject

@@ -4,6 +4,7 @@
 #include "datausageappdelegate.h"
 #include "desktop/widgetstats.h"
 #include "plans/billingcycle.h"
+#include "plans/colorscheme.h"
 #include "plans/datacap.h"
 
 #include <cmath>
@@ -80,19 +81,19 @@ void DataUsageAppDelegate::doComputeValuesOnly()
     if (!context)
         return;
     StoreContext *c = context.get();
-    onStore(*context, [this, c] { computeCurrentValues(c); });
+    m_work.onStore(*context, [this, c] { computeCurrentValues(c); });
 }
 
 void DataUsageAppDelegate::postNewValues()
 {
-    onMain([this] {
+    m_work.onMain([this] {
         if (rootController) {
             rootController->reloadValues(); // the main screen refreshes the widget and the watch
             return;
         }
         // No main screen in this process: do what it would after reloading its values.
         refreshWidget();
-        sendAppContext(mainScreenRecord());
+        m_watch.sendContext(mainScreenRecord());
     });
 }
 
@@ -105,7 +106,7 @@ qint64 DataUsageAppDelegate::badgeNumber()
 
 void DataUsageAppDelegate::showBadge()
 {
-    onMain([this] {
+    m_work.onMain([this] {
         if (m_services.badge)
             m_services.badge->setBadgeNumber(badgeNumber());
     });
@@ -114,28 +115,6 @@ void DataUsageAppDelegate::showBadge()
 void DataUsageAppDelegate::refreshWidget()
 {
     WidgetHelper::reload();
-}
-
-void DataUsageAppDelegate::makeHostnameCache()
-{
-    if (!m_hostnameCache)
-        m_hostnameCache = std::make_shared<HostNameCache>();
-}
-
-std::shared_ptr<HostNameCache> DataUsageAppDelegate::hostnameCache()
-{
-    makeHostnameCache();
-    return m_hostnameCache;
-}
-
-HostNameResolver *DataUsageAppDelegate::resolver()
-{
-    return m_services.hostNames;
-}
-
-void DataUsageAppDelegate::resetCache()
-{
-    m_hostnameCache.reset(); // pages still open keep theirs until they go
 }
 
 std::pair<qint64, QString> DataUsageAppDelegate::timeLeft(const CurrentValues &v, const QString &plan) const
@@ -154,4 +133,15 @@ double DataUsageAppDelegate::forecastRatio(const CurrentValues &v) const
     const double left = double(m_shared.clock().now().msecsTo(v.monthEndDate));
     const double timeLeft = length > 0 ? left * 100 / length : 0;
     return DataCap::forecastRatio(timeLeft, 100 - v.monthPercent);
+}
+
+QVariantMap DataUsageAppDelegate::mainScreenRecord() const
+{
+    const CurrentValues v = values();
+    const double ratio = forecastRatio(v);
+    return {{WStats::PERCENT, v.monthPercent},
+            {WStats::COLOR, ColorScheme::colorForRatio(m_shared, ratio)},
+            {WStats::FORECAST, DataCap::forecastText(ratio)},
+            {WStats::USED, v.monthCell},
+            {WStats::DAYS, timeLeft(v).first}};
 }

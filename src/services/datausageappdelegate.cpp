@@ -3,21 +3,29 @@
 #include "core/dispatchqueue.h"
 #include "core/settingskeys.h"
 
-#include <QScopeGuard>
 #include <QStandardPaths>
 
 DataUsageAppDelegate::DataUsageAppDelegate(SharedCode &shared) : DataUsageAppDelegate(shared, Services()) {}
 
 DataUsageAppDelegate::DataUsageAppDelegate(SharedCode &shared, Services services)
-    : m_shared(shared), m_services(services)
-{}
-
-DataUsageAppDelegate::~DataUsageAppDelegate()
+    : m_shared(shared), m_services(services), m_location(shared, services.location),
+      m_watch(shared, m_location, services.watch), m_push(services.push), m_search(shared),
+      m_hostNames(services.hostNames)
 {
-    QMutexLocker locker(&m_lifetime->mutex);
-    m_lifetime->ended = true;
-    while (m_lifetime->running > 0)
-        m_lifetime->idle.wait(&m_lifetime->mutex);
+    // A visit, or a location service that failed and was set up again, is a wake-up.
+    QObject::connect(&m_location, &LocationTracker::wakeUp, &m_location,
+                     [this] { checkDataUsageWithCompletionHandler(nullptr); });
+}
+
+DataUsageAppDelegate::~DataUsageAppDelegate() = default;
+
+void DataUsageAppDelegate::setServices(Services services)
+{
+    m_services = services;
+    m_location.setService(services.location);
+    m_watch.setSession(services.watch);
+    m_push.setBackend(services.push);
+    m_hostNames.setResolver(services.hostNames);
 }
 
 DataUsageAppDelegate::Services DataUsageAppDelegate::Services::from(DesktopServices *desktop,
@@ -95,35 +103,4 @@ QString DataUsageAppDelegate::applicationLibraryDirectory()
 {
     return QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) +
            QStringLiteral("/tallymo/Library");
-}
-
-void DataUsageAppDelegate::onMain(std::function<void()> block)
-{
-    // Blocks run on the main thread, where the delegate is also destroyed: the check cannot race.
-    dispatchMain([lifetime = m_lifetime, block = std::move(block)] {
-        {
-            QMutexLocker locker(&lifetime->mutex);
-            if (lifetime->ended)
-                return;
-        }
-        block();
-    });
-}
-
-void DataUsageAppDelegate::onStore(StoreContext &context, std::function<void()> block)
-{
-    context.perform([lifetime = m_lifetime, block = std::move(block)] {
-        {
-            QMutexLocker locker(&lifetime->mutex);
-            if (lifetime->ended)
-                return;
-            ++lifetime->running;
-        }
-        const auto leave = qScopeGuard([&] {
-            QMutexLocker locker(&lifetime->mutex);
-            if (--lifetime->running == 0)
-                lifetime->idle.wakeAll();
-        });
-        block();
-    });
 }

@@ -2,16 +2,17 @@
 
 #include "applicationservices.h"
 #include "core/sharedcode.h"
-#include "desktop/searchitem.h"
-#include "hostnames.h"
+#include "hostnamelookups.h"
 #include "location.h"
 #include "plans/datacap.h"
 #include "planstores.h"
+#include "pushsubscription.h"
+#include "queuedwork.h"
+#include "searchpublisher.h"
+#include "watchlink.h"
 
 #include <QMutex>
-
 #include <QVariantMap>
-#include <QWaitCondition>
 #include <atomic>
 
 #include <memory>
@@ -35,7 +36,7 @@ struct CurrentValues
 
 // The application's delegate: the current figures, the alerts and notifications, the plans, and
 // what lives for the whole process beside the shared logic.
-class DataUsageAppDelegate : public PlanStores, public HostNames
+class DataUsageAppDelegate : public PlanStores
 {
 public:
     enum ApplicationState { Active = 0, Inactive = 1, Background = 2 };
@@ -59,7 +60,7 @@ public:
     ~DataUsageAppDelegate();
 
     SharedCode &shared() const override { return m_shared; }
-    void setServices(Services services) { m_services = services; }
+    void setServices(Services services);
     Services services() const { return m_services; }
     int applicationState = Active;
     RootController *rootController = nullptr;
@@ -101,7 +102,6 @@ public:
     void postNewValues();
     void showBadge();
     void refreshWidget();
-    void resetCache();
     // The badge number the figures call for: the rounded percentage, or 0.
     qint64 badgeNumber();
     // Time left in the period: hours for a daily plan, else whole days; with its unit word.
@@ -129,62 +129,19 @@ public:
     // store queue, on the main queue — the root screen handles it if it is free. `completion` is
     // called at once: true for a known action, false (and nothing done) for another.
     void performQuickAction(const QString &type, std::function<void(bool)> completion);
-    // Leaving the foreground: the usage intent is donated and the search item made again, so the
-    // desktop's search finds the app for another year. Both reach the index in one write.
-    void makeSearchItem();
-    // The donation: the phrase that calls the intent, findable from now on.
-    DonatedIntent donateIntent() const;
-    // A search result was picked: opening the app is the whole effect.
-    bool openSearchResult(const UserActivity &activity);
-    // The activity the last search item was made with.
-    UserActivity searchActivity;
     // The one-in-three "new data" answer from the clock (seconds since 2001 divisible by 3).
     void callCompletionHandler(const CompletionHandler &handler) const;
     bool isCheckingUsage() const { return m_bgTaskUpdateUsage != PlatformApplication::kInvalidTask; }
-    Coordinate getCurrentCoordinate();
     void showWhatsNew();
     static QString getBundleVersion();
     void cleanupPref();
 
-    // Location: visits are wake-ups; samples carry the coordinate of getCurrentCoordinate.
-    bool isMapTracking();
-    void initLocation();
-    void turnOnLocation();
-    void killLocation();
-    void locationManagerDidVisit(const Visit &visit);
-    void locationManagerDidFailWithError(const QString &error);
-    void locationManagerDidChangeAuthorization();
-    std::function<void(const Visit &)> visitObserver; // told of every visit before its check
-
-    // The cloud push subscription.
-    static constexpr QLatin1StringView kSubscriptionId{"tallymo_push_subscription2"};
-    void initPushSubscription();
-    void renewPushSubscription();
-    void pushDistributorChanged();
-    void startPushSubscription();
-    void stopPushSubscription();
-    void removeAllPushSubscriptions();
-    void checkPushSubscriptions();
-
-    // Host names looked up in this process (made on first use, shared by every network page).
-    void makeHostnameCache();
-    std::shared_ptr<HostNameCache> hostnameCache() override;
-    HostNameResolver *resolver() override;
-
-    // The watch link.
-    void initWatchConnectivity();
-    void sessionDidDeactivate();
-    // Answers any message with the statistics record (a fresh sample first); before setup with
-    // only the flag and the moment; with an empty record when sampling or computing failed.
-    void sessionDidReceiveMessage(const QVariantMap &message, std::function<void(const QVariantMap &)> reply);
-    // The statistics record of this moment (the widget's keys), answered from the active plan's
-    // store queue once the traffic up to now is recorded; before setup, the not-set-up record;
-    // empty when it cannot be computed.
-    void currentRecord(std::function<void(const QVariantMap &)> reply);
-    // Pushes the main screen's figures: as complication data when the forecast's look changed
-    // (and the complication is shown), else as the application context.
-    void sendAppContext(const QVariantMap &record);
-    bool didForecastStateChange(const QVariantMap &context);
+    // The parts each concern lives in.
+    LocationTracker &location() { return m_location; }
+    WatchLink &watch() { return m_watch; }
+    PushSubscription &pushSubscription() { return m_push; }
+    SearchPublisher &search() { return m_search; }
+    HostNameLookups &hostNames() { return m_hostNames; }
     // What the main screen hands the watch: percent, colour, forecast, used, time left.
     QVariantMap mainScreenRecord() const;
 
@@ -219,24 +176,7 @@ public:
     static QString applicationLibraryDirectory();
 
 private:
-    // Runs a block on the main queue unless this delegate is gone by then.
-    void onMain(std::function<void()> block);
-    // Runs a block on a store's queue unless this delegate is gone by then; the destructor waits
-    // for a block that has started.
-    void onStore(StoreContext &context, std::function<void()> block);
-
-    // What blocks queued by this delegate check before they touch it. The store queues belong to
-    // SharedCode and outlive the delegate, so a block may still be waiting when it goes.
-    struct Lifetime
-    {
-        QMutex mutex;
-        QWaitCondition idle;
-        bool ended = false;
-        int running = 0;
-    };
-
     SharedCode &m_shared;
-    const std::shared_ptr<Lifetime> m_lifetime = std::make_shared<Lifetime>();
     Services m_services;
     std::shared_ptr<StoreContext> m_otherPlanStore;
     mutable QMutex m_valuesMutex;
@@ -246,7 +186,10 @@ private:
     QDateTime m_remindersScheduledFor; // the period end they were scheduled for, under m_valuesMutex
     int m_bgTaskUpdateUsage = PlatformApplication::kInvalidTask;
     int m_backgroundTask = PlatformApplication::kInvalidTask;
-    bool m_locationOn = false;
-    std::optional<Visit> m_lastVisit;
-    std::shared_ptr<HostNameCache> m_hostnameCache;
+    LocationTracker m_location;
+    WatchLink m_watch;
+    PushSubscription m_push;
+    SearchPublisher m_search;
+    HostNameLookups m_hostNames;
+    QueuedWork m_work; // last: ends before the members its blocks use
 };

@@ -27,9 +27,9 @@ bool DataUsageAppDelegate::prepareLaunch()
         m_values.monthEndDate = QDateTime();
     }
     initPush();
-    initLocation();
-    initWatchConnectivity();
-    initPushSubscription();
+    m_location.follow();
+    m_watch.connectSession();
+    m_push.renew();
     return true;
 }
 
@@ -55,7 +55,7 @@ void DataUsageAppDelegate::windowDeactivated()
 {
     applicationState = Inactive;
     initPush();
-    makeSearchItem();
+    m_search.publish();
 }
 
 void DataUsageAppDelegate::enterForeground()
@@ -67,7 +67,7 @@ void DataUsageAppDelegate::enterBackground()
 {
     applicationState = Background;
     dropOtherPlanStore();
-    resetCache();
+    m_hostNames.dropCache(); // pages still open keep theirs until they go
     PlatformApplication *app = m_services.application;
     if (!app || m_backgroundTask != PlatformApplication::kInvalidTask)
         return;
@@ -78,9 +78,9 @@ void DataUsageAppDelegate::enterBackground()
     const std::shared_ptr<StoreContext> context = m_shared.activeStore();
     if (!context)
         return;
-    onStore(*context, [this, app] {
+    m_work.onStore(*context, [this, app] {
         m_shared.userPref().synchronize();
-        onMain([this, app] {
+        m_work.onMain([this, app] {
             app->endBackgroundTask(m_backgroundTask);
             m_backgroundTask = PlatformApplication::kInvalidTask;
         });
@@ -92,7 +92,7 @@ void DataUsageAppDelegate::shutDown()
     const std::shared_ptr<StoreContext> context = m_shared.activeStore();
     if (!context)
         return;
-    const Coordinate loc = getCurrentCoordinate();
+    const Coordinate loc = m_location.currentCoordinate();
     QSemaphore done;
     context->perform([&] {
         const SampleResult sample = m_shared.sampleUsage(context.get(), loc);
@@ -147,9 +147,9 @@ void DataUsageAppDelegate::checkDataUsageWithCompletionHandler(CompletionHandler
         finish();
         return;
     }
-    const Coordinate loc = getCurrentCoordinate(); // location lives on the main thread
+    const Coordinate loc = m_location.currentCoordinate(); // location lives on the main thread
     StoreContext *c = context.get();
-    onStore(*c, [this, c, loc, finish] {
+    m_work.onStore(*c, [this, c, loc, finish] {
         try {
             const SampleResult sample = m_shared.sampleUsage(c, loc);
             const qint64 before = getCurrentThresholdLevel();
@@ -211,65 +211,6 @@ void DataUsageAppDelegate::cleanupPref()
     // No setting has been retired yet.
 }
 
-void DataUsageAppDelegate::initPushSubscription()
-{
-    renewPushSubscription();
-}
-
-void DataUsageAppDelegate::renewPushSubscription()
-{
-    if (m_services.push)
-        m_services.push->save(kSubscriptionId, [](const QString &) {});
-}
-
-void DataUsageAppDelegate::pushDistributorChanged()
-{
-    startPushSubscription();
-}
-
-void DataUsageAppDelegate::startPushSubscription()
-{
-    if (!m_services.push)
-        return;
-    m_services.push->save(kSubscriptionId, [](const QString &error) {
-        if (error.isEmpty())
-            qCInfo(lcApp, "qx_marker_log sub.ok - %s", kSubscriptionId.data());
-        else
-            qCWarning(lcApp, "qx_marker_log sub.error - %s", qPrintable(error));
-    });
-}
-
-void DataUsageAppDelegate::stopPushSubscription()
-{
-    if (m_services.push)
-        m_services.push->remove({kSubscriptionId});
-}
-
-void DataUsageAppDelegate::removeAllPushSubscriptions()
-{
-    if (!m_services.push)
-        return;
-    PushSubscriptions *push = m_services.push;
-    push->fetchAll([push](const QStringList &ids, const QString &error) {
-        if (error.isEmpty() && !ids.isEmpty())
-            push->remove(ids);
-    });
-}
-
-void DataUsageAppDelegate::checkPushSubscriptions()
-{
-    if (!m_services.push)
-        return;
-    m_services.push->fetchAll([](const QStringList &ids, const QString &error) {
-        if (!error.isEmpty()) {
-            qCWarning(lcApp, "qx_marker_log sub.check.error - %s", qPrintable(error));
-            return;
-        }
-        qCInfo(lcApp, "qx_marker_log sub.check.count - %lld", qlonglong(ids.size()));
-        qCInfo(lcApp, "qx_marker_log sub.check.array - (%s)", qPrintable(ids.join(QStringLiteral(", "))));
-    });
-}
-
 const QStringList &DataUsageAppDelegate::shortcutTypes()
 {
     static const QStringList types{QStringLiteral("SHORTCUTS_HISTORY"), QStringLiteral("SHORTCUTS_THEME"),
@@ -287,34 +228,15 @@ void DataUsageAppDelegate::performQuickAction(const QString &type, std::function
     }
     checkDataUsageWithCompletionHandler(nullptr);
     const auto handle = [this, type] {
-        onMain([this, type] {
+        m_work.onMain([this, type] {
             if (canShowAlertOnRootView())
                 rootController->handleShortcuts(type);
         });
     };
     if (const std::shared_ptr<StoreContext> context = m_shared.activeStore())
-        onStore(*context, handle);
+        m_work.onStore(*context, handle);
     else
         handle();
     if (completion)
         completion(true);
-}
-
-DonatedIntent DataUsageAppDelegate::donateIntent() const
-{
-    // The phrase becomes findable in the desktop's search, which answers it with the usage.
-    return DonatedIntent{UsageIntent::invocationPhrase(), m_shared.clock().now()};
-}
-
-void DataUsageAppDelegate::makeSearchItem()
-{
-    const SearchItem item = SearchItem::make(m_shared.clock().now());
-    SearchableIndex(m_shared.containerURL()).publish(item, donateIntent()); // result ignored (logged)
-    searchActivity = UserActivity::forSearchItem(item);
-}
-
-bool DataUsageAppDelegate::openSearchResult(const UserActivity &activity)
-{
-    qCInfo(lcApp) << "opened from" << activity.activityType << activity.title;
-    return true;
 }

@@ -1,10 +1,8 @@
 // Where a sample was taken: the location service, visits, and the coordinate stored with usage.
 #include "location.h"
-#include "desktop/widgetstats.h"
 
-#include "core/dispatchqueue.h"
-#include "core/settingskeys.h"
-#include "datausageappdelegate.h"
+#include "desktop/widgetstats.h"
+#include "services/applicationservices.h"
 
 std::optional<Visit> VisitDetector::addFix(const LocationFix &fix)
 {
@@ -37,66 +35,74 @@ std::optional<Visit> VisitDetector::addFix(const LocationFix &fix)
     return m_visit;
 }
 
-bool DataUsageAppDelegate::isMapTracking()
+LocationTracker::LocationTracker(SharedCode &shared, LocationService *service, QObject *parent)
+    : QObject(parent), m_shared(shared), m_service(service)
+{}
+
+void LocationTracker::setService(LocationService *service)
 {
-    return WidgetStats::isMapTracking(m_shared, m_services.location);
+    if (service == m_service)
+        return;
+    stop();
+    m_service = service;
 }
 
-void DataUsageAppDelegate::initLocation()
+bool LocationTracker::isMapTracking() const
+{
+    return WidgetStats::isMapTracking(m_shared, m_service);
+}
+
+void LocationTracker::follow()
 {
     if (isMapTracking())
-        turnOnLocation();
+        start();
     else
-        killLocation();
+        stop();
 }
 
-void DataUsageAppDelegate::turnOnLocation()
+void LocationTracker::start()
 {
-    if (m_locationOn || !m_services.location)
+    if (m_on || !m_service)
         return;
-    m_locationOn = true;
+    m_on = true;
     m_lastVisit.reset();
-    m_services.location->startMonitoringVisits(
-        [this](const Visit &v) { locationManagerDidVisit(v); },
-        [this](const QString &e) { locationManagerDidFailWithError(e); });
+    m_service->startMonitoringVisits([this](const Visit &v) { didVisit(v); },
+                                     [this](const QString &) { didFail(); });
 }
 
-void DataUsageAppDelegate::killLocation()
+void LocationTracker::stop()
 {
     m_lastVisit.reset();
-    if (!m_locationOn)
+    if (!m_on)
         return;
-    m_locationOn = false;
-    m_services.location->stopMonitoring();
+    m_on = false;
+    m_service->stopMonitoring();
 }
 
-void DataUsageAppDelegate::locationManagerDidVisit(const Visit &visit)
+void LocationTracker::didVisit(const Visit &visit)
 {
     m_lastVisit = visit;
-    if (visitObserver)
-        visitObserver(visit);
-    checkDataUsageWithCompletionHandler(nullptr);
+    emit visited(visit);
+    emit wakeUp();
 }
 
-void DataUsageAppDelegate::locationManagerDidFailWithError(const QString &error)
+void LocationTracker::didFail()
 {
-    Q_UNUSED(error);
-    onMain([this] {
-        initLocation();
-        checkDataUsageWithCompletionHandler(nullptr);
-    });
+    // Reported from inside the service: its state is changed from the event loop.
+    QMetaObject::invokeMethod(
+        this,
+        [this] {
+            follow();
+            emit wakeUp();
+        },
+        Qt::QueuedConnection);
 }
 
-void DataUsageAppDelegate::locationManagerDidChangeAuthorization()
+Coordinate LocationTracker::currentCoordinate() const
 {
-    onMain([this] { initLocation(); });
-}
-
-Coordinate DataUsageAppDelegate::getCurrentCoordinate()
-{
-    if (!m_locationOn)
+    if (!m_on)
         return Coordinate{};
-    const std::optional<LocationFix> last = m_services.location->lastLocation();
+    const std::optional<LocationFix> last = m_service->lastLocation();
     const Coordinate known = SharedCode::coordinateFromLocationFix(last);
     if (isValidCoordinate(known.latitude, known.longitude))
         return known;
@@ -107,7 +113,7 @@ Coordinate DataUsageAppDelegate::getCurrentCoordinate()
             return Coordinate{v.latitude, v.longitude};
         return Coordinate{};
     }
-    if (m_services.location->reducedAccuracy() && last && last->horizontalAccuracy >= 0 &&
+    if (m_service->reducedAccuracy() && last && last->horizontalAccuracy >= 0 &&
         isValidCoordinate(last->latitude, last->longitude))
         return Coordinate{last->latitude, last->longitude};
     return Coordinate{};

@@ -2,7 +2,10 @@
 
 #include "core/location.h"
 
+#include "core/sharedcode.h"
+
 #include <QDateTime>
+#include <QObject>
 #include <QString>
 
 #include <functional>
@@ -22,4 +25,40 @@ public:
 private:
     std::optional<LocationFix> m_anchor;
     std::optional<Visit> m_visit;
+};
+
+class LocationService;
+class SharedCode;
+
+// Where samples are taken: while map tracking is on, the location service reports visits (each a
+// wake-up) and the coordinate stored with each sample comes from its last position or visit.
+class LocationTracker : public QObject
+{
+    Q_OBJECT
+public:
+    LocationTracker(SharedCode &shared, LocationService *service = nullptr, QObject *parent = nullptr);
+    void setService(LocationService *service);
+
+    bool isMapTracking() const;
+    // Starts or stops the location service as the map-tracking setting says.
+    void follow();
+    // The coordinate to store with a sample taken now; the unknown one when there is none.
+    Coordinate currentCoordinate() const;
+
+signals:
+    // A visit began or ended; `wakeUp` follows it.
+    void visited(const Visit &visit);
+    // Usage should be checked: after a visit, or after the service failed.
+    void wakeUp();
+
+private:
+    void start();
+    void stop();
+    void didVisit(const Visit &visit);
+    void didFail();
+
+    SharedCode &m_shared;
+    LocationService *m_service;
+    bool m_on = false;
+    std::optional<Visit> m_lastVisit;
 };

@@ -43,11 +43,11 @@ void DataUsageAppDelegate::switchPlan(const QString &plan, std::function<void()>
         return;
     }
     // The traffic up to the switch belongs to the plan that was active.
-    const Coordinate loc = getCurrentCoordinate();
+    const Coordinate loc = m_location.currentCoordinate();
     StoreContext *c = context.get();
-    onStore(*c, [this, c, loc, makeActive] {
+    m_work.onStore(*c, [this, c, loc, makeActive] {
         m_shared.sampleUsage(c, loc);
-        onMain(makeActive);
+        m_work.onMain(makeActive);
     });
 }
 

@@ -56,7 +56,7 @@ void DataUsageAppDelegate::applyUsageAlertRule(qint64 before, bool inBackground)
 void DataUsageAppDelegate::showUsageAlertInFG()
 {
     const qint64 percent = roundedPercent(values().monthPercent);
-    onMain([this, percent] {
+    m_work.onMain([this, percent] {
         if (!canShowAlertOnRootView())
             return;
         rootController->presentAlert(

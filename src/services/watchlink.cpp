@@ -1,8 +1,11 @@
 // The watch link: answering the companion's messages and pushing the figures to it.
+#include "watchlink.h"
 #include "core/settingskeys.h"
-#include "datausageappdelegate.h"
+#include "core/sharedcode.h"
+#include "core/storecontext.h"
 #include "desktop/watchsession.h"
 #include "desktop/widgetstats.h"
+#include "location.h"
 #include "logging.h"
 #include "plans/billingcycle.h"
 #include "plans/colorscheme.h"
@@ -10,29 +13,21 @@
 
 #include <exception>
 
-void DataUsageAppDelegate::initWatchConnectivity()
+WatchLink::WatchLink(SharedCode &shared, const LocationTracker &location, WatchSession *session)
+    : m_shared(shared), m_location(location), m_session(session)
+{}
+
+void WatchLink::connectSession()
 {
-    WatchSession *session = m_services.watch;
+    WatchSession *session = m_session;
     if (!session || !session->isSupported())
         return;
     session->activate(
-        [this](const QVariantMap &message, WatchSession::Reply reply) {
-            sessionDidReceiveMessage(message, std::move(reply));
-        },
-        [this] { sessionDidDeactivate(); });
+        [this](const QVariantMap &, WatchSession::Reply reply) { currentRecord(std::move(reply)); },
+        [this] { connectSession(); });
 }
 
-void DataUsageAppDelegate::sessionDidDeactivate()
-{
-    initWatchConnectivity();
-}
-
-void DataUsageAppDelegate::sessionDidReceiveMessage(const QVariantMap &, WatchSession::Reply reply)
-{
-    currentRecord(std::move(reply));
-}
-
-void DataUsageAppDelegate::currentRecord(std::function<void(const QVariantMap &)> reply)
+void WatchLink::currentRecord(std::function<void(const QVariantMap &)> reply)
 {
     m_shared.userPref().synchronize(); // setup may have finished in another process
     if (!WidgetRecord::isSetUp(m_shared)) {
@@ -44,9 +39,9 @@ void DataUsageAppDelegate::currentRecord(std::function<void(const QVariantMap &)
         reply(QVariantMap());
         return;
     }
-    const Coordinate loc = getCurrentCoordinate();
+    const Coordinate loc = m_location.currentCoordinate();
     // Answered from the store's queue: the traffic up to this moment is recorded first.
-    onStore(*context, [this, context, loc, reply = std::move(reply)] {
+    m_work.onStore(*context, [this, context, loc, reply = std::move(reply)] {
         QVariantMap record;
         try {
             m_shared.sampleUsage(context.get(), loc);
@@ -60,9 +55,9 @@ void DataUsageAppDelegate::currentRecord(std::function<void(const QVariantMap &)
     });
 }
 
-void DataUsageAppDelegate::sendAppContext(const QVariantMap &r)
+void WatchLink::sendContext(const QVariantMap &r)
 {
-    WatchSession *session = m_services.watch;
+    WatchSession *session = m_session;
     if (!session || !session->isSupported() || !session->isWatchAppInstalled())
         return;
     const qint64 days = r.value(WStats::DAYS).toLongLong();
@@ -76,7 +71,7 @@ void DataUsageAppDelegate::sendAppContext(const QVariantMap &r)
         {WStats::USED, r.value(WStats::USED)},
         {WStats::DAYS, days},
         {WStats::TIMEUNIT, BillingCycle::timeUnitSingularOrPlural(m_shared, days, QString())}};
-    if (didForecastStateChange(context) && session->isComplicationEnabled()) {
+    if (forecastStateChanged(context) && session->isComplicationEnabled()) {
         session->transferCurrentComplicationUserInfo(context);
         return;
     }
@@ -85,7 +80,7 @@ void DataUsageAppDelegate::sendAppContext(const QVariantMap &r)
         qCInfo(lcApp) << "application context not updated:" << error;
 }
 
-bool DataUsageAppDelegate::didForecastStateChange(const QVariantMap &c)
+bool WatchLink::forecastStateChanged(const QVariantMap &c)
 {
     SettingsDomain &pref = m_shared.userPref();
     const QVariantMap s = pref.dictionaryForKey(Keys::PREF_WATCH_COMP_STATE);
@@ -96,15 +91,4 @@ bool DataUsageAppDelegate::didForecastStateChange(const QVariantMap &c)
     pref.setValue(Keys::PREF_WATCH_COMP_STATE, c);
     pref.synchronize();
     return true;
-}
-
-QVariantMap DataUsageAppDelegate::mainScreenRecord() const
-{
-    const CurrentValues v = values();
-    const double ratio = forecastRatio(v);
-    return {{WStats::PERCENT, v.monthPercent},
-            {WStats::COLOR, ColorScheme::colorForRatio(m_shared, ratio)},
-            {WStats::FORECAST, DataCap::forecastText(ratio)},
-            {WStats::USED, v.monthCell},
-            {WStats::DAYS, timeLeft(v).first}};
 }

@@ -48,9 +48,9 @@ private slots:
         delegate.windowDeactivated();
         QCOMPARE(index.items().size(), 1);
         QCOMPARE(index.items().first().expirationDate, c.clock.now().addDays(365));
-        QCOMPARE(delegate.searchActivity.activityType, QStringLiteral("tallymonext.search"));
-        QCOMPARE(delegate.searchActivity.userInfo, (QVariantMap{{"SEARCH_UNIQ_ID", 1}}));
-        QVERIFY(delegate.openSearchResult(delegate.searchActivity));
+        QCOMPARE(delegate.search().activity().activityType, QStringLiteral("tallymonext.search"));
+        QCOMPARE(delegate.search().activity().userInfo, (QVariantMap{{"SEARCH_UNIQ_ID", 1}}));
+        QVERIFY(delegate.search().openResult(delegate.search().activity()));
 
         int reads = 0;
         DesktopSearch search(index, c.clock, [&] {

@@ -130,7 +130,7 @@ private slots:
         auto shared = c.openPlan();
         FakeWatch watch;
         DataUsageAppDelegate delegate(*shared, DataUsageAppDelegate::Services{.watch = &watch});
-        delegate.initWatchConnectivity();
+        delegate.watch().connectSession();
         QVERIFY(watch.onMessage);
         const auto ask = [&] {
             std::optional<QVariantMap> reply;
@@ -162,8 +162,8 @@ private slots:
                                  {WStats::FORECAST, "over"},
                                  {WStats::USED, 1500.0},
                                  {WStats::DAYS, qint64(3)}};
-        delegate.sendAppContext(screen);
-        delegate.sendAppContext(screen);
+        delegate.watch().sendContext(screen);
+        delegate.watch().sendContext(screen);
         QCOMPARE(watch.complications.size(), 1);
         QCOMPARE(watch.contexts.size(), 1);
         QCOMPARE(watch.contexts[0].value(WStats::LEFT).toDouble(), 0.0);
@@ -173,13 +173,13 @@ private slots:
         QVariantMap changed = screen;
         changed[WStats::COLOR] = quint32(0x00ff00);
         watch.complication = false;
-        delegate.sendAppContext(changed);
+        delegate.watch().sendContext(changed);
         QCOMPARE(watch.contexts.size(), 2);
         QCOMPARE(
             shared->userPref().dictionaryForKey(Keys::PREF_WATCH_COMP_STATE).value(WStats::COLOR).toUInt(),
             0x00ff00u);
         watch.installed = false;
-        delegate.sendAppContext(screen);
+        delegate.watch().sendContext(screen);
         QCOMPARE(watch.contexts.size() + watch.complications.size(), 3);
     }
 

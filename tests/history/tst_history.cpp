@@ -237,7 +237,7 @@ private slots:
             events.append(Event{t.addSecs(60), 1000, 0, 500});
         events.append(Event{end, 7}); // the next day
         s.add(events);
-        DayViewController day(s.delegate, s.delegate, QStringLiteral("P"));
+        DayViewController day(s.delegate, s.delegate.hostNames(), QStringLiteral("P"));
         day.reloadWithDate(start);
         auto *list = static_cast<TimeChartViewController *>(day.child(0));
         QAbstractItemModelTester tester(list->rows(), QAbstractItemModelTester::FailureReportingMode::QtTest);
@@ -378,7 +378,7 @@ private slots:
         Screens s;
         s.container.clock.set(now);
         s.add({Event{now, 1000}, Event{at(8, 30, 9), 5000}});
-        DayViewController day(s.delegate, s.delegate, QStringLiteral("P"));
+        DayViewController day(s.delegate, s.delegate.hostNames(), QStringLiteral("P"));
         QCOMPARE(day.title(), dayTitle);
         auto *hours = static_cast<TimeChartViewController *>(day.child(0));
         waitLoaded(hours);
@@ -428,7 +428,7 @@ private slots:
         QCOMPARE(periods.timeLabelFontsize(), fontSize);
         QVERIFY(periods.isSelectable());
         // A daily plan's day view goes back to the periods, the others to the period's days.
-        DayViewController day(s.delegate, s.delegate, QStringLiteral("P"));
+        DayViewController day(s.delegate, s.delegate.hostNames(), QStringLiteral("P"));
         QCOMPARE(qobject_cast<MultiCyclesController *>(day.cycleController()) != nullptr,
                  type == 4 && n == 1);
         QCOMPARE(day.cycleController(), day.cycleController()); // made once
@@ -441,7 +441,7 @@ private slots:
         Screens s;
         s.shared->userPref().setValue(Keys::PREF_DAYVIEW_TYPE, 5);
         s.add({Event{at(3, 10, 9), 1000, 0, 3000}, Event{at(3, 10, 9), 24}, Event{at(3, 2, 23), 700}});
-        DayViewController day(s.delegate, s.delegate, QStringLiteral("P"));
+        DayViewController day(s.delegate, s.delegate.hostNames(), QStringLiteral("P"));
         QCOMPARE(day.activeIndex(), 0);
         QTRY_VERIFY(!day.busy());
         QCOMPARE(day.usageLabel(), (StyledText{{QStringLiteral("c "), TextRun::Glyph},

@@ -145,7 +145,7 @@ private slots:
     {
         Plan p;
         p.container.clock.set(QDateTime(QDate(2026, 3, 9), QTime(20, 0)));
-        DayViewController day(p.delegate, p.delegate, QStringLiteral("P"));
+        DayViewController day(p.delegate, p.delegate.hostNames(), QStringLiteral("P"));
         auto *net = qobject_cast<NetViewController *>(day.child(2));
         QAbstractItemModelTester tester(net->addresses(),
                                         QAbstractItemModelTester::FailureReportingMode::QtTest);

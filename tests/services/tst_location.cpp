@@ -105,33 +105,35 @@ private slots:
         s.location = &location;
         DataUsageAppDelegate delegate(*shared, s);
         delegate.setupUserDefaultsForNewInstall();
-        delegate.initLocation();
+        delegate.location().follow();
         QCOMPARE(location.starts, 0); // the setting is off
-        QCOMPARE(delegate.getCurrentCoordinate().latitude, kUnknownCoordinate);
+        QCOMPARE(delegate.location().currentCoordinate().latitude, kUnknownCoordinate);
         shared->userPref().setValue(Keys::PREF_V7_GEO, true);
         location.authorization = LocationService::Authorization::WhenInUse;
-        delegate.initLocation();
+        delegate.location().follow();
         QCOMPARE(location.starts, 0);
         location.authorization = LocationService::Authorization::Always;
-        delegate.initLocation();
-        delegate.initLocation();
+        delegate.location().follow();
+        delegate.location().follow();
         QCOMPARE(location.starts, 1);
 
         location.last = at(0, 20, 800); // too coarse: the visit decides
         QList<Visit> observed;
-        delegate.visitObserver = [&](const Visit &v) { observed.append(v); };
+        QObject::connect(&delegate.location(), &LocationTracker::visited,
+                         [&](const Visit &v) { observed.append(v); });
         location.onVisit(Visit{48.1, 11.5, t0, t0.addSecs(45 * 60)});
         QCOMPARE(observed.size(), 1);
-        QCOMPARE(delegate.getCurrentCoordinate().latitude, 48.1); // departed after the current hour began
+        QCOMPARE(delegate.location().currentCoordinate().latitude,
+                 48.1); // departed after the current hour began
         location.onVisit(Visit{48.1, 11.5, t0, t0.addSecs(-60)});
-        QCOMPARE(delegate.getCurrentCoordinate().latitude, kUnknownCoordinate);
+        QCOMPARE(delegate.location().currentCoordinate().latitude, kUnknownCoordinate);
         location.last = at(0, 20, 30);
-        QCOMPARE(delegate.getCurrentCoordinate().latitude, 52.5);
+        QCOMPARE(delegate.location().currentCoordinate().latitude, 52.5);
 
         shared->userPref().setValue(Keys::PREF_V7_GEO, false);
-        delegate.initLocation();
+        delegate.location().follow();
         QCOMPARE(location.stops, 1);
-        QCOMPARE(delegate.getCurrentCoordinate().latitude, kUnknownCoordinate);
+        QCOMPARE(delegate.location().currentCoordinate().latitude, kUnknownCoordinate);
         delegate.checkDataUsageWithCompletionHandler(nullptr); // the visit's check: let it finish
         shared->activeStore()->performAndWait([] {});
         QCoreApplication::sendPostedEvents();
