@@ -4,7 +4,7 @@
 <context>
     <name>AboutController</name>
     <message>
-        <location filename="../src/screens/advancedcontrollers.cpp" line="+142"/>
+        <location filename="../src/screens/advancedcontrollers.cpp" line="+143"/>
         <source>About</source>
         <translation>Über</translation>
     </message>
@@ -24,7 +24,7 @@
         <translation>%1 gefällt mir</translation>
     </message>
     <message>
-        <location line="+12"/>
+        <location line="+11"/>
         <source>No web browser opened %1.</source>
         <translation>Kein Webbrowser hat %1 geöffnet.</translation>
     </message>
@@ -33,17 +33,17 @@
     <name>AddController</name>
     <message>
         <location filename="../src/screens/plancontrollers.cpp" line="+172"/>
-        <location line="+33"/>
+        <location line="+32"/>
         <source>Add Usage</source>
         <translation>Verbrauch hinzufügen</translation>
     </message>
     <message>
-        <location line="-32"/>
+        <location line="-31"/>
         <source>Amount of cellular data used. This amount will be added to your current usage.</source>
         <translation>Verbrauchte Mobilfunkdaten. Diese Menge wird zu deinem aktuellen Verbrauch addiert.</translation>
     </message>
     <message>
-        <location line="+31"/>
+        <location line="+30"/>
         <source>Do you want to add %1 to your current cellular usage?</source>
         <translation>Möchtest du %1 zu deinem aktuellen Mobilfunkverbrauch hinzufügen?</translation>
     </message>
@@ -69,6 +69,66 @@
         <location line="+0"/>
         <source>Amount of cellular data already used in this billing period.</source>
         <translation>In diesem Abrechnungszeitraum bereits verbrauchte Mobilfunkdaten.</translation>
+    </message>
+</context>
+<context>
+    <name>AlertService</name>
+    <message>
+        <location filename="../src/services/usagealerts.cpp" line="+51"/>
+        <source>You&apos;ve used %1%.</source>
+        <translation>Du hast %1% verbraucht.</translation>
+    </message>
+    <message>
+        <location line="+0"/>
+        <source>Usage Alert</source>
+        <translation>Verbrauchswarnung</translation>
+    </message>
+    <message>
+        <location line="+13"/>
+        <source>You&apos;ve used
+%1% of your data cap.</source>
+        <translation>Du hast
+%1% deines Datenvolumens verbraucht.</translation>
+    </message>
+    <message>
+        <location line="+52"/>
+        <source>Bill Cycle</source>
+        <translation>Abrechnungszeitraum</translation>
+    </message>
+    <message>
+        <location line="+1"/>
+        <source>Your bill cycle ends today. Open Tallymo to check your usage.</source>
+        <translation>Dein Abrechnungszeitraum endet heute. Öffne Tallymo, um deinen Verbrauch zu prüfen.</translation>
+    </message>
+    <message>
+        <location line="+6"/>
+        <source>Your bill cycle ends in one hour. Open Tallymo to check your usage.</source>
+        <translation>Dein Abrechnungszeitraum endet in einer Stunde. Öffne Tallymo, um deinen Verbrauch zu prüfen.</translation>
+    </message>
+    <message>
+        <location line="+24"/>
+        <source>Keep the background service running to refresh usage in the background.</source>
+        <translation>Lass den Hintergrunddienst laufen, damit der Verbrauch im Hintergrund aktualisiert wird.</translation>
+    </message>
+    <message>
+        <location line="+1"/>
+        <source>ⓘ %1</source>
+        <translation>ⓘ %1</translation>
+    </message>
+    <message>
+        <location line="+0"/>
+        <source>QUICK TIP</source>
+        <translation>KURZER TIPP</translation>
+    </message>
+    <message>
+        <location line="+17"/>
+        <source>Tallymo is unable to refresh usage statistics in the background. See Settings &gt; Advanced &gt; Background App Refresh to learn more.</source>
+        <translation>Tallymo kann die Verbrauchsstatistik nicht im Hintergrund aktualisieren. Mehr dazu unter Einstellungen &gt; Erweitert &gt; Hintergrundaktualisierung.</translation>
+    </message>
+    <message>
+        <location line="+16"/>
+        <source>OK</source>
+        <translation>OK</translation>
     </message>
 </context>
 <context>
@@ -211,63 +271,6 @@
         <location filename="../src/services/lifecycle.cpp" line="+205"/>
         <source>😊 What&apos;s New</source>
         <translation>😊 Neuigkeiten</translation>
-    </message>
-    <message>
-        <location filename="../src/services/usagealerts.cpp" line="+49"/>
-        <source>You&apos;ve used %1%.</source>
-        <translation>Du hast %1% verbraucht.</translation>
-    </message>
-    <message>
-        <location line="+1"/>
-        <source>Usage Alert</source>
-        <translation>Verbrauchswarnung</translation>
-    </message>
-    <message>
-        <location line="+14"/>
-        <source>You&apos;ve used
-%1% of your data cap.</source>
-        <translation>Du hast
-%1% deines Datenvolumens verbraucht.</translation>
-    </message>
-    <message>
-        <location line="+53"/>
-        <source>Bill Cycle</source>
-        <translation>Abrechnungszeitraum</translation>
-    </message>
-    <message>
-        <location line="+1"/>
-        <source>Your bill cycle ends today. Open Tallymo to check your usage.</source>
-        <translation>Dein Abrechnungszeitraum endet heute. Öffne Tallymo, um deinen Verbrauch zu prüfen.</translation>
-    </message>
-    <message>
-        <location line="+6"/>
-        <source>Your bill cycle ends in one hour. Open Tallymo to check your usage.</source>
-        <translation>Dein Abrechnungszeitraum endet in einer Stunde. Öffne Tallymo, um deinen Verbrauch zu prüfen.</translation>
-    </message>
-    <message>
-        <location line="+24"/>
-        <source>Keep the background service running to refresh usage in the background.</source>
-        <translation>Lass den Hintergrunddienst laufen, damit der Verbrauch im Hintergrund aktualisiert wird.</translation>
-    </message>
-    <message>
-        <location line="+1"/>
-        <source>ⓘ %1</source>
-        <translation>ⓘ %1</translation>
-    </message>
-    <message>
-        <location line="+0"/>
-        <source>QUICK TIP</source>
-        <translation>KURZER TIPP</translation>
-    </message>
-    <message>
-        <location line="+17"/>
-        <source>Tallymo is unable to refresh usage statistics in the background. See Settings &gt; Advanced &gt; Background App Refresh to learn more.</source>
-        <translation>Tallymo kann die Verbrauchsstatistik nicht im Hintergrund aktualisieren. Mehr dazu unter Einstellungen &gt; Erweitert &gt; Hintergrundaktualisierung.</translation>
-    </message>
-    <message>
-        <location line="+17"/>
-        <source>OK</source>
-        <translation>OK</translation>
     </message>
 </context>
 <context>
@@ -799,7 +802,7 @@
 <context>
     <name>PlanController</name>
     <message>
-        <location filename="../src/screens/plancontrollers.cpp" line="-208"/>
+        <location filename="../src/screens/plancontrollers.cpp" line="-207"/>
         <source>New Plan</source>
         <translation>Neuer Tarif</translation>
     </message>
@@ -1122,17 +1125,17 @@ tallymo intent show-usage --speak</translation>
     <name>RolloverController</name>
     <message>
         <location filename="../src/screens/planeditors.cpp" line="+34"/>
-        <location line="+10"/>
+        <location line="+11"/>
         <source>Rollover Data</source>
         <translation>Datenübertrag</translation>
     </message>
     <message>
-        <location line="-8"/>
+        <location line="-9"/>
         <source>With rollover, the cellular data left unused in the previous billing period is added to the data cap of the current one.</source>
         <translation>Mit Datenübertrag wird das im vorigen Abrechnungszeitraum nicht verbrauchte Mobilfunkvolumen zum Datenvolumen des aktuellen Zeitraums hinzugefügt.</translation>
     </message>
     <message>
-        <location line="+11"/>
+        <location line="+12"/>
         <source>Rollover Amount</source>
         <translation>Übertragene Menge</translation>
     </message>
@@ -1140,7 +1143,7 @@ tallymo intent show-usage --speak</translation>
 <context>
     <name>Screens</name>
     <message>
-        <location filename="../src/screens/screens.cpp" line="+195"/>
+        <location filename="../src/screens/screens.cpp" line="+196"/>
         <source>Exported to %1</source>
         <translation>Exportiert nach %1</translation>
     </message>

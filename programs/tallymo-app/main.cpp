@@ -240,7 +240,7 @@ int main(int argc, char **argv)
     icons.changed = [](const QString &name) { QGuiApplication::setWindowIcon(iconFor(name)); };
     QGuiApplication::setWindowIcon(iconFor(icons.alternateIconName()));
 
-    delegate.applicationState = DataUsageAppDelegate::Inactive;
+    delegate.setApplicationState(DataUsageAppDelegate::Inactive);
     delegate.prepareLaunch();
     XdgMail mail;
     // A picture run keeps its pictures (the shared screenshot too) in its own folder.

@@ -41,7 +41,7 @@ void report(DataUsageAppDelegate &delegate, const QString &trigger)
                    DisplayFormat::getDataBytesStr(v.monthCell))
               .arg(DataUsageAppDelegate::roundedPercent(v.monthPercent))
               .arg(DisplayFormat::getDataBytesStr(v.monthWifi))
-              .arg(delegate.getCurrentThresholdLevel()));
+              .arg(delegate.alerts().currentThresholdLevel()));
     std::fflush(stdout);
 }
 

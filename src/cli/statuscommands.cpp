@@ -48,7 +48,7 @@ Figures readFigures(Services &s, const QString &plan)
     f.ratio = s.delegate.forecastRatio(f.v);
     f.forecast = DataCap::forecastText(f.ratio);
     f.color = ColorScheme::colorForRatio(s.shared, f.ratio);
-    f.level = DataUsageAppDelegate::thresholdLevelFor(f.v.monthPercent, s.shared.userPref());
+    f.level = AlertService::thresholdLevelFor(f.v.monthPercent, s.shared.userPref());
     f.timeLeft = s.delegate.timeLeft(f.v, plan);
     return f;
 }
@@ -190,7 +190,7 @@ int refresh(const QStringList &args, Environment &env)
                    DisplayFormat::getDataBytesStr(v.monthCell))
               .arg(DataUsageAppDelegate::roundedPercent(v.monthPercent))
               .arg(DisplayFormat::getDataBytesStr(v.monthWifi))
-              .arg(s.delegate.getCurrentThresholdLevel()));
+              .arg(s.delegate.alerts().currentThresholdLevel()));
     if (!r.failure.isEmpty()) {
         printError(QStringLiteral("tallymo: %1\n").arg(r.failure));
         return 1;
@@ -214,7 +214,7 @@ int alerts(const QStringList &args, Environment &env)
                       .arg(n)
                       .arg(AlertThresholds::name(n), -7)
                       .arg(AlertThresholds::percentText(s.shared.userPref(), n), 5));
-        print(QStringLiteral("level %1\n").arg(s.delegate.getCurrentThresholdLevel()));
+        print(QStringLiteral("level %1\n").arg(s.delegate.alerts().currentThresholdLevel()));
         return 0;
     }
     if (verb != QLatin1StringView("set"))

@@ -83,7 +83,7 @@ void ResetController::tapRow(int row)
     case ShortcutRow: {
         m_asked = Question::Shortcut;
         emit ask(
-            DataUsageAppDelegate::alertControllerWithTitle(
+            AlertService::alertControllerWithTitle(
                 tr("Keyboard Shortcut"),
                 tr("To hear your usage at a keystroke, bind this command to a key in your desktop's keyboard "
                    "settings:\n\ntallymo intent show-usage --speak"))
@@ -92,7 +92,7 @@ void ResetController::tapRow(int row)
     }
     case ResetRow: {
         m_asked = Question::Reset;
-        AlertValue a = DataUsageAppDelegate::alertControllerWithTitle(
+        AlertValue a = AlertService::alertControllerWithTitle(
             QString(), tr("This will delete current usage statistics."));
         a.actions = {AlertAction{tr("Reset Current Statistics"), AlertAction::Destructive},
                      AlertAction{tr("Cancel"), AlertAction::Cancel}};

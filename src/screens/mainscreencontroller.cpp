@@ -194,7 +194,7 @@ QVariantList MainScreenController::gradientColors() const
 
 bool MainScreenController::gradientAnimated() const
 {
-    return !m_still && delegate() && delegate()->applicationState == DataUsageAppDelegate::Active;
+    return !m_still && delegate() && delegate()->applicationState() == DataUsageAppDelegate::Active;
 }
 
 void MainScreenController::setViewWidth(double width)
@@ -362,7 +362,7 @@ void MainScreenController::animateGradient()
 
 void MainScreenController::showMessage(const QString &message)
 {
-    presentAlert(DataUsageAppDelegate::alertControllerWithTitle(QString(), message));
+    presentAlert(AlertService::alertControllerWithTitle(QString(), message));
 }
 
 void MainScreenController::updateTheme()
@@ -414,7 +414,7 @@ void MainScreenController::enterBackground()
     emit dismissPresented();
     setPresenting(false);
     if (delegate())
-        delegate()->showAppSwitcherTip();
+        delegate()->alerts().showAppSwitcherTip();
 }
 
 void MainScreenController::becameVisible()
@@ -447,7 +447,7 @@ void MainScreenController::dismissedSetupMigrate()
 
 void MainScreenController::startAnimatorIfPossible()
 {
-    const bool active = delegate() && delegate()->applicationState == DataUsageAppDelegate::Active;
+    const bool active = delegate() && delegate()->applicationState() == DataUsageAppDelegate::Active;
     if (!(active || m_still) || !m_showing || m_animation != NoAnimation)
         return;
     const int font = fontMode();
@@ -470,7 +470,7 @@ void MainScreenController::stopAnimator()
 
 void MainScreenController::applicationStateChanged()
 {
-    const int state = delegate() ? delegate()->applicationState : DataUsageAppDelegate::Active;
+    const int state = delegate() ? delegate()->applicationState() : DataUsageAppDelegate::Active;
     const bool parallax = state == DataUsageAppDelegate::Active;
     if (parallax != m_parallax) {
         m_parallax = parallax;

@@ -128,8 +128,7 @@ void PlanController::cancel()
 
 AlertValue PlanController::deleteQuestion() const
 {
-    AlertValue a =
-        DataUsageAppDelegate::alertControllerWithTitle(QString(), tr("Do you want to delete this plan?"));
+    AlertValue a = AlertService::alertControllerWithTitle(QString(), tr("Do you want to delete this plan?"));
     a.actions = {AlertAction{tr("Delete"), AlertAction::Destructive},
                  AlertAction{tr("Cancel"), AlertAction::Cancel}};
     return a;
@@ -199,7 +198,7 @@ std::optional<AlertValue> AddController::add()
         return std::nullopt;
     setText(DataCap::stringTwoDecimal(amount()));
     const QString shown = PlanTexts::capString(QVariantList{text(), qint64(unit)});
-    AlertValue a = DataUsageAppDelegate::alertControllerWithTitle(
+    AlertValue a = AlertService::alertControllerWithTitle(
         QString(), tr("Do you want to add %1 to your current cellular usage?").arg(shown));
     a.actions = {AlertAction{tr("Add Usage"), AlertAction::Default},
                  AlertAction{tr("Cancel"), AlertAction::Cancel}};

@@ -193,7 +193,7 @@ void Screens::offerFile(const QString &path)
     if (!m_platform.shell)
         return;
     m_offered = path;
-    AlertValue a = DataUsageAppDelegate::alertControllerWithTitle(QString(), tr("Exported to %1").arg(path));
+    AlertValue a = AlertService::alertControllerWithTitle(QString(), tr("Exported to %1").arg(path));
     a.actions = {AlertAction{tr("Show in Files"), AlertAction::Default},
                  AlertAction{tr("OK"), AlertAction::Cancel}};
     emit ask(a.toMap());

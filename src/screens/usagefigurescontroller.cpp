@@ -11,11 +11,11 @@ UsageFiguresController::~UsageFiguresController()
 
 void UsageFiguresController::setDelegate(DataUsageAppDelegate *delegate)
 {
-    if (m_delegate && m_delegate->rootController == this)
-        m_delegate->rootController = nullptr;
+    if (m_delegate && m_delegate->rootController() == this)
+        m_delegate->setRootController(nullptr);
     m_delegate = delegate;
     if (m_delegate) {
-        m_delegate->rootController = this;
+        m_delegate->setRootController(this);
         reloadValues();
     }
 }

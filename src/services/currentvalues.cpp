@@ -24,9 +24,9 @@ void DataUsageAppDelegate::computeCurrentValues(StoreContext *context, bool inBa
 {
     readCurrentValues(context);
     postNewValues();
-    computeThresholdLevel();
+    m_alerts.computeThresholdLevel(values().monthPercent);
     if (!inBackground) {
-        scheduleEndBillAlert();
+        m_alerts.scheduleEndBillAlert(values().monthEndDate);
     } else if (m_schedulesRemindersInBackground) {
         const QDateTime end = values().monthEndDate;
         QMutexLocker locker(&m_valuesMutex);
@@ -34,7 +34,7 @@ void DataUsageAppDelegate::computeCurrentValues(StoreContext *context, bool inBa
         m_remindersScheduledFor = end;
         locker.unlock();
         if (due)
-            scheduleEndBillAlert();
+            m_alerts.scheduleEndBillAlert(end);
     }
     showBadge();
 }
@@ -87,8 +87,8 @@ void DataUsageAppDelegate::doComputeValuesOnly()
 void DataUsageAppDelegate::postNewValues()
 {
     m_work.onMain([this] {
-        if (rootController) {
-            rootController->reloadValues(); // the main screen refreshes the widget and the watch
+        if (m_root) {
+            m_root->reloadValues(); // the main screen refreshes the widget and the watch
             return;
         }
         // No main screen in this process: do what it would after reloading its values.
@@ -99,7 +99,7 @@ void DataUsageAppDelegate::postNewValues()
 
 qint64 DataUsageAppDelegate::badgeNumber()
 {
-    if (!isPushOn() || !m_shared.userPref().boolForKey(Keys::PREF_V7_BADGE))
+    if (!m_alerts.isPushOn() || !m_shared.userPref().boolForKey(Keys::PREF_V7_BADGE))
         return 0;
     return roundedPercent(values().monthPercent);
 }

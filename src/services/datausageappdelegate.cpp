@@ -10,8 +10,10 @@ DataUsageAppDelegate::DataUsageAppDelegate(SharedCode &shared) : DataUsageAppDel
 DataUsageAppDelegate::DataUsageAppDelegate(SharedCode &shared, Services services)
     : m_shared(shared), m_services(services), m_location(shared, services.location),
       m_watch(shared, m_location, services.watch), m_push(services.push), m_search(shared),
-      m_hostNames(services.hostNames)
+      m_hostNames(services.hostNames), m_alerts(shared)
 {
+    m_alerts.setNotifications(services.notifications);
+    m_alerts.setRefreshStatus(services.refreshStatus);
     // A visit, or a location service that failed and was set up again, is a wake-up.
     QObject::connect(&m_location, &LocationTracker::wakeUp, &m_location,
                      [this] { checkDataUsageWithCompletionHandler(nullptr); });
@@ -26,6 +28,14 @@ void DataUsageAppDelegate::setServices(Services services)
     m_watch.setSession(services.watch);
     m_push.setBackend(services.push);
     m_hostNames.setResolver(services.hostNames);
+    m_alerts.setNotifications(services.notifications);
+    m_alerts.setRefreshStatus(services.refreshStatus);
+}
+
+void DataUsageAppDelegate::setRootController(RootController *root)
+{
+    m_root = root;
+    m_alerts.setRootController(root);
 }
 
 DataUsageAppDelegate::Services DataUsageAppDelegate::Services::from(DesktopServices *desktop,

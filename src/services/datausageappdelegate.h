@@ -1,5 +1,6 @@
 #pragma once
 
+#include "alertservice.h"
 #include "applicationservices.h"
 #include "core/sharedcode.h"
 #include "hostnamelookups.h"
@@ -62,8 +63,11 @@ public:
     SharedCode &shared() const override { return m_shared; }
     void setServices(Services services);
     Services services() const { return m_services; }
-    int applicationState = Active;
-    RootController *rootController = nullptr;
+    int applicationState() const { return m_applicationState; }
+    void setApplicationState(ApplicationState state) { m_applicationState = state; }
+    // The main screen, when this process shows one; alerts go there.
+    RootController *rootController() const { return m_root; }
+    void setRootController(RootController *root);
 
     // First-install defaults: a "Default" plan made active and the four alert thresholds. Does
     // nothing once there is an active plan.
@@ -142,34 +146,15 @@ public:
     PushSubscription &pushSubscription() { return m_push; }
     SearchPublisher &search() { return m_search; }
     HostNameLookups &hostNames() { return m_hostNames; }
+    AlertService &alerts() { return m_alerts; }
     // What the main screen hands the watch: percent, colour, forecast, used, time left.
     QVariantMap mainScreenRecord() const;
 
-    // Alerts and notifications.
-    void computeThresholdLevel();
-    // How many consecutive thresholds, from the first, the percentage reaches.
-    static qint64 thresholdLevelFor(double percent, const SettingsDomain &pref);
-    qint64 getCurrentThresholdLevel() const;
-    // Steps after the recomputation of the usage check: alert once when the level rose.
-    void applyUsageAlertRule(qint64 before, bool inBackground);
     // The last sample the usage check took (for what the command line reports).
     SampleResult lastSample() const;
-    void showUsageAlertInFG();
-    void presentNotificationNow(const QString &body, const QString &title);
-    void presentNotificationLater(const QString &body, const QString &title, double delay);
-    void requestNotificationAuthorization();
-    void scheduleEndBillAlert();
     // The background service is the only process that runs for long on a desktop that never opens
     // the app: it keeps the bill-cycle reminders scheduled itself, once per period.
     void setSchedulesRemindersInBackground(bool on) { m_schedulesRemindersInBackground = on; }
-    bool setEndBillAlerts(const QDateTime &end);
-    void cancelEndBillAlert();
-    void clearOldNotifications();
-    void showAppSwitcherTip();
-    void checkRefreshStatusDidChange();
-    bool isPushOn();
-    bool canShowAlertOnRootView() const;
-    static AlertValue alertControllerWithTitle(const QString &title, const QString &message);
     // ties to even, as the platform's rint
     static qint64 roundedPercent(double percent) { return DataCap::roundedPercent(percent); }
 
@@ -178,6 +163,8 @@ public:
 private:
     SharedCode &m_shared;
     Services m_services;
+    int m_applicationState = Active;
+    RootController *m_root = nullptr;
     std::shared_ptr<StoreContext> m_otherPlanStore;
     mutable QMutex m_valuesMutex;
     CurrentValues m_values;
@@ -191,5 +178,6 @@ private:
     PushSubscription m_push;
     SearchPublisher m_search;
     HostNameLookups m_hostNames;
+    AlertService m_alerts;
     QueuedWork m_work; // last: ends before the members its blocks use
 };

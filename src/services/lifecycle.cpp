@@ -20,7 +20,7 @@ QString tr(const char *text)
 
 bool DataUsageAppDelegate::prepareLaunch()
 {
-    applicationState = Background;
+    m_applicationState = Background;
     {
         QMutexLocker locker(&m_valuesMutex);
         m_values.monthStartDate = QDateTime();
@@ -41,31 +41,31 @@ bool DataUsageAppDelegate::completeLaunch()
 
 void DataUsageAppDelegate::windowActivated()
 {
-    applicationState = Active;
+    m_applicationState = Active;
     setupUserDefaultsForNewInstall();
-    clearOldNotifications();
+    m_alerts.clearOldNotifications();
     checkDataUsageWithCompletionHandler(nullptr);
-    if (canShowAlertOnRootView())
+    if (m_alerts.canShowAlertOnRootView())
         showWhatsNew();
-    if (canShowAlertOnRootView())
-        checkRefreshStatusDidChange();
+    if (m_alerts.canShowAlertOnRootView())
+        m_alerts.checkRefreshStatusDidChange();
 }
 
 void DataUsageAppDelegate::windowDeactivated()
 {
-    applicationState = Inactive;
+    m_applicationState = Inactive;
     initPush();
     m_search.publish();
 }
 
 void DataUsageAppDelegate::enterForeground()
 {
-    applicationState = Inactive;
+    m_applicationState = Inactive;
 }
 
 void DataUsageAppDelegate::enterBackground()
 {
-    applicationState = Background;
+    m_applicationState = Background;
     dropOtherPlanStore();
     m_hostNames.dropCache(); // pages still open keep theirs until they go
     PlatformApplication *app = m_services.application;
@@ -152,11 +152,11 @@ void DataUsageAppDelegate::checkDataUsageWithCompletionHandler(CompletionHandler
     m_work.onStore(*c, [this, c, loc, finish] {
         try {
             const SampleResult sample = m_shared.sampleUsage(c, loc);
-            const qint64 before = getCurrentThresholdLevel();
-            const bool inBackground = applicationState == Background;
+            const qint64 before = m_alerts.currentThresholdLevel();
+            const bool inBackground = m_applicationState == Background;
             computeCurrentValues(c, inBackground);
             // Without a window there is no screen to alert on: the alert is a notification.
-            applyUsageAlertRule(before, inBackground || !rootController);
+            m_alerts.applyUsageAlertRule(before, inBackground || !m_root, values().monthPercent);
             {
                 QMutexLocker locker(&m_valuesMutex);
                 m_lastSample = sample;
@@ -201,8 +201,9 @@ void DataUsageAppDelegate::showWhatsNew()
         return;
     pref.setValue(Keys::PREF_WHATSNEW_CHECK_8_6, current);
     pref.setValue(Keys::PREF_UPDATE_PREVIOUS_VERSION, seen.toString());
-    if (rootController)
-        rootController->presentAlert(alertControllerWithTitle(tr("😊 What's New"), ReleaseNotes::current()));
+    if (m_root)
+        m_root->presentAlert(
+            AlertService::alertControllerWithTitle(tr("😊 What's New"), ReleaseNotes::current()));
     cleanupPref();
 }
 
@@ -229,8 +230,8 @@ void DataUsageAppDelegate::performQuickAction(const QString &type, std::function
     checkDataUsageWithCompletionHandler(nullptr);
     const auto handle = [this, type] {
         m_work.onMain([this, type] {
-            if (canShowAlertOnRootView())
-                rootController->handleShortcuts(type);
+            if (m_alerts.canShowAlertOnRootView())
+                m_root->handleShortcuts(type);
         });
     };
     if (const std::shared_ptr<StoreContext> context = m_shared.activeStore())

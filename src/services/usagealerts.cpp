@@ -1,10 +1,12 @@
 // Usage alerts at the four thresholds, the bill-cycle reminders and the one-time hints.
+#include "alertservice.h"
 #include "alertthresholds.h"
 #include "core/dispatchqueue.h"
 #include "core/logging.h"
 #include "core/settingskeys.h"
-#include "datausageappdelegate.h"
+#include "core/sharedcode.h"
 #include "plans/billingcycle.h"
+#include "plans/datacap.h"
 
 #include <QCoreApplication>
 
@@ -16,12 +18,14 @@ const QLatin1StringView kBill2300("qx.noti.billalert.2300");
 
 QString tr(const char *text)
 {
-    return QCoreApplication::translate("DataUsageAppDelegate", text);
+    return QCoreApplication::translate("AlertService", text);
 }
 
 } // namespace
 
-qint64 DataUsageAppDelegate::thresholdLevelFor(double percent, const SettingsDomain &pref)
+AlertService::AlertService(SharedCode &shared) : m_shared(shared) {}
+
+qint64 AlertService::thresholdLevelFor(double percent, const SettingsDomain &pref)
 {
     qint64 level = 0;
     while (level < 4 && percent >= AlertThresholds::percent(pref, int(level) + 1))
@@ -29,49 +33,47 @@ qint64 DataUsageAppDelegate::thresholdLevelFor(double percent, const SettingsDom
     return level;
 }
 
-void DataUsageAppDelegate::computeThresholdLevel()
+void AlertService::computeThresholdLevel(double percent)
 {
-    m_shared.userPref().setValue(Keys::PREF_THRESHOLD_LEVEL,
-                                 thresholdLevelFor(values().monthPercent, m_shared.userPref()));
+    m_shared.userPref().setValue(Keys::PREF_THRESHOLD_LEVEL, thresholdLevelFor(percent, m_shared.userPref()));
 }
 
-qint64 DataUsageAppDelegate::getCurrentThresholdLevel() const
+qint64 AlertService::currentThresholdLevel() const
 {
     return m_shared.userPref().integerForKey(Keys::PREF_THRESHOLD_LEVEL);
 }
 
-void DataUsageAppDelegate::applyUsageAlertRule(qint64 before, bool inBackground)
+void AlertService::applyUsageAlertRule(qint64 before, bool inBackground, double percent)
 {
-    const qint64 after = getCurrentThresholdLevel();
+    const qint64 after = currentThresholdLevel();
     if (after > before) {
         if (inBackground)
-            presentNotificationNow(tr("You've used %1%.").arg(roundedPercent(values().monthPercent)),
+            presentNotificationNow(tr("You've used %1%.").arg(DataCap::roundedPercent(percent)),
                                    tr("Usage Alert"));
         else
-            showUsageAlertInFG();
+            showUsageAlertInForeground(DataCap::roundedPercent(percent));
     }
     m_shared.userPref().synchronize();
 }
 
-void DataUsageAppDelegate::showUsageAlertInFG()
+void AlertService::showUsageAlertInForeground(qint64 percent)
 {
-    const qint64 percent = roundedPercent(values().monthPercent);
     m_work.onMain([this, percent] {
         if (!canShowAlertOnRootView())
             return;
-        rootController->presentAlert(
+        m_root->presentAlert(
             alertControllerWithTitle(QString(), tr("You've used\n%1% of your data cap.").arg(percent)));
     });
 }
 
-void DataUsageAppDelegate::presentNotificationNow(const QString &body, const QString &title)
+void AlertService::presentNotificationNow(const QString &body, const QString &title)
 {
     presentNotificationLater(body, title, 0);
 }
 
-void DataUsageAppDelegate::presentNotificationLater(const QString &body, const QString &title, double delay)
+void AlertService::presentNotificationLater(const QString &body, const QString &title, double delay)
 {
-    if (!m_services.notifications)
+    if (!m_notifications)
         return;
     NotificationRequest request;
     request.identifier = kAnyId;
@@ -81,21 +83,20 @@ void DataUsageAppDelegate::presentNotificationLater(const QString &body, const Q
         request.trigger = NotificationRequest::Trigger::AfterSeconds;
         request.seconds = delay;
     }
-    m_services.notifications->addRequest(request);
+    m_notifications->addRequest(request);
 }
 
-void DataUsageAppDelegate::requestNotificationAuthorization()
+void AlertService::requestNotificationAuthorization()
 {
-    if (!m_shared.userPref().boolForKey(Keys::PREF_SHOWED_SETUP) || !m_services.notifications)
+    if (!m_shared.userPref().boolForKey(Keys::PREF_SHOWED_SETUP) || !m_notifications)
         return;
-    m_services.notifications->requestAuthorization([](bool) {});
+    m_notifications->requestAuthorization([](bool) {});
 }
 
-void DataUsageAppDelegate::scheduleEndBillAlert()
+void AlertService::scheduleEndBillAlert(const QDateTime &end)
 {
     requestNotificationAuthorization();
     cancelEndBillAlert();
-    const QDateTime end = values().monthEndDate;
     if (!end.isValid())
         return;
     if (setEndBillAlerts(end))
@@ -103,13 +104,13 @@ void DataUsageAppDelegate::scheduleEndBillAlert()
     setEndBillAlerts(BillingCycle::computeStartEndDates(m_shared, end, QString()).end);
 }
 
-bool DataUsageAppDelegate::setEndBillAlerts(const QDateTime &end)
+bool AlertService::setEndBillAlerts(const QDateTime &end)
 {
     const QDate lastDay = BillingCycle::dateByAddingUnit(CalendarUnit::Day, -1, end).toLocalTime().date();
     const QDateTime at2100(lastDay, QTime(21, 0));
     if (m_shared.clock().now().msecsTo(at2100) <= 0)
         return false;
-    if (!m_services.notifications)
+    if (!m_notifications)
         return true;
     NotificationRequest request;
     request.identifier = kBill2100;
@@ -118,27 +119,27 @@ bool DataUsageAppDelegate::setEndBillAlerts(const QDateTime &end)
     request.trigger = NotificationRequest::Trigger::AtCalendarHour;
     request.date = lastDay;
     request.hour = 21;
-    m_services.notifications->addRequest(request);
+    m_notifications->addRequest(request);
     request.identifier = kBill2300;
     request.body = tr("Your bill cycle ends in one hour. Open Tallymo to check your usage.");
     request.hour = 23;
-    m_services.notifications->addRequest(request);
+    m_notifications->addRequest(request);
     return true;
 }
 
-void DataUsageAppDelegate::cancelEndBillAlert()
+void AlertService::cancelEndBillAlert()
 {
-    if (m_services.notifications)
-        m_services.notifications->removePendingRequests({kBill2100, kBill2300});
+    if (m_notifications)
+        m_notifications->removePendingRequests({kBill2100, kBill2300});
 }
 
-void DataUsageAppDelegate::clearOldNotifications()
+void AlertService::clearOldNotifications()
 {
-    if (m_services.notifications)
-        m_services.notifications->removeAllDeliveredNotifications();
+    if (m_notifications)
+        m_notifications->removeAllDeliveredNotifications();
 }
 
-void DataUsageAppDelegate::showAppSwitcherTip()
+void AlertService::showAppSwitcherTip()
 {
     SettingsDomain &pref = m_shared.userPref();
     if (!isPushOn() || pref.boolForKey(Keys::PREF_TIP_APPSWITCHER))
@@ -148,7 +149,7 @@ void DataUsageAppDelegate::showAppSwitcherTip()
                              tr("ⓘ %1").arg(tr("QUICK TIP")), 0.75);
 }
 
-void DataUsageAppDelegate::checkRefreshStatusDidChange()
+void AlertService::checkRefreshStatusDidChange()
 {
     SettingsDomain &pref = m_shared.userPref();
     if (isPushOn()) {
@@ -159,25 +160,24 @@ void DataUsageAppDelegate::checkRefreshStatusDidChange()
         return;
     pref.setValue(Keys::PREF_FETCH_DONT_SHOW, true);
     pref.removeValue(Keys::PREF_TIP_APPSWITCHER);
-    if (rootController)
-        rootController->presentAlert(alertControllerWithTitle(
+    if (m_root)
+        m_root->presentAlert(alertControllerWithTitle(
             QString(),
             tr("Tallymo is unable to refresh usage statistics in the background. See Settings > Advanced > "
                "Background App Refresh to learn more.")));
 }
 
-bool DataUsageAppDelegate::isPushOn()
+bool AlertService::isPushOn() const
 {
-    return m_services.refreshStatus && m_services.refreshStatus->isAvailable();
+    return m_refreshStatus && m_refreshStatus->isAvailable();
 }
 
-bool DataUsageAppDelegate::canShowAlertOnRootView() const
+bool AlertService::canShowAlertOnRootView() const
 {
-    return m_shared.userPref().boolForKey(Keys::PREF_SHOWED_SETUP) && rootController &&
-           !rootController->isPresenting();
+    return m_shared.userPref().boolForKey(Keys::PREF_SHOWED_SETUP) && m_root && !m_root->isPresenting();
 }
 
-AlertValue DataUsageAppDelegate::alertControllerWithTitle(const QString &title, const QString &message)
+AlertValue AlertService::alertControllerWithTitle(const QString &title, const QString &message)
 {
     return AlertValue{title, message, tr("OK"), {}};
 }

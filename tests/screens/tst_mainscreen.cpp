@@ -472,7 +472,7 @@ private slots:
         c.setDelegate(&s.delegate);
         c.setViewHeight(720);
         QCOMPARE(c.parallaxOffset(tilt), 0.0); // not active yet
-        s.delegate.applicationState = DataUsageAppDelegate::Active;
+        s.delegate.setApplicationState(DataUsageAppDelegate::Active);
         c.applicationStateChanged();
         QCOMPARE(c.parallaxOffset(-1), 144.0);
         QCOMPARE(c.parallaxOffset(1), -144.0);

@@ -188,7 +188,7 @@ private slots:
         QCOMPARE(usage.count(), 1);
         QCOMPARE(period.count(), 0);
         screen.setDelegate(nullptr);
-        QVERIFY(!p.delegate.rootController);
+        QVERIFY(!p.delegate.rootController());
     }
 };
 

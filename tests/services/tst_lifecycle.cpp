@@ -185,7 +185,7 @@ private slots:
         World w;
         QVERIFY(w.delegate->prepareLaunch());
         QVERIFY(w.delegate->completeLaunch());
-        QCOMPARE(w.delegate->applicationState, int(DataUsageAppDelegate::Background));
+        QCOMPARE(w.delegate->applicationState(), int(DataUsageAppDelegate::Background));
         QCOMPARE(w.app.fetchRequests, 1);
         w.delegate->scheduledRefresh(nullptr);
         w.settle();
@@ -224,7 +224,7 @@ private slots:
         World w;
         FakeRoot root;
         root.presenting = presenting;
-        w.delegate->rootController = &root;
+        w.delegate->setRootController(&root);
         w.shared->userPref().setValue(Keys::PREF_SHOWED_SETUP, setUp);
         w.container.interfaces.counters = QList<LinkCounters>{{QStringLiteral("pdp_ip0"), 100, 100}};
         std::optional<bool> answer;
@@ -241,11 +241,11 @@ private slots:
     {
         World w;
         FakeRoot root;
-        w.delegate->rootController = &root;
+        w.delegate->setRootController(&root);
         w.shared->userPref().setValue(Keys::PREF_SHOWED_SETUP, true);
         w.delegate->windowActivated();
         w.settle();
-        QCOMPARE(w.delegate->applicationState, int(DataUsageAppDelegate::Active));
+        QCOMPARE(w.delegate->applicationState(), int(DataUsageAppDelegate::Active));
         QCOMPARE(w.center.clears, 1);
         // A fresh install records its version silently; an update shows the notice once.
         QCOMPARE(w.shared->userPref().stringForKey(QStringLiteral("PREF_WHATSNEW_CHECK_8_6")),

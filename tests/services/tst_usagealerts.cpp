@@ -29,9 +29,9 @@ struct World
             if (bytes > 0)
                 context->insertEvent(Event{shared->nowAtHour(), bytes});
             context->save();
-            const qint64 before = delegate.getCurrentThresholdLevel();
+            const qint64 before = delegate.alerts().currentThresholdLevel();
             delegate.computeCurrentValues(context.get(), inBackground);
-            delegate.applyUsageAlertRule(before, inBackground);
+            delegate.alerts().applyUsageAlertRule(before, inBackground, delegate.values().monthPercent);
         });
         QCoreApplication::sendPostedEvents();
         return delegate.values().monthPercent;
@@ -74,7 +74,7 @@ private slots:
         QCOMPARE(w.delegate.timeLeft(v), (std::pair<qint64, QString>(22, QStringLiteral("days"))));
         QCoreApplication::sendPostedEvents();
         FakeRoot root;
-        w.delegate.rootController = &root;
+        w.delegate.setRootController(&root);
         w.delegate.postNewValues();
         QCoreApplication::sendPostedEvents();
         QCOMPARE(root.reloads, 1);
@@ -137,7 +137,7 @@ private slots:
         auto shared = c.open();
         for (int i = 0; i < 4; ++i)
             shared->userPref().setValue(QStringLiteral("PREF_ALERT%1").arg(i + 1), thresholds[i]);
-        QCOMPARE(DataUsageAppDelegate::thresholdLevelFor(percent, shared->userPref()), level);
+        QCOMPARE(AlertService::thresholdLevelFor(percent, shared->userPref()), level);
     }
 
     // One alert per rise however many thresholds it crosses, none while flat, again after a fall.
@@ -163,7 +163,7 @@ private slots:
             w.context->save();
         });
         w.use(0);
-        QCOMPARE(w.delegate.getCurrentThresholdLevel(), 0);
+        QCOMPARE(w.delegate.alerts().currentThresholdLevel(), 0);
         QCOMPARE(w.center.added.size(), 1);
         w.use(69.5 * MB);
         QCOMPARE(w.center.added.size(), 2);
@@ -189,7 +189,7 @@ private slots:
         World w;
         FakeRoot root;
         root.presenting = presenting;
-        w.delegate.rootController = &root;
+        w.delegate.setRootController(&root);
         w.shared->userPref().setValue(Keys::PREF_SHOWED_SETUP, setupDone);
         w.use(70.5 * MB, false);
         QCOMPARE(w.center.added.size(), 2); // the bill-cycle pair only, no notification
@@ -240,22 +240,22 @@ private slots:
     {
         World w;
         FakeRoot root;
-        w.delegate.rootController = &root;
-        w.delegate.showAppSwitcherTip();
-        w.delegate.showAppSwitcherTip();
+        w.delegate.setRootController(&root);
+        w.delegate.alerts().showAppSwitcherTip();
+        w.delegate.alerts().showAppSwitcherTip();
         QCOMPARE(w.center.added.size(), 1);
         QCOMPARE(w.center.added[0].title, QStringLiteral("ⓘ QUICK TIP"));
         QCOMPARE(w.center.added[0].seconds, 0.75);
         // Refresh unavailable: one alert per spell, and the tip may come again afterwards.
         w.refresh.available = false;
-        w.delegate.checkRefreshStatusDidChange();
-        w.delegate.checkRefreshStatusDidChange();
+        w.delegate.alerts().checkRefreshStatusDidChange();
+        w.delegate.alerts().checkRefreshStatusDidChange();
         QCOMPARE(root.alerts.size(), 1);
         QVERIFY(!w.shared->userPref().boolForKey(Keys::PREF_TIP_APPSWITCHER));
         w.refresh.available = true;
-        w.delegate.checkRefreshStatusDidChange();
+        w.delegate.alerts().checkRefreshStatusDidChange();
         w.refresh.available = false;
-        w.delegate.checkRefreshStatusDidChange();
+        w.delegate.alerts().checkRefreshStatusDidChange();
         QCOMPARE(root.alerts.size(), 2);
     }
 
