@@ -57,7 +57,7 @@ void benchSample(const QString &dir)
     LinuxNetworkInterfaces interfaces(counters, dir + QStringLiteral("/sys"));
     SharedCode shared({dir + QStringLiteral("/sample"), &interfaces});
     DataUsageAppDelegate delegate(shared);
-    delegate.setupUserDefaultsForNewInstall();
+    delegate.plans().setUpNewInstall();
     shared.userPref().setValue(QStringLiteral("PREF_INTERFACE_NAME"), QStringLiteral("wlan0"));
     auto context = shared.activeStore();
     QList<double> cpu, wall;
@@ -113,7 +113,7 @@ void makeContainer(const QString &dir)
 {
     SharedCode shared({dir, nullptr});
     DataUsageAppDelegate delegate(shared);
-    delegate.setupUserDefaultsForNewInstall();
+    delegate.plans().setUpNewInstall();
     shared.userPref().setValue(Keys::PREF_SHOWED_SETUP, true); // the widget shows figures, not the setup hint
     shared.userPref().synchronize();
     fiveYearStore(shared.sqliteURLForPlan(QString()), false);
@@ -127,7 +127,7 @@ void makeLongContainer(const QString &dir, int years, int interval)
 {
     SharedCode shared({dir, nullptr});
     DataUsageAppDelegate delegate(shared);
-    delegate.setupUserDefaultsForNewInstall();
+    delegate.plans().setUpNewInstall();
     shared.userPref().setValue(Keys::PREF_SHOWED_SETUP, true);
     shared.userPref().synchronize();
     const QString path = shared.sqliteURLForPlan(QString());

@@ -76,7 +76,7 @@ int main(int argc, char **argv)
             Cli::checkSettings(*shared); // never go on with defaults over the user's file
             SharedCode::setSharedInstance(shared.get());
             delegate = std::make_unique<DataUsageAppDelegate>(*shared);
-            delegate->setupUserDefaultsForNewInstall();
+            delegate->plans().setUpNewInstall();
             services.emplace(Cli::Services{*shared, *delegate});
         }
         return *services;

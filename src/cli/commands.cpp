@@ -262,7 +262,7 @@ int planChange(const Arguments &a, Environment &env, const QString &usage)
             return synchronized(s.shared);
         }
         bool switched = false;
-        s.delegate.switchPlan(id, [&] {
+        s.delegate.plans().switchPlan(id, [&] {
             switched = true;
             QCoreApplication::exit();
         });
@@ -280,7 +280,7 @@ int planChange(const Arguments &a, Environment &env, const QString &usage)
                 QStringLiteral("the active plan cannot be deleted (switch to another plan first)"));
         if (!confirm(a, QCoreApplication::translate("PlanController", "Do you want to delete this plan?")))
             return 1;
-        s.delegate.removeAPlan(id);
+        s.delegate.plans().removePlan(id);
         return synchronized(s.shared);
     }
     if (verb == QLatin1StringView("reset")) {
@@ -290,7 +290,7 @@ int planChange(const Arguments &a, Environment &env, const QString &usage)
                                                     "This will delete current usage statistics.")))
             return 1;
         s.delegate.readActivePlanValuesNow(); // the period the reset deletes
-        s.delegate.resetCurrent();
+        s.delegate.plans().resetPeriod(s.delegate.values().monthStartDate, s.delegate.values().monthEndDate);
         drainActiveQueue(s.shared);
         return 0;
     }
@@ -307,7 +307,7 @@ int planChange(const Arguments &a, Environment &env, const QString &usage)
                                      .arg(PlanTexts::capString(amount->display));
         if (!confirm(a, question))
             return 1;
-        s.delegate.addUsageToCurrent(amount->bytes);
+        s.delegate.plans().addUsageToCurrent(amount->bytes);
         drainActiveQueue(s.shared);
         return 0;
     }
@@ -363,10 +363,10 @@ int plans(const QStringList &args, Environment &env)
     if (verb == QLatin1StringView("add")) {
         a.expectPositional(1, 1, usage);
         Services &s = env.services();
-        QVariantMap plan = s.delegate.makeNewPlan();
+        QVariantMap plan = s.delegate.plans().makeNewPlan();
         if (a.has(QStringLiteral("label")))
             plan.insert(Keys::PREF_PLAN_LABEL, a.option(QStringLiteral("label")));
-        s.delegate.addAPlan(plan);
+        s.delegate.plans().addPlan(plan);
         if (const int rc = synchronized(s.shared))
             return rc;
         const QString id = plan.value(Keys::PREF_PLAN_ID).toString();

@@ -58,21 +58,21 @@ int history(const QStringList &args, Environment &env)
     QString title;
     QDateTime start, end;
     if (view == QLatin1StringView("hours")) {
-        day = std::make_unique<DayViewController>(s.delegate, s.delegate.hostNames(), plan);
+        day = std::make_unique<DayViewController>(s.delegate.plans(), s.delegate.hostNames(), plan);
         day->reloadWithDate(when);
         list = static_cast<TimeChartViewController *>(day->child(0));
         title = day->title();
         start = day->thisDay();
         end = BillingCycle::addDays(start, 1);
     } else if (view == QLatin1StringView("days")) {
-        auto *cycle = new CycleViewController(s.delegate, plan, when);
+        auto *cycle = new CycleViewController(s.delegate.plans(), plan, when);
         owned.reset(cycle);
         list = cycle;
         title = cycle->title();
         start = cycle->cycleStartDate();
         end = cycle->cycleEndDate();
     } else {
-        auto *multi = new MultiCyclesController(s.delegate, plan);
+        auto *multi = new MultiCyclesController(s.delegate.plans(), plan);
         owned.reset(multi);
         list = multi;
         title = multi->title();

@@ -149,7 +149,7 @@ int demo(const QStringList &args, Environment &env)
     services.clock = &env.services().shared.clock();
     SharedCode shared(services);
     DataUsageAppDelegate delegate(shared);
-    delegate.setupUserDefaultsForNewInstall();
+    delegate.plans().setUpNewInstall();
     const QDateTime now = shared.clock().now();
     const int billDay = std::min(28, now.addDays(-12).date().day());
     shared.setForPlan(QString(), Keys::PREF_PLAN_LABEL, QStringLiteral("Phone"));
@@ -157,14 +157,14 @@ int demo(const QStringList &args, Environment &env)
     AmountEntry::storeCap(shared, QString(), *AmountEntry::capAmount(QStringLiteral("6"), AmountEntry::GB));
     shared.userPref().setValue(Keys::PREF_SHOWED_SETUP, true);
     shared.userPref().setValue(Keys::PREF_V7_GEO, true);
-    QVariantMap travel = delegate.makeNewPlan();
+    QVariantMap travel = delegate.plans().makeNewPlan();
     travel.insert(Keys::PREF_PLAN_LABEL, QStringLiteral("Travel SIM"));
     travel.insert(Keys::PREF_BILLTYPE, qint64(4));
     travel.insert(Keys::PREF_NDAYS_N, qint64(30));
     travel.insert(Keys::PREF_30DAY_START,
                   BillingCycle::dateByAddingUnit(CalendarUnit::Day, -20, shared.todayAtZeroHour()));
     travel.insert(Keys::PREF_THRES_MONTHLY, 2147483648.0);
-    delegate.addAPlan(travel);
+    delegate.plans().addPlan(travel);
     if (!shared.userPref().synchronize())
         throw Failure(
             QStringLiteral("cannot write the demo settings: %1").arg(shared.userPref().lastError()));

@@ -39,7 +39,7 @@ struct Figures
 Figures readFigures(Services &s, const QString &plan)
 {
     const std::shared_ptr<StoreContext> context =
-        s.delegate.storeForPlan(plan.isNull() ? s.shared.activePlanID() : plan);
+        s.delegate.plans().storeForPlan(plan.isNull() ? s.shared.activePlanID() : plan);
     Figures f;
     context->performAndWait([&] {
         f.v = s.delegate.readCurrentValues(context.get(), plan);

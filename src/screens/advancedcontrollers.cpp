@@ -109,7 +109,7 @@ void ResetController::answer(int index)
     const Question asked = std::exchange(m_asked, Question::None);
     if (asked != Question::Reset || index != 0)
         return;
-    m_delegate.resetCurrent();
+    m_delegate.plans().resetPeriod(m_delegate.values().monthStartDate, m_delegate.values().monthEndDate);
     m_delegate.doComputeValuesOnly();
     emit goBack();
 }

@@ -397,7 +397,7 @@ void MainScreenController::showMore(bool animated)
 {
     setPresenting(true);
     if (delegate())
-        delegate()->showHistoryForPlan(QString(), this, animated);
+        delegate()->plans().showHistoryForPlan(QString(), this, animated);
     emit showMoreRequested(animated);
 }
 

@@ -41,9 +41,9 @@ PlanController::PlanController(DataUsageAppDelegate &delegate, const QString &pl
 {
     connect(this, &PlanController::changed, m_settings, &ListModel::reload);
     if (m_new) {
-        const QVariantMap created = delegate.makeNewPlan();
+        const QVariantMap created = delegate.plans().makeNewPlan();
         m_plan = created.value(Keys::PREF_PLAN_ID).toString();
-        delegate.addAPlan(created);
+        delegate.plans().addPlan(created);
     }
 }
 
@@ -122,7 +122,7 @@ void PlanController::save()
 void PlanController::cancel()
 {
     if (m_new)
-        m_delegate.removeAPlan(m_plan);
+        m_delegate.plans().removePlan(m_plan);
     emit goBack();
 }
 
@@ -138,7 +138,7 @@ void PlanController::confirmDelete()
 {
     if (!canDelete())
         return;
-    m_delegate.removeAPlan(m_plan);
+    m_delegate.plans().removePlan(m_plan);
     emit goBack();
 }
 
@@ -160,7 +160,7 @@ void PlanController::selectRow(int section, int row)
     if (row < 0 || row >= list.size())
         return;
     if (list.at(row).opens == QLatin1StringView("DayViewController"))
-        m_delegate.showHistoryForPlan(m_plan, this, true);
+        m_delegate.plans().showHistoryForPlan(m_plan, this, true);
     else
         emit open(list.at(row).opens, m_plan);
 }
@@ -210,7 +210,7 @@ void AddController::confirm()
     if (!addEnabled())
         return;
     const double x = amount();
-    m_delegate.addUsageToCurrent(std::floor(x * AmountEntry::unitBytes(unit)));
+    m_delegate.plans().addUsageToCurrent(std::floor(x * AmountEntry::unitBytes(unit)));
     m_delegate.doComputeValuesOnly();
     emit close();
 }

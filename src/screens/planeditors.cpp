@@ -126,7 +126,7 @@ void RolloverController::setSwitch(int row, bool on)
         return;
     }
     const std::shared_ptr<StoreContext> context =
-        m_delegate.storeForPlan(m_plan.isEmpty() ? shared.activePlanID() : m_plan);
+        m_delegate.plans().storeForPlan(m_plan.isEmpty() ? shared.activePlanID() : m_plan);
     QPointer<RolloverController> self(this);
     auto refresh = [self] {
         if (!self)

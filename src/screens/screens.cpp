@@ -29,14 +29,12 @@ Screens::Screens(DataUsageAppDelegate &delegate, Platform platform, QObject *par
             });
     m_main->setDelegate(&m_delegate);
     // The history of a plan (from the main screen or a plan's screen) opens as a page.
-    m_delegate.presentHistory = [this](const QString &plan, QObject *, bool animated) {
-        emit historyRequested(plan, animated);
-    };
+    connect(&m_delegate.plans(), &PlanService::historyRequested, this,
+            [this](const QString &plan, QObject *, bool animated) { emit historyRequested(plan, animated); });
 }
 
 Screens::~Screens()
 {
-    m_delegate.presentHistory = nullptr;
     m_main->setDelegate(nullptr);
 }
 
@@ -144,7 +142,7 @@ const Entry kScreens[] = {
      [](Screens &s, const QString &plan) -> QObject
                                              * {
                                                  return new MultiCyclesController(
-                                                     s.delegate(),
+                                                     s.delegate().plans(),
                                                      plan.isEmpty() ? sharedOf(s).activePlanID() : plan);
                                              }},
     {"DayViewController", "DayPage.qml", false,
@@ -152,7 +150,7 @@ const Entry kScreens[] = {
                                              * {
                                                  const QString id =
                                                      plan.isEmpty() ? sharedOf(s).activePlanID() : plan;
-                                                 return new DayViewController(s.delegate(),
+                                                 return new DayViewController(s.delegate().plans(),
                                                                               s.delegate().hostNames(), id);
                                              }},
     {"ThresholdController", "ThresholdPage.qml", false,

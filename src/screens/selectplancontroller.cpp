@@ -49,7 +49,7 @@ void SelectPlanController::tapRow(int row)
         emit goBack();
         return;
     }
-    m_delegate.switchPlan(m_ids.at(row), [this] {
+    m_delegate.plans().switchPlan(m_ids.at(row), [this] {
         reload();
         emit switched();
     });

@@ -6,7 +6,7 @@
 #include "hostnamelookups.h"
 #include "location.h"
 #include "plans/datacap.h"
-#include "planstores.h"
+#include "planservice.h"
 #include "pushsubscription.h"
 #include "queuedwork.h"
 #include "searchpublisher.h"
@@ -37,7 +37,7 @@ struct CurrentValues
 
 // The application's delegate: the current figures, the alerts and notifications, the plans, and
 // what lives for the whole process beside the shared logic.
-class DataUsageAppDelegate : public PlanStores
+class DataUsageAppDelegate
 {
 public:
     enum ApplicationState { Active = 0, Inactive = 1, Background = 2 };
@@ -60,7 +60,7 @@ public:
     DataUsageAppDelegate(SharedCode &shared, Services services);
     ~DataUsageAppDelegate();
 
-    SharedCode &shared() const override { return m_shared; }
+    SharedCode &shared() const { return m_shared; }
     void setServices(Services services);
     Services services() const { return m_services; }
     int applicationState() const { return m_applicationState; }
@@ -68,30 +68,6 @@ public:
     // The main screen, when this process shows one; alerts go there.
     RootController *rootController() const { return m_root; }
     void setRootController(RootController *root);
-
-    // First-install defaults: a "Default" plan made active and the four alert thresholds. Does
-    // nothing once there is an active plan.
-    void setupUserDefaultsForNewInstall();
-
-    // Plans.
-    QVariantMap makeNewPlan() const;
-    void addAPlan(const QVariantMap &plan);
-    // Never the active plan; the store file goes first, then the settings.
-    void removeAPlan(const QString &plan);
-    void removeSQLFileForPlan(const QString &plan);
-    // A last sample into the active plan, then (on the main queue) the switch; `done` after it.
-    void switchPlan(const QString &plan, std::function<void()> done = nullptr);
-    // Deletes the active plan's usage of the current period (as last computed).
-    void resetCurrent();
-    // A cellular record of that many bytes, stamped now; nothing for 0 or less.
-    void addUsageToCurrent(double bytes);
-    std::shared_ptr<StoreContext> storeForPlan(const QString &plan) override;
-    // Asks `presentHistory` to make the plan's day history screen and show it full screen over the
-    // presenter (the screens live above this layer; the screen belongs to whoever presents it).
-    void showHistoryForPlan(const QString &plan, QObject *presenter, bool animated);
-    std::function<void(const QString &plan, QObject *presenter, bool animated)> presentHistory;
-    std::shared_ptr<StoreContext> otherPlanStore() const { return m_otherPlanStore; }
-    void dropOtherPlanStore() { m_otherPlanStore.reset(); }
 
     // Current figures. The compute functions run on the given (active plan's) context's queue.
     CurrentValues values() const;
@@ -147,6 +123,7 @@ public:
     SearchPublisher &search() { return m_search; }
     HostNameLookups &hostNames() { return m_hostNames; }
     AlertService &alerts() { return m_alerts; }
+    PlanService &plans() { return m_plans; }
     // What the main screen hands the watch: percent, colour, forecast, used, time left.
     QVariantMap mainScreenRecord() const;
 
@@ -165,7 +142,6 @@ private:
     Services m_services;
     int m_applicationState = Active;
     RootController *m_root = nullptr;
-    std::shared_ptr<StoreContext> m_otherPlanStore;
     mutable QMutex m_valuesMutex;
     CurrentValues m_values;
     SampleResult m_lastSample;
@@ -179,5 +155,6 @@ private:
     SearchPublisher m_search;
     HostNameLookups m_hostNames;
     AlertService m_alerts;
+    PlanService m_plans;
     QueuedWork m_work; // last: ends before the members its blocks use
 };

@@ -14,9 +14,9 @@ void resetWithExistingUsage(DataUsageAppDelegate &delegate, double existingBytes
     StoreContext *c = context.get();
     // The period as the settings now have it: the reset deletes exactly that period's usage.
     delegate.readActivePlanValuesNow();
-    delegate.resetCurrent();
+    delegate.plans().resetPeriod(delegate.values().monthStartDate, delegate.values().monthEndDate);
     if (existingBytes > 0)
-        delegate.addUsageToCurrent(existingBytes);
+        delegate.plans().addUsageToCurrent(existingBytes);
     c->performAndWait([&] { delegate.computeCurrentValues(c); });
 }
 

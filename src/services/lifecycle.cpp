@@ -42,7 +42,7 @@ bool DataUsageAppDelegate::completeLaunch()
 void DataUsageAppDelegate::windowActivated()
 {
     m_applicationState = Active;
-    setupUserDefaultsForNewInstall();
+    m_plans.setUpNewInstall();
     m_alerts.clearOldNotifications();
     checkDataUsageWithCompletionHandler(nullptr);
     if (m_alerts.canShowAlertOnRootView())
@@ -66,7 +66,7 @@ void DataUsageAppDelegate::enterForeground()
 void DataUsageAppDelegate::enterBackground()
 {
     m_applicationState = Background;
-    dropOtherPlanStore();
+    m_plans.dropOtherPlanStore();
     m_hostNames.dropCache(); // pages still open keep theirs until they go
     PlatformApplication *app = m_services.application;
     if (!app || m_backgroundTask != PlatformApplication::kInvalidTask)

@@ -1,28 +1,30 @@
 // Plans: creating, switching and removing them, and the two corrections of the current period.
 #include "core/dispatchqueue.h"
 #include "core/settingskeys.h"
-#include "datausageappdelegate.h"
+#include "core/storecontext.h"
+#include "location.h"
 #include "logging.h"
+#include "planservice.h"
 
 #include <QFile>
+#include <QMetaMethod>
 
-void DataUsageAppDelegate::removeAPlan(const QString &plan)
+PlanService::PlanService(SharedCode &shared, const LocationTracker &location, QObject *parent)
+    : QObject(parent), m_shared(shared), m_location(location)
+{}
+
+void PlanService::removePlan(const QString &plan)
 {
     if (plan.isEmpty() || plan == m_shared.activePlanID())
         return;
-    removeSQLFileForPlan(plan); // the store first, then the settings
+    QFile::remove(m_shared.sqliteURLForPlan(plan)); // the store first, then the settings
     SettingsDomain &pref = m_shared.userPref();
     QVariantMap plans = pref.dictionaryForKey(Keys::PREF_ALL_PLANS);
     plans.remove(plan);
     pref.setValue(Keys::PREF_ALL_PLANS, plans);
 }
 
-void DataUsageAppDelegate::removeSQLFileForPlan(const QString &plan)
-{
-    QFile::remove(m_shared.sqliteURLForPlan(plan));
-}
-
-void DataUsageAppDelegate::switchPlan(const QString &plan, std::function<void()> done)
+void PlanService::switchPlan(const QString &plan, std::function<void()> done)
 {
     if (plan == m_shared.activePlanID()) {
         if (done)
@@ -33,7 +35,7 @@ void DataUsageAppDelegate::switchPlan(const QString &plan, std::function<void()>
         m_shared.userPref().setValue(Keys::PREF_ACTIVE_PLAN, plan);
         m_shared.userPref().synchronize();
         dropOtherPlanStore();
-        doComputeValuesOnly();
+        emit activePlanChanged();
         if (done)
             done();
     };
@@ -51,20 +53,19 @@ void DataUsageAppDelegate::switchPlan(const QString &plan, std::function<void()>
     });
 }
 
-void DataUsageAppDelegate::resetCurrent()
+void PlanService::resetPeriod(const QDateTime &start, const QDateTime &end)
 {
     const std::shared_ptr<StoreContext> context = m_shared.activeStore();
     if (!context)
         return;
-    const CurrentValues v = values();
     StoreContext *c = context.get();
-    c->perform([c, v] {
-        c->deleteEvents(v.monthStartDate, v.monthEndDate);
+    c->perform([c, start, end] {
+        c->deleteEvents(start, end);
         c->save();
     });
 }
 
-void DataUsageAppDelegate::addUsageToCurrent(double bytes)
+void PlanService::addUsageToCurrent(double bytes)
 {
     const std::shared_ptr<StoreContext> context = m_shared.activeStore();
     if (!(bytes > 0) || !context)
@@ -77,11 +78,66 @@ void DataUsageAppDelegate::addUsageToCurrent(double bytes)
     });
 }
 
-void DataUsageAppDelegate::showHistoryForPlan(const QString &plan, QObject *presenter, bool animated)
+void PlanService::showHistoryForPlan(const QString &plan, QObject *presenter, bool animated)
 {
-    if (!presentHistory) {
+    if (!isSignalConnected(QMetaMethod::fromSignal(&PlanService::historyRequested))) {
         qCWarning(lcApp) << "no screen can show the history of plan" << plan;
         return;
     }
-    presentHistory(plan, presenter, animated);
+    emit historyRequested(plan, presenter, animated);
+}
+
+void PlanService::setUpNewInstall()
+{
+    if (!m_shared.activePlanID().isNull())
+        return;
+    // Decided with the file locked: processes starting at once on a new installation make one
+    // first plan between them, not one each.
+    SettingsDomain &pref = m_shared.userPref();
+    pref.transaction([&] {
+        if (!m_shared.activePlanID().isNull())
+            return;
+        QVariantMap plan = makeNewPlan();
+        plan.insert(Keys::PREF_PLAN_LABEL, QStringLiteral("Default"));
+        addPlan(plan);
+        pref.setValue(Keys::PREF_ACTIVE_PLAN, plan.value(Keys::PREF_PLAN_ID));
+        pref.setValue(Keys::PREF_ALERT1, 50.0);
+        pref.setValue(Keys::PREF_ALERT2, 70.0);
+        pref.setValue(Keys::PREF_ALERT3, 90.0);
+        pref.setValue(Keys::PREF_ALERT4, 100.0);
+    });
+}
+
+QVariantMap PlanService::makeNewPlan() const
+{
+    const QString id = SharedCode::newPlanIdentifier();
+    return QVariantMap{
+        {Keys::PREF_PLAN_ID, id},
+        {Keys::PREF_PLAN_DBNAME, id + QStringLiteral(".sqlite")},
+        {Keys::PREF_PLAN_LABEL, QStringLiteral("Plan")},
+        {Keys::PREF_BILLTYPE, qint64(0)},
+        {Keys::PREF_BILLDAY, qint64(1)},
+        {Keys::PREF_THRES_MONTHLY, 2147483648.0},
+        {Keys::PREF_DATA_DISPLAY_CAP, QVariantList{QStringLiteral("2"), qint64(1)}},
+    };
+}
+
+void PlanService::addPlan(const QVariantMap &plan)
+{
+    SettingsDomain &pref = m_shared.userPref();
+    QVariantMap plans = pref.dictionaryForKey(Keys::PREF_ALL_PLANS);
+    plans.insert(plan.value(Keys::PREF_PLAN_ID).toString(), plan);
+    pref.setValue(Keys::PREF_ALL_PLANS, plans);
+}
+
+std::shared_ptr<StoreContext> PlanService::storeForPlan(const QString &plan)
+{
+    if (plan.isEmpty())
+        return nullptr;
+    if (plan == m_shared.activePlanID())
+        return m_shared.activeStore();
+    if (m_otherPlanStore && m_otherPlanStore->name() == plan)
+        return m_otherPlanStore;
+    m_otherPlanStore = m_shared.makeStoreForPlan(plan);
+    return m_otherPlanStore;
 }

@@ -41,7 +41,7 @@ private slots:
         TestContainer c;
         auto shared = c.open();
         DataUsageAppDelegate delegate(*shared);
-        delegate.setupUserDefaultsForNewInstall();
+        delegate.plans().setUpNewInstall();
         const QString id = shared->activePlanID();
         QCOMPARE(id.size(), 36);
         QCOMPARE(id, id.toUpper());
@@ -50,9 +50,10 @@ private slots:
                  id + QStringLiteral(".sqlite"));
         QCOMPARE(shared->doubleForPlan(QString(), Keys::PREF_THRES_MONTHLY), 2147483648.0);
         QCOMPARE(shared->userPref().doubleForKey(Keys::PREF_ALERT3), 90.0);
-        delegate.setupUserDefaultsForNewInstall(); // once there is an active plan: nothing
+        delegate.plans().setUpNewInstall(); // once there is an active plan: nothing
         QCOMPARE(shared->userPref().dictionaryForKey(Keys::PREF_ALL_PLANS).size(), 1);
-        QCOMPARE(delegate.makeNewPlan().value(Keys::PREF_PLAN_LABEL).toString(), QStringLiteral("Plan"));
+        QCOMPARE(delegate.plans().makeNewPlan().value(Keys::PREF_PLAN_LABEL).toString(),
+                 QStringLiteral("Plan"));
     }
 
     void migration_data()
@@ -111,20 +112,20 @@ private slots:
         TestContainer c;
         auto shared = c.open();
         DataUsageAppDelegate delegate(*shared);
-        delegate.setupUserDefaultsForNewInstall();
-        QVariantMap other = delegate.makeNewPlan();
-        delegate.addAPlan(other);
+        delegate.plans().setUpNewInstall();
+        QVariantMap other = delegate.plans().makeNewPlan();
+        delegate.plans().addPlan(other);
         const QString active = shared->activePlanID(), otherId = other.value(Keys::PREF_PLAN_ID).toString();
         QVERIFY(!shared->makeStoreForPlan(QString()));
-        QVERIFY(!delegate.storeForPlan(QString()));
+        QVERIFY(!delegate.plans().storeForPlan(QString()));
         auto a = shared->activeStore();
         QCOMPARE(a->name(), active);
         QCOMPARE(shared->activeStore(), a);
-        QCOMPARE(delegate.storeForPlan(active), a);
-        auto o = delegate.storeForPlan(otherId);
+        QCOMPARE(delegate.plans().storeForPlan(active), a);
+        auto o = delegate.plans().storeForPlan(otherId);
         QCOMPARE(o->name(), otherId);
         QCOMPARE(o->path(), c.dir.filePath(otherId + QStringLiteral(".sqlite")));
-        QCOMPARE(delegate.storeForPlan(otherId), o);
+        QCOMPARE(delegate.plans().storeForPlan(otherId), o);
         shared->userPref().setValue(Keys::PREF_ACTIVE_PLAN, otherId);
         QCOMPARE(shared->activeStore()->name(), otherId);
         QVERIFY(shared->activeStore() != o); // the active context is the shared one, not the cache

@@ -126,7 +126,7 @@ private slots:
             ctx->insertEvent(Event{ten, 99999}); // no position
             return ctx->save();
         });
-        DayViewController day(delegate, delegate.hostNames(), QStringLiteral("P"));
+        DayViewController day(delegate.plans(), delegate.hostNames(), QStringLiteral("P"));
         auto *map = qobject_cast<MapViewController *>(day.child(1));
         QVERIFY(map);
         QAbstractItemModelTester cards(map->cards(), QAbstractItemModelTester::FailureReportingMode::QtTest);

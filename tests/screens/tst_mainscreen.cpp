@@ -30,7 +30,7 @@ struct Screen
     explicit Screen(const QDateTime &now = QDateTime(QDate(2026, 3, 10), QTime(14, 25)))
         : container(now), shared(container.open()), delegate(*shared)
     {
-        delegate.setupUserDefaultsForNewInstall();
+        delegate.plans().setUpNewInstall();
         shared->userPref().setValue(Keys::PREF_SHOWED_SETUP, true);
     }
     ~Screen()

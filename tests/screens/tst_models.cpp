@@ -26,7 +26,7 @@ struct Plan
         shared->setForPlan(QString(), Keys::PREF_BILLDAY, 1);
         for (int i = 1; i <= 4; ++i)
             shared->userPref().setValue(Keys::alert(i), 25.0 * i);
-        auto ctx = delegate.storeForPlan(QStringLiteral("P"));
+        auto ctx = delegate.plans().storeForPlan(QStringLiteral("P"));
         onQueue(*ctx, [&] {
             for (int day = 1; day <= 9; day += 4)
                 ctx->insertEvent(Event{QDateTime(QDate(2026, 3, day), QTime(9, 0)), 100.0 * day, 1, 50, 2});
@@ -67,7 +67,7 @@ private slots:
     void historyRows()
     {
         Plan p;
-        CycleViewController period(p.delegate, QStringLiteral("P"), p.shared->clock().now());
+        CycleViewController period(p.delegate.plans(), QStringLiteral("P"), p.shared->clock().now());
         QAbstractItemModelTester tester(period.rows(),
                                         QAbstractItemModelTester::FailureReportingMode::QtTest);
         QTRY_VERIFY(!period.busy());
@@ -86,11 +86,11 @@ private slots:
     void anotherPeriodShowsItIsLoading()
     {
         Plan p;
-        CycleViewController period(p.delegate, QStringLiteral("P"), p.shared->clock().now());
+        CycleViewController period(p.delegate.plans(), QStringLiteral("P"), p.shared->clock().now());
         QTRY_VERIFY(!period.busy());
         QCOMPARE(period.rowCount(), 3);
         QSemaphore gate;
-        p.delegate.storeForPlan(QStringLiteral("P"))->perform([&gate] { gate.acquire(); });
+        p.delegate.plans().storeForPlan(QStringLiteral("P"))->perform([&gate] { gate.acquire(); });
         QSignalSpy changed(&period, &TimeChartViewController::changed);
         const QString before = period.title();
         period.reloadWithDate(QDateTime(QDate(2026, 2, 10), QTime(12, 0)));
@@ -107,9 +107,9 @@ private slots:
     void plansAndThresholds()
     {
         Plan p;
-        QVariantMap other = p.delegate.makeNewPlan();
+        QVariantMap other = p.delegate.plans().makeNewPlan();
         other.insert(Keys::PREF_PLAN_LABEL, QStringLiteral("Laptop"));
-        p.delegate.addAPlan(other);
+        p.delegate.plans().addPlan(other);
         SelectPlanController select(p.delegate);
         QAbstractItemModelTester plans(select.plans(),
                                        QAbstractItemModelTester::FailureReportingMode::QtTest);
@@ -145,7 +145,7 @@ private slots:
     {
         Plan p;
         p.container.clock.set(QDateTime(QDate(2026, 3, 9), QTime(20, 0)));
-        DayViewController day(p.delegate, p.delegate.hostNames(), QStringLiteral("P"));
+        DayViewController day(p.delegate.plans(), p.delegate.hostNames(), QStringLiteral("P"));
         auto *net = qobject_cast<NetViewController *>(day.child(2));
         QAbstractItemModelTester tester(net->addresses(),
                                         QAbstractItemModelTester::FailureReportingMode::QtTest);

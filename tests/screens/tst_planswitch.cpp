@@ -95,14 +95,13 @@ private slots:
         LinuxNetworkInterfaces interfaces(path("net_dev"), path("sys"));
         SharedCode shared(SharedCode::Services{path("container"), &interfaces});
         DataUsageAppDelegate delegate(shared);
-        delegate.setupUserDefaultsForNewInstall();
-        delegate.presentHistory = [](const QString &, QObject *, bool) {};
+        delegate.plans().setUpNewInstall();
         shared.userPref().setValue(Keys::PREF_SHOWED_SETUP, true);
         const QString phone = shared.activePlanID();
         shared.setForPlan(phone, Keys::PREF_PLAN_LABEL, QStringLiteral("Phone"));
-        QVariantMap travel = delegate.makeNewPlan();
+        QVariantMap travel = delegate.plans().makeNewPlan();
         travel.insert(Keys::PREF_PLAN_LABEL, QStringLiteral("Travel"));
-        delegate.addAPlan(travel);
+        delegate.plans().addPlan(travel);
         const QString travelID = travel.value(Keys::PREF_PLAN_ID).toString();
         QVERIFY(shared.userPref().synchronize());
 

@@ -41,8 +41,7 @@ struct App
 {
     explicit App(bool setUp) : shared(container.open()), delegate(*shared)
     {
-        delegate.setupUserDefaultsForNewInstall();
-        delegate.presentHistory = [](const QString &, QObject *, bool) {};
+        delegate.plans().setUpNewInstall();
         shared->userPref().setValue(Keys::PREF_SHOWED_SETUP, setUp);
         if (auto c = shared->activeStore()) {
             c->performAndWait([&] {

@@ -27,7 +27,7 @@ struct Plans
 {
     Plans() : shared(container.open()), delegate(*shared)
     {
-        delegate.setupUserDefaultsForNewInstall();
+        delegate.plans().setUpNewInstall();
         plan = shared->activePlanID();
     }
     ~Plans()
@@ -348,7 +348,7 @@ private slots:
     {
         Plans p;
         // Last period (February) used 500 MB of the 2 GB cap.
-        auto context = p.delegate.storeForPlan(p.plan);
+        auto context = p.delegate.plans().storeForPlan(p.plan);
         onQueue(*context, [&] {
             context->insertEvent({QDateTime(QDate(2026, 2, 14), QTime(9, 0)), 500 * 1048576.0, 0, 0, 0});
             return context->save();
@@ -418,7 +418,7 @@ private slots:
         QCOMPARE(checked(c), QList<int>{ResetController::BadgeRow});
 
         // Reset asks first; only its destructive answer deletes the period's records.
-        p.delegate.addUsageToCurrent(1000);
+        p.delegate.plans().addUsageToCurrent(1000);
         p.delegate.readActivePlanValuesNow();
         QSignalSpy asked(&c, &MenuController::ask);
         QSignalSpy back(&c, &MenuController::goBack);

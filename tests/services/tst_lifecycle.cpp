@@ -39,7 +39,7 @@ struct World
         s.notifications = &center;
         s.refreshStatus = &refresh;
         delegate = std::make_unique<DataUsageAppDelegate>(*shared, s);
-        delegate->setupUserDefaultsForNewInstall();
+        delegate->plans().setUpNewInstall();
         shared->setForPlan(QString(), Keys::PREF_THRES_MONTHLY, 1000.0);
         container.interfaces.counters = QList<LinkCounters>{{QStringLiteral("pdp_ip0"), 100, 100}};
     }

@@ -104,7 +104,7 @@ private slots:
         DataUsageAppDelegate::Services s;
         s.location = &location;
         DataUsageAppDelegate delegate(*shared, s);
-        delegate.setupUserDefaultsForNewInstall();
+        delegate.plans().setUpNewInstall();
         delegate.location().follow();
         QCOMPARE(location.starts, 0); // the setting is off
         QCOMPARE(delegate.location().currentCoordinate().latitude, kUnknownCoordinate);

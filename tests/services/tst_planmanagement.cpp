@@ -22,11 +22,11 @@ struct Plans
 {
     Plans() : shared(container.open()), delegate(*shared)
     {
-        delegate.setupUserDefaultsForNewInstall();
+        delegate.plans().setUpNewInstall();
         first = shared->activePlanID();
-        QVariantMap plan = delegate.makeNewPlan();
+        QVariantMap plan = delegate.plans().makeNewPlan();
         second = plan.value(Keys::PREF_PLAN_ID).toString();
-        delegate.addAPlan(plan);
+        delegate.plans().addPlan(plan);
     }
     ~Plans()
     {
@@ -37,7 +37,7 @@ struct Plans
 
     double cellIn(const QString &plan)
     {
-        auto context = delegate.storeForPlan(plan);
+        auto context = delegate.plans().storeForPlan(plan);
         return onQueue(*context, [&] { return context->sum(ever(), never())->cellIn; });
     }
 
@@ -62,9 +62,9 @@ private slots:
         p.cellIn(p.second); // creates its store file
         const QString file = p.shared->sqliteURLForPlan(p.second);
         QVERIFY(QFile::exists(file));
-        p.delegate.removeAPlan(p.first); // the active plan: refused
+        p.delegate.plans().removePlan(p.first); // the active plan: refused
         QCOMPARE(p.shared->userPref().dictionaryForKey(Keys::PREF_ALL_PLANS).size(), 2);
-        p.delegate.removeAPlan(p.second);
+        p.delegate.plans().removePlan(p.second);
         QVERIFY(!QFile::exists(file));
         QCOMPARE(p.shared->userPref().dictionaryForKey(Keys::PREF_ALL_PLANS).keys(), QStringList{p.first});
     }
@@ -82,14 +82,14 @@ private slots:
         sample(1500);
         p.container.interfaces.counters = QList<LinkCounters>{{QStringLiteral("pdp_ip0"), 1800, 0}};
         bool done = false;
-        p.delegate.switchPlan(p.second, [&] { done = true; });
+        p.delegate.plans().switchPlan(p.second, [&] { done = true; });
         QTRY_VERIFY(done);
         QCOMPARE(p.shared->activePlanID(), p.second);
         sample(2000);
         QCOMPARE(p.cellIn(p.first), 800.0);
         QCOMPARE(p.cellIn(p.second), 200.0);
         bool again = false;
-        p.delegate.switchPlan(p.second, [&] { again = true; }); // already active: nothing to do
+        p.delegate.plans().switchPlan(p.second, [&] { again = true; }); // already active: nothing to do
         QVERIFY(again);
     }
 
@@ -99,9 +99,9 @@ private slots:
         p.shared->setForPlan(p.first, Keys::PREF_PLAN_LABEL, QStringLiteral("b"));
         p.shared->setForPlan(p.second, Keys::PREF_PLAN_LABEL, QStringLiteral("A"));
         for (const char *label : {"a10", "a9"}) {
-            QVariantMap plan = p.delegate.makeNewPlan();
+            QVariantMap plan = p.delegate.plans().makeNewPlan();
             plan.insert(Keys::PREF_PLAN_LABEL, QString::fromLatin1(label));
-            p.delegate.addAPlan(plan);
+            p.delegate.plans().addPlan(plan);
         }
         SelectPlanController list(p.delegate);
         QCOMPARE(list.labels(), (QStringList{"A", "a9", "a10", "b"}));
@@ -126,15 +126,15 @@ private slots:
             context->save();
             return p.delegate.readCurrentValues(context.get());
         });
-        p.delegate.addUsageToCurrent(0);
-        p.delegate.addUsageToCurrent(-5);
-        p.delegate.addUsageToCurrent(100);
+        p.delegate.plans().addUsageToCurrent(0);
+        p.delegate.plans().addUsageToCurrent(-5);
+        p.delegate.plans().addUsageToCurrent(100);
         const QList<Event> added =
             onQueue(*context, [&] { return context->events(p.container.clock.now(), never()); });
         QCOMPARE(added.size(), 1);
         QCOMPARE(added[0].cellIn, 100.0);
         QCOMPARE(added[0].latitude, kUnknownCoordinate);
-        p.delegate.resetCurrent();
+        p.delegate.plans().resetPeriod(p.delegate.values().monthStartDate, p.delegate.values().monthEndDate);
         QCOMPARE(p.cellIn(p.first), 7.0); // earlier periods stay
     }
 
@@ -190,10 +190,11 @@ private slots:
 
         // Usage History asks whoever presents screens for the plan's day screen.
         QString shown;
-        p.delegate.presentHistory = [&](const QString &plan, QObject *presenter, bool) {
-            shown = plan;
-            QCOMPARE(presenter, &screen);
-        };
+        QObject::connect(&p.delegate.plans(), &PlanService::historyRequested,
+                         [&](const QString &plan, QObject *presenter, bool) {
+                             shown = plan;
+                             QCOMPARE(presenter, &screen);
+                         });
         screen.selectRow(1, 2);
         QCOMPARE(shown, p.second);
 

@@ -17,7 +17,7 @@ struct World
         : container(now), shared(container.open()),
           delegate(*shared, DataUsageAppDelegate::Services{&center, &badge, &refresh})
     {
-        delegate.setupUserDefaultsForNewInstall();
+        delegate.plans().setUpNewInstall();
         shared->setForPlan(QString(), Keys::PREF_THRES_MONTHLY, 100 * MB);
         context = shared->activeStore();
     }
