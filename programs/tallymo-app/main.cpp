@@ -250,7 +250,7 @@ int main(int argc, char **argv)
     screens.main()->setStillFrames(pictures);
     delegate.completeLaunch();
     // The figures as stored, so the first frame shows them; activation then takes a fresh sample.
-    delegate.readActivePlanValuesNow();
+    delegate.figures().readActivePlanValuesNow();
     screens.main()->reloadValues();
 
     // Glyphs rasterised once into a texture: cheaper to draw each frame than distance-field text,

@@ -289,7 +289,7 @@ int planChange(const Arguments &a, Environment &env, const QString &usage)
         if (!confirm(a, QCoreApplication::translate("ResetController",
                                                     "This will delete current usage statistics.")))
             return 1;
-        s.delegate.readActivePlanValuesNow(); // the period the reset deletes
+        s.delegate.figures().readActivePlanValuesNow(); // the period the reset deletes
         s.delegate.plans().resetPeriod(s.delegate.values().monthStartDate, s.delegate.values().monthEndDate);
         drainActiveQueue(s.shared);
         return 0;

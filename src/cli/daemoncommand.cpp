@@ -20,7 +20,7 @@ namespace {
 // Prints a line for each wake-up: what triggered it, what the sample recorded, the figures.
 void report(DataUsageAppDelegate &delegate, const QString &trigger)
 {
-    const SampleResult r = delegate.lastSample();
+    const SampleResult r = delegate.figures().lastSample();
     const CurrentValues v = delegate.values();
     QString what;
     if (!r.failure.isEmpty())

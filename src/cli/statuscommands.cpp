@@ -42,14 +42,14 @@ Figures readFigures(Services &s, const QString &plan)
         s.delegate.plans().storeForPlan(plan.isNull() ? s.shared.activePlanID() : plan);
     Figures f;
     context->performAndWait([&] {
-        f.v = s.delegate.readCurrentValues(context.get(), plan);
+        f.v = s.delegate.figures().readCurrentValues(context.get(), plan);
         f.cap = DataCap::effectiveDataCap(s.shared, context.get(), plan);
     });
-    f.ratio = s.delegate.forecastRatio(f.v);
+    f.ratio = s.delegate.figures().forecastRatio(f.v);
     f.forecast = DataCap::forecastText(f.ratio);
     f.color = ColorScheme::colorForRatio(s.shared, f.ratio);
     f.level = AlertService::thresholdLevelFor(f.v.monthPercent, s.shared.userPref());
-    f.timeLeft = s.delegate.timeLeft(f.v, plan);
+    f.timeLeft = s.delegate.figures().timeLeft(f.v, plan);
     return f;
 }
 
@@ -181,7 +181,7 @@ int refresh(const QStringList &args, Environment &env)
     });
     if (!result)
         QCoreApplication::exec();
-    const SampleResult r = s.delegate.lastSample();
+    const SampleResult r = s.delegate.figures().lastSample();
     const CurrentValues v = s.delegate.values();
     print(QStringLiteral("%1; cellular %2 (%3%), Wi-Fi %4, alert level %5\n")
               .arg(!r.locked ? QStringLiteral("sample skipped (another process is sampling)")

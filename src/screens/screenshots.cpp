@@ -191,7 +191,7 @@ void ScreenshotRun::invoke(const char *function, const QVariant &argument)
 
 void ScreenshotRun::recompute()
 {
-    m_screens.delegate().readActivePlanValuesNow();
+    m_screens.delegate().figures().readActivePlanValuesNow();
     m_screens.main()->reloadValues();
 }
 

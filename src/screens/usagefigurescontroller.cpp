@@ -36,11 +36,12 @@ void UsageFiguresController::reloadValues()
                        v.monthWifiIn != m_values.monthWifiIn || v.monthWifiOut != m_values.monthWifiOut ||
                        v.monthPercent != m_values.monthPercent;
     m_values = v;
-    const double ratio = v.monthEndDate.isValid() ? m_delegate->forecastRatio(v) : 0;
+    const double ratio = v.monthEndDate.isValid() ? m_delegate->figures().forecastRatio(v) : 0;
     const bool forecast = ratio != m_forecastRatio;
     m_forecastRatio = ratio;
-    const std::pair<qint64, QString> left =
-        v.monthEndDate.isValid() ? m_delegate->timeLeft(v) : std::pair<qint64, QString>{0, QString()};
+    const std::pair<qint64, QString> left = v.monthEndDate.isValid()
+                                                ? m_delegate->figures().timeLeft(v)
+                                                : std::pair<qint64, QString>{0, QString()};
     const bool time = left != m_timeLeft;
     m_timeLeft = left;
     if (period)

@@ -8,7 +8,7 @@
 DataUsageAppDelegate::DataUsageAppDelegate(SharedCode &shared) : DataUsageAppDelegate(shared, Services()) {}
 
 DataUsageAppDelegate::DataUsageAppDelegate(SharedCode &shared, Services services)
-    : m_shared(shared), m_services(services), m_location(shared, services.location),
+    : m_shared(shared), m_services(services), m_figures(shared), m_location(shared, services.location),
       m_watch(shared, m_location, services.watch), m_push(services.push), m_search(shared),
       m_hostNames(services.hostNames), m_alerts(shared), m_plans(shared, m_location)
 {

@@ -10,6 +10,7 @@
 #include "pushsubscription.h"
 #include "queuedwork.h"
 #include "searchpublisher.h"
+#include "usagefigures.h"
 #include "watchlink.h"
 
 #include <QMutex>
@@ -20,20 +21,6 @@
 
 class WatchSession;
 class QObject;
-
-// The figures of the active plan's current billing period.
-struct CurrentValues
-{
-    QDateTime monthStartDate;
-    QDateTime monthEndDate;
-    double monthCellIn = 0;
-    double monthCellOut = 0;
-    double monthCell = 0;
-    double monthWifiIn = 0;
-    double monthWifiOut = 0;
-    double monthWifi = 0;
-    double monthPercent = 0; // of the effective cap, unrounded; 0 without a cap
-};
 
 // The application's delegate: the current figures, the alerts and notifications, the plans, and
 // what lives for the whole process beside the shared logic.
@@ -69,13 +56,9 @@ public:
     RootController *rootController() const { return m_root; }
     void setRootController(RootController *root);
 
-    // Current figures. The compute functions run on the given (active plan's) context's queue.
-    CurrentValues values() const;
-    // Reads the figures from the store (a failed read keeps the previous ones) without telling anyone.
-    // For another plan than the active one, the figures are returned and not kept.
-    CurrentValues readCurrentValues(StoreContext *context, const QString &plan = QString());
-    // The same for the active plan from the main thread, waiting for its store's queue.
-    CurrentValues readActivePlanValuesNow();
+    // The current figures, computed again on the given (active plan's) context's queue and posted
+    // to the main screen, the widget, the watch and the badge, with the alert level.
+    CurrentValues values() const { return m_figures.values(); }
     void computeCurrentValues(StoreContext *context);
     void computeCurrentValues(StoreContext *context, bool inBackground);
     void doComputeValuesOnly();
@@ -84,10 +67,6 @@ public:
     void refreshWidget();
     // The badge number the figures call for: the rounded percentage, or 0.
     qint64 badgeNumber();
-    // Time left in the period: hours for a daily plan, else whole days; with its unit word.
-    std::pair<qint64, QString> timeLeft(const CurrentValues &v, const QString &plan = QString()) const;
-    // The forecast ratio of the figures at the clock's now.
-    double forecastRatio(const CurrentValues &v) const;
 
     // Lifecycle: called by the platform on the main thread.
     bool prepareLaunch();
@@ -124,11 +103,9 @@ public:
     HostNameLookups &hostNames() { return m_hostNames; }
     AlertService &alerts() { return m_alerts; }
     PlanService &plans() { return m_plans; }
-    // What the main screen hands the watch: percent, colour, forecast, used, time left.
-    QVariantMap mainScreenRecord() const;
+    UsageFigures &figures() { return m_figures; }
+    const UsageFigures &figures() const { return m_figures; }
 
-    // The last sample the usage check took (for what the command line reports).
-    SampleResult lastSample() const;
     // The background service is the only process that runs for long on a desktop that never opens
     // the app: it keeps the bill-cycle reminders scheduled itself, once per period.
     void setSchedulesRemindersInBackground(bool on) { m_schedulesRemindersInBackground = on; }
@@ -142,11 +119,8 @@ private:
     Services m_services;
     int m_applicationState = Active;
     RootController *m_root = nullptr;
-    mutable QMutex m_valuesMutex;
-    CurrentValues m_values;
-    SampleResult m_lastSample;
+    UsageFigures m_figures;
     std::atomic<bool> m_schedulesRemindersInBackground{false};
-    QDateTime m_remindersScheduledFor; // the period end they were scheduled for, under m_valuesMutex
     int m_bgTaskUpdateUsage = PlatformApplication::kInvalidTask;
     int m_backgroundTask = PlatformApplication::kInvalidTask;
     LocationTracker m_location;

@@ -13,7 +13,7 @@ void resetWithExistingUsage(DataUsageAppDelegate &delegate, double existingBytes
         return;
     StoreContext *c = context.get();
     // The period as the settings now have it: the reset deletes exactly that period's usage.
-    delegate.readActivePlanValuesNow();
+    delegate.figures().readActivePlanValuesNow();
     delegate.plans().resetPeriod(delegate.values().monthStartDate, delegate.values().monthEndDate);
     if (existingBytes > 0)
         delegate.plans().addUsageToCurrent(existingBytes);

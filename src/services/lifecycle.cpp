@@ -21,11 +21,7 @@ QString tr(const char *text)
 bool DataUsageAppDelegate::prepareLaunch()
 {
     m_applicationState = Background;
-    {
-        QMutexLocker locker(&m_valuesMutex);
-        m_values.monthStartDate = QDateTime();
-        m_values.monthEndDate = QDateTime();
-    }
+    m_figures.forgetPeriod();
     initPush();
     m_location.follow();
     m_watch.connectSession();
@@ -96,8 +92,7 @@ void DataUsageAppDelegate::shutDown()
     QSemaphore done;
     context->perform([&] {
         const SampleResult sample = m_shared.sampleUsage(context.get(), loc);
-        QMutexLocker locker(&m_valuesMutex);
-        m_lastSample = sample;
+        m_figures.setLastSample(sample);
         done.release();
     });
     done.acquire();
@@ -157,10 +152,7 @@ void DataUsageAppDelegate::checkDataUsageWithCompletionHandler(CompletionHandler
             computeCurrentValues(c, inBackground);
             // Without a window there is no screen to alert on: the alert is a notification.
             m_alerts.applyUsageAlertRule(before, inBackground || !m_root, values().monthPercent);
-            {
-                QMutexLocker locker(&m_valuesMutex);
-                m_lastSample = sample;
-            }
+            m_figures.setLastSample(sample);
         } catch (const std::exception &e) {
             qCWarning(lcApp, "usage check failed: %s", e.what());
         }
@@ -175,12 +167,6 @@ void DataUsageAppDelegate::callCompletionHandler(const CompletionHandler &handle
     static const QDateTime reference(QDate(2001, 1, 1), QTime(0, 0), Qt::UTC);
     const qint64 s = reference.msecsTo(m_shared.clock().now()) / 1000; // truncated towards zero
     handler(s % 3 == 0 ? FetchResult::NewData : FetchResult::NoData);
-}
-
-SampleResult DataUsageAppDelegate::lastSample() const
-{
-    QMutexLocker locker(&m_valuesMutex);
-    return m_lastSample;
 }
 
 QString DataUsageAppDelegate::getBundleVersion()

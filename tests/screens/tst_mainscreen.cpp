@@ -45,7 +45,7 @@ struct Screen
         c->performAndWait([&] {
             c->insertEvent({container.clock.now().addSecs(-60), cell, 0, wifi, 0});
             c->save();
-            delegate.readCurrentValues(c.get());
+            delegate.figures().readCurrentValues(c.get());
         });
     }
     void setPercent(double percent) // through the cap: 1 GB used

@@ -47,7 +47,7 @@ struct App
             c->performAndWait([&] {
                 c->insertEvent({container.clock.now().addSecs(-600), 50 * 1048576.0, 0, 70 * 1048576.0, 0});
                 c->save();
-                delegate.readCurrentValues(c.get());
+                delegate.figures().readCurrentValues(c.get());
             });
         }
         screens = std::make_unique<Screens>(delegate, Screens::Platform{});

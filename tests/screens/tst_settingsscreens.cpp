@@ -419,7 +419,7 @@ private slots:
 
         // Reset asks first; only its destructive answer deletes the period's records.
         p.delegate.plans().addUsageToCurrent(1000);
-        p.delegate.readActivePlanValuesNow();
+        p.delegate.figures().readActivePlanValuesNow();
         QSignalSpy asked(&c, &MenuController::ask);
         QSignalSpy back(&c, &MenuController::goBack);
         c.answer(0); // nothing was asked

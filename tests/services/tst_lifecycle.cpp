@@ -141,7 +141,7 @@ private slots:
         QCOMPARE(first, QList<FetchResult>{FetchResult::NewData});
         QVERIFY(!w.delegate->isCheckingUsage());
         QVERIFY(w.app.open.isEmpty());
-        QVERIFY(w.delegate->lastSample().locked);
+        QVERIFY(w.delegate->figures().lastSample().locked);
     }
 
     // The store queues outlive the delegate: what it queued and had not started when it went is
@@ -234,7 +234,7 @@ private slots:
         w.settle();
         w.settle();
         QCOMPARE(root.shortcuts, handled ? QStringList{type} : QStringList());
-        QCOMPARE(w.delegate->lastSample().countersRead, known); // the usage check ran first
+        QCOMPARE(w.delegate->figures().lastSample().countersRead, known); // the usage check ran first
     }
 
     void activationAndTermination()
@@ -271,8 +271,8 @@ private slots:
         // Termination waits for a last sample.
         w.container.interfaces.counters = QList<LinkCounters>{{QStringLiteral("pdp_ip0"), 150, 130}};
         w.delegate->shutDown();
-        QCOMPARE(w.delegate->lastSample().event->cellIn, 50.0);
-        QCOMPARE(w.delegate->lastSample().event->cellOut, 30.0);
+        QCOMPARE(w.delegate->figures().lastSample().event->cellIn, 50.0);
+        QCOMPARE(w.delegate->figures().lastSample().event->cellOut, 30.0);
     }
 };
 

@@ -124,7 +124,7 @@ private slots:
             context->insertEvent(Event{QDateTime(QDate(2026, 2, 27), QTime()), 7});
             context->insertEvent(Event{QDateTime(QDate(2026, 3, 2), QTime()), 9});
             context->save();
-            return p.delegate.readCurrentValues(context.get());
+            return p.delegate.figures().readCurrentValues(context.get());
         });
         p.delegate.plans().addUsageToCurrent(0);
         p.delegate.plans().addUsageToCurrent(-5);

@@ -71,7 +71,7 @@ private slots:
         QCOMPARE(v.monthCell, 15 * MB);
         QCOMPARE(v.monthWifi, 7.0);
         QCOMPARE(v.monthPercent, 15.0);
-        QCOMPARE(w.delegate.timeLeft(v), (std::pair<qint64, QString>(22, QStringLiteral("days"))));
+        QCOMPARE(w.delegate.figures().timeLeft(v), (std::pair<qint64, QString>(22, QStringLiteral("days"))));
         QCoreApplication::sendPostedEvents();
         FakeRoot root;
         w.delegate.setRootController(&root);
