@@ -21,7 +21,7 @@ namespace {
 void report(DataUsageAppDelegate &delegate, const QString &trigger)
 {
     const SampleResult r = delegate.figures().lastSample();
-    const CurrentValues v = delegate.values();
+    const CurrentValues v = delegate.figures().values();
     QString what;
     if (!r.failure.isEmpty())
         what = QStringLiteral("not recorded: ") + r.failure; // the service goes on with what it has
@@ -39,7 +39,7 @@ void report(DataUsageAppDelegate &delegate, const QString &trigger)
               .arg(isoWithOffset(delegate.shared().clock().now()), trigger, what,
                    v.monthStartDate.date().toString(Qt::ISODate), v.monthEndDate.date().toString(Qt::ISODate),
                    DisplayFormat::getDataBytesStr(v.monthCell))
-              .arg(DataUsageAppDelegate::roundedPercent(v.monthPercent))
+              .arg(DataCap::roundedPercent(v.monthPercent))
               .arg(DisplayFormat::getDataBytesStr(v.monthWifi))
               .arg(delegate.alerts().currentThresholdLevel()));
     std::fflush(stdout);

@@ -98,13 +98,13 @@ int setup(const QStringList &args, Environment &env)
     QString why;
     if (!FirstRunSetup::markShown(s.delegate, &why))
         throw Failure(QStringLiteral("could not save the settings: %1").arg(why));
-    const CurrentValues v = s.delegate.values();
+    const CurrentValues v = s.delegate.figures().values();
     print(QStringLiteral("Set up: periods begin on day %1, cap %2 %3, %4 used so far (%5%).\n")
               .arg(day)
               .arg(cap->display.value(0).toString(),
                    cap->display.value(1).toInt() == 1 ? QStringLiteral("GB") : QStringLiteral("MB"))
               .arg(qint64(v.monthCell))
-              .arg(s.delegate.roundedPercent(v.monthPercent)));
+              .arg(DataCap::roundedPercent(v.monthPercent)));
     return 0;
 }
 

@@ -115,7 +115,7 @@ QString humanStatus(Services &s, const Figures &f, const QString &planId)
                    .arg(QStringLiteral("Cap"), -9)
                    .arg(DisplayFormat::getDataBytesStr(f.cap), 10)
                    .arg(bar(f.v.monthPercent, 20))
-                   .arg(DataUsageAppDelegate::roundedPercent(f.v.monthPercent))
+                   .arg(DataCap::roundedPercent(f.v.monthPercent))
                    .arg(forecast);
     else
         out += QStringLiteral("  %1 none set   %2\n").arg(QStringLiteral("Cap"), -9).arg(forecast);
@@ -182,13 +182,13 @@ int refresh(const QStringList &args, Environment &env)
     if (!result)
         QCoreApplication::exec();
     const SampleResult r = s.delegate.figures().lastSample();
-    const CurrentValues v = s.delegate.values();
+    const CurrentValues v = s.delegate.figures().values();
     print(QStringLiteral("%1; cellular %2 (%3%), Wi-Fi %4, alert level %5\n")
               .arg(!r.locked ? QStringLiteral("sample skipped (another process is sampling)")
                    : r.event ? QStringLiteral("new usage recorded")
                              : QStringLiteral("no new usage"),
                    DisplayFormat::getDataBytesStr(v.monthCell))
-              .arg(DataUsageAppDelegate::roundedPercent(v.monthPercent))
+              .arg(DataCap::roundedPercent(v.monthPercent))
               .arg(DisplayFormat::getDataBytesStr(v.monthWifi))
               .arg(s.delegate.alerts().currentThresholdLevel()));
     if (!r.failure.isEmpty()) {

@@ -11,6 +11,7 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
+#include <QStandardPaths>
 
 #include <cerrno>
 #include <charconv>
@@ -143,7 +144,8 @@ QString ExportController::footer() const
 
 QString ExportController::exportFilePath()
 {
-    return DataUsageAppDelegate::applicationLibraryDirectory() + QStringLiteral("/exportFile.json");
+    return QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) +
+           QStringLiteral("/tallymo/Library/exportFile.json");
 }
 
 QString ExportController::dateText(double seconds)

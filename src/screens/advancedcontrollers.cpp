@@ -109,7 +109,8 @@ void ResetController::answer(int index)
     const Question asked = std::exchange(m_asked, Question::None);
     if (asked != Question::Reset || index != 0)
         return;
-    m_delegate.plans().resetPeriod(m_delegate.values().monthStartDate, m_delegate.values().monthEndDate);
+    m_delegate.plans().resetPeriod(m_delegate.figures().values().monthStartDate,
+                                   m_delegate.figures().values().monthEndDate);
     m_delegate.doComputeValuesOnly();
     emit goBack();
 }

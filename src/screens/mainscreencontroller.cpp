@@ -340,7 +340,7 @@ void MainScreenController::render()
     emit layoutChanged();
 
     animateGradient();
-    d->refreshWidget();
+    WidgetHelper::reload();
     m_record = {{WStats::PERCENT, v.monthPercent},
                 {WStats::COLOR, m_hexColor},
                 {WStats::FORECAST, key},

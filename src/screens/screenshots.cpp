@@ -200,7 +200,7 @@ void ScreenshotRun::showForecast(double ratio)
 {
     recompute();
     DataUsageAppDelegate &d = m_screens.delegate();
-    const CurrentValues v = d.values();
+    const CurrentValues v = d.figures().values();
     if (!(v.monthCell > 0) || !v.monthEndDate.isValid())
         return;
     const double length = double(v.monthStartDate.msecsTo(v.monthEndDate));

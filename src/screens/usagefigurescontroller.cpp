@@ -29,7 +29,7 @@ void UsageFiguresController::reloadValues()
 {
     if (!m_delegate)
         return;
-    const CurrentValues v = m_delegate->values();
+    const CurrentValues v = m_delegate->figures().values();
     const bool period =
         v.monthStartDate != m_values.monthStartDate || v.monthEndDate != m_values.monthEndDate;
     const bool usage = v.monthCellIn != m_values.monthCellIn || v.monthCellOut != m_values.monthCellOut ||

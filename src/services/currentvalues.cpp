@@ -10,20 +10,15 @@
 
 #include <cmath>
 
-void DataUsageAppDelegate::computeCurrentValues(StoreContext *context)
-{
-    computeCurrentValues(context, false);
-}
-
 void DataUsageAppDelegate::computeCurrentValues(StoreContext *context, bool inBackground)
 {
     m_figures.readCurrentValues(context);
     postNewValues();
-    m_alerts.computeThresholdLevel(values().monthPercent);
+    m_alerts.computeThresholdLevel(m_figures.values().monthPercent);
     if (!inBackground) {
-        m_alerts.scheduleEndBillAlert(values().monthEndDate);
+        m_alerts.scheduleEndBillAlert(m_figures.values().monthEndDate);
     } else if (m_schedulesRemindersInBackground) {
-        const QDateTime end = values().monthEndDate;
+        const QDateTime end = m_figures.values().monthEndDate;
         if (m_figures.periodEndChanged(end))
             m_alerts.scheduleEndBillAlert(end);
     }
@@ -56,7 +51,7 @@ qint64 DataUsageAppDelegate::badgeNumber()
 {
     if (!m_alerts.isPushOn() || !m_shared.userPref().boolForKey(Keys::PREF_V7_BADGE))
         return 0;
-    return roundedPercent(values().monthPercent);
+    return DataCap::roundedPercent(m_figures.values().monthPercent);
 }
 
 void DataUsageAppDelegate::showBadge()

@@ -54,9 +54,3 @@ DataUsageAppDelegate::Services DataUsageAppDelegate::Services::from(DesktopServi
     }
     return services;
 }
-
-QString DataUsageAppDelegate::applicationLibraryDirectory()
-{
-    return QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) +
-           QStringLiteral("/tallymo/Library");
-}

@@ -58,15 +58,9 @@ public:
 
     // The current figures, computed again on the given (active plan's) context's queue and posted
     // to the main screen, the widget, the watch and the badge, with the alert level.
-    CurrentValues values() const { return m_figures.values(); }
-    void computeCurrentValues(StoreContext *context);
-    void computeCurrentValues(StoreContext *context, bool inBackground);
+    void computeCurrentValues(StoreContext *context, bool inBackground = false);
     void doComputeValuesOnly();
-    void postNewValues();
     void showBadge();
-    void refreshWidget();
-    // The badge number the figures call for: the rounded percentage, or 0.
-    qint64 badgeNumber();
 
     // Lifecycle: called by the platform on the main thread.
     bool prepareLaunch();
@@ -78,22 +72,13 @@ public:
     void shutDown();
     void scheduledRefresh(CompletionHandler handler);
     void receivePush(CompletionHandler handler);
-    void initPush();
-    void initRemoteNotification();
     // The usage check every wake-up runs: sample, figures, alert; answers `handler` when done.
     void checkDataUsageWithCompletionHandler(CompletionHandler handler);
-    // The desktop's quick actions (the desktop entry's actions).
-    static const QStringList &shortcutTypes();
     // A quick action: the figures are refreshed, and then — behind that check on the active plan's
     // store queue, on the main queue — the root screen handles it if it is free. `completion` is
     // called at once: true for a known action, false (and nothing done) for another.
     void performQuickAction(const QString &type, std::function<void(bool)> completion);
-    // The one-in-three "new data" answer from the clock (seconds since 2001 divisible by 3).
-    void callCompletionHandler(const CompletionHandler &handler) const;
     bool isCheckingUsage() const { return m_bgTaskUpdateUsage != PlatformApplication::kInvalidTask; }
-    void showWhatsNew();
-    static QString getBundleVersion();
-    void cleanupPref();
 
     // The parts each concern lives in.
     LocationTracker &location() { return m_location; }
@@ -104,17 +89,25 @@ public:
     AlertService &alerts() { return m_alerts; }
     PlanService &plans() { return m_plans; }
     UsageFigures &figures() { return m_figures; }
-    const UsageFigures &figures() const { return m_figures; }
 
     // The background service is the only process that runs for long on a desktop that never opens
     // the app: it keeps the bill-cycle reminders scheduled itself, once per period.
     void setSchedulesRemindersInBackground(bool on) { m_schedulesRemindersInBackground = on; }
-    // ties to even, as the platform's rint
-    static qint64 roundedPercent(double percent) { return DataCap::roundedPercent(percent); }
-
-    static QString applicationLibraryDirectory();
 
 private:
+    void postNewValues();
+    void refreshWidget();
+    // The badge number the figures call for: the rounded percentage, or 0.
+    qint64 badgeNumber();
+    void initPush();
+    void initRemoteNotification();
+    // The desktop's quick actions (the desktop entry's actions).
+    static const QStringList &shortcutTypes();
+    // The one-in-three "new data" answer from the clock (seconds since 2001 divisible by 3).
+    void callCompletionHandler(const CompletionHandler &handler) const;
+    void showWhatsNew();
+    void cleanupPref();
+
     SharedCode &m_shared;
     Services m_services;
     int m_applicationState = Active;

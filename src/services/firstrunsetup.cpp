@@ -14,7 +14,8 @@ void resetWithExistingUsage(DataUsageAppDelegate &delegate, double existingBytes
     StoreContext *c = context.get();
     // The period as the settings now have it: the reset deletes exactly that period's usage.
     delegate.figures().readActivePlanValuesNow();
-    delegate.plans().resetPeriod(delegate.values().monthStartDate, delegate.values().monthEndDate);
+    delegate.plans().resetPeriod(delegate.figures().values().monthStartDate,
+                                 delegate.figures().values().monthEndDate);
     if (existingBytes > 0)
         delegate.plans().addUsageToCurrent(existingBytes);
     c->performAndWait([&] { delegate.computeCurrentValues(c); });

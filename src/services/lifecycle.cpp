@@ -151,7 +151,7 @@ void DataUsageAppDelegate::checkDataUsageWithCompletionHandler(CompletionHandler
             const bool inBackground = m_applicationState == Background;
             computeCurrentValues(c, inBackground);
             // Without a window there is no screen to alert on: the alert is a notification.
-            m_alerts.applyUsageAlertRule(before, inBackground || !m_root, values().monthPercent);
+            m_alerts.applyUsageAlertRule(before, inBackground || !m_root, m_figures.values().monthPercent);
             m_figures.setLastSample(sample);
         } catch (const std::exception &e) {
             qCWarning(lcApp, "usage check failed: %s", e.what());
@@ -169,16 +169,11 @@ void DataUsageAppDelegate::callCompletionHandler(const CompletionHandler &handle
     handler(s % 3 == 0 ? FetchResult::NewData : FetchResult::NoData);
 }
 
-QString DataUsageAppDelegate::getBundleVersion()
-{
-    return QStringLiteral(TALLYMO_VERSION);
-}
-
 void DataUsageAppDelegate::showWhatsNew()
 {
     SettingsDomain &pref = m_shared.userPref();
     const QVariant seen = pref.value(Keys::PREF_WHATSNEW_CHECK_8_6);
-    const QString current = getBundleVersion();
+    const QString current = ReleaseNotes::version();
     if (seen.isNull()) {
         pref.setValue(Keys::PREF_WHATSNEW_CHECK_8_6, current);
         return;

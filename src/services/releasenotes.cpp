@@ -32,7 +32,12 @@ QString ReleaseNotes::forVersion(const QByteArray &releasesXml, const QString &v
     return xml.hasError() ? QString() : lines.join(QLatin1Char('\n'));
 }
 
+QString ReleaseNotes::version()
+{
+    return QStringLiteral(TALLYMO_VERSION);
+}
+
 QString ReleaseNotes::current()
 {
-    return forVersion(QByteArray(kReleasesXml), QStringLiteral(TALLYMO_VERSION));
+    return forVersion(QByteArray(kReleasesXml), version());
 }

@@ -9,6 +9,8 @@ namespace ReleaseNotes {
 // list items of its description, one per line, items with a bullet. Empty when the version is not
 // listed or the file cannot be read.
 QString forVersion(const QByteArray &releasesXml, const QString &version);
+// This build's version ("0.1.0").
+QString version();
 // The notes of this build's version, from the releases file built into the program.
 QString current();
 

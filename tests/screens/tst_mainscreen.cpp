@@ -328,7 +328,7 @@ private slots:
         QCOMPARE(s.shared->getForPlan(QString(), Keys::PREF_BILLDAY).toLongLong(), 5);
         QCOMPARE(s.shared->getForPlan(QString(), Keys::PREF_THRES_MONTHLY).toDouble(),
                  std::floor(2.5 * 1073741824));
-        QCOMPARE(s.delegate.values().monthCell, 300 * 1048576.0);
+        QCOMPARE(s.delegate.figures().values().monthCell, 300 * 1048576.0);
         c.setDelegate(nullptr);
     }
 

@@ -337,7 +337,7 @@ private slots:
     {
         App app(true);
         QVERIFY(app.window);
-        QCOMPARE(app.delegate.values().monthCell, 50 * 1048576.0);
+        QCOMPARE(app.delegate.figures().values().monthCell, 50 * 1048576.0);
         app.key(Qt::Key_Left);
         QCOMPARE(app.pages(), 1);
         QTRY_VERIFY(app.top());
@@ -350,7 +350,7 @@ private slots:
         QTRY_VERIFY(app.item("answer0") && app.item("answer0")->isVisible());
         app.key(Qt::Key_Return); // the first answer: Reset Current Statistics
         QTRY_COMPARE(app.pages(), 1);
-        QTRY_COMPARE(app.delegate.values().monthCell, 0.0);
+        QTRY_COMPARE(app.delegate.figures().values().monthCell, 0.0);
         app.key(Qt::Key_Escape);
         QTRY_COMPARE(app.pages(), 0);
         QCOMPARE(g_warnings, QStringList());
@@ -798,7 +798,8 @@ private slots:
         QCOMPARE(s.getForPlan(QString(), Keys::PREF_THRES_MONTHLY).toDouble(), std::floor(2.5 * 1073741824));
         QCOMPARE(s.getForPlan(QString(), Keys::PREF_DATA_DISPLAY_CAP).toList(),
                  (QVariantList{QStringLiteral("2.5"), qint64(1)}));
-        QCOMPARE(app.delegate.values().monthCell, 300 * 1048576.0); // the usage before setup is gone
+        QCOMPARE(app.delegate.figures().values().monthCell,
+                 300 * 1048576.0); // the usage before setup is gone
         QCOMPARE(app.item("lPercent")->property("text").toString(), QStringLiteral("12")); // 300 MB of 2.5 GB
         QCOMPARE(g_warnings, QStringList());
     }

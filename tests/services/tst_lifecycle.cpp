@@ -119,9 +119,11 @@ private slots:
         World w;
         w.container.clock.set(sinceReference(seconds));
         std::optional<FetchResult> got;
-        w.delegate->callCompletionHandler([&](FetchResult r) { got = r; });
+        w.delegate->scheduledRefresh([&](FetchResult r) { got = r; });
+        w.settle();
         QCOMPARE(got, std::optional(result));
-        w.delegate->callCompletionHandler(nullptr); // no handler: nothing to answer
+        w.delegate->scheduledRefresh(nullptr); // no handler: nothing to answer
+        w.settle();
     }
 
     // A second wake-up while a check runs is answered at once; the first completes on its own.
@@ -249,11 +251,13 @@ private slots:
         QCOMPARE(w.center.clears, 1);
         // A fresh install records its version silently; an update shows the notice once.
         QCOMPARE(w.shared->userPref().stringForKey(QStringLiteral("PREF_WHATSNEW_CHECK_8_6")),
-                 DataUsageAppDelegate::getBundleVersion());
+                 ReleaseNotes::version());
         QVERIFY(root.alerts.isEmpty());
         w.shared->userPref().setValue(QStringLiteral("PREF_WHATSNEW_CHECK_8_6"), QStringLiteral("0.0.1"));
-        w.delegate->showWhatsNew();
-        w.delegate->showWhatsNew();
+        w.delegate->windowActivated();
+        w.settle();
+        w.delegate->windowActivated();
+        w.settle();
         QCOMPARE(root.alerts.size(), 1);
         QCOMPARE(root.alerts[0].title, QStringLiteral("😊 What's New"));
         // The notes of this very version, from the releases file built in.

@@ -31,10 +31,11 @@ struct World
             context->save();
             const qint64 before = delegate.alerts().currentThresholdLevel();
             delegate.computeCurrentValues(context.get(), inBackground);
-            delegate.alerts().applyUsageAlertRule(before, inBackground, delegate.values().monthPercent);
+            delegate.alerts().applyUsageAlertRule(before, inBackground,
+                                                  delegate.figures().values().monthPercent);
         });
         QCoreApplication::sendPostedEvents();
-        return delegate.values().monthPercent;
+        return delegate.figures().values().monthPercent;
     }
 
     TestContainer container;
@@ -65,7 +66,7 @@ private slots:
             w.context->save();
             w.delegate.computeCurrentValues(w.context.get(), true);
         });
-        const CurrentValues v = w.delegate.values();
+        const CurrentValues v = w.delegate.figures().values();
         QCOMPARE(v.monthStartDate, QDateTime(QDate(2026, 3, 1), QTime()));
         QCOMPARE(v.monthEndDate, QDateTime(QDate(2026, 4, 1), QTime()));
         QCOMPARE(v.monthCell, 15 * MB);
@@ -75,7 +76,7 @@ private slots:
         QCoreApplication::sendPostedEvents();
         FakeRoot root;
         w.delegate.setRootController(&root);
-        w.delegate.postNewValues();
+        w.context->performAndWait([&] { w.delegate.computeCurrentValues(w.context.get(), true); });
         QCoreApplication::sendPostedEvents();
         QCOMPARE(root.reloads, 1);
     }
