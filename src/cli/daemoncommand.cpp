@@ -62,7 +62,7 @@ int daemon(const QStringList &args, Environment &env)
     Services &s = env.desktopServices();
     DataUsageAppDelegate &delegate = s.delegate;
     // Every wake-up runs the usage check; one that comes while a check runs is answered at once.
-    const auto wakeUp = [&delegate](const QString &trigger, bool push) {
+    const auto wakeUp = [&delegate](const QString &trigger) {
         const bool covered = delegate.isCheckingUsage();
         CompletionHandler done = [&delegate, trigger, covered](FetchResult) {
             if (covered)
@@ -71,13 +71,10 @@ int daemon(const QStringList &args, Environment &env)
             else
                 report(delegate, trigger);
         };
-        if (push)
-            delegate.receivePush(std::move(done));
-        else
-            delegate.scheduledRefresh(std::move(done));
+        delegate.checkUsage(std::move(done));
     };
-    const auto wake = [wakeUp](const QString &trigger) { wakeUp(trigger, false); };
-    const auto push = [wakeUp] { wakeUp(QStringLiteral("push"), true); };
+    const auto wake = wakeUp;
+    const auto push = [wakeUp] { wakeUp(QStringLiteral("push")); };
     QObject::connect(&delegate.location(), &LocationTracker::visited, [&delegate](const Visit &v) {
         print(QStringLiteral("%1  visit: %2 at %3, %4\n")
                   .arg(isoWithOffset(delegate.shared().clock().now()),

@@ -175,7 +175,7 @@ int refresh(const QStringList &args, Environment &env)
     // rescheduled (with no window, alerts still come as notifications).
     s.delegate.enterForeground();
     std::optional<FetchResult> result;
-    s.delegate.scheduledRefresh([&](FetchResult r) {
+    s.delegate.checkUsage([&](FetchResult r) {
         result = r;
         QCoreApplication::exit();
     });

@@ -16,8 +16,7 @@ DataUsageAppDelegate::DataUsageAppDelegate(SharedCode &shared, Services services
     m_alerts.setNotifications(services.notifications);
     m_alerts.setRefreshStatus(services.refreshStatus);
     // A visit, or a location service that failed and was set up again, is a wake-up.
-    QObject::connect(&m_location, &LocationTracker::wakeUp, &m_location,
-                     [this] { checkDataUsageWithCompletionHandler(nullptr); });
+    QObject::connect(&m_location, &LocationTracker::wakeUp, &m_location, [this] { checkUsage(nullptr); });
 }
 
 DataUsageAppDelegate::~DataUsageAppDelegate() = default;

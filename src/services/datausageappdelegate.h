@@ -70,10 +70,9 @@ public:
     void enterForeground();
     void enterBackground();
     void shutDown();
-    void scheduledRefresh(CompletionHandler handler);
-    void receivePush(CompletionHandler handler);
-    // The usage check every wake-up runs: sample, figures, alert; answers `handler` when done.
-    void checkDataUsageWithCompletionHandler(CompletionHandler handler);
+    // The usage check every wake-up runs (a timer, a push, a visit, the window): sample, figures,
+    // alert; answers `handler` when done.
+    void checkUsage(CompletionHandler handler);
     // A quick action: the figures are refreshed, and then — behind that check on the active plan's
     // store queue, on the main queue — the root screen handles it if it is free. `completion` is
     // called at once: true for a known action, false (and nothing done) for another.

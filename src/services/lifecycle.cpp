@@ -40,7 +40,7 @@ void DataUsageAppDelegate::windowActivated()
     m_applicationState = Active;
     m_plans.setUpNewInstall();
     m_alerts.clearOldNotifications();
-    checkDataUsageWithCompletionHandler(nullptr);
+    checkUsage(nullptr);
     if (m_alerts.canShowAlertOnRootView())
         showWhatsNew();
     if (m_alerts.canShowAlertOnRootView())
@@ -98,16 +98,6 @@ void DataUsageAppDelegate::shutDown()
     done.acquire();
 }
 
-void DataUsageAppDelegate::scheduledRefresh(CompletionHandler handler)
-{
-    checkDataUsageWithCompletionHandler(std::move(handler));
-}
-
-void DataUsageAppDelegate::receivePush(CompletionHandler handler)
-{
-    checkDataUsageWithCompletionHandler(std::move(handler));
-}
-
 void DataUsageAppDelegate::initPush()
 {
     if (m_services.application)
@@ -120,7 +110,7 @@ void DataUsageAppDelegate::initRemoteNotification()
         m_services.application->registerForRemoteNotifications();
 }
 
-void DataUsageAppDelegate::checkDataUsageWithCompletionHandler(CompletionHandler handler)
+void DataUsageAppDelegate::checkUsage(CompletionHandler handler)
 {
     // A check is running: it covers this wake-up too.
     if (m_bgTaskUpdateUsage != PlatformApplication::kInvalidTask) {
@@ -208,7 +198,7 @@ void DataUsageAppDelegate::performQuickAction(const QString &type, std::function
             completion(false);
         return;
     }
-    checkDataUsageWithCompletionHandler(nullptr);
+    checkUsage(nullptr);
     const auto handle = [this, type] {
         m_work.onMain([this, type] {
             if (m_alerts.canShowAlertOnRootView())

@@ -171,7 +171,7 @@ private slots:
         UsageFiguresController screen;
         screen.setDelegate(&p.delegate);
         const auto check = [&] {
-            p.delegate.checkDataUsageWithCompletionHandler(nullptr);
+            p.delegate.checkUsage(nullptr);
             QTRY_VERIFY(!p.delegate.isCheckingUsage());
             QCoreApplication::processEvents(); // the figures reach the main queue
         };

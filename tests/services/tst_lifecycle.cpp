@@ -119,10 +119,10 @@ private slots:
         World w;
         w.container.clock.set(sinceReference(seconds));
         std::optional<FetchResult> got;
-        w.delegate->scheduledRefresh([&](FetchResult r) { got = r; });
+        w.delegate->checkUsage([&](FetchResult r) { got = r; });
         w.settle();
         QCOMPARE(got, std::optional(result));
-        w.delegate->scheduledRefresh(nullptr); // no handler: nothing to answer
+        w.delegate->checkUsage(nullptr); // no handler: nothing to answer
         w.settle();
     }
 
@@ -132,9 +132,9 @@ private slots:
         World w;
         w.blockQueue();
         QList<FetchResult> first, second;
-        w.delegate->scheduledRefresh([&](FetchResult r) { first.append(r); });
+        w.delegate->checkUsage([&](FetchResult r) { first.append(r); });
         QVERIFY(w.delegate->isCheckingUsage());
-        w.delegate->receivePush([&](FetchResult r) { second.append(r); });
+        w.delegate->checkUsage([&](FetchResult r) { second.append(r); });
         QCOMPARE(second, QList<FetchResult>{FetchResult::NewData});
         QVERIFY(first.isEmpty());
         QCOMPARE(w.app.open.size(), 1);
@@ -153,7 +153,7 @@ private slots:
         World w;
         w.blockQueue();
         int answers = 0;
-        w.delegate->scheduledRefresh([&](FetchResult) { ++answers; });
+        w.delegate->checkUsage([&](FetchResult) { ++answers; });
         w.delegate->doComputeValuesOnly();
         w.delegate->performQuickAction(QStringLiteral("SHORTCUTS_HISTORY"), nullptr);
         w.delegate.reset();
@@ -172,7 +172,7 @@ private slots:
         World w;
         w.blockQueue();
         int answers = 0;
-        w.delegate->scheduledRefresh([&](FetchResult) { ++answers; });
+        w.delegate->checkUsage([&](FetchResult) { ++answers; });
         w.app.expire(w.app.next);
         QCOMPARE(answers, 1);
         QVERIFY(!w.delegate->isCheckingUsage());
@@ -189,12 +189,12 @@ private slots:
         QVERIFY(w.delegate->completeLaunch());
         QCOMPARE(w.delegate->applicationState(), int(DataUsageAppDelegate::Background));
         QCOMPARE(w.app.fetchRequests, 1);
-        w.delegate->scheduledRefresh(nullptr);
+        w.delegate->checkUsage(nullptr);
         w.settle();
         w.container.interfaces.counters = QList<LinkCounters>{{QStringLiteral("pdp_ip0"), 700, 100}};
-        w.delegate->scheduledRefresh(nullptr);
+        w.delegate->checkUsage(nullptr);
         w.settle();
-        w.delegate->scheduledRefresh(nullptr);
+        w.delegate->checkUsage(nullptr);
         w.settle();
         QCOMPARE(w.center.added.size(), 1);
         QCOMPARE(w.center.added[0].body, QStringLiteral("You've used 60%."));

@@ -134,7 +134,7 @@ private slots:
         delegate.location().follow();
         QCOMPARE(location.stops, 1);
         QCOMPARE(delegate.location().currentCoordinate().latitude, kUnknownCoordinate);
-        delegate.checkDataUsageWithCompletionHandler(nullptr); // the visit's check: let it finish
+        delegate.checkUsage(nullptr); // the visit's check: let it finish
         shared->activeStore()->performAndWait([] {});
         QCoreApplication::sendPostedEvents();
     }
