@@ -3,7 +3,7 @@
 #include "core/sharedcode.h"
 #include "platform/linux/linuxnetworkinterfaces.h"
 #include "platform/linux/sockdiag.h"
-#include "services/datausageappdelegate.h"
+#include "services/usagemonitor.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
@@ -56,7 +56,7 @@ void benchSample(const QString &dir)
     writeCounters(counters, 0);
     LinuxNetworkInterfaces interfaces(counters, dir + QStringLiteral("/sys"));
     SharedCode shared({dir + QStringLiteral("/sample"), &interfaces});
-    DataUsageAppDelegate delegate(shared);
+    UsageMonitor delegate(shared);
     delegate.plans().setUpNewInstall();
     shared.userPref().setValue(QStringLiteral("PREF_INTERFACE_NAME"), QStringLiteral("wlan0"));
     auto context = shared.activeStore();
@@ -112,7 +112,7 @@ std::unique_ptr<UsageStore> fiveYearStore(const QString &path, bool report)
 void makeContainer(const QString &dir)
 {
     SharedCode shared({dir, nullptr});
-    DataUsageAppDelegate delegate(shared);
+    UsageMonitor delegate(shared);
     delegate.plans().setUpNewInstall();
     shared.userPref().setValue(Keys::PREF_SHOWED_SETUP, true); // the widget shows figures, not the setup hint
     shared.userPref().synchronize();
@@ -126,7 +126,7 @@ void makeContainer(const QString &dir)
 void makeLongContainer(const QString &dir, int years, int interval)
 {
     SharedCode shared({dir, nullptr});
-    DataUsageAppDelegate delegate(shared);
+    UsageMonitor delegate(shared);
     delegate.plans().setUpNewInstall();
     shared.userPref().setValue(Keys::PREF_SHOWED_SETUP, true);
     shared.userPref().synchronize();

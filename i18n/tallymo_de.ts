@@ -266,7 +266,7 @@
     </message>
 </context>
 <context>
-    <name>DataUsageAppDelegate</name>
+    <name>UsageMonitor</name>
     <message>
         <location filename="../src/services/lifecycle.cpp" line="+205"/>
         <source>😊 What&apos;s New</source>

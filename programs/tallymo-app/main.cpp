@@ -19,7 +19,7 @@
 #include "screens/screenshots.h"
 #include "screens/translations.h"
 #include "services/backgroundtasks.h"
-#include "services/datausageappdelegate.h"
+#include "services/usagemonitor.h"
 
 #include <QCommandLineParser>
 #include <QDBusConnection>
@@ -222,7 +222,7 @@ int main(int argc, char **argv)
     if (const QString error = shared.userPref().loadError(); !error.isEmpty())
         fail(error); // never go on with defaults over the user's file
     SharedCode::setSharedInstance(&shared);
-    DataUsageAppDelegate delegate(shared);
+    UsageMonitor delegate(shared);
     TimedBackgroundTasks tasks;
     QString moduleErrors;
     std::unique_ptr<DesktopServices> desktop =
@@ -234,13 +234,13 @@ int main(int argc, char **argv)
         std::fprintf(stderr, "tallymo-app: desktop services unavailable (no notifications or badge):%s\n",
                      qPrintable(moduleErrors));
     }
-    delegate.setServices(DataUsageAppDelegate::Services::from(desktop.get(), &tasks));
+    delegate.setServices(UsageMonitor::Services::from(desktop.get(), &tasks));
 
     LinuxAlternateIcons icons;
     icons.changed = [](const QString &name) { QGuiApplication::setWindowIcon(iconFor(name)); };
     QGuiApplication::setWindowIcon(iconFor(icons.alternateIconName()));
 
-    delegate.setApplicationState(DataUsageAppDelegate::Inactive);
+    delegate.setApplicationState(UsageMonitor::Inactive);
     delegate.prepareLaunch();
     XdgMail mail;
     // A picture run keeps its pictures (the shared screenshot too) in its own folder.
@@ -270,21 +270,21 @@ int main(int argc, char **argv)
         window->requestActivate(); // where no window manager gives it the focus (kiosks, phones)
 
     // The lifecycle follows the window system: active, inactive, hidden (the background).
-    int state = DataUsageAppDelegate::Inactive;
+    int state = UsageMonitor::Inactive;
     auto follow = [&](Qt::ApplicationState qt) {
-        const int next = qt == Qt::ApplicationActive     ? DataUsageAppDelegate::Active
-                         : qt == Qt::ApplicationInactive ? DataUsageAppDelegate::Inactive
-                                                         : DataUsageAppDelegate::Background;
+        const int next = qt == Qt::ApplicationActive     ? UsageMonitor::Active
+                         : qt == Qt::ApplicationInactive ? UsageMonitor::Inactive
+                                                         : UsageMonitor::Background;
         if (next == state)
             return;
-        if (next == DataUsageAppDelegate::Active) {
-            if (state == DataUsageAppDelegate::Background)
+        if (next == UsageMonitor::Active) {
+            if (state == UsageMonitor::Background)
                 delegate.enterForeground();
             delegate.windowActivated();
         } else {
-            if (state == DataUsageAppDelegate::Active)
+            if (state == UsageMonitor::Active)
                 delegate.windowDeactivated();
-            if (next == DataUsageAppDelegate::Background) {
+            if (next == UsageMonitor::Background) {
                 delegate.enterBackground();
                 screens.main()->enterBackground();
             }

@@ -11,7 +11,7 @@
 #include "platform/linux/unixsignals.h"
 #include "platform/linux/xdgmail.h"
 #include "services/backgroundtasks.h"
-#include "services/datausageappdelegate.h"
+#include "services/usagemonitor.h"
 
 #include <QCoreApplication>
 
@@ -60,7 +60,7 @@ int main(int argc, char **argv)
     LinuxNetworkInterfaces interfaces = LinuxNetworkInterfaces::fromEnvironment();
     std::optional<SockDiagConnections> connections;
     std::unique_ptr<SharedCode> shared;
-    std::unique_ptr<DataUsageAppDelegate> delegate;
+    std::unique_ptr<UsageMonitor> delegate;
     std::unique_ptr<DesktopServices> desktop;
     TimedBackgroundTasks tasks;
     std::optional<Cli::Services> services;
@@ -75,7 +75,7 @@ int main(int argc, char **argv)
             shared = std::make_unique<SharedCode>(s);
             Cli::checkSettings(*shared); // never go on with defaults over the user's file
             SharedCode::setSharedInstance(shared.get());
-            delegate = std::make_unique<DataUsageAppDelegate>(*shared);
+            delegate = std::make_unique<UsageMonitor>(*shared);
             delegate->plans().setUpNewInstall();
             services.emplace(Cli::Services{*shared, *delegate});
         }
@@ -91,7 +91,7 @@ int main(int argc, char **argv)
                 interfaces.setModemLinks([d = desktop.get()] { return d->modemDataLinks(); });
             if (desktop)
                 WidgetHelper::setCenter(desktop->widgetCenter(*shared));
-            delegate->setServices(DataUsageAppDelegate::Services::from(desktop.get(), &tasks));
+            delegate->setServices(UsageMonitor::Services::from(desktop.get(), &tasks));
         }
         return s;
     };
@@ -101,7 +101,7 @@ int main(int argc, char **argv)
     env.startBackgroundService = [&](DesktopServices::BackgroundHandlers handlers) {
         if (!desktop)
             return false;
-        DataUsageAppDelegate::Services services = delegate->services();
+        UsageMonitor::Services services = delegate->services();
         services.push =
             desktop->push(handlers.onPush, [&] { delegate->pushSubscription().distributorChanged(); });
         delegate->setServices(services);

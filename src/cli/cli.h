@@ -8,7 +8,7 @@
 #include <functional>
 
 class SharedCode;
-class DataUsageAppDelegate;
+class UsageMonitor;
 class MailComposer;
 
 namespace Cli {
@@ -16,7 +16,7 @@ namespace Cli {
 struct Services
 {
     SharedCode &shared;
-    DataUsageAppDelegate &delegate;
+    UsageMonitor &delegate;
 };
 
 // What the program hands the commands. `services` creates the shared instance (running the

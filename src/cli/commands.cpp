@@ -8,7 +8,7 @@
 #include "output.h"
 #include "plans/billingcycle.h"
 #include "plans/planorder.h"
-#include "services/datausageappdelegate.h"
+#include "services/usagemonitor.h"
 
 #include "plans/amountentry.h"
 
@@ -324,7 +324,7 @@ QJsonObject planSummary(SharedCode &shared, const QString &id)
                        {QStringLiteral("active"), id == shared.activePlanID()}};
 }
 
-int listPlans(DataUsageAppDelegate &delegate, bool json)
+int listPlans(UsageMonitor &delegate, bool json)
 {
     SharedCode &shared = delegate.shared();
     const QStringList ids = PlanOrder::byLabel(shared.userPref().dictionaryForKey(Keys::PREF_ALL_PLANS));

@@ -5,7 +5,7 @@
 #include "desktop/displayformat.h"
 #include "desktop/usageintent.h"
 #include "output.h"
-#include "services/datausageappdelegate.h"
+#include "services/usagemonitor.h"
 
 #include <QCoreApplication>
 #include <QJsonDocument>
@@ -18,7 +18,7 @@ namespace Cli {
 namespace {
 
 // Prints a line for each wake-up: what triggered it, what the sample recorded, the figures.
-void report(DataUsageAppDelegate &delegate, const QString &trigger)
+void report(UsageMonitor &delegate, const QString &trigger)
 {
     const SampleResult r = delegate.figures().lastSample();
     const CurrentValues v = delegate.figures().values();
@@ -60,7 +60,7 @@ int daemon(const QStringList &args, Environment &env)
             throw UsageError(QStringLiteral("--interval takes a number of seconds from 1 to 86400"));
     }
     Services &s = env.desktopServices();
-    DataUsageAppDelegate &delegate = s.delegate;
+    UsageMonitor &delegate = s.delegate;
     // Every wake-up runs the usage check; one that comes while a check runs is answered at once.
     const auto wakeUp = [&delegate](const QString &trigger) {
         const bool covered = delegate.isCheckingUsage();

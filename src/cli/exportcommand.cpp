@@ -3,7 +3,7 @@
 #include "cli.h"
 #include "core/settingskeys.h"
 #include "history/exportcontroller.h"
-#include "services/datausageappdelegate.h"
+#include "services/usagemonitor.h"
 
 #include <QCoreApplication>
 #include <QRegularExpression>

@@ -6,7 +6,7 @@
 #include "desktop/displayformat.h"
 #include "output.h"
 #include "plans/billingcycle.h"
-#include "services/datausageappdelegate.h"
+#include "services/usagemonitor.h"
 
 #include <QEventLoop>
 #include <QJsonArray>

@@ -6,7 +6,7 @@
 #include "desktop/displayformat.h"
 #include "map/mapviewcontroller.h"
 #include "output.h"
-#include "services/datausageappdelegate.h"
+#include "services/usagemonitor.h"
 
 #include <QElapsedTimer>
 #include <QEventLoop>

@@ -9,8 +9,8 @@
 #include "output.h"
 #include "plans/amountentry.h"
 #include "plans/billingcycle.h"
-#include "services/datausageappdelegate.h"
 #include "services/firstrunsetup.h"
+#include "services/usagemonitor.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -148,7 +148,7 @@ int demo(const QStringList &args, Environment &env)
     services.containerPath = dir;
     services.clock = &env.services().shared.clock();
     SharedCode shared(services);
-    DataUsageAppDelegate delegate(shared);
+    UsageMonitor delegate(shared);
     delegate.plans().setUpNewInstall();
     const QDateTime now = shared.clock().now();
     const int billDay = std::min(28, now.addDays(-12).date().day());

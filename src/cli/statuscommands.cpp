@@ -11,7 +11,7 @@
 #include "plans/colorscheme.h"
 #include "plans/datacap.h"
 #include "services/alertthresholds.h"
-#include "services/datausageappdelegate.h"
+#include "services/usagemonitor.h"
 
 #include <QCoreApplication>
 #include <QJsonObject>

@@ -7,7 +7,7 @@
 #include "core/storecontext.h"
 #include "output.h"
 #include "plans/planorder.h"
-#include "services/datausageappdelegate.h"
+#include "services/usagemonitor.h"
 
 #include <QJsonArray>
 #include <QJsonObject>

@@ -6,7 +6,7 @@
 #include "core/privatefiles.h"
 #include "logging.h"
 #include "plans/billingcycle.h"
-#include "services/datausageappdelegate.h"
+#include "services/usagemonitor.h"
 
 #include <QCoreApplication>
 #include <QDir>

@@ -4,7 +4,7 @@
 #include "core/sharedcode.h"
 #include "desktopshell.h"
 #include "history/exportcontroller.h"
-#include "services/datausageappdelegate.h"
+#include "services/usagemonitor.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -29,8 +29,7 @@ QUrl WebPages::moreApps()
 
 // ---- ResetController ----
 
-ResetController::ResetController(DataUsageAppDelegate &delegate, UserServiceManager *services,
-                                 QObject *parent)
+ResetController::ResetController(UsageMonitor &delegate, UserServiceManager *services, QObject *parent)
     : MenuController(tr("Advanced"), {}, parent), m_delegate(delegate), m_services(services)
 {
     reload();

@@ -5,7 +5,7 @@
 #include <QImage>
 #include <QUrl>
 
-class DataUsageAppDelegate;
+class UsageMonitor;
 class DesktopShell;
 class MailComposer;
 class UserServiceManager;
@@ -26,7 +26,7 @@ public:
     // Rows (and sections, one row each up to the last two rows).
     enum Rows { BackgroundRow, BadgeRow, MapRow, ShortcutRow, AddRow, ResetRow };
 
-    ResetController(DataUsageAppDelegate &delegate, UserServiceManager *services, QObject *parent = nullptr);
+    ResetController(UsageMonitor &delegate, UserServiceManager *services, QObject *parent = nullptr);
     void tapRow(int row) override;
     void setSwitch(int row, bool on) override;
     void answer(int index) override;
@@ -37,7 +37,7 @@ private:
     enum class Question { None, Reset, Shortcut };
     void reload();
 
-    DataUsageAppDelegate &m_delegate;
+    UsageMonitor &m_delegate;
     UserServiceManager *m_services;
     bool m_refreshOn = false; // as the service manager said at the last reload
     Question m_asked = Question::None;

@@ -60,7 +60,7 @@ MainScreenController::~MainScreenController()
     stopAnimator();
 }
 
-void MainScreenController::setDelegate(DataUsageAppDelegate *d)
+void MainScreenController::setDelegate(UsageMonitor *d)
 {
     if (d) {
         SettingsDomain &pref = d->shared().userPref();
@@ -194,7 +194,7 @@ QVariantList MainScreenController::gradientColors() const
 
 bool MainScreenController::gradientAnimated() const
 {
-    return !m_still && delegate() && delegate()->applicationState() == DataUsageAppDelegate::Active;
+    return !m_still && delegate() && delegate()->applicationState() == UsageMonitor::Active;
 }
 
 void MainScreenController::setViewWidth(double width)
@@ -264,7 +264,7 @@ void MainScreenController::reloadValues()
 
 void MainScreenController::render()
 {
-    DataUsageAppDelegate *d = delegate();
+    UsageMonitor *d = delegate();
     const CurrentValues &v = currentValues();
     if (!d || !v.monthStartDate.isValid() || !v.monthEndDate.isValid())
         return;
@@ -422,7 +422,7 @@ void MainScreenController::becameVisible()
     m_showing = true;
     // Back from a plan's or the settings' screens: the figures follow what was changed there (the
     // render follows when they are posted).
-    if (DataUsageAppDelegate *d = delegate())
+    if (UsageMonitor *d = delegate())
         d->doComputeValuesOnly();
     if (m_whatToPop == 1)
         emit setupRequested();
@@ -447,7 +447,7 @@ void MainScreenController::dismissedSetupMigrate()
 
 void MainScreenController::startAnimatorIfPossible()
 {
-    const bool active = delegate() && delegate()->applicationState() == DataUsageAppDelegate::Active;
+    const bool active = delegate() && delegate()->applicationState() == UsageMonitor::Active;
     if (!(active || m_still) || !m_showing || m_animation != NoAnimation)
         return;
     const int font = fontMode();
@@ -470,16 +470,16 @@ void MainScreenController::stopAnimator()
 
 void MainScreenController::applicationStateChanged()
 {
-    const int state = delegate() ? delegate()->applicationState() : DataUsageAppDelegate::Active;
-    const bool parallax = state == DataUsageAppDelegate::Active;
+    const int state = delegate() ? delegate()->applicationState() : UsageMonitor::Active;
+    const bool parallax = state == UsageMonitor::Active;
     if (parallax != m_parallax) {
         m_parallax = parallax;
         emit parallaxChanged();
     }
     emit gradientChanged(); // animated only while active
-    if (state == DataUsageAppDelegate::Background)
+    if (state == UsageMonitor::Background)
         stopAnimator();
-    else if (state == DataUsageAppDelegate::Active)
+    else if (state == UsageMonitor::Active)
         startAnimatorIfPossible();
 }
 

@@ -57,7 +57,7 @@ public:
     ~MainScreenController() override;
 
     // The delegate whose figures are shown. Decides whether the setup flow comes first.
-    void setDelegate(DataUsageAppDelegate *delegate);
+    void setDelegate(UsageMonitor *delegate);
 
     int whatToPop() const { return m_whatToPop; }
     bool hasRender() const { return m_rendered; }

@@ -5,13 +5,13 @@
 #include "core/settingskeys.h"
 #include "planpickers.h"
 #include "plans/billingcycle.h"
-#include "services/datausageappdelegate.h"
+#include "services/usagemonitor.h"
 
 #include <cmath>
 
 // ---- PlanController ----
 
-PlanController::PlanController(DataUsageAppDelegate &delegate, const QString &plan, QObject *parent)
+PlanController::PlanController(UsageMonitor &delegate, const QString &plan, QObject *parent)
     : QObject(parent), m_delegate(delegate), m_plan(plan), m_new(plan.isEmpty()),
       m_settings(new ListModel(
           {"section", "row", "title", "detail", "opens"},
@@ -167,7 +167,7 @@ void PlanController::selectRow(int section, int row)
 
 // ---- AddController ----
 
-AddController::AddController(DataUsageAppDelegate &delegate, QObject *parent)
+AddController::AddController(UsageMonitor &delegate, QObject *parent)
     : ByteController(tr("Add Usage"),
                      tr("Amount of cellular data used. This amount will be added to your current usage."),
                      parent),

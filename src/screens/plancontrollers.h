@@ -8,7 +8,7 @@
 #include <QObject>
 #include <QStringList>
 
-class DataUsageAppDelegate;
+class UsageMonitor;
 class SharedCode;
 
 // One row of a settings table: its title, the value shown at its right, the screen it opens.
@@ -38,8 +38,7 @@ class PlanController : public QObject
     Q_PROPERTY(ListModel *settings READ settings CONSTANT)
 
 public:
-    PlanController(DataUsageAppDelegate &delegate, const QString &plan = QString(),
-                   QObject *parent = nullptr);
+    PlanController(UsageMonitor &delegate, const QString &plan = QString(), QObject *parent = nullptr);
 
     QString planID() const { return m_plan; }
     bool newPlanMode() const { return m_new; }
@@ -70,7 +69,7 @@ signals:
 
 private:
     QString startDateDetail() const;
-    DataUsageAppDelegate &m_delegate;
+    UsageMonitor &m_delegate;
     QString m_plan;
     bool m_new;
     ListModel *m_settings;
@@ -123,7 +122,7 @@ class AddController : public ByteController
     Q_PROPERTY(QString button READ button CONSTANT)
 
 public:
-    explicit AddController(DataUsageAppDelegate &delegate, QObject *parent = nullptr);
+    explicit AddController(UsageMonitor &delegate, QObject *parent = nullptr);
 
     QString button() const { return tr("Add"); }
     bool addEnabled() const;
@@ -141,7 +140,7 @@ signals:
     void close();
 
 private:
-    DataUsageAppDelegate &m_delegate;
+    UsageMonitor &m_delegate;
 };
 
 // Usage already spent when the first plan is set up.

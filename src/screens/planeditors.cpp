@@ -6,7 +6,7 @@
 #include "core/storecontext.h"
 #include "plans/billingcycle.h"
 #include "plans/datacap.h"
-#include "services/datausageappdelegate.h"
+#include "services/usagemonitor.h"
 
 #include <QPointer>
 
@@ -95,7 +95,7 @@ void PlantypeController::tapRow(int row)
     reload();
 }
 
-RolloverController::RolloverController(DataUsageAppDelegate &delegate, const QString &plan, QObject *parent)
+RolloverController::RolloverController(UsageMonitor &delegate, const QString &plan, QObject *parent)
     : MenuController(tr("Rollover Data"), {}, parent), m_delegate(delegate), m_plan(plan)
 {
     setFooters({tr("With rollover, the cellular data left unused in the previous billing period is added to "

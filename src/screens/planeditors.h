@@ -2,7 +2,7 @@
 
 #include "menucontroller.h"
 
-class DataUsageAppDelegate;
+class UsageMonitor;
 class SharedCode;
 
 // A plan's label: one text field; the label changes when the screen closes, never to an empty one.
@@ -57,7 +57,7 @@ class RolloverController : public MenuController
 {
     Q_OBJECT
 public:
-    RolloverController(DataUsageAppDelegate &delegate, const QString &plan, QObject *parent = nullptr);
+    RolloverController(UsageMonitor &delegate, const QString &plan, QObject *parent = nullptr);
     void setSwitch(int row, bool on) override;
     void aboutToShow() override { reload(); }
 
@@ -67,7 +67,7 @@ signals:
 
 private:
     void reload();
-    DataUsageAppDelegate &m_delegate;
+    UsageMonitor &m_delegate;
     QString m_plan;
 };
 

@@ -10,7 +10,7 @@
 #include "planeditors.h"
 #include "planpickers.h"
 #include "selectplancontroller.h"
-#include "services/datausageappdelegate.h"
+#include "services/usagemonitor.h"
 #include "settingscontrollers.h"
 #include "setupcontroller.h"
 #include "themecontrollers.h"
@@ -19,7 +19,7 @@
 
 Q_LOGGING_CATEGORY(lcScreens, "tallymo.ui")
 
-Screens::Screens(DataUsageAppDelegate &delegate, Platform platform, QObject *parent)
+Screens::Screens(UsageMonitor &delegate, Platform platform, QObject *parent)
     : QObject(parent), m_delegate(delegate), m_platform(platform), m_main(new MainScreenController(this))
 {
     connect(&NotificationCenter::defaultCenter(), &NotificationCenter::posted, m_main,

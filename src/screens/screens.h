@@ -8,7 +8,7 @@ class AlternateIcons;
 class DesktopShell;
 class MailComposer;
 class UserServiceManager;
-class DataUsageAppDelegate;
+class UsageMonitor;
 class MainScreenController;
 
 // The one place the app's screens get their controllers: each is made with the services it needs
@@ -31,11 +31,11 @@ public:
         UserServiceManager *services = nullptr;
     };
 
-    Screens(DataUsageAppDelegate &delegate, Platform platform, QObject *parent = nullptr);
+    Screens(UsageMonitor &delegate, Platform platform, QObject *parent = nullptr);
     ~Screens() override;
 
     MainScreenController *main() const { return m_main; }
-    DataUsageAppDelegate &delegate() const { return m_delegate; }
+    UsageMonitor &delegate() const { return m_delegate; }
     const Platform &platform() const { return m_platform; }
 
     // The picture of the main screen taken as the settings open, for sharing.
@@ -67,7 +67,7 @@ signals:
     void message(const QString &text);
 
 private:
-    DataUsageAppDelegate &m_delegate;
+    UsageMonitor &m_delegate;
     Platform m_platform;
     QString m_offered;
     QImage m_snapshot;

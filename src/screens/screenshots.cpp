@@ -5,7 +5,7 @@
 #include "core/sharedcode.h"
 #include "mainscreencontroller.h"
 #include "screens.h"
-#include "services/datausageappdelegate.h"
+#include "services/usagemonitor.h"
 
 #include <QDir>
 #include <QImage>
@@ -199,7 +199,7 @@ void ScreenshotRun::recompute()
 void ScreenshotRun::showForecast(double ratio)
 {
     recompute();
-    DataUsageAppDelegate &d = m_screens.delegate();
+    UsageMonitor &d = m_screens.delegate();
     const CurrentValues v = d.figures().values();
     if (!(v.monthCell > 0) || !v.monthEndDate.isValid())
         return;

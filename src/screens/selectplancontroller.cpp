@@ -2,9 +2,9 @@
 
 #include "core/settingskeys.h"
 #include "plans/planorder.h"
-#include "services/datausageappdelegate.h"
+#include "services/usagemonitor.h"
 
-SelectPlanController::SelectPlanController(DataUsageAppDelegate &delegate, QObject *parent)
+SelectPlanController::SelectPlanController(UsageMonitor &delegate, QObject *parent)
     : QObject(parent), m_delegate(delegate),
       m_plans(new ListModel(
           {"planID", "label", "checked"}, [this] { return int(m_ids.size()); },

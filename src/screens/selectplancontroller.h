@@ -5,7 +5,7 @@
 #include <QObject>
 #include <QStringList>
 
-class DataUsageAppDelegate;
+class UsageMonitor;
 
 // The plan list: plans ordered by label (localised, case-insensitive, digit-aware), the active
 // one checked; choosing another plan switches to it.
@@ -19,7 +19,7 @@ class SelectPlanController : public QObject
     Q_PROPERTY(ListModel *plans READ plans CONSTANT)
 
 public:
-    explicit SelectPlanController(DataUsageAppDelegate &delegate, QObject *parent = nullptr);
+    explicit SelectPlanController(UsageMonitor &delegate, QObject *parent = nullptr);
 
     QString title() const;
     QStringList planIDs() const { return m_ids; }
@@ -38,7 +38,7 @@ signals:
     void switched();
 
 private:
-    DataUsageAppDelegate &m_delegate;
+    UsageMonitor &m_delegate;
     QStringList m_ids;
     QStringList m_labels;
     ListModel *m_plans;

@@ -1,9 +1,9 @@
 #include "setupcontroller.h"
 
-#include "services/datausageappdelegate.h"
 #include "services/firstrunsetup.h"
+#include "services/usagemonitor.h"
 
-SetupController::SetupController(DataUsageAppDelegate &delegate, QObject *parent)
+SetupController::SetupController(UsageMonitor &delegate, QObject *parent)
     : QObject(parent), m_delegate(delegate),
       m_billdate(new BilldateController(delegate.shared(), QString(), this)),
       m_allow(new CapController(delegate.shared(), QString(), this)),

@@ -5,7 +5,7 @@
 #include <QObject>
 #include <QtQml/qqmlregistration.h>
 
-class DataUsageAppDelegate;
+class UsageMonitor;
 
 // The first-run setup: an introduction, then the bill day, the data cap and the usage already
 // spent, and a last screen. Each "Next" carries the step it ends (1 to 5).
@@ -27,7 +27,7 @@ class SetupController : public QObject
 public:
     enum Step { Intro = 0, BillDate = 1, Cap = 2, Existing = 3, Finish = 4 };
 
-    explicit SetupController(DataUsageAppDelegate &delegate, QObject *parent = nullptr);
+    explicit SetupController(UsageMonitor &delegate, QObject *parent = nullptr);
 
     int step() const { return m_step; }
     // The screen on show: SetupController, BilldateController, CapController,
@@ -54,7 +54,7 @@ private:
     void setStep(int step);
     void setError(const QString &error);
 
-    DataUsageAppDelegate &m_delegate;
+    UsageMonitor &m_delegate;
     int m_step = Intro;
     QString m_error;
     BilldateController *m_billdate;

@@ -9,7 +9,7 @@ UsageFiguresController::~UsageFiguresController()
     setDelegate(nullptr);
 }
 
-void UsageFiguresController::setDelegate(DataUsageAppDelegate *delegate)
+void UsageFiguresController::setDelegate(UsageMonitor *delegate)
 {
     if (m_delegate && m_delegate->rootController() == this)
         m_delegate->setRootController(nullptr);

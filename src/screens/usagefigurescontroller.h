@@ -1,7 +1,7 @@
 #pragma once
 
 #include "services/applicationservices.h"
-#include "services/datausageappdelegate.h"
+#include "services/usagemonitor.h"
 
 #include <QObject>
 
@@ -33,7 +33,7 @@ public:
     ~UsageFiguresController() override;
 
     // The delegate whose figures are shown; this becomes its root controller (null lets go).
-    void setDelegate(DataUsageAppDelegate *delegate);
+    void setDelegate(UsageMonitor *delegate);
 
     QDateTime periodStart() const { return m_values.monthStartDate; }
     QDateTime periodEnd() const { return m_values.monthEndDate; }
@@ -69,11 +69,11 @@ signals:
     void alertRequested(const AlertValue &alert);
 
 protected:
-    DataUsageAppDelegate *delegate() const { return m_delegate; }
+    UsageMonitor *delegate() const { return m_delegate; }
     const CurrentValues &currentValues() const { return m_values; }
 
 private:
-    DataUsageAppDelegate *m_delegate = nullptr;
+    UsageMonitor *m_delegate = nullptr;
     CurrentValues m_values;
     double m_forecastRatio = 0;
     std::pair<qint64, QString> m_timeLeft{0, QString()};

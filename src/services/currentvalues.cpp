@@ -1,16 +1,16 @@
 // The figures computed again after a sample and handed to everyone who shows them.
 #include "core/dispatchqueue.h"
 #include "core/settingskeys.h"
-#include "datausageappdelegate.h"
 #include "desktop/widgetstats.h"
 #include "plans/billingcycle.h"
 #include "plans/colorscheme.h"
 #include "plans/datacap.h"
 #include "usagefigures.h"
+#include "usagemonitor.h"
 
 #include <cmath>
 
-void DataUsageAppDelegate::computeCurrentValues(StoreContext *context, bool inBackground)
+void UsageMonitor::computeCurrentValues(StoreContext *context, bool inBackground)
 {
     m_figures.readCurrentValues(context);
     postNewValues();
@@ -25,7 +25,7 @@ void DataUsageAppDelegate::computeCurrentValues(StoreContext *context, bool inBa
     showBadge();
 }
 
-void DataUsageAppDelegate::doComputeValuesOnly()
+void UsageMonitor::doComputeValuesOnly()
 {
     const std::shared_ptr<StoreContext> context = m_shared.activeStore();
     if (!context)
@@ -34,7 +34,7 @@ void DataUsageAppDelegate::doComputeValuesOnly()
     m_work.onStore(*context, [this, c] { computeCurrentValues(c); });
 }
 
-void DataUsageAppDelegate::postNewValues()
+void UsageMonitor::postNewValues()
 {
     m_work.onMain([this] {
         if (m_root) {
@@ -47,14 +47,14 @@ void DataUsageAppDelegate::postNewValues()
     });
 }
 
-qint64 DataUsageAppDelegate::badgeNumber()
+qint64 UsageMonitor::badgeNumber()
 {
     if (!m_alerts.isPushOn() || !m_shared.userPref().boolForKey(Keys::PREF_V7_BADGE))
         return 0;
     return DataCap::roundedPercent(m_figures.values().monthPercent);
 }
 
-void DataUsageAppDelegate::showBadge()
+void UsageMonitor::showBadge()
 {
     m_work.onMain([this] {
         if (m_services.badge)
@@ -62,7 +62,7 @@ void DataUsageAppDelegate::showBadge()
     });
 }
 
-void DataUsageAppDelegate::refreshWidget()
+void UsageMonitor::refreshWidget()
 {
     WidgetHelper::reload();
 }

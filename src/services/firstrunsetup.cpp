@@ -2,11 +2,11 @@
 
 #include "core/settingskeys.h"
 #include "core/storecontext.h"
-#include "datausageappdelegate.h"
+#include "usagemonitor.h"
 
 namespace FirstRunSetup {
 
-void resetWithExistingUsage(DataUsageAppDelegate &delegate, double existingBytes)
+void resetWithExistingUsage(UsageMonitor &delegate, double existingBytes)
 {
     const std::shared_ptr<StoreContext> context = delegate.shared().activeStore();
     if (!context)
@@ -21,7 +21,7 @@ void resetWithExistingUsage(DataUsageAppDelegate &delegate, double existingBytes
     c->performAndWait([&] { delegate.computeCurrentValues(c); });
 }
 
-bool markShown(DataUsageAppDelegate &delegate, QString *error)
+bool markShown(UsageMonitor &delegate, QString *error)
 {
     SettingsDomain &pref = delegate.shared().userPref();
     pref.setValue(Keys::PREF_SHOWED_SETUP, true);

@@ -1,10 +1,10 @@
 // When usage is sampled: launch, the state changes, and the usage check every wake-up runs.
 #include "core/dispatchqueue.h"
 #include "core/settingskeys.h"
-#include "datausageappdelegate.h"
 #include "desktop/usageintent.h"
 #include "logging.h"
 #include "releasenotes.h"
+#include "usagemonitor.h"
 
 #include <QCoreApplication>
 #include <QSemaphore>
@@ -13,12 +13,12 @@ namespace {
 
 QString tr(const char *text)
 {
-    return QCoreApplication::translate("DataUsageAppDelegate", text);
+    return QCoreApplication::translate("UsageMonitor", text);
 }
 
 } // namespace
 
-bool DataUsageAppDelegate::prepareLaunch()
+bool UsageMonitor::prepareLaunch()
 {
     m_applicationState = Background;
     m_figures.forgetPeriod();
@@ -29,13 +29,13 @@ bool DataUsageAppDelegate::prepareLaunch()
     return true;
 }
 
-bool DataUsageAppDelegate::completeLaunch()
+bool UsageMonitor::completeLaunch()
 {
     initRemoteNotification();
     return true;
 }
 
-void DataUsageAppDelegate::windowActivated()
+void UsageMonitor::windowActivated()
 {
     m_applicationState = Active;
     m_plans.setUpNewInstall();
@@ -47,19 +47,19 @@ void DataUsageAppDelegate::windowActivated()
         m_alerts.checkRefreshStatusDidChange();
 }
 
-void DataUsageAppDelegate::windowDeactivated()
+void UsageMonitor::windowDeactivated()
 {
     m_applicationState = Inactive;
     initPush();
     m_search.publish();
 }
 
-void DataUsageAppDelegate::enterForeground()
+void UsageMonitor::enterForeground()
 {
     m_applicationState = Inactive;
 }
 
-void DataUsageAppDelegate::enterBackground()
+void UsageMonitor::enterBackground()
 {
     m_applicationState = Background;
     m_plans.dropOtherPlanStore();
@@ -83,7 +83,7 @@ void DataUsageAppDelegate::enterBackground()
     });
 }
 
-void DataUsageAppDelegate::shutDown()
+void UsageMonitor::shutDown()
 {
     const std::shared_ptr<StoreContext> context = m_shared.activeStore();
     if (!context)
@@ -98,19 +98,19 @@ void DataUsageAppDelegate::shutDown()
     done.acquire();
 }
 
-void DataUsageAppDelegate::initPush()
+void UsageMonitor::initPush()
 {
     if (m_services.application)
         m_services.application->setMinimumBackgroundFetchInterval();
 }
 
-void DataUsageAppDelegate::initRemoteNotification()
+void UsageMonitor::initRemoteNotification()
 {
     if (m_services.application)
         m_services.application->registerForRemoteNotifications();
 }
 
-void DataUsageAppDelegate::checkUsage(CompletionHandler handler)
+void UsageMonitor::checkUsage(CompletionHandler handler)
 {
     // A check is running: it covers this wake-up too.
     if (m_bgTaskUpdateUsage != PlatformApplication::kInvalidTask) {
@@ -150,7 +150,7 @@ void DataUsageAppDelegate::checkUsage(CompletionHandler handler)
     });
 }
 
-void DataUsageAppDelegate::callCompletionHandler(const CompletionHandler &handler) const
+void UsageMonitor::callCompletionHandler(const CompletionHandler &handler) const
 {
     if (!handler)
         return;
@@ -159,7 +159,7 @@ void DataUsageAppDelegate::callCompletionHandler(const CompletionHandler &handle
     handler(s % 3 == 0 ? FetchResult::NewData : FetchResult::NoData);
 }
 
-void DataUsageAppDelegate::showWhatsNew()
+void UsageMonitor::showWhatsNew()
 {
     SettingsDomain &pref = m_shared.userPref();
     const QVariant seen = pref.value(Keys::PREF_WHATSNEW_CHECK_8_6);
@@ -178,19 +178,19 @@ void DataUsageAppDelegate::showWhatsNew()
     cleanupPref();
 }
 
-void DataUsageAppDelegate::cleanupPref()
+void UsageMonitor::cleanupPref()
 {
     // No setting has been retired yet.
 }
 
-const QStringList &DataUsageAppDelegate::shortcutTypes()
+const QStringList &UsageMonitor::shortcutTypes()
 {
     static const QStringList types{QStringLiteral("SHORTCUTS_HISTORY"), QStringLiteral("SHORTCUTS_THEME"),
                                    QStringLiteral("SHORTCUTS_DATAPLAN")};
     return types;
 }
 
-void DataUsageAppDelegate::performQuickAction(const QString &type, std::function<void(bool)> completion)
+void UsageMonitor::performQuickAction(const QString &type, std::function<void(bool)> completion)
 {
     if (!shortcutTypes().contains(type)) {
         qCInfo(lcApp) << "no quick action" << type;

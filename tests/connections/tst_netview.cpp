@@ -1,7 +1,7 @@
 #include "connections/netviewcontroller.h"
 #include "core/settingskeys.h"
 #include "day/dayviewcontroller.h"
-#include "services/datausageappdelegate.h"
+#include "services/usagemonitor.h"
 #include "testsupport.h"
 
 #include <QtTest>
@@ -35,7 +35,7 @@ struct Net
 {
     explicit Net(FakeConnections *source = nullptr) : shared(open(source)), delegate(*shared)
     {
-        DataUsageAppDelegate::Services s;
+        UsageMonitor::Services s;
         s.hostNames = &resolver;
         delegate.setServices(s);
     }
@@ -65,7 +65,7 @@ struct Net
     TestContainer container; // now: 10 March 2026, 14:25
     FakeResolver resolver;
     std::unique_ptr<SharedCode> shared;
-    DataUsageAppDelegate delegate;
+    UsageMonitor delegate;
 };
 
 QDateTime at(int hour)

@@ -1,6 +1,6 @@
 #include "core/propertylist.h"
 #include "core/settingskeys.h"
-#include "services/datausageappdelegate.h"
+#include "services/usagemonitor.h"
 #include "testsupport.h"
 
 #include <QtTest>
@@ -40,7 +40,7 @@ private slots:
     {
         TestContainer c;
         auto shared = c.open();
-        DataUsageAppDelegate delegate(*shared);
+        UsageMonitor delegate(*shared);
         delegate.plans().setUpNewInstall();
         const QString id = shared->activePlanID();
         QCOMPARE(id.size(), 36);
@@ -111,7 +111,7 @@ private slots:
     {
         TestContainer c;
         auto shared = c.open();
-        DataUsageAppDelegate delegate(*shared);
+        UsageMonitor delegate(*shared);
         delegate.plans().setUpNewInstall();
         QVariantMap other = delegate.plans().makeNewPlan();
         delegate.plans().addPlan(other);

@@ -1,6 +1,6 @@
 #include "desktop/searchitem.h"
 #include "desktop/widgetstats.h"
-#include "services/datausageappdelegate.h"
+#include "services/usagemonitor.h"
 #include "testsupport.h"
 
 #include <QtTest>
@@ -40,7 +40,7 @@ private slots:
     {
         TestContainer c;
         auto shared = c.openPlan();
-        DataUsageAppDelegate delegate(*shared);
+        UsageMonitor delegate(*shared);
         SearchableIndex index(shared->containerURL());
         QVERIFY(index.items().isEmpty());
         delegate.windowDeactivated();

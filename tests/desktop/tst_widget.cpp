@@ -2,7 +2,7 @@
 #include "desktop/watchsession.h"
 #include "desktop/widgetoutput.h"
 #include "desktop/widgetstats.h"
-#include "services/datausageappdelegate.h"
+#include "services/usagemonitor.h"
 #include "testsupport.h"
 
 #include <QtTest>
@@ -129,7 +129,7 @@ private slots:
         TestContainer c;
         auto shared = c.openPlan();
         FakeWatch watch;
-        DataUsageAppDelegate delegate(*shared, DataUsageAppDelegate::Services{.watch = &watch});
+        UsageMonitor delegate(*shared, UsageMonitor::Services{.watch = &watch});
         delegate.watch().connectSession();
         QVERIFY(watch.onMessage);
         const auto ask = [&] {
@@ -156,7 +156,7 @@ private slots:
         auto shared = c.openPlan();
         shared->setForPlan(QString(), Keys::PREF_THRES_MONTHLY, 1000.0);
         FakeWatch watch;
-        DataUsageAppDelegate delegate(*shared, DataUsageAppDelegate::Services{.watch = &watch});
+        UsageMonitor delegate(*shared, UsageMonitor::Services{.watch = &watch});
         const QVariantMap screen{{WStats::PERCENT, 150.0},
                                  {WStats::COLOR, quint32(0xff0000)},
                                  {WStats::FORECAST, "over"},

@@ -3,7 +3,7 @@
 #include "day/dayviewcontroller.h"
 #include "history/chartdata.h"
 #include "plans/billingcycle.h"
-#include "services/datausageappdelegate.h"
+#include "services/usagemonitor.h"
 #include "testsupport.h"
 
 #include <QAbstractItemModelTester>
@@ -39,7 +39,7 @@ struct Screens
     }
     TestContainer container; // now: Tuesday 10 March 2026, 14:25
     std::unique_ptr<SharedCode> shared;
-    DataUsageAppDelegate delegate;
+    UsageMonitor delegate;
 };
 
 QDateTime at(int month, int day, int hour)

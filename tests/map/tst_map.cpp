@@ -1,7 +1,7 @@
 #include "core/settingskeys.h"
 #include "day/dayviewcontroller.h"
 #include "map/mapviewcontroller.h"
-#include "services/datausageappdelegate.h"
+#include "services/usagemonitor.h"
 #include "testsupport.h"
 
 #include <QAbstractItemModelTester>
@@ -116,7 +116,7 @@ private slots:
     {
         TestContainer c;
         auto shared = c.openPlan();
-        DataUsageAppDelegate delegate(*shared);
+        UsageMonitor delegate(*shared);
         auto ctx = shared->activeStore();
         const QDateTime nine(QDate(2026, 3, 10), QTime(9, 0)), ten(QDate(2026, 3, 10), QTime(10, 0));
         onQueue(*ctx, [&] {

@@ -1,6 +1,6 @@
 #include "core/settingskeys.h"
 #include "plans/billingcycle.h"
-#include "services/datausageappdelegate.h"
+#include "services/usagemonitor.h"
 #include "testsupport.h"
 
 #include <QtTest>

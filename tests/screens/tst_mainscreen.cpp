@@ -11,7 +11,7 @@
 #include "screens/setupcontroller.h"
 #include "screens/themecontrollers.h"
 #include "screens/tiltsource.h"
-#include "services/datausageappdelegate.h"
+#include "services/usagemonitor.h"
 #include "testsupport.h"
 
 #include <QFile>
@@ -54,7 +54,7 @@ struct Screen
     }
     TestContainer container;
     std::unique_ptr<SharedCode> shared;
-    DataUsageAppDelegate delegate;
+    UsageMonitor delegate;
 };
 
 QString plain(QString html)
@@ -472,7 +472,7 @@ private slots:
         c.setDelegate(&s.delegate);
         c.setViewHeight(720);
         QCOMPARE(c.parallaxOffset(tilt), 0.0); // not active yet
-        s.delegate.setApplicationState(DataUsageAppDelegate::Active);
+        s.delegate.setApplicationState(UsageMonitor::Active);
         c.applicationStateChanged();
         QCOMPARE(c.parallaxOffset(-1), 144.0);
         QCOMPARE(c.parallaxOffset(1), -144.0);

@@ -7,7 +7,7 @@
 #include "screens/plancontrollers.h"
 #include "screens/selectplancontroller.h"
 #include "screens/usagefigurescontroller.h"
-#include "services/datausageappdelegate.h"
+#include "services/usagemonitor.h"
 #include "testsupport.h"
 
 #include <QAbstractItemModelTester>
@@ -52,7 +52,7 @@ struct Plan
     }
     TestContainer container; // now: 10 March 2026, 14:25
     std::unique_ptr<SharedCode> shared;
-    DataUsageAppDelegate delegate;
+    UsageMonitor delegate;
 };
 
 } // namespace

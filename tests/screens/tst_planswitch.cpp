@@ -6,7 +6,7 @@
 #include "core/storecontext.h"
 #include "platform/linux/linuxnetworkinterfaces.h"
 #include "screens/screens.h"
-#include "services/datausageappdelegate.h"
+#include "services/usagemonitor.h"
 
 #include <QDir>
 #include <QProcess>
@@ -94,7 +94,7 @@ private slots:
         writeCounters(1000);
         LinuxNetworkInterfaces interfaces(path("net_dev"), path("sys"));
         SharedCode shared(SharedCode::Services{path("container"), &interfaces});
-        DataUsageAppDelegate delegate(shared);
+        UsageMonitor delegate(shared);
         delegate.plans().setUpNewInstall();
         shared.userPref().setValue(Keys::PREF_SHOWED_SETUP, true);
         const QString phone = shared.activePlanID();

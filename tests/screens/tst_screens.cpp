@@ -8,7 +8,7 @@
 #include "platform/dbus/applicationinstance.h"
 #include "screens/mainscreencontroller.h"
 #include "screens/screens.h"
-#include "services/datausageappdelegate.h"
+#include "services/usagemonitor.h"
 #include "testsupport.h"
 
 #include <QDBusConnection>
@@ -139,7 +139,7 @@ struct App
 
     TestContainer container;
     std::unique_ptr<SharedCode> shared;
-    DataUsageAppDelegate delegate;
+    UsageMonitor delegate;
     std::unique_ptr<Screens> screens;
     QQmlApplicationEngine engine;
     QQuickWindow *window = nullptr;

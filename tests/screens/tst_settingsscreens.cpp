@@ -9,7 +9,7 @@
 #include "screens/desktopshell.h"
 #include "screens/planeditors.h"
 #include "screens/planpickers.h"
-#include "services/datausageappdelegate.h"
+#include "services/usagemonitor.h"
 #include "testsupport.h"
 
 #include <QDBusConnection>
@@ -44,7 +44,7 @@ struct Plans
 
     TestContainer container; // now: 10 March 2026, 14:25
     std::unique_ptr<SharedCode> shared;
-    DataUsageAppDelegate delegate;
+    UsageMonitor delegate;
     QString plan;
 };
 

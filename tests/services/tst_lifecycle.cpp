@@ -1,6 +1,6 @@
 #include "core/settingskeys.h"
-#include "services/datausageappdelegate.h"
 #include "services/releasenotes.h"
+#include "services/usagemonitor.h"
 #include "testsupport.h"
 
 #include <QSemaphore>
@@ -34,11 +34,11 @@ struct World
 {
     World() : container(sinceReference(600)), shared(container.open())
     {
-        DataUsageAppDelegate::Services s;
+        UsageMonitor::Services s;
         s.application = &app;
         s.notifications = &center;
         s.refreshStatus = &refresh;
-        delegate = std::make_unique<DataUsageAppDelegate>(*shared, s);
+        delegate = std::make_unique<UsageMonitor>(*shared, s);
         delegate->plans().setUpNewInstall();
         shared->setForPlan(QString(), Keys::PREF_THRES_MONTHLY, 1000.0);
         container.interfaces.counters = QList<LinkCounters>{{QStringLiteral("pdp_ip0"), 100, 100}};
@@ -62,7 +62,7 @@ struct World
     ManualApplication app;
     RecordingCenter center;
     FakeRefresh refresh;
-    std::unique_ptr<DataUsageAppDelegate> delegate;
+    std::unique_ptr<UsageMonitor> delegate;
     QSemaphore gate;
 };
 
@@ -187,7 +187,7 @@ private slots:
         World w;
         QVERIFY(w.delegate->prepareLaunch());
         QVERIFY(w.delegate->completeLaunch());
-        QCOMPARE(w.delegate->applicationState(), int(DataUsageAppDelegate::Background));
+        QCOMPARE(w.delegate->applicationState(), int(UsageMonitor::Background));
         QCOMPARE(w.app.fetchRequests, 1);
         w.delegate->checkUsage(nullptr);
         w.settle();
@@ -247,7 +247,7 @@ private slots:
         w.shared->userPref().setValue(Keys::PREF_SHOWED_SETUP, true);
         w.delegate->windowActivated();
         w.settle();
-        QCOMPARE(w.delegate->applicationState(), int(DataUsageAppDelegate::Active));
+        QCOMPARE(w.delegate->applicationState(), int(UsageMonitor::Active));
         QCOMPARE(w.center.clears, 1);
         // A fresh install records its version silently; an update shows the notice once.
         QCOMPARE(w.shared->userPref().stringForKey(QStringLiteral("PREF_WHATSNEW_CHECK_8_6")),

@@ -1,5 +1,5 @@
 #include "core/settingskeys.h"
-#include "services/datausageappdelegate.h"
+#include "services/usagemonitor.h"
 #include "testsupport.h"
 
 #include <QtTest>
@@ -101,9 +101,9 @@ private slots:
         TestContainer c(t0.addSecs(30 * 60).toLocalTime());
         auto shared = c.open();
         FakeLocation location;
-        DataUsageAppDelegate::Services s;
+        UsageMonitor::Services s;
         s.location = &location;
-        DataUsageAppDelegate delegate(*shared, s);
+        UsageMonitor delegate(*shared, s);
         delegate.plans().setUpNewInstall();
         delegate.location().follow();
         QCOMPARE(location.starts, 0); // the setting is off

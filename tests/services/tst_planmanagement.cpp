@@ -2,7 +2,7 @@
 #include "history/historycontrollers.h"
 #include "screens/plancontrollers.h"
 #include "screens/selectplancontroller.h"
-#include "services/datausageappdelegate.h"
+#include "services/usagemonitor.h"
 #include "testsupport.h"
 
 #include <QtTest>
@@ -43,7 +43,7 @@ struct Plans
 
     TestContainer container;
     std::unique_ptr<SharedCode> shared;
-    DataUsageAppDelegate delegate;
+    UsageMonitor delegate;
     QString first, second;
 };
 

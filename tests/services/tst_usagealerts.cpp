@@ -1,6 +1,6 @@
 #include "core/settingskeys.h"
 #include "screens/alertscontrollers.h"
-#include "services/datausageappdelegate.h"
+#include "services/usagemonitor.h"
 #include "testsupport.h"
 
 #include <QtTest>
@@ -15,7 +15,7 @@ struct World
 {
     explicit World(const QDateTime &now = QDateTime(QDate(2026, 3, 10), QTime(14, 25)))
         : container(now), shared(container.open()),
-          delegate(*shared, DataUsageAppDelegate::Services{&center, &badge, &refresh})
+          delegate(*shared, UsageMonitor::Services{&center, &badge, &refresh})
     {
         delegate.plans().setUpNewInstall();
         shared->setForPlan(QString(), Keys::PREF_THRES_MONTHLY, 100 * MB);
@@ -43,7 +43,7 @@ struct World
     FakeBadge badge;
     FakeRefresh refresh;
     std::unique_ptr<SharedCode> shared;
-    DataUsageAppDelegate delegate;
+    UsageMonitor delegate;
     std::shared_ptr<StoreContext> context;
 };
 

@@ -22,9 +22,11 @@
 class WatchSession;
 class QObject;
 
-// The application's delegate: the current figures, the alerts and notifications, the plans, and
-// what lives for the whole process beside the shared logic.
-class DataUsageAppDelegate
+// What every Tallymo process runs: the window and background states and every wake-up (the
+// service's timer, a push, a visit, the window coming to the front) lead to one usage check that
+// samples, recomputes the figures and hands them to the main screen, the widget, the watch, the
+// badge and the alerts. Each concern lives in a service of its own, reached from here.
+class UsageMonitor
 {
 public:
     enum ApplicationState { Active = 0, Inactive = 1, Background = 2 };
@@ -43,9 +45,9 @@ public:
         static Services from(DesktopServices *desktop, PlatformApplication *application);
     };
 
-    explicit DataUsageAppDelegate(SharedCode &shared);
-    DataUsageAppDelegate(SharedCode &shared, Services services);
-    ~DataUsageAppDelegate();
+    explicit UsageMonitor(SharedCode &shared);
+    UsageMonitor(SharedCode &shared, Services services);
+    ~UsageMonitor();
 
     SharedCode &shared() const { return m_shared; }
     void setServices(Services services);

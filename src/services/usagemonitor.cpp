@@ -1,13 +1,13 @@
-#include "datausageappdelegate.h"
+#include "usagemonitor.h"
 
 #include "core/dispatchqueue.h"
 #include "core/settingskeys.h"
 
 #include <QStandardPaths>
 
-DataUsageAppDelegate::DataUsageAppDelegate(SharedCode &shared) : DataUsageAppDelegate(shared, Services()) {}
+UsageMonitor::UsageMonitor(SharedCode &shared) : UsageMonitor(shared, Services()) {}
 
-DataUsageAppDelegate::DataUsageAppDelegate(SharedCode &shared, Services services)
+UsageMonitor::UsageMonitor(SharedCode &shared, Services services)
     : m_shared(shared), m_services(services), m_figures(shared), m_location(shared, services.location),
       m_watch(shared, m_location, services.watch), m_push(services.push), m_search(shared),
       m_hostNames(services.hostNames), m_alerts(shared), m_plans(shared, m_location)
@@ -19,9 +19,9 @@ DataUsageAppDelegate::DataUsageAppDelegate(SharedCode &shared, Services services
     QObject::connect(&m_location, &LocationTracker::wakeUp, &m_location, [this] { checkUsage(nullptr); });
 }
 
-DataUsageAppDelegate::~DataUsageAppDelegate() = default;
+UsageMonitor::~UsageMonitor() = default;
 
-void DataUsageAppDelegate::setServices(Services services)
+void UsageMonitor::setServices(Services services)
 {
     m_services = services;
     m_location.setService(services.location);
@@ -32,14 +32,14 @@ void DataUsageAppDelegate::setServices(Services services)
     m_alerts.setRefreshStatus(services.refreshStatus);
 }
 
-void DataUsageAppDelegate::setRootController(RootController *root)
+void UsageMonitor::setRootController(RootController *root)
 {
     m_root = root;
     m_alerts.setRootController(root);
 }
 
-DataUsageAppDelegate::Services DataUsageAppDelegate::Services::from(DesktopServices *desktop,
-                                                                    PlatformApplication *application)
+UsageMonitor::Services UsageMonitor::Services::from(DesktopServices *desktop,
+                                                    PlatformApplication *application)
 {
     Services services;
     services.application = application;
