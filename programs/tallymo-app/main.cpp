@@ -33,6 +33,7 @@
 #include <QQuickItem>
 #include <QQuickWindow>
 #include <QSGRendererInterface>
+#include <QScopeGuard>
 #include <QTemporaryDir>
 #include <QTimer>
 
@@ -178,8 +179,11 @@ int main(int argc, char **argv)
     // The desktop's search reads the item the app made last; it is on the bus before the name is.
     SearchableIndex searchIndex(container);
     const Clock &clock = replayClock ? *replayClock : Clock::system();
-    DesktopSearch search(searchIndex, clock,
-                         [] { return WidgetRecord::current(SharedCode::sharedInstance()); });
+    // The shared code is made after the search is on the bus; until then the search has no record.
+    SharedCode *sharedForSearch = nullptr;
+    DesktopSearch search(searchIndex, clock, [&sharedForSearch] {
+        return sharedForSearch ? WidgetRecord::current(*sharedForSearch) : QVariantMap();
+    });
     std::function<void(const UserActivity &)> openFromSearch;
     SearchProviders searchProviders(search, [&](const UserActivity &activity) {
         if (openFromSearch)
@@ -221,7 +225,8 @@ int main(int argc, char **argv)
     SharedCode shared(s);
     if (const QString error = shared.userPref().loadError(); !error.isEmpty())
         fail(error); // never go on with defaults over the user's file
-    SharedCode::setSharedInstance(&shared);
+    sharedForSearch = &shared;
+    const auto forgetShared = qScopeGuard([&] { sharedForSearch = nullptr; });
     UsageMonitor delegate(shared);
     TimedBackgroundTasks tasks;
     QString moduleErrors;

@@ -72,7 +72,6 @@ int main(int argc, char **argv)
 
     LinuxNetworkInterfaces interfaces = LinuxNetworkInterfaces::fromEnvironment();
     SharedCode shared(SharedCode::Services{Paths::container(), &interfaces});
-    SharedCode::setSharedInstance(&shared);
     if (const QString error = shared.userPref().loadError(); !error.isEmpty()) {
         std::fprintf(stderr, "tallymo-widget: %s\n", qPrintable(error));
         return 1;

@@ -74,7 +74,6 @@ int main(int argc, char **argv)
                 s.clock = replayClock.get();
             shared = std::make_unique<SharedCode>(s);
             Cli::checkSettings(*shared); // never go on with defaults over the user's file
-            SharedCode::setSharedInstance(shared.get());
             delegate = std::make_unique<UsageMonitor>(*shared);
             delegate->plans().setUpNewInstall();
             services.emplace(Cli::Services{*shared, *delegate});

@@ -11,10 +11,6 @@
 #include <algorithm>
 #include <cmath>
 
-namespace {
-SharedCode *g_instance = nullptr;
-} // namespace
-
 SharedCode::SharedCode(Services services)
     : m_container(QDir(services.containerPath).absolutePath()),
       m_flockPath(m_container + QStringLiteral("/flockFile.txt")), m_interfaces(services.interfaces),
@@ -26,22 +22,7 @@ SharedCode::SharedCode(Services services)
     migratePlan();
 }
 
-SharedCode::~SharedCode()
-{
-    if (g_instance == this)
-        g_instance = nullptr;
-}
-
-SharedCode &SharedCode::sharedInstance()
-{
-    Q_ASSERT_X(g_instance, "SharedCode", "no shared instance installed");
-    return *g_instance;
-}
-
-void SharedCode::setSharedInstance(SharedCode *instance)
-{
-    g_instance = instance;
-}
+SharedCode::~SharedCode() = default;
 
 QString SharedCode::activePlanID() const
 {

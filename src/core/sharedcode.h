@@ -48,7 +48,8 @@ struct Period
 
 // The shared logic of every Tallymo process: settings and plan-scoped keys, the interface counters
 // and the usage recorder, the usage store contexts, and the billing periods. One instance per
-// process (sharedInstance); creating it computes the lock path and runs the settings migration.
+// process, made by the program and handed to what needs it; creating it computes the lock path and runs the
+// settings migration.
 class SharedCode
 {
 public:
@@ -69,8 +70,6 @@ public:
     SharedCode &operator=(const SharedCode &) = delete;
 
     // The process's instance, installed by the program's composition root.
-    static SharedCode &sharedInstance();
-    static void setSharedInstance(SharedCode *instance);
 
     // Settings domain and plan-scoped keys. A null plan means the active plan.
     SettingsDomain &userPref() { return m_settings; }
