@@ -78,15 +78,12 @@ public:
     QString processPlanID(const QString &plan) const;
     QVariant getForPlan(const QString &plan, const QString &key) const;
     void setForPlan(const QString &plan, const QString &key, const QVariant &object);
-    static void checkAndSetObjectForKey(const QString &key, QVariantMap &dict, const SettingsDomain &pref);
-    void migratePlan();
     qint64 integerForPlan(const QString &plan, const QString &key) const;
     double doubleForPlan(const QString &plan, const QString &key) const;
     bool boolForPlan(const QString &plan, const QString &key) const;
     static QString newPlanIdentifier();
 
     // Interfaces.
-    QString currentWifiLink();
     QString savedWifiLink();
     void checkWifiLink();
     bool isTrackTetherForPlan(const QString &plan) const;
@@ -94,7 +91,6 @@ public:
     // Usage recorder.
     QString flockPath() const { return m_flockPath; }
     SampleResult sampleUsage(StoreContext *context, Coordinate loc);
-    SampleResult recordUsage(StoreContext *context, Coordinate loc);
 
     // Store contexts.
     QString containerURL() const { return m_container; }
@@ -121,6 +117,11 @@ public:
     std::optional<ConnectionTable> proto(int protocol);
 
 private:
+    static void checkAndSetObjectForKey(const QString &key, QVariantMap &dict, const SettingsDomain &pref);
+    void migratePlan();
+    QString currentWifiLink();
+    SampleResult recordUsage(StoreContext *context, Coordinate loc);
+
     QStringList cellularLinks(const QStringList &present) const;
     QString takePrimaryCellular(const QStringList &cellular, QVariantMap &tether);
 
