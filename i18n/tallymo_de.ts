@@ -1038,8 +1038,8 @@
     </message>
     <message>
         <location line="+1"/>
-        <source>Map Usage only uses low-power location services to preserve battery life. Always allow location access is required.</source>
-        <translation>Verbrauchskarte nutzt nur stromsparende Ortungsdienste, um den Akku zu schonen. Dauerhafter Zugriff auf den Standort ist erforderlich.</translation>
+        <source>Map Usage only uses low-power location services to preserve battery life. The desktop&apos;s location service has to allow Tallymo.</source>
+        <translation>Verbrauchskarte nutzt nur stromsparende Ortungsdienste, um den Akku zu schonen. Der Ortungsdienst des Desktops muss Tallymo erlauben.</translation>
     </message>
     <message>
         <location line="+4"/>

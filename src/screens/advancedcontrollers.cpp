@@ -49,8 +49,8 @@ void ResetController::reload()
         refreshFooter = tr("Tap to turn on the background service.");
     SettingsDomain &pref = m_delegate.shared().userPref();
     setFooters({refreshFooter, tr("Show current usage on the app icon."),
-                tr("Map Usage only uses low-power location services to preserve battery life. Always allow "
-                   "location access is required."),
+                tr("Map Usage only uses low-power location services to preserve battery life. The desktop's "
+                   "location service has to allow Tallymo."),
                 QString(), QString()});
     setRows(
         {{BackgroundRow, tr("Background App Refresh"), QString(), refresh.on ? tr("On") : tr("Off"),
