@@ -66,7 +66,7 @@ int map(const QStringList &args, Environment &env)
         for (int i = 0; i < map->hourKeys.size(); ++i) {
             QJsonArray places;
             for (const MapData &p : map->dataForAll.value(map->hourKeys.at(i))) {
-                const MapCoordinate c = MKCoordinateForMapPoint(p.mapPoint);
+                const MapCoordinate c = coordinateForMapPoint(p.mapPoint);
                 places.append(QJsonObject{{QStringLiteral("latitude"), c.latitude},
                                           {QStringLiteral("longitude"), c.longitude},
                                           {QStringLiteral("cell"), p.cell},
@@ -88,7 +88,7 @@ int map(const QStringList &args, Environment &env)
     for (int i = 0; i < map->hourKeys.size(); ++i) {
         print(map->cardTitle(i) + QLatin1Char('\n'));
         for (const MapData &p : map->dataForAll.value(map->hourKeys.at(i))) {
-            const MapCoordinate c = MKCoordinateForMapPoint(p.mapPoint);
+            const MapCoordinate c = coordinateForMapPoint(p.mapPoint);
             print(QStringLiteral("  %1, %2  cellular %3  Wi-Fi %4\n")
                       .arg(c.latitude, 0, 'f', 5)
                       .arg(c.longitude, 0, 'f', 5)

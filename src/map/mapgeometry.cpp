@@ -24,16 +24,16 @@ MapPoint mapPointForCoordinate(MapCoordinate c)
     return {x, y};
 }
 
-MapCoordinate MKCoordinateForMapPoint(MapPoint p)
+MapCoordinate coordinateForMapPoint(MapPoint p)
 {
     const double longitude = p.x / kMapSizeWorld.width * 360 - 180;
     const double latitude = std::atan(std::sinh(M_PI * (1 - 2 * p.y / kMapSizeWorld.height))) * 180 / M_PI;
     return {latitude, longitude};
 }
 
-double MKMetersBetweenMapPoints(MapPoint a, MapPoint b)
+double metersBetweenMapPoints(MapPoint a, MapPoint b)
 {
-    const MapCoordinate ca = MKCoordinateForMapPoint(a), cb = MKCoordinateForMapPoint(b);
+    const MapCoordinate ca = coordinateForMapPoint(a), cb = coordinateForMapPoint(b);
     return metersBetween(ca.latitude, ca.longitude, cb.latitude, cb.longitude);
 }
 

@@ -43,9 +43,9 @@ inline constexpr MapSize kMapSizeWorld{268435456.0, 268435456.0};
 inline constexpr MapCoordinate kInvalidMapCoordinate{-180.0, -180.0};
 
 MapPoint mapPointForCoordinate(MapCoordinate coordinate);
-MapCoordinate MKCoordinateForMapPoint(MapPoint point);
+MapCoordinate coordinateForMapPoint(MapPoint point);
 // Great-circle metres between the coordinates of two points.
-double MKMetersBetweenMapPoints(MapPoint a, MapPoint b);
+double metersBetweenMapPoints(MapPoint a, MapPoint b);
 double mapPointsPerMeterAtLatitude(double latitude);
 MapRect mapRectUnion(MapRect a, MapRect b);
 MapRect mapRectInset(MapRect rect, double dx, double dy);

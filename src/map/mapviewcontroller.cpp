@@ -21,7 +21,7 @@ void addPlace(QList<MapData> &places, MapPoint point, double cell, double wifi)
 {
     // The first place within reach, not the nearest; it keeps the position it was founded at.
     for (MapData &place : places) {
-        if (MKMetersBetweenMapPoints(place.mapPoint, point) < kMergeMeters) {
+        if (metersBetweenMapPoints(place.mapPoint, point) < kMergeMeters) {
             place.cell += cell;
             place.wifi += wifi;
             return;
@@ -54,11 +54,11 @@ Fit fitPage(const QList<MapData> &places, int hourIndex)
     if (places.isEmpty())
         return fit;
     const MapPoint q = places.last().mapPoint;
-    const double perMeter = mapPointsPerMeterAtLatitude(MKCoordinateForMapPoint(q).latitude);
+    const double perMeter = mapPointsPerMeterAtLatitude(coordinateForMapPoint(q).latitude);
     MapRect rect{q, {1, 1}};
     for (int i = 0; i < places.size(); ++i) {
         const MapPoint p = places.at(i).mapPoint;
-        fit.pins.append(PlaceAnnotation{hourIndex, i, MKCoordinateForMapPoint(p)});
+        fit.pins.append(PlaceAnnotation{hourIndex, i, coordinateForMapPoint(p)});
         rect = mapRectUnion(rect, MapRect{p, {1, 1}});
     }
     const double span = kMinimumSpanMeters * perMeter;

@@ -205,7 +205,7 @@ void TileMap::paintGraticule(QPainter *painter)
 {
     // Linear in x, and past 180° where the view reaches over the world's east edge.
     auto longitudeAt = [](double x) { return x / kWorld * 360 - 180; };
-    auto latitudeAt = [](double y) { return MKCoordinateForMapPoint({0, y}).latitude; };
+    auto latitudeAt = [](double y) { return coordinateForMapPoint({0, y}).latitude; };
     const double west = longitudeAt(m_rect.left()), east = longitudeAt(m_rect.right());
     const double span = std::max(east - west, 1e-9);
     const double power = std::pow(10, std::floor(std::log10(span / 4)));

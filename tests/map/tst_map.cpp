@@ -33,11 +33,11 @@ private slots:
         QCOMPARE(centre.y, W / 2);
         QCOMPARE(mapPointForCoordinate({0, -180}).x, 0.0);
         QVERIFY(qAbs(mapPointForCoordinate({85.0511287798, 0}).y) < 1);
-        const MapCoordinate berlin = MKCoordinateForMapPoint(mapPointForCoordinate({52.52, 13.405}));
+        const MapCoordinate berlin = coordinateForMapPoint(mapPointForCoordinate({52.52, 13.405}));
         QVERIFY(qAbs(berlin.latitude - 52.52) < 1e-9 && qAbs(berlin.longitude - 13.405) < 1e-9);
         QVERIFY(qAbs(mapPointsPerMeterAtLatitude(0) - 6.698324) < 1e-6);
         QVERIFY(qAbs(mapPointsPerMeterAtLatitude(60) / mapPointsPerMeterAtLatitude(0) - 2) < 1e-9);
-        QVERIFY(qAbs(MKMetersBetweenMapPoints(north(48, 2, 0), north(48, 2, 1234)) - 1234) < 1e-6);
+        QVERIFY(qAbs(metersBetweenMapPoints(north(48, 2, 0), north(48, 2, 1234)) - 1234) < 1e-6);
     }
 
     void rectangles()
