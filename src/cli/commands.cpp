@@ -290,8 +290,7 @@ int planChange(const Arguments &a, Environment &env, const QString &usage)
                                                     "This will delete current usage statistics.")))
             return 1;
         s.delegate.figures().readActivePlanValuesNow(); // the period the reset deletes
-        s.delegate.plans().resetPeriod(s.delegate.figures().values().monthStartDate,
-                                       s.delegate.figures().values().monthEndDate);
+        s.delegate.plans().resetCurrentPeriod();
         drainActiveQueue(s.shared);
         return 0;
     }

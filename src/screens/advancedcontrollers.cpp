@@ -108,8 +108,7 @@ void ResetController::answer(int index)
     const Question asked = std::exchange(m_asked, Question::None);
     if (asked != Question::Reset || index != 0)
         return;
-    m_delegate.plans().resetPeriod(m_delegate.figures().values().monthStartDate,
-                                   m_delegate.figures().values().monthEndDate);
+    m_delegate.plans().resetCurrentPeriod();
     m_delegate.doComputeValuesOnly();
     emit goBack();
 }

@@ -14,8 +14,7 @@ void resetWithExistingUsage(UsageMonitor &delegate, double existingBytes)
     StoreContext *c = context.get();
     // The period as the settings now have it: the reset deletes exactly that period's usage.
     delegate.figures().readActivePlanValuesNow();
-    delegate.plans().resetPeriod(delegate.figures().values().monthStartDate,
-                                 delegate.figures().values().monthEndDate);
+    delegate.plans().resetCurrentPeriod();
     if (existingBytes > 0)
         delegate.plans().addUsageToCurrent(existingBytes);
     c->performAndWait([&] { delegate.computeCurrentValues(c); });

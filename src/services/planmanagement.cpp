@@ -5,12 +5,14 @@
 #include "location.h"
 #include "logging.h"
 #include "planservice.h"
+#include "usagefigures.h"
 
 #include <QFile>
 #include <QMetaMethod>
 
-PlanService::PlanService(SharedCode &shared, const LocationTracker &location, QObject *parent)
-    : QObject(parent), m_shared(shared), m_location(location)
+PlanService::PlanService(SharedCode &shared, const LocationTracker &location, const UsageFigures &figures,
+                         QObject *parent)
+    : QObject(parent), m_shared(shared), m_location(location), m_figures(figures)
 {}
 
 void PlanService::removePlan(const QString &plan)
@@ -53,11 +55,13 @@ void PlanService::switchPlan(const QString &plan, std::function<void()> done)
     });
 }
 
-void PlanService::resetPeriod(const QDateTime &start, const QDateTime &end)
+void PlanService::resetCurrentPeriod()
 {
     const std::shared_ptr<StoreContext> context = m_shared.activeStore();
     if (!context)
         return;
+    const CurrentValues v = m_figures.values();
+    const QDateTime start = v.monthStartDate, end = v.monthEndDate;
     StoreContext *c = context.get();
     c->perform([c, start, end] {
         c->deleteEvents(start, end);

@@ -10,6 +10,7 @@
 #include <functional>
 
 class LocationTracker;
+class UsageFigures;
 
 // The plans: the first one of a new installation, adding, switching and removing plans, the two
 // corrections of the current period, and the stores of plans other than the active one.
@@ -17,7 +18,8 @@ class PlanService : public QObject, public PlanStores
 {
     Q_OBJECT
 public:
-    PlanService(SharedCode &shared, const LocationTracker &location, QObject *parent = nullptr);
+    PlanService(SharedCode &shared, const LocationTracker &location, const UsageFigures &figures,
+                QObject *parent = nullptr);
 
     SharedCode &shared() const override { return m_shared; }
     // The active plan's shared store context, or (kept until dropped) another plan's.
@@ -34,8 +36,8 @@ public:
     void removePlan(const QString &plan);
     // A last sample into the active plan, then (on the main queue) the switch; `done` after it.
     void switchPlan(const QString &plan, std::function<void()> done = nullptr);
-    // Deletes the active plan's usage in [start, end).
-    void resetPeriod(const QDateTime &start, const QDateTime &end);
+    // Deletes the active plan's usage of the current period (as last computed).
+    void resetCurrentPeriod();
     // A cellular record of that many bytes, stamped now; nothing for 0 or less.
     void addUsageToCurrent(double bytes);
     // Asks whoever shows screens for the plan's day history over the presenter.
@@ -49,6 +51,7 @@ signals:
 private:
     SharedCode &m_shared;
     const LocationTracker &m_location;
+    const UsageFigures &m_figures;
     std::shared_ptr<StoreContext> m_otherPlanStore;
     QueuedWork m_work; // last: ends before the members its blocks use
 };

@@ -10,7 +10,7 @@ UsageMonitor::UsageMonitor(SharedCode &shared) : UsageMonitor(shared, Services()
 UsageMonitor::UsageMonitor(SharedCode &shared, Services services)
     : m_shared(shared), m_services(services), m_figures(shared), m_location(shared, services.location),
       m_watch(shared, m_location, services.watch), m_push(services.push), m_search(shared),
-      m_hostNames(services.hostNames), m_alerts(shared), m_plans(shared, m_location)
+      m_hostNames(services.hostNames), m_alerts(shared), m_plans(shared, m_location, m_figures)
 {
     QObject::connect(&m_plans, &PlanService::activePlanChanged, &m_plans, [this] { doComputeValuesOnly(); });
     m_alerts.setNotifications(services.notifications);

@@ -134,8 +134,7 @@ private slots:
         QCOMPARE(added.size(), 1);
         QCOMPARE(added[0].cellIn, 100.0);
         QCOMPARE(added[0].latitude, kUnknownCoordinate);
-        p.delegate.plans().resetPeriod(p.delegate.figures().values().monthStartDate,
-                                       p.delegate.figures().values().monthEndDate);
+        p.delegate.plans().resetCurrentPeriod();
         QCOMPARE(p.cellIn(p.first), 7.0); // earlier periods stay
     }
 
