@@ -12,7 +12,7 @@ scripts/deps.sh xvfb xauth
 build=${1:-build-bench}
 if [ "$build" = build-bench ]; then
     cmake -S . -B build-bench -DCMAKE_BUILD_TYPE=Release -DTALLYMO_TESTS=OFF -DTALLYMO_BENCH=ON >/dev/null
-    cmake --build build-bench -j"$(nproc)" --target tallymo_bench tallymo tallymo-app >/dev/null
+    cmake --build build-bench -j"$(nproc)" --target tallymo_bench tallymo tallymo-app tallymo-screenshots >/dev/null
 fi
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
@@ -20,18 +20,19 @@ trap 'rm -rf "$work"' EXIT
 export TALLYMO_CONTAINER="$work/container" TALLYMO_PROC_NET_DEV=/dev/null XDG_RUNTIME_DIR="$work" \
        QT_QUICK_CONTROLS_STYLE=Basic
 app="$build/programs/tallymo-app/tallymo-app"
+shots="$build/tools/screenshots/tallymo-screenshots"
 tallymo="$build/programs/tallymo/tallymo"
 "$tallymo" defaults write PREF_SHOWED_SETUP true --type bool >/dev/null
-xvfb-run -a -s "-screen 0 1280x1024x24" bash -s "$app" "$tallymo" <<'SH'
+xvfb-run -a -s "-screen 0 1280x1024x24" bash -s "$app" "$tallymo" "$shots" <<'SH'
 set -euo pipefail
-app=$1 tallymo=$2
+app=$1 tallymo=$2 shots=$3
 export QT_QPA_PLATFORM=xcb QSG_RENDER_LOOP=basic
 times=()
 for _ in $(seq 15); do times+=("$("$app" --first-frame 2>/dev/null)"); done
 printf '%s\n' "${times[@]}" | sort -n | awk '{a[NR]=$1} END {printf "  %7.1f ms median  start to first frame (15 starts, min %.0f, max %.0f)\n", a[int((NR+1)/2)], a[1], a[NR]}'
 for view in day periods; do
     times=()
-    for _ in $(seq 15); do times+=("$("$app" --first-frame-of "$view" 2>/dev/null)"); done
+    for _ in $(seq 15); do times+=("$("$shots" --first-frame-of "$view" 2>/dev/null)"); done
     printf '%s\n' "${times[@]}" | sort -n | awk -v view="$view" '{a[NR]=$1} END {printf "  %7.1f ms median  main screen up to the %s view with its rows (15 runs, min %.0f, max %.0f)\n", a[int((NR+1)/2)], view, a[1], a[NR]}'
 done
 cpu() { # theme font row, colour row, label

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Builds Tallymo and opens the app. Arguments go to tallymo-app (for example --screenshot DIR).
+# Builds Tallymo and opens the app. Arguments go to tallymo-app (for example --action history).
 #   TALLYMO_CONTAINER=/tmp/tallymo-demo scripts/app.sh      the app on another data container
 set -euo pipefail
 cd "$(dirname "$0")/.."

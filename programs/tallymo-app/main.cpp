@@ -14,9 +14,9 @@
 #include "platform/linux/sockdiag.h"
 #include "platform/linux/unixsignals.h"
 #include "platform/linux/xdgmail.h"
+#include "screens/appwindow.h"
 #include "screens/mainscreencontroller.h"
-#include "screens/screens.h"
-#include "screens/screenshots.h"
+#include "screens/navigator.h"
 #include "screens/translations.h"
 #include "services/backgroundtasks.h"
 #include "services/usagemonitor.h"
@@ -49,60 +49,10 @@ namespace {
     std::exit(status);
 }
 
-// A copy of the container for a screenshot run, whose states change settings and figures.
-QString copyContainer(const QString &from, const QString &to)
-{
-    QDirIterator it(from, QDir::Files | QDir::Hidden | QDir::NoDotAndDotDot, QDirIterator::Subdirectories);
-    while (it.hasNext()) {
-        const QString path = it.next();
-        const QString target = to + QLatin1Char('/') + QDir(from).relativeFilePath(path);
-        QDir().mkpath(QFileInfo(target).absolutePath());
-        if (!QFile::copy(path, target))
-            return QStringLiteral("cannot copy %1").arg(path);
-    }
-    return QString();
-}
-
 QIcon iconFor(const QString &alternate)
 {
     const QString name = LinuxAlternateIcons::themeIconName(alternate);
     return QIcon::fromTheme(name, QIcon(QStringLiteral(":/icons/%1.svg").arg(name)));
-}
-
-// Opens a history view over the main screen and prints the milliseconds until a frame shows it
-// with its rows (its list no longer busy), then quits.
-void timeView(QQuickWindow &window, const QString &view)
-{
-    auto *clock = new QElapsedTimer;
-    clock->start();
-    const QVariant spec =
-        QVariantList{view == QLatin1StringView("day") ? QStringLiteral("DayViewController")
-                                                      : QStringLiteral("MultiCyclesController"),
-                     QString()};
-    QMetaObject::invokeMethod(&window, "openScreenWith", Q_ARG(QVariant, spec), Q_ARG(QVariant, false));
-    auto ready = std::make_shared<bool>(false);
-    QObject::connect(&window, &QQuickWindow::frameSwapped, &window, [&window, clock, view, ready] {
-        if (*ready) { // this frame was drawn with the rows
-            std::printf("%lld\n", static_cast<long long>(clock->elapsed()));
-            std::fflush(stdout);
-            QTimer::singleShot(0, qApp, &QCoreApplication::quit);
-            return;
-        }
-        QQuickItem *pages = nullptr;
-        QList<QQuickItem *> items{window.contentItem()};
-        while (!items.isEmpty() && !pages) {
-            QQuickItem *item = items.takeFirst();
-            if (item->objectName() == QLatin1StringView("pages"))
-                pages = item;
-            items += item->childItems();
-        }
-        QObject *top = pages ? pages->property("currentItem").value<QObject *>() : nullptr;
-        QObject *controller = top ? top->property("controller").value<QObject *>() : nullptr;
-        if (controller && view == QLatin1StringView("day"))
-            controller = controller->property("activeController").value<QObject *>();
-        *ready = controller && !controller->property("busy").toBool();
-        window.update(); // another frame: the one with the rows, or a later look
-    });
 }
 
 } // namespace
@@ -123,53 +73,21 @@ int main(int argc, char **argv)
         QStringLiteral("Tallymo: how much of your data plan is used, and whether it lasts."));
     parser.addHelpOption();
     parser.addVersionOption();
-    const QCommandLineOption screenshot(QStringLiteral("screenshot"),
-                                        QStringLiteral("Write pictures of the screens to DIR and exit."),
-                                        QStringLiteral("DIR"));
-    const QCommandLineOption size(QStringLiteral("size"),
-                                  QStringLiteral("Window size for --screenshot (default 420x820)."),
-                                  QStringLiteral("WxH"), QStringLiteral("420x820"));
     const QCommandLineOption action(QStringLiteral("action"),
                                     QStringLiteral("Run a quick action: history, theme or dataplan."),
                                     QStringLiteral("NAME"));
     const QCommandLineOption firstFrame(
         QStringLiteral("first-frame"), QStringLiteral("Print the milliseconds to the first frame and exit."));
-    const QCommandLineOption firstFrameOf(
-        QStringLiteral("first-frame-of"),
-        QStringLiteral("Once the main screen is up, open a history view (day or periods) and print the "
-                       "milliseconds to its first frame with its rows, then exit."),
-        QStringLiteral("VIEW"));
-    const QCommandLineOption dumpMain(
-        QStringLiteral("dump-main"),
-        QStringLiteral("With --screenshot: print the main screen's texts instead of pictures."));
     const QCommandLineOption service(
         QStringLiteral("gapplication-service"),
         QStringLiteral("Started by the session bus: answer the desktop's search and show no window until "
                        "activated; leave after a while without either."));
-    parser.addOptions({screenshot, size, action, firstFrame, firstFrameOf, dumpMain, service});
+    parser.addOptions({action, firstFrame, service});
     parser.process(app);
-
-    const bool pictures = parser.isSet(screenshot);
-    QSize windowSize(420, 820);
-    if (pictures) {
-        const QStringList wh = parser.value(size).split(QLatin1Char('x'));
-        bool okW = false, okH = false;
-        if (wh.size() == 2)
-            windowSize = QSize(wh[0].toInt(&okW), wh[1].toInt(&okH));
-        if (!okW || !okH || windowSize.width() < 200 || windowSize.height() < 300 ||
-            windowSize.width() > 4000 || windowSize.height() > 4000)
-            fail(QStringLiteral("--size wants WIDTHxHEIGHT between 200x300 and 4000x4000, not %1")
-                     .arg(parser.value(size)),
-                 2);
-    }
 
     // One app per session: a second start hands its request to the first and exits.
     ApplicationInstance instance;
-    const QString timedView = parser.value(firstFrameOf);
-    if (!timedView.isEmpty() && timedView != QLatin1StringView("day") &&
-        timedView != QLatin1StringView("periods"))
-        fail(QStringLiteral("--first-frame-of takes day or periods, not \"%1\"").arg(timedView), 2);
-    const bool onDemand = parser.isSet(service) && !pictures;
+    const bool onDemand = parser.isSet(service);
     QString clockError;
     const std::unique_ptr<Clock> replayClock = clockFromEnvironment(&clockError);
     if (!clockError.isEmpty())
@@ -189,7 +107,7 @@ int main(int argc, char **argv)
         if (openFromSearch)
             openFromSearch(activity);
     });
-    if (!pictures && !parser.isSet(firstFrame) && timedView.isEmpty()) {
+    if (!parser.isSet(firstFrame)) {
         QString why;
         if (!searchProviders.registerOn(QDBusConnection::sessionBus(), &why) && onDemand)
             fail(why);
@@ -207,16 +125,6 @@ int main(int argc, char **argv)
         }
     }
 
-    QTemporaryDir copy;
-    if (pictures) {
-        if (!copy.isValid())
-            fail(QStringLiteral("cannot make a temporary folder: %1").arg(copy.errorString()));
-        const QString error = copyContainer(container, copy.path());
-        if (!error.isEmpty())
-            fail(error);
-        container = copy.path();
-    }
-
     LinuxNetworkInterfaces interfaces = LinuxNetworkInterfaces::fromEnvironment();
     SockDiagConnections connections;
     SharedCode::Services s{container, &interfaces};
@@ -231,11 +139,11 @@ int main(int argc, char **argv)
     TimedBackgroundTasks tasks;
     QString moduleErrors;
     std::unique_ptr<DesktopServices> desktop =
-        pictures ? nullptr : DesktopModule::load(shared.containerURL(), shared.clock(), &moduleErrors);
+        DesktopModule::load(shared.containerURL(), shared.clock(), &moduleErrors);
     if (desktop) {
         interfaces.setModemLinks([d = desktop.get()] { return d->modemDataLinks(); });
         WidgetHelper::setCenter(desktop->widgetCenter(shared));
-    } else if (!pictures) {
+    } else {
         std::fprintf(stderr, "tallymo-app: desktop services unavailable (no notifications or badge):%s\n",
                      qPrintable(moduleErrors));
     }
@@ -248,30 +156,19 @@ int main(int argc, char **argv)
     delegate.setApplicationState(UsageMonitor::Inactive);
     delegate.prepareLaunch();
     XdgMail mail;
-    // A picture run keeps its pictures (the shared screenshot too) in its own folder.
-    LinuxDesktopShell shell(pictures ? parser.value(screenshot) : QString());
+    LinuxDesktopShell shell;
     SystemdUserManager systemd;
-    Screens screens(delegate, {&icons, pictures ? nullptr : &mail, &shell, &systemd});
-    screens.main()->setStillFrames(pictures);
+    Navigator navigator(delegate, {&icons, &mail, &shell, &systemd});
     delegate.completeLaunch();
     // The figures as stored, so the first frame shows them; activation then takes a fresh sample.
-    delegate.figures().readActivePlanValuesNow();
-    screens.main()->reloadValues();
+    showStoredFigures(navigator);
 
-    // Glyphs rasterised once into a texture: cheaper to draw each frame than distance-field text,
-    // which matters with software OpenGL while a theme animates.
-    QQuickWindow::setTextRenderType(QQuickWindow::NativeTextRendering);
     QQmlApplicationEngine engine;
-    engine.addImportPath(QStringLiteral("qrc:/qt/qml"));
-    engine.setInitialProperties(
-        {{QStringLiteral("screens"), QVariant::fromValue(&screens)}, {QStringLiteral("visible"), !onDemand}});
-    engine.load(QUrl(QStringLiteral("qrc:/qt/qml/Tallymo/Main.qml")));
-    if (engine.rootObjects().isEmpty())
-        fail(QStringLiteral("the main screen could not be loaded"));
-    auto *window = qobject_cast<QQuickWindow *>(engine.rootObjects().constFirst());
-    if (pictures)
-        window->resize(windowSize);
-    else if (!onDemand)
+    QString error;
+    QQuickWindow *window = loadAppWindow(engine, navigator, !onDemand, &error);
+    if (!window)
+        fail(error);
+    if (!onDemand)
         window->requestActivate(); // where no window manager gives it the focus (kiosks, phones)
 
     // The lifecycle follows the window system: active, inactive, hidden (the background).
@@ -291,13 +188,13 @@ int main(int argc, char **argv)
                 delegate.windowDeactivated();
             if (next == UsageMonitor::Background) {
                 delegate.enterBackground();
-                screens.main()->enterBackground();
+                navigator.main()->enterBackground();
             }
         }
         state = next;
-        screens.main()->applicationStateChanged();
+        navigator.main()->applicationStateChanged();
     };
-    if (!pictures) {
+    {
         QObject::connect(&app, &QGuiApplication::applicationStateChanged, &app, follow);
         QObject::connect(window, &QWindow::visibilityChanged, &app, [&](QWindow::Visibility v) {
             if (v == QWindow::Hidden || v == QWindow::Minimized)
@@ -346,13 +243,11 @@ int main(int argc, char **argv)
         if (!first)
             return;
         first = false;
-        screens.main()->becameVisible();
+        navigator.main()->becameVisible();
         if (parser.isSet(firstFrame)) {
             std::printf("%lld\n", static_cast<long long>(sinceStart.elapsed()));
             QTimer::singleShot(0, &app, &QCoreApplication::quit);
         }
-        if (!timedView.isEmpty())
-            QTimer::singleShot(0, window, [&] { timeView(*window, timedView); });
     });
     if (parser.isSet(action))
         QTimer::singleShot(0, window, [&] {
@@ -360,47 +255,8 @@ int main(int argc, char **argv)
                                         nullptr);
         });
 
-    std::unique_ptr<ScreenshotRun> run;
-    int status = 0;
-    if (pictures) {
-        const bool particles = window->rendererInterface()->graphicsApi() != QSGRendererInterface::Software;
-        if (!particles)
-            std::fprintf(stderr, "tallymo-app: the software renderer cannot draw particles: no picture of "
-                                 "\"Winter Wonderland\" (run under a display with OpenGL, e.g. xvfb-run)\n");
-        if (parser.isSet(dumpMain)) {
-            QObject::connect(window, &QQuickWindow::frameSwapped, window, [&] {
-                static bool printed = false;
-                if (std::exchange(printed, true))
-                    return;
-                for (const char *name :
-                     {"lDays", "lPercent", "lUsedStaticText", "lCellUsage", "lWifiUsage", "lForecast"}) {
-                    const QObject *item = window->findChild<QObject *>(QLatin1StringView(name));
-                    std::printf("%s=%s\n", name,
-                                item ? qPrintable(item->property("text").toString()) : "(missing)");
-                }
-                QTimer::singleShot(0, &app, &QCoreApplication::quit);
-            });
-            return app.exec();
-        }
-        run = std::make_unique<ScreenshotRun>(screens, *window, parser.value(screenshot), particles);
-        QObject::connect(window, &QQuickWindow::frameSwapped, window, [&] {
-            static bool started = false;
-            if (started)
-                return;
-            started = true;
-            run->start([&](const QStringList &files, const QString &error) {
-                for (const QString &f : files)
-                    std::printf("%s\n", qPrintable(f));
-                if (!error.isEmpty()) {
-                    std::fprintf(stderr, "tallymo-app: %s\n", qPrintable(error));
-                    status = 1;
-                }
-                QCoreApplication::quit();
-            });
-        });
-    }
     const int loop = app.exec();
     WidgetHelper::setCenter(nullptr);
     delegate.setServices({});
-    return status ? status : loop;
+    return loop;
 }

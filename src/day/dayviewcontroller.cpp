@@ -45,6 +45,21 @@ QObject *DayViewController::child(int index)
     return m_children[index];
 }
 
+TimeChartViewController *DayViewController::hours()
+{
+    return static_cast<TimeChartViewController *>(child(0));
+}
+
+MapViewController *DayViewController::map()
+{
+    return static_cast<MapViewController *>(child(1));
+}
+
+NetViewController *DayViewController::addresses()
+{
+    return static_cast<NetViewController *>(child(2));
+}
+
 void DayViewController::setSegment(int index)
 {
     if (index < 0 || index > 2)

@@ -5,6 +5,9 @@
 #include "services/planstores.h"
 
 #include <QObject>
+
+class MapViewController;
+class NetViewController;
 #include <QPointer>
 
 #include <array>
@@ -17,6 +20,12 @@ class DayViewController : public QObject, public DayValue
     Q_PROPERTY(QString title READ title NOTIFY loaded)
     Q_PROPERTY(int activeIndex READ activeIndex NOTIFY activeChanged)
     Q_PROPERTY(QObject *activeController READ activeController NOTIFY activeChanged)
+    // Each child by its kind, made when first asked for (the view asks only for the one shown).
+    Q_MOC_INCLUDE("connections/netviewcontroller.h")
+    Q_MOC_INCLUDE("map/mapviewcontroller.h")
+    Q_PROPERTY(TimeChartViewController *hours READ hours NOTIFY activeChanged)
+    Q_PROPERTY(MapViewController *map READ map NOTIFY activeChanged)
+    Q_PROPERTY(NetViewController *addresses READ addresses NOTIFY activeChanged)
     Q_PROPERTY(bool busy READ busy NOTIFY loaded)
     Q_PROPERTY(bool noUsage READ noUsage NOTIFY loaded)
     // The day's totals (lists of TextRun).
@@ -43,6 +52,9 @@ public:
     // The child in a slot (0 the hour list, 1 the map, 2 the addresses), made on first use.
     QObject *child(int index);
     QObject *activeController() { return child(m_active); }
+    TimeChartViewController *hours();
+    MapViewController *map();
+    NetViewController *addresses();
     // The segmented control: show that child and remember the choice (0, 1 or 2).
     Q_INVOKABLE void setSegment(int index);
 

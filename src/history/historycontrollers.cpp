@@ -201,7 +201,7 @@ void CycleViewController::reloadWithDate(const QDateTime &date)
     reload();
 }
 
-MultiCyclesController *CycleViewController::multiCycleController()
+TimeChartViewController *CycleViewController::periodsController()
 {
     if (!m_multi) {
         m_multi = new MultiCyclesController(m_stores, planID, this);

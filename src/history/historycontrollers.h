@@ -53,6 +53,8 @@ class TimeChartViewController : public QObject
     Q_PROPERTY(QString title READ title NOTIFY changed)
     // The totals line over the rows (lists of TextRun), where the screen has one.
     Q_PROPERTY(QVariantList usageLine READ usageLine NOTIFY changed)
+    // Whether the back control opens the periods view (the view of one period).
+    Q_PROPERTY(bool hasPeriods READ hasPeriods CONSTANT)
 
 public:
     ~TimeChartViewController() override;
@@ -94,6 +96,9 @@ public:
     Q_INVOKABLE static bool pullCloses(bool tracking, double contentOffsetY);
     // A tapped row: the day or period it stands for is shown below and this view goes (chosen()).
     Q_INVOKABLE virtual void tapRow(int row) { Q_UNUSED(row); }
+    // The periods view its back control opens, for the view of one period; else nothing.
+    Q_INVOKABLE virtual TimeChartViewController *periodsController() { return nullptr; }
+    virtual bool hasPeriods() const { return false; }
     static StyledText getMBString(double bytes);
 
     // Recompute from the store.
@@ -105,6 +110,8 @@ signals:
     void changed();
     // A row was chosen: the view below shows it; this one closes.
     void chosen();
+    // A hint shown once, the first time the periods view has rows.
+    void showTip(const QString &title, const QString &text);
 
 protected:
     TimeChartViewController(PlanStores &stores, const QString &plan, const QString &mainPattern,
@@ -175,7 +182,8 @@ public:
     // Show the period containing `date`; nothing when it is the date shown.
     void reloadWithDate(const QDateTime &date);
     // The periods view, made once and kept.
-    Q_INVOKABLE MultiCyclesController *multiCycleController();
+    TimeChartViewController *periodsController() override;
+    bool hasPeriods() const override { return true; }
     // A day tapped: the day view below shows it and this view goes away.
     void tapRow(int row) override;
 
@@ -206,8 +214,6 @@ public:
 
 signals:
     void periodSelected(const QDateTime &start);
-    // Shown once, the first time there are rows.
-    void showTip(const QString &title, const QString &text);
 
 protected:
     BucketsJob bucketsJob() const override;

@@ -5,7 +5,7 @@ import Tallymo
 // The four usage alerts, each with its threshold; a row opens that alert's picker.
 ScreenPage {
     id: page
-    required property var controller
+    required property AlertsController controller
     objectName: "alertsPage"
     header: PageHeader { title: page.controller.title; onBack: page.close() }
     StackView.onActivating: page.controller.aboutToShow()
@@ -34,10 +34,8 @@ ScreenPage {
                 Label { anchors.right: parent.right; anchors.verticalCenter: parent.verticalCenter; text: row.model.detail + "  \u203A"; font.pixelSize: 17; color: "#8e8e93" }
             }
             function openIt() {
-                page.controller.tapRow(index)
-                const picker = page.screens.create("ThresholdController", String(index))
-                if (picker)
-                    page.StackView.view.push("ThresholdPage.qml", { screens: page.screens, controller: picker })
+                page.controller.tapRow(row.index)
+                page.navigator.open(Navigator.Threshold, String(row.index))
             }
             onClicked: openIt()
             Keys.onReturnPressed: openIt()

@@ -1,11 +1,12 @@
 import QtQuick
 import QtQuick.Controls
+import Tallymo
 import QtQuick.Layouts
 
 // An amount screen's field and its MB / GB control; the controller filters what is typed.
 ColumnLayout {
     id: field
-    required property var controller
+    required property ByteController controller
     // Enter in the field.
     signal accepted()
     spacing: 10

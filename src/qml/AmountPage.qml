@@ -7,7 +7,7 @@ import Tallymo
 // cellular usage (the Add button asks first).
 ScreenPage {
     id: page
-    required property var controller
+    required property ByteController controller
     readonly property bool adds: controller.addEnabled !== undefined
     objectName: "amountPage"
     header: PageHeader {

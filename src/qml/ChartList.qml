@@ -7,7 +7,7 @@ import Tallymo
 // down far enough it asks to close the history.
 Item {
     id: chart
-    required property var controller
+    required property TimeChartViewController controller
     signal closeRequested()
     // A sideways swipe across the list: +1 to the left (what comes next), -1 to the right.
     signal swiped(int step)

@@ -7,15 +7,14 @@ import Tallymo
 // row shows it below and closes this one; the back control of the period view opens the periods.
 ScreenPage {
     id: page
-    required property var controller
-    readonly property bool hasPeriods: controller.multiCycleController !== undefined
-    objectName: controller.multiCycleController !== undefined ? "periodPage" : "periodsPage"
+    required property TimeChartViewController controller
+    objectName: controller.hasPeriods ? "periodPage" : "periodsPage"
     background: Rectangle { color: "white" }
     header: PageHeader {
         title: page.controller.title
-        backText: page.hasPeriods ? qsTr("Bill Cycles") : qsTr("Back")
-        onBack: page.hasPeriods
-                ? page.StackView.view.push("ChartPage.qml", { screens: page.screens, controller: page.controller.multiCycleController() })
+        backText: page.controller.hasPeriods ? qsTr("Bill Cycles") : qsTr("Back")
+        onBack: page.controller.hasPeriods
+                ? page.navigator.show(Navigator.Periods, page.controller.periodsController())
                 : page.close()
     }
 
@@ -23,7 +22,6 @@ ScreenPage {
         target: page.controller
         function onChosen() { page.close() }
         function onShowTip(title, text) { tip.ask({ title: title, message: text, actions: [{ title: qsTr("OK"), style: 0 }] }) }
-        ignoreUnknownSignals: true
     }
     QuestionDialog { id: tip; objectName: "tip" }
 

@@ -7,7 +7,7 @@ import Tallymo
 // Page Up and Page Down the month.
 ScreenPage {
     id: page
-    required property var controller
+    required property DatePickerController controller
     objectName: "datePage"
     header: PageHeader { title: page.controller.title; onBack: page.close() }
 

@@ -9,8 +9,8 @@ import Tallymo
 // view (the periods view for a daily plan).
 ScreenPage {
     id: page
-    required property var controller
-    readonly property var day: controller
+    required property DayViewController controller
+    readonly property DayViewController day: controller
     objectName: "dayPage"
     background: Rectangle { color: "white" }
     header: PageHeader {
@@ -35,8 +35,7 @@ ScreenPage {
             view.clear()
     }
     function openPeriods() {
-        const cycle = page.day.cycleController()
-        StackView.view.push("ChartPage.qml", { screens: page.screens, controller: cycle })
+        page.navigator.show(Navigator.Period, page.day.cycleController())
     }
     // -1 the previous day, +1 the next. The picture of the old day is the last frame drawn; the
     // day screen refuses a swipe while one slides.
@@ -127,19 +126,19 @@ ScreenPage {
     Component {
         id: hours
         ChartList {
-            controller: page.day.activeController
+            controller: page.day.hours
             onCloseRequested: page.closeHistory()
             onSwiped: (step) => page.moveDay(step)
         }
     }
     Component {
         id: mapPage
-        MapPane { controller: page.day.activeController }
+        MapPane { controller: page.day.map }
     }
     Component {
         id: network
         NetList {
-            controller: page.day.activeController
+            controller: page.day.addresses
             onCloseRequested: page.closeHistory()
             onSwiped: (step) => page.moveDay(step)
         }

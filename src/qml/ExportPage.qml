@@ -6,7 +6,7 @@ import Tallymo
 // dimmed, the chosen one turns, and Cancel takes the place of Back.
 ScreenPage {
     id: page
-    required property var controller
+    required property ExportController controller
     readonly property bool running: controller.runningRow >= 0
     objectName: "exportPage"
     header: PageHeader {
@@ -20,8 +20,8 @@ ScreenPage {
     Connections {
         target: page.controller
         function onLeave() { page.close() }
-        function onAlert(message) { page.screens.main.showMessage(message) }
-        function onExported(path) { page.screens.offerFile(path) }
+        function onAlert(message) { page.navigator.main.showMessage(message) }
+        function onExported(path) { page.navigator.offerFile(path) }
     }
 
     ListView {

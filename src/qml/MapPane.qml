@@ -6,7 +6,7 @@ import Tallymo
 // Locations" first, then each hour); the card the strip rests on chooses the page.
 Item {
     id: pane
-    required property var controller
+    required property MapViewController controller
     readonly property real mapHeight: height - strip.height
     focus: true
     Keys.onPressed: (event) => {

@@ -15,7 +15,7 @@ ScreenPage {
 
     Connections {
         target: page.controller
-        function onOpen(screen) { page.openScreen(screen, page.argument) }
+        function onOpen(screen) { page.navigator.open(screen, page.argument) }
         function onAsk(question) { dialog.ask(question) }
         function onMessage(text) { page.say(text) }
         function onGoBack() { page.close() }

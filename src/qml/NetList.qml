@@ -6,7 +6,7 @@ import Tallymo
 // names replace addresses as lookups answer (the controller is told which rows are in view).
 Item {
     id: net
-    required property var controller
+    required property NetViewController controller
     signal closeRequested()
     // A sideways swipe across the list: +1 to the left (what comes next), -1 to the right.
     signal swiped(int step)

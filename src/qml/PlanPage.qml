@@ -6,7 +6,7 @@ import Tallymo
 // not the active one).
 ScreenPage {
     id: page
-    required property var controller
+    required property PlanController controller
     objectName: "planPage"
     header: PageHeader {
         id: bar
@@ -29,7 +29,7 @@ ScreenPage {
 
     Connections {
         target: page.controller
-        function onOpen(screen, plan) { page.openScreen(screen, plan) }
+        function onOpen(screen, plan) { page.navigator.open(screen, plan) }
         function onGoBack() { page.close() }
         function onAsk(question) { dialog.ask(question) }
     }

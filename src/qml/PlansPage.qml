@@ -5,7 +5,7 @@ import Tallymo
 // The plan list: the active plan checked; choosing another switches to it.
 ScreenPage {
     id: page
-    required property var controller
+    required property SelectPlanController controller
     objectName: "plansPage"
     header: PageHeader {
         title: page.controller.title
@@ -18,7 +18,7 @@ ScreenPage {
             font.pixelSize: 26
             palette.buttonText: "#0a60d0"
             Accessible.name: qsTr("Add Plan")
-            onClicked: page.openScreen("PlanController", "")
+            onClicked: page.navigator.open(Navigator.Plan, "")
         }
     }
     StackView.onActivating: page.controller.reload()
@@ -39,7 +39,7 @@ ScreenPage {
         // Enter switches to the plan, Space (or the info button) opens its details.
         Keys.onReturnPressed: page.controller.tapRow(currentIndex)
         Keys.onEnterPressed: page.controller.tapRow(currentIndex)
-        Keys.onSpacePressed: if (currentItem) page.openScreen("PlanController", currentItem.planID)
+        Keys.onSpacePressed: if (currentItem) page.navigator.open(Navigator.Plan, page.controller.planIDs[currentIndex])
         delegate: ItemDelegate {
             id: row
             required property int index
@@ -88,7 +88,7 @@ ScreenPage {
                     focusPolicy: Qt.NoFocus
                     palette.buttonText: "#0a60d0"
                     Accessible.name: qsTr("Plan Details") + ", " + row.label
-                    onClicked: page.openScreen("PlanController", row.planID)
+                    onClicked: page.navigator.open(Navigator.Plan, row.planID)
                 }
             }
             onClicked: page.controller.tapRow(index)

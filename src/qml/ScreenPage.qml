@@ -6,7 +6,7 @@ import Tallymo
 // below, or to the main screen from the first one.
 Page {
     id: screenPage
-    required property Screens screens
+    required property Navigator navigator
     // What the page's screens are opened for (the plan of a plan's screens).
     property string argument: ""
     background: Rectangle { color: "#f2f2f7" }
@@ -19,13 +19,6 @@ Page {
             view.pop()
         else
             view.clear()
-    }
-    // Opens a screen by its controller's name on top of this one.
-    function openScreen(name, argument) {
-        const controller = screens.create(name, argument)
-        if (controller)
-            StackView.view.push(screens.pageFor(name),
-                                { screens: screens, controller: controller, argument: argument })
     }
     // A line for the user at the bottom of the screen, for a few seconds.
     function say(text) {

@@ -4,10 +4,9 @@ import QtQuick.Layouts
 import Tallymo
 
 // The first-run setup: introduction, bill day, data cap, usage so far, finish.
-Page {
+ScreenPage {
     id: page
-    required property Screens screens
-    property SetupController controller: screens.create("SetupController")
+    required property SetupController controller
     objectName: "setupFlow"
     background: Rectangle { color: "#f2f2f7" }
 

@@ -5,7 +5,7 @@ import Tallymo
 // The main screen's picture, saved in the picture folder, and what can be done with it.
 ScreenPage {
     id: page
-    required property var controller
+    required property ShareController controller
     objectName: "sharePage"
     header: PageHeader { title: page.controller.title; onBack: page.close() }
 

@@ -6,7 +6,7 @@ import Tallymo
 // One alert's threshold, in 5 % steps between its neighbours; stored as soon as it is picked.
 ScreenPage {
     id: page
-    required property var controller
+    required property ThresholdController controller
     objectName: "thresholdPage"
     header: PageHeader { title: page.controller.title; onBack: page.close() }
 

@@ -6,7 +6,7 @@ import Tallymo
 // A picker screen: the bill day, N, the weekday. The choice is stored as it is made.
 ScreenPage {
     id: page
-    required property var controller
+    required property RowPickerController controller
     objectName: "wheelPage"
     header: PageHeader { title: page.controller.title; onBack: page.close() }
 

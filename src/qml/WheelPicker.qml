@@ -1,10 +1,11 @@
 import QtQuick
 import QtQuick.Controls
+import Tallymo
 
 // A wheel of a picker's rows (RowPickerController); turning it, or Up and Down, chooses a row.
 Tumbler {
     id: wheel
-    required property var controller
+    required property RowPickerController controller
     objectName: "wheel"
     model: controller.rows
     currentIndex: controller.selectedRow

@@ -52,15 +52,15 @@ void ResetController::reload()
                 tr("Map Usage only uses low-power location services to preserve battery life. The desktop's "
                    "location service has to allow Tallymo."),
                 QString(), QString()});
-    setRows(
-        {{BackgroundRow, tr("Background App Refresh"), QString(), refresh.on ? tr("On") : tr("Off"),
-          refresh.problem.isEmpty()},
-         {BadgeRow, tr("Percentage Badge"), QString(), QString(), true, Switch,
-          pref.boolForKey(Keys::PREF_V7_BADGE)},
-         {MapRow, tr("Map Usage"), QString(), QString(), true, Switch, pref.boolForKey(Keys::PREF_V7_GEO)},
-         {ShortcutRow, tr("Keyboard Shortcut"), QString(), QString(), true, Button},
-         {4, tr("Add Cellular Usage"), QStringLiteral("AddController")},
-         {4, tr("Reset Current Statistics"), QString(), QString(), true, DestructiveButton}});
+    setRows({{BackgroundRow, tr("Background App Refresh"), Navigator::NoScreen,
+              refresh.on ? tr("On") : tr("Off"), refresh.problem.isEmpty()},
+             {BadgeRow, tr("Percentage Badge"), Navigator::NoScreen, QString(), true, Switch,
+              pref.boolForKey(Keys::PREF_V7_BADGE)},
+             {MapRow, tr("Map Usage"), Navigator::NoScreen, QString(), true, Switch,
+              pref.boolForKey(Keys::PREF_V7_GEO)},
+             {ShortcutRow, tr("Keyboard Shortcut"), Navigator::NoScreen, QString(), true, Button},
+             {4, tr("Add Cellular Usage"), Navigator::AddUsage},
+             {4, tr("Reset Current Statistics"), Navigator::NoScreen, QString(), true, DestructiveButton}});
 }
 
 void ResetController::tapRow(int row)
@@ -138,12 +138,12 @@ void ResetController::setSwitch(int row, bool on)
 // ---- AboutController ----
 
 AboutController::AboutController(DesktopShell *shell, QObject *parent)
-    : MenuController(
-          tr("About"),
-          {{0, tr("Get Support"), QString(), QString(), shell != nullptr, Button},
-           {0, tr("See More Apps"), QString(), QString(), shell != nullptr, Button},
-           {1, tr("Like %1").arg(QStringLiteral("Tallymo")), QString(), QString(), shell != nullptr, Button}},
-          parent),
+    : MenuController(tr("About"),
+                     {{0, tr("Get Support"), Navigator::NoScreen, QString(), shell != nullptr, Button},
+                      {0, tr("See More Apps"), Navigator::NoScreen, QString(), shell != nullptr, Button},
+                      {1, tr("Like %1").arg(QStringLiteral("Tallymo")), Navigator::NoScreen, QString(),
+                       shell != nullptr, Button}},
+                     parent),
       m_shell(shell)
 {}
 
@@ -194,9 +194,9 @@ ShareController::ShareController(const QImage &snapshot, qreal pixelRatio, const
     if (!m_error.isEmpty())
         qCInfo(lcScreens) << "share screenshot:" << m_error;
     const bool saved = !m_path.isEmpty();
-    setRows({{0, tr("Copy Image"), QString(), QString(), saved && m_shell, Button},
-             {0, tr("Send by Mail"), QString(), QString(), saved && m_mail, Button},
-             {0, tr("Show in Files"), QString(), QString(), saved && m_shell, Button}});
+    setRows({{0, tr("Copy Image"), Navigator::NoScreen, QString(), saved && m_shell, Button},
+             {0, tr("Send by Mail"), Navigator::NoScreen, QString(), saved && m_mail, Button},
+             {0, tr("Show in Files"), Navigator::NoScreen, QString(), saved && m_shell, Button}});
     setFooters({saved ? tr("Saved as %1").arg(m_path) : m_error});
 }
 

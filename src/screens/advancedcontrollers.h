@@ -22,6 +22,8 @@ QUrl moreApps();
 class ResetController : public MenuController
 {
     Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("made by the app's navigator")
 public:
     // Rows (and sections, one row each up to the last two rows).
     enum Rows { BackgroundRow, BadgeRow, MapRow, ShortcutRow, AddRow, ResetRow };
@@ -47,6 +49,8 @@ private:
 class AboutController : public MenuController
 {
     Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("made by the app's navigator")
 public:
     AboutController(DesktopShell *shell, QObject *parent = nullptr);
     void tapRow(int row) override;
@@ -60,6 +64,8 @@ private:
 class ShareController : public MenuController
 {
     Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("made by the app's navigator")
     Q_PROPERTY(QUrl imageUrl READ imageUrl CONSTANT)
     Q_PROPERTY(QString error READ error CONSTANT)
 

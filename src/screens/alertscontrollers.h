@@ -4,6 +4,7 @@
 
 #include <QObject>
 #include <QStringList>
+#include <QtQml/qqmlregistration.h>
 
 class SettingsDomain;
 
@@ -11,6 +12,8 @@ class SettingsDomain;
 class AlertsController : public QObject
 {
     Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("made by the app's navigator")
     Q_PROPERTY(QString title READ title CONSTANT)
     Q_PROPERTY(QStringList rowTexts READ rowTexts CONSTANT)
     Q_PROPERTY(QStringList rowDetails READ rowDetails NOTIFY reloaded)
@@ -44,6 +47,8 @@ private:
 class ThresholdController : public QObject
 {
     Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("made by the app's navigator")
     Q_PROPERTY(QString title READ title CONSTANT)
     Q_PROPERTY(double level READ level NOTIFY levelChanged)
     Q_PROPERTY(QStringList pickerRows READ pickerRows CONSTANT)

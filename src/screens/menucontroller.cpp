@@ -24,7 +24,7 @@ MenuController::MenuController(QString title, std::vector<Row> rows, QObject *pa
                       size_t(i) + 1 == m_rows.size() || m_rows[size_t(i) + 1].section != r.section;
                   return last ? footer(r.section) : QString();
               }
-              return r.opens;
+              return int(r.opens);
           },
           this))
 {
@@ -61,7 +61,7 @@ void MenuController::tapRow(int row)
     if (row < 0 || row >= int(m_rows.size()))
         return;
     const Row &r = m_rows[size_t(row)];
-    if (r.enabled && r.kind == Disclosure && !r.opens.isEmpty())
+    if (r.enabled && r.kind == Disclosure && r.opens != Navigator::NoScreen)
         emit open(r.opens);
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/listmodel.h"
+#include "navigator.h"
 
 #include <QObject>
 #include <QVariantMap>
@@ -15,7 +16,7 @@ class MenuController : public QObject
 {
     Q_OBJECT
     QML_ELEMENT
-    QML_UNCREATABLE("made by the app's screen factory")
+    QML_UNCREATABLE("made by the app's navigator")
     Q_PROPERTY(QString title READ title NOTIFY titleChanged)
     // section, title, detail, opens, enabled, kind, on, footer (the section's, on its last row)
     Q_PROPERTY(ListModel *rows READ rows CONSTANT)
@@ -28,7 +29,7 @@ public:
     {
         int section;
         QString title;
-        QString opens;
+        Navigator::Screen opens;
         QString detail = QString();
         bool enabled = true;
         Kind kind = Disclosure;
@@ -49,7 +50,7 @@ public:
 
 signals:
     void titleChanged();
-    void open(const QString &screen);
+    void open(Navigator::Screen screen);
     // A question as AlertValue::toMap gives it.
     void ask(const QVariantMap &question);
     // A line for the user about what was just done (or why it could not be).

@@ -33,7 +33,7 @@ PlanController::PlanController(UsageMonitor &delegate, const QString &plan, QObj
                          : role == "row"    ? QVariant(i)
                          : role == "title"  ? QVariant(r.title)
                          : role == "detail" ? QVariant(r.detail)
-                                            : QVariant(r.opens);
+                                            : QVariant(int(r.opens));
               }
               return QVariant();
           },
@@ -79,22 +79,21 @@ QList<SettingsRow> PlanController::rows(int section) const
     SharedCode &shared = m_delegate.shared();
     if (section == 0) {
         QList<SettingsRow> rows{
-            {tr("Label"), shared.getForPlan(m_plan, Keys::PREF_PLAN_LABEL).toString(),
-             QStringLiteral("LabelController")},
+            {tr("Label"), shared.getForPlan(m_plan, Keys::PREF_PLAN_LABEL).toString(), Navigator::Label},
             {tr("Plan Type"),
              PlanTexts::planNameForLength(BillingCycle::dataPlanTypeForPlan(shared, m_plan),
                                           BillingCycle::nForCycleForPlan(shared, m_plan)),
-             QStringLiteral("PlantypeController")}};
+             Navigator::PlanType}};
         if (!BillingCycle::isDailyCycleForPlan(shared, m_plan)) {
-            static const char *const pickers[] = {"BilldateController", "DatePickerController",
-                                                  "PickerWeekController", "DatePickerController",
-                                                  "DatePickerController"};
+            static const Navigator::Screen pickers[] = {Navigator::BillDay, Navigator::StartDate,
+                                                        Navigator::Weekday, Navigator::StartDate,
+                                                        Navigator::StartDate};
             const int type = std::clamp(BillingCycle::dataPlanTypeForPlan(shared, m_plan), 0, 4);
-            rows.append({tr("Start Date"), startDateDetail(), QString::fromLatin1(pickers[type])});
+            rows.append({tr("Start Date"), startDateDetail(), pickers[type]});
         }
         rows.append({tr("Data Cap"),
                      PlanTexts::capString(shared.getForPlan(m_plan, Keys::PREF_DATA_DISPLAY_CAP).toList()),
-                     QStringLiteral("CapController")});
+                     Navigator::Cap});
         return rows;
     }
     if (section == 1 && !m_new) {
@@ -103,10 +102,10 @@ QList<SettingsRow> PlanController::rows(int section) const
                  rollover
                      ? PlanTexts::capString(shared.getForPlan(m_plan, Keys::PREF_ROLLOVER_DISPLAY).toList())
                      : QString(),
-                 QStringLiteral("RolloverController")},
-                {tr("Tethering"), QString(), QStringLiteral("TetheringController")},
-                {tr("Usage History"), QString(), QStringLiteral("DayViewController")},
-                {tr("Export Statistics"), QString(), QStringLiteral("ExportController")}};
+                 Navigator::Rollover},
+                {tr("Tethering"), QString(), Navigator::Tethering},
+                {tr("Usage History"), QString(), Navigator::Day},
+                {tr("Export Statistics"), QString(), Navigator::Export}};
     }
     return {};
 }
@@ -159,7 +158,7 @@ void PlanController::selectRow(int section, int row)
     const QList<SettingsRow> list = rows(section);
     if (row < 0 || row >= list.size())
         return;
-    if (list.at(row).opens == QLatin1StringView("DayViewController"))
+    if (list.at(row).opens == Navigator::Day)
         m_delegate.plans().showHistoryForPlan(m_plan, this, true);
     else
         emit open(list.at(row).opens, m_plan);

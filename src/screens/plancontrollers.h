@@ -4,9 +4,11 @@
 #include "services/applicationservices.h"
 
 #include "core/listmodel.h"
+#include "navigator.h"
 
 #include <QObject>
 #include <QStringList>
+#include <QtQml/qqmlregistration.h>
 
 class UsageMonitor;
 class SharedCode;
@@ -17,12 +19,12 @@ struct SettingsRow
     Q_GADGET
     Q_PROPERTY(QString title MEMBER title)
     Q_PROPERTY(QString detail MEMBER detail)
-    Q_PROPERTY(QString opens MEMBER opens)
+    Q_PROPERTY(Navigator::Screen opens MEMBER opens)
 
 public:
     QString title;
     QString detail;
-    QString opens; // class name of the screen, or empty
+    Navigator::Screen opens = Navigator::NoScreen;
     bool operator==(const SettingsRow &) const = default;
 };
 
@@ -32,6 +34,8 @@ public:
 class PlanController : public QObject
 {
     Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("made by the app's navigator")
     Q_PROPERTY(QString title READ title NOTIFY changed)
     Q_PROPERTY(bool newPlanMode READ newPlanMode NOTIFY changed)
     Q_PROPERTY(bool canDelete READ canDelete NOTIFY changed)
@@ -65,7 +69,7 @@ signals:
     void changed();
     void ask(const QVariantMap &question);
     void goBack();
-    void open(const QString &screen, const QString &plan);
+    void open(Navigator::Screen screen, const QString &plan);
 
 private:
     QString startDateDetail() const;
@@ -80,6 +84,8 @@ private:
 class ByteController : public QObject
 {
     Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("made by the app's navigator")
     Q_PROPERTY(QString title READ title CONSTANT)
     Q_PROPERTY(QString footer READ footer CONSTANT)
     Q_PROPERTY(QString text READ text WRITE setText NOTIFY textChanged)
@@ -118,6 +124,8 @@ private:
 class AddController : public ByteController
 {
     Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("made by the app's navigator")
     Q_PROPERTY(bool addEnabled READ addEnabled NOTIFY textChanged)
     Q_PROPERTY(QString button READ button CONSTANT)
 
@@ -147,6 +155,8 @@ private:
 class AddExistingController : public ByteController
 {
     Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("made by the app's navigator")
 public:
     explicit AddExistingController(QObject *parent = nullptr);
     // Bytes: 0 for an empty text, a non-positive or infinite amount.
@@ -158,6 +168,8 @@ public:
 class CapController : public ByteController
 {
     Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("made by the app's navigator")
 public:
     CapController(SharedCode &shared, const QString &plan, QObject *parent = nullptr);
     // False (and nothing stored) when the amount is not a cap.
@@ -172,6 +184,8 @@ private:
 class RowPickerController : public QObject
 {
     Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("made by the app's navigator")
     Q_PROPERTY(QString title READ title CONSTANT)
     Q_PROPERTY(QString footer READ footer CONSTANT)
     Q_PROPERTY(QStringList rows READ rows CONSTANT)
@@ -208,6 +222,8 @@ private:
 class BilldateController : public RowPickerController
 {
     Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("made by the app's navigator")
 public:
     BilldateController(SharedCode &shared, const QString &plan, QObject *parent = nullptr);
 

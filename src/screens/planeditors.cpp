@@ -52,15 +52,16 @@ void PlantypeController::reload()
         const QString names[] = {tr("Monthly"), tr("30 Days"), tr("28 Days"), tr("Weekly")};
         std::vector<Row> rows;
         for (int i = 0; i < 4; ++i)
-            rows.push_back({0, names[i], QString(), QString(), true, Check, type == kLegacyTypes[i]});
+            rows.push_back(
+                {0, names[i], Navigator::NoScreen, QString(), true, Check, type == kLegacyTypes[i]});
         setRows(std::move(rows));
         return;
     }
     std::vector<Row> rows{
-        {0, tr("Monthly"), QString(), QString(), true, Check, type == BillingCycle::Monthly},
-        {0, tr("N Days"), QString(), QString(), true, Check, type == BillingCycle::NDays}};
+        {0, tr("Monthly"), Navigator::NoScreen, QString(), true, Check, type == BillingCycle::Monthly},
+        {0, tr("N Days"), Navigator::NoScreen, QString(), true, Check, type == BillingCycle::NDays}};
     if (type == BillingCycle::NDays)
-        rows.push_back({1, tr("N"), QStringLiteral("DayCountController"),
+        rows.push_back({1, tr("N"), Navigator::DayCount,
                         QString::number(m_shared.integerForPlan(m_plan, Keys::PREF_NDAYS_N))});
     setFooters({tr("Choose your data plan type."), tr("Number of days in one billing period.")});
     setRows(std::move(rows));
@@ -107,10 +108,10 @@ void RolloverController::reload()
 {
     SharedCode &shared = m_delegate.shared();
     const bool on = shared.boolForPlan(m_plan, Keys::PREF_ROLLOVER_ON);
-    std::vector<Row> rows{{0, tr("Rollover Data"), QString(), QString(), true, Switch, on}};
+    std::vector<Row> rows{{0, tr("Rollover Data"), Navigator::NoScreen, QString(), true, Switch, on}};
     if (on)
         rows.push_back(
-            {1, tr("Rollover Amount"), QStringLiteral("RolloverAmountController"),
+            {1, tr("Rollover Amount"), Navigator::RolloverAmount,
              PlanTexts::capString(shared.getForPlan(m_plan, Keys::PREF_ROLLOVER_DISPLAY).toList())});
     setRows(std::move(rows));
 }
@@ -156,7 +157,7 @@ TetheringController::TetheringController(SharedCode &shared, const QString &plan
 
 void TetheringController::reload()
 {
-    setRows({{0, tr("Alternate Tethering"), QString(), QString(), true, Switch,
+    setRows({{0, tr("Alternate Tethering"), Navigator::NoScreen, QString(), true, Switch,
               m_shared.boolForPlan(m_plan, Keys::PREF_TRACK_TETHER)}});
 }
 

@@ -10,7 +10,7 @@ class LabelController : public QObject
 {
     Q_OBJECT
     QML_ELEMENT
-    QML_UNCREATABLE("made by the app's screen factory")
+    QML_UNCREATABLE("made by the app's navigator")
     Q_PROPERTY(QString title READ title CONSTANT)
     Q_PROPERTY(QString text MEMBER m_text NOTIFY textChanged)
 
@@ -37,6 +37,8 @@ private:
 class PlantypeController : public MenuController
 {
     Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("made by the app's navigator")
 public:
     PlantypeController(SharedCode &shared, const QString &plan, QObject *parent = nullptr);
     bool legacyLayout() const { return m_legacy; }
@@ -56,6 +58,8 @@ private:
 class RolloverController : public MenuController
 {
     Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("made by the app's navigator")
 public:
     RolloverController(UsageMonitor &delegate, const QString &plan, QObject *parent = nullptr);
     void setSwitch(int row, bool on) override;
@@ -75,6 +79,8 @@ private:
 class TetheringController : public MenuController
 {
     Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("made by the app's navigator")
 public:
     TetheringController(SharedCode &shared, const QString &plan, QObject *parent = nullptr);
     void setSwitch(int row, bool on) override;

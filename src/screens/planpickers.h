@@ -8,6 +8,8 @@
 class DayCountController : public RowPickerController
 {
     Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("made by the app's navigator")
 public:
     DayCountController(SharedCode &shared, const QString &plan, QObject *parent = nullptr);
 
@@ -24,6 +26,8 @@ private:
 class PickerWeekController : public RowPickerController
 {
     Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("made by the app's navigator")
 public:
     explicit PickerWeekController(SharedCode &shared, QObject *parent = nullptr);
     // "Every Monday".
@@ -43,6 +47,8 @@ private:
 class DatePickerController : public QObject
 {
     Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("made by the app's navigator")
     Q_PROPERTY(QString title READ title CONSTANT)
     Q_PROPERTY(QString footer READ footer CONSTANT)
     Q_PROPERTY(QDate date READ date WRITE setDate NOTIFY dateChanged)
@@ -95,6 +101,8 @@ private:
 class RolloverAmountController : public ByteController
 {
     Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("made by the app's navigator")
 public:
     RolloverAmountController(SharedCode &shared, const QString &plan, QObject *parent = nullptr);
     // False (and nothing stored) when the amount is not a rollover amount.

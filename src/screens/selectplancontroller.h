@@ -4,6 +4,7 @@
 
 #include <QObject>
 #include <QStringList>
+#include <QtQml/qqmlregistration.h>
 
 class UsageMonitor;
 
@@ -12,6 +13,8 @@ class UsageMonitor;
 class SelectPlanController : public QObject
 {
     Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("made by the app's navigator")
     Q_PROPERTY(QString title READ title CONSTANT)
     Q_PROPERTY(QStringList planIDs READ planIDs NOTIFY reloaded)
     Q_PROPERTY(QStringList labels READ labels NOTIFY reloaded)

@@ -10,22 +10,6 @@ SetupController::SetupController(UsageMonitor &delegate, QObject *parent)
       m_existing(new AddExistingController(this))
 {}
 
-QString SetupController::screen() const
-{
-    switch (m_step) {
-    case BillDate:
-        return QStringLiteral("BilldateController");
-    case Cap:
-        return QStringLiteral("CapController");
-    case Existing:
-        return QStringLiteral("AddExistingController");
-    case Finish:
-        return QStringLiteral("FinishController");
-    default:
-        return QStringLiteral("SetupController");
-    }
-}
-
 QString SetupController::title() const
 {
     switch (m_step) {

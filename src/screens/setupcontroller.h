@@ -13,9 +13,8 @@ class SetupController : public QObject
 {
     Q_OBJECT
     QML_ELEMENT
-    QML_UNCREATABLE("made by the app's screen factory")
+    QML_UNCREATABLE("made by the app's navigator")
     Q_PROPERTY(int step READ step NOTIFY stepChanged)
-    Q_PROPERTY(QString screen READ screen NOTIFY stepChanged)
     Q_PROPERTY(QString title READ title NOTIFY stepChanged)
     Q_PROPERTY(QString button READ button NOTIFY stepChanged)
     Q_PROPERTY(QString intro READ intro CONSTANT)
@@ -26,13 +25,11 @@ class SetupController : public QObject
 
 public:
     enum Step { Intro = 0, BillDate = 1, Cap = 2, Existing = 3, Finish = 4 };
+    Q_ENUM(Step)
 
     explicit SetupController(UsageMonitor &delegate, QObject *parent = nullptr);
 
     int step() const { return m_step; }
-    // The screen on show: SetupController, BilldateController, CapController,
-    // AddExistingController or FinishController.
-    QString screen() const;
     QString title() const;
     QString button() const;
     QString intro() const;

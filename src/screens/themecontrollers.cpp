@@ -218,12 +218,12 @@ bool IconController::store(int value)
 
 ThemeController::ThemeController(QObject *parent)
     : MenuController(tr("Theme"),
-                     {{0, tr("Display"), QStringLiteral("DisplayController")},
-                      {0, tr("Font"), QStringLiteral("FontController")},
-                      {0, tr("Colors"), QStringLiteral("ColorsController")},
-                      {0, tr("Background"), QStringLiteral("BackgroundColorController")},
-                      {1, tr("App Icon"), QStringLiteral("IconController")},
-                      {1, tr("Widget"), QStringLiteral("WidgetOptionController")}},
+                     {{0, tr("Display"), Navigator::Display},
+                      {0, tr("Font"), Navigator::Font},
+                      {0, tr("Colors"), Navigator::Colors},
+                      {0, tr("Background"), Navigator::Background},
+                      {1, tr("App Icon"), Navigator::AppIcon},
+                      {1, tr("Widget"), Navigator::WidgetOptions}},
                      parent)
 {}
 
@@ -243,7 +243,6 @@ void ThemeController::aboutToShow()
 
 WidgetOptionController::WidgetOptionController(QObject *parent)
     : MenuController(tr("Widget"),
-                     {{0, tr("Colors"), QStringLiteral("WidgetColorController")},
-                      {0, tr("Style"), QStringLiteral("WidgetStyleController")}},
+                     {{0, tr("Colors"), Navigator::WidgetColors}, {0, tr("Style"), Navigator::WidgetStyle}},
                      parent)
 {}

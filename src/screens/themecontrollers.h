@@ -29,7 +29,7 @@ class PickerController : public QObject
 {
     Q_OBJECT
     QML_ELEMENT
-    QML_UNCREATABLE("made by the app's screen factory")
+    QML_UNCREATABLE("made by the app's navigator")
     Q_PROPERTY(QString title READ title CONSTANT)
     Q_PROPERTY(QString header READ header CONSTANT)
     Q_PROPERTY(QString footer READ footer CONSTANT)
@@ -92,6 +92,8 @@ private:
 class DisplayController : public PickerController
 {
     Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("made by the app's navigator")
 public:
     explicit DisplayController(SharedCode &shared, QObject *parent = nullptr);
 };
@@ -99,6 +101,8 @@ public:
 class ColorsController : public PickerController
 {
     Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("made by the app's navigator")
 public:
     explicit ColorsController(SharedCode &shared, QObject *parent = nullptr);
 };
@@ -106,6 +110,8 @@ public:
 class BackgroundColorController : public PickerController
 {
     Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("made by the app's navigator")
 public:
     explicit BackgroundColorController(SharedCode &shared, QObject *parent = nullptr);
 };
@@ -113,6 +119,8 @@ public:
 class WidgetColorController : public PickerController
 {
     Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("made by the app's navigator")
 public:
     explicit WidgetColorController(SharedCode &shared, QObject *parent = nullptr);
 };
@@ -120,6 +128,8 @@ public:
 class WidgetStyleController : public PickerController
 {
     Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("made by the app's navigator")
 public:
     explicit WidgetStyleController(SharedCode &shared, QObject *parent = nullptr);
 };
@@ -129,6 +139,8 @@ public:
 class FontController : public PickerController
 {
     Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("made by the app's navigator")
 public:
     explicit FontController(SharedCode &shared, QObject *parent = nullptr);
 
@@ -139,6 +151,8 @@ protected:
 class IconController : public PickerController
 {
     Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("made by the app's navigator")
 public:
     IconController(SharedCode &shared, AlternateIcons *icons, QObject *parent = nullptr);
     static QString iconName(int row);
@@ -156,6 +170,8 @@ private:
 class ThemeController : public MenuController
 {
     Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("made by the app's navigator")
 public:
     explicit ThemeController(QObject *parent = nullptr);
     void tapRow(int row) override;
@@ -168,6 +184,8 @@ private:
 class WidgetOptionController : public MenuController
 {
     Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("made by the app's navigator")
 public:
     explicit WidgetOptionController(QObject *parent = nullptr);
 };

@@ -4,6 +4,7 @@
 #include "services/usagemonitor.h"
 
 #include <QObject>
+#include <QtQml/qqmlregistration.h>
 
 // The root controller of the app: the current period's figures as properties for the main screen
 // to bind to. It is made with no arguments and given the delegate; from then on it is the
@@ -12,6 +13,8 @@
 class UsageFiguresController : public QObject, public RootController
 {
     Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("made by the app's navigator")
     Q_PROPERTY(QDateTime periodStart READ periodStart NOTIFY periodChanged)
     Q_PROPERTY(QDateTime periodEnd READ periodEnd NOTIFY periodChanged)
     Q_PROPERTY(double cellIn READ cellIn NOTIFY usageChanged)

@@ -14,10 +14,12 @@ from session import SessionBus  # noqa: E402
 from support import TALLYMO, Container  # noqa: E402
 
 APP = os.path.join(os.path.dirname(os.path.dirname(TALLYMO)), "tallymo-app", "tallymo-app")
+SHOTS = os.path.join(os.path.dirname(os.path.dirname(os.path.dirname(TALLYMO))), "tools", "screenshots",
+                     "tallymo-screenshots")
 WIDGET = os.path.join(os.path.dirname(os.path.dirname(TALLYMO)), "tallymo-widget", "tallymo-widget")
 HEADLESS = {"QT_QPA_PLATFORM": "offscreen", "QT_QUICK_CONTROLS_STYLE": "Basic"}
 # Lines the app may print on its own that are not faults of the screens.
-EXPECTED = ("QStandardPaths:", "tallymo-app: the software renderer cannot draw particles",
+EXPECTED = ("QStandardPaths:", "tallymo-screenshots: the software renderer cannot draw particles",
             "tallymo-app: desktop services unavailable", "  ")
 
 
@@ -38,16 +40,16 @@ class Screens(unittest.TestCase):
         self.c.run("demo", demo)
         shots = os.path.join(self.c.root, "shots")
         before = open(os.path.join(demo, "group.zr.qxnext.plist"), "rb").read()
-        p = subprocess.run([APP, "--screenshot", shots, "--size", "360x720"], env=dict(self.env, TALLYMO_CONTAINER=demo),
+        p = subprocess.run([SHOTS, shots, "--size", "360x720"], env=dict(self.env, TALLYMO_CONTAINER=demo),
                            capture_output=True, text=True, timeout=120)
         self.assertEqual(p.returncode, 0, p.stderr)
         self.assertEqual(problems(p.stderr), [])  # every view loads and binds without a warning
         files = [os.path.basename(f) for f in p.stdout.split()]
         self.assertEqual(files[0], "main.png")
         for name in ("display-minimal.png", "display-complete.png", "background-black.png", "forecast-over.png",
-                     "theme-donkey-bounce.png", "picker-FontController.png", "picker-ColorsController.png",
-                     "setup-1-intro.png", "setup-5-finish.png", "picker-ResetController.png",
-                     "picker-AboutController.png", "picker-AddController.png", "screen-plans.png",
+                     "theme-donkey-bounce.png", "screen-font.png", "screen-colors.png",
+                     "setup-1-intro.png", "setup-5-finish.png", "screen-advanced.png",
+                     "screen-about.png", "screen-add-usage.png", "screen-plans.png",
                      "screen-plan-other.png", "screen-plan-new.png", "screen-plantype-legacy.png", "screen-date.png",
                      "screen-rollover.png", "screen-week.png", "screen-share.png"):
             self.assertIn(name, files)
@@ -64,7 +66,7 @@ class Screens(unittest.TestCase):
         self.c.run("demo", demo)
         texts = {}
         for language in ("de", "en"):
-            p = subprocess.run([APP, "--screenshot", os.path.join(self.c.root, language), "--dump-main"],
+            p = subprocess.run([SHOTS, "--dump-main"],
                                env=dict(self.env, TALLYMO_CONTAINER=demo, LANGUAGE=language,
                                         LANG={"de": "de_DE", "en": "en_US"}[language] + ".UTF-8"),
                                capture_output=True, text=True, timeout=60)
@@ -85,17 +87,17 @@ class Screens(unittest.TestCase):
             # Mesa's GL driver is unloaded at exit with a few allocations kept: the leak checker
             # can no longer name their module, so no suppression can match them.
             env["ASAN_OPTIONS"] += ":detect_leaks=0"
-        p = subprocess.run(["xvfb-run", "-a", "-s", "-screen 0 800x900x24", APP, "--screenshot", shots, "--size",
+        p = subprocess.run(["xvfb-run", "-a", "-s", "-screen 0 800x900x24", SHOTS, shots, "--size",
                             "360x720"], env=env, capture_output=True, text=True, timeout=180)
         self.assertEqual(p.returncode, 0, p.stderr)
         self.assertEqual(problems(p.stderr), [])
         self.assertIn("theme-winter-wonderland.png", [os.path.basename(f) for f in p.stdout.split()])
 
     def test_bad_size_is_refused_in_one_line(self):
-        p = subprocess.run([APP, "--screenshot", self.c.root, "--size", "big"], env=self.env, capture_output=True,
+        p = subprocess.run([SHOTS, self.c.root, "--size", "big"], env=self.env, capture_output=True,
                            text=True, timeout=30)
         self.assertEqual(p.returncode, 2)
-        self.assertEqual(problems(p.stderr), ["tallymo-app: --size wants WIDTHxHEIGHT between 200x300 and 4000x4000, not big"])
+        self.assertEqual(problems(p.stderr), ["tallymo-screenshots: --size wants WIDTHxHEIGHT between 200x300 and 4000x4000, not big"])
 
     def test_first_frame_after_a_sample_shows_the_new_percentage(self):
         self.c.run("setup", "--bill-day", "1", "--cap", "100MB", "--used", "0")
@@ -107,11 +109,9 @@ class Screens(unittest.TestCase):
         self.assertEqual((first, self.percent()), ("0", "42"))
 
     def percent(self):
-        with tempfile.TemporaryDirectory() as shots:
-            p = subprocess.run([APP, "--screenshot", shots, "--size", "360x720", "--dump-main"], env=self.env,
-                               capture_output=True, text=True, timeout=60)
-            self.assertEqual(p.returncode, 0, p.stderr)
-            return [l.split("=", 1)[1] for l in p.stdout.splitlines() if l.startswith("lPercent=")][0]
+        p = subprocess.run([SHOTS, "--dump-main"], env=self.env, capture_output=True, text=True, timeout=60)
+        self.assertEqual(p.returncode, 0, p.stderr)
+        return [l.split("=", 1)[1] for l in p.stdout.splitlines() if l.startswith("lPercent=")][0]
 
 
 class SetupOnATerminalLess(unittest.TestCase):

@@ -472,7 +472,7 @@ private slots:
         QCOMPARE(hours->keysForChart(), QList<QDateTime>{at(3, 2, 23)});
 
         // The periods view below the period view: its first rows show the tip, once.
-        MultiCyclesController *multi = cycle->multiCycleController();
+        auto *multi = static_cast<MultiCyclesController *>(cycle->periodsController());
         QSignalSpy tip(multi, &MultiCyclesController::showTip);
         waitLoaded(multi);
         QCOMPARE(tip.size(), 1);

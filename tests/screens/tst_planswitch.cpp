@@ -5,7 +5,8 @@
 #include "core/sharedcode.h"
 #include "core/storecontext.h"
 #include "platform/linux/linuxnetworkinterfaces.h"
-#include "screens/screens.h"
+#include "screens/appwindow.h"
+#include "screens/navigator.h"
 #include "services/usagemonitor.h"
 
 #include <QDir>
@@ -129,18 +130,13 @@ private slots:
         QVERIFY2(waitForSamples(daemon, lines, 1), qPrintable(lines.join(u"")));
 
         // The app: the plan list, and a tap on Travel right after more traffic.
-        Screens screens(delegate, {});
+        Navigator navigator(delegate, {});
         QQmlApplicationEngine engine;
-        engine.addImportPath(QStringLiteral("qrc:/qt/qml"));
-        engine.setInitialProperties({{QStringLiteral("screens"), QVariant::fromValue(&screens)}});
-        engine.load(QUrl(QStringLiteral("qrc:/qt/qml/Tallymo/Main.qml")));
-        auto *window = qobject_cast<QQuickWindow *>(engine.rootObjects().value(0));
+        QQuickWindow *window = loadAppWindow(engine, navigator, true, nullptr);
         QVERIFY(window);
         window->resize(360, 720);
         QVERIFY(QTest::qWaitForWindowExposed(window));
-        QMetaObject::invokeMethod(window, "openScreen",
-                                  Q_ARG(QVariant, QStringLiteral("SelectPlanController")),
-                                  Q_ARG(QVariant, false));
+        navigator.open(Navigator::PlanList, QString(), false);
         QQuickItem *row = nullptr;
         QTRY_VERIFY((row = findItem(window->contentItem(), QStringLiteral("planRow1"))));
         writeCounters(1000 + 300000);

@@ -6,8 +6,9 @@
 #include "history/chartdata.h"
 #include "map/mapviewcontroller.h"
 #include "platform/dbus/applicationinstance.h"
+#include "screens/appwindow.h"
 #include "screens/mainscreencontroller.h"
-#include "screens/screens.h"
+#include "screens/navigator.h"
 #include "services/usagemonitor.h"
 #include "testsupport.h"
 
@@ -50,16 +51,13 @@ struct App
                 delegate.figures().readCurrentValues(c.get());
             });
         }
-        screens = std::make_unique<Screens>(delegate, Screens::Platform{});
-        screens->main()->setStillFrames(true);
-        engine.addImportPath(QStringLiteral("qrc:/qt/qml"));
-        engine.setInitialProperties({{QStringLiteral("screens"), QVariant::fromValue(screens.get())}});
-        engine.load(QUrl(QStringLiteral("qrc:/qt/qml/Tallymo/Main.qml")));
-        window = qobject_cast<QQuickWindow *>(engine.rootObjects().value(0));
+        navigator = std::make_unique<Navigator>(delegate, Navigator::Platform{});
+        navigator->main()->setStillFrames(true);
+        window = loadAppWindow(engine, *navigator, true, nullptr);
         if (window) {
             window->resize(360, 720);
             (void)QTest::qWaitForWindowExposed(window);
-            screens->main()->becameVisible();
+            navigator->main()->becameVisible();
         }
     }
     ~App()
@@ -131,16 +129,15 @@ struct App
             QTest::keyClick(window, k);
         QTest::qWait(30);
     }
-    void open(const QString &screen, const QString &argument)
+    void open(Navigator::Screen screen, const QString &argument = QString())
     {
-        const QVariant spec = QVariantList{screen, argument};
-        QMetaObject::invokeMethod(window, "openScreenWith", Q_ARG(QVariant, spec), Q_ARG(QVariant, false));
+        navigator->open(screen, argument, false);
     }
 
     TestContainer container;
     std::unique_ptr<SharedCode> shared;
     UsageMonitor delegate;
-    std::unique_ptr<Screens> screens;
+    std::unique_ptr<Navigator> navigator;
     QQmlApplicationEngine engine;
     QQuickWindow *window = nullptr;
 };
@@ -164,7 +161,7 @@ private slots:
     {
         App app(true);
         QVERIFY(app.window);
-        MainScreenController *c = app.screens->main();
+        MainScreenController *c = app.navigator->main();
         const struct
         {
             const char *item;
@@ -195,14 +192,14 @@ private slots:
     {
         App app(true);
         QVERIFY(app.window);
-        MainScreenController *c = app.screens->main();
+        MainScreenController *c = app.navigator->main();
         QTRY_VERIFY(c->percent() > 0);
         const double before = c->percent();
-        app.open(QStringLiteral("AlertsController"), QString());
+        app.open(Navigator::Alerts);
         QTRY_COMPARE(app.pages(), 1);
         const double cap = app.shared->doubleForPlan(QString(), Keys::PREF_THRES_MONTHLY);
         app.shared->setForPlan(QString(), Keys::PREF_THRES_MONTHLY, cap * 2); // as the cap's screen saves it
-        QMetaObject::invokeMethod(app.window, "closeAll");
+        app.navigator->closeAll();
         QTRY_COMPARE(c->percent(), before / 2);
         QTRY_VERIFY(plain(c->percentText()).contains(QString::number(c->roundedPercent())));
         QCOMPARE(g_warnings, QStringList());
@@ -217,7 +214,7 @@ private slots:
         QTRY_COMPARE(app.topName(), QStringLiteral("dayPage"));
         QTest::keyClick(app.window, Qt::Key_Escape);
         QTRY_COMPARE(app.pages(), 0);
-        QVERIFY(!app.screens->main()->isPresenting());
+        QVERIFY(!app.navigator->main()->isPresenting());
 
         app.drag(QPoint(300, 360), QPoint(290, 352)); // 10 points: nothing
         QCOMPARE(app.pages(), 0);
@@ -231,7 +228,7 @@ private slots:
         QCOMPARE(app.pages(), 1);
         QTest::keyClick(app.window, Qt::Key_Escape);
         QTRY_COMPARE(app.pages(), 0);
-        app.screens->main()->handleShortcuts(
+        app.navigator->main()->handleShortcuts(
             QStringLiteral("SHORTCUTS_DATAPLAN")); // settings, then the plans
         QCOMPARE(app.pages(), 2);
         QVERIFY(app.item("plansPage"));
@@ -242,65 +239,48 @@ private slots:
     // the controller's rows.
     void settingsScreensShowTheirControllers_data()
     {
-        QTest::addColumn<QString>("screen");
+        QTest::addColumn<Navigator::Screen>("screen");
         QTest::addColumn<QString>("argument"); // "active": the active plan
         QTest::addColumn<QString>("title");
         QTest::addColumn<int>("rows"); // rows of the screen's list; -1: no list
-        QTest::newRow("plans") << "SelectPlanController"
-                               << ""
+        QTest::newRow("plans") << Navigator::PlanList << ""
                                << "Select Plan" << 1;
-        QTest::newRow("plan") << "PlanController"
-                              << "active"
+        QTest::newRow("plan") << Navigator::Plan << "active"
                               << "Plan Details" << 8;
-        QTest::newRow("new plan") << "PlanController"
-                                  << ""
+        QTest::newRow("new plan") << Navigator::Plan << ""
                                   << "New Plan" << 4;
-        QTest::newRow("label") << "LabelController"
-                               << "active"
+        QTest::newRow("label") << Navigator::Label << "active"
                                << "Label" << -1;
-        QTest::newRow("plan type") << "PlantypeController"
-                                   << "active"
+        QTest::newRow("plan type") << Navigator::PlanType << "active"
                                    << "Plan Type" << 2;
-        QTest::newRow("bill day") << "BilldateController"
-                                  << "active"
+        QTest::newRow("bill day") << Navigator::BillDay << "active"
                                   << "Start Date" << -1;
-        QTest::newRow("N") << "DayCountController"
-                           << "active"
+        QTest::newRow("N") << Navigator::DayCount << "active"
                            << "N" << -1;
-        QTest::newRow("weekday") << "PickerWeekController"
-                                 << ""
+        QTest::newRow("weekday") << Navigator::Weekday << ""
                                  << "Start Date" << -1;
-        QTest::newRow("start date") << "DatePickerController"
-                                    << "active"
+        QTest::newRow("start date") << Navigator::StartDate << "active"
                                     << "Start Date" << -1;
-        QTest::newRow("cap") << "CapController"
-                             << "active"
+        QTest::newRow("cap") << Navigator::Cap << "active"
                              << "Data Cap" << -1;
-        QTest::newRow("rollover") << "RolloverController"
-                                  << "active"
+        QTest::newRow("rollover") << Navigator::Rollover << "active"
                                   << "Rollover Data" << 1;
-        QTest::newRow("rollover amount") << "RolloverAmountController"
-                                         << "active"
+        QTest::newRow("rollover amount") << Navigator::RolloverAmount << "active"
                                          << "Rollover Amount" << -1;
-        QTest::newRow("tethering") << "TetheringController"
-                                   << "active"
+        QTest::newRow("tethering") << Navigator::Tethering << "active"
                                    << "Tethering" << 1;
-        QTest::newRow("advanced") << "ResetController"
-                                  << ""
+        QTest::newRow("advanced") << Navigator::Advanced << ""
                                   << "Advanced" << 6;
-        QTest::newRow("add usage") << "AddController"
-                                   << ""
+        QTest::newRow("add usage") << Navigator::AddUsage << ""
                                    << "Add Usage" << -1;
-        QTest::newRow("about") << "AboutController"
-                               << ""
+        QTest::newRow("about") << Navigator::About << ""
                                << "About" << 3;
-        QTest::newRow("share") << "ShareScreenshot"
-                               << ""
+        QTest::newRow("share") << Navigator::Share << ""
                                << "Share Screenshot" << 3;
     }
     void settingsScreensShowTheirControllers()
     {
-        QFETCH(QString, screen);
+        QFETCH(Navigator::Screen, screen);
         QFETCH(QString, argument);
         QFETCH(QString, title);
         QFETCH(int, rows);
@@ -362,7 +342,7 @@ private slots:
         App app(true);
         QVERIFY(app.window);
         const QVariantMap before = app.shared->userPref().dictionaryForKey(Keys::PREF_ALL_PLANS);
-        app.screens->main()->handleShortcuts(QStringLiteral("SHORTCUTS_DATAPLAN"));
+        app.navigator->main()->handleShortcuts(QStringLiteral("SHORTCUTS_DATAPLAN"));
         QTRY_COMPARE(app.topName(), QStringLiteral("plansPage"));
         QVERIFY(app.click("addPlanButton"));
         QTRY_COMPARE(app.topName(), QStringLiteral("planPage"));
@@ -469,7 +449,7 @@ private slots:
             });
         }
         app.shared->userPref().setValue(Keys::PREF_DAYVIEW_TYPE, 2);
-        app.open(QStringLiteral("DayViewController"), QString());
+        app.open(Navigator::Day);
         QTRY_COMPARE(app.topName(), QStringLiteral("dayPage"));
         QTRY_COMPARE(app.items("cellTotal").size(), 2);
         auto text = [](QQuickItem *line) {
@@ -495,7 +475,7 @@ private slots:
     {
         App app(true);
         QVERIFY(app.window);
-        app.open(QStringLiteral("AlertsController"), QString());
+        app.open(Navigator::Alerts);
         QQuickItem *list = nullptr;
         QTRY_VERIFY((list = app.item("thresholdList")) && list->property("count").toInt() == 4);
         auto current = [list] { return list->property("currentItem").value<QQuickItem *>(); };
@@ -596,9 +576,9 @@ private slots:
             QVERIFY(gapplication({QStringLiteral("action"), id, QString::fromLatin1(o.action)}).isEmpty());
             QTRY_COMPARE(app.topName(), QLatin1StringView(o.top));
             QCOMPARE(app.pages(), o.pages);
-            QMetaObject::invokeMethod(app.window, "closeAll");
+            app.navigator->closeAll();
             QTRY_COMPARE(app.pages(), 0);
-            app.screens->main()->setPresenting(false);
+            app.navigator->main()->setPresenting(false);
         }
         // Over another screen, during setup, or unknown: nothing opens.
         app.key(Qt::Key_Left);
@@ -606,9 +586,9 @@ private slots:
         gapplication({QStringLiteral("action"), id, QStringLiteral("history")});
         settleAction();
         QCOMPARE(app.pages(), 1);
-        QMetaObject::invokeMethod(app.window, "closeAll");
+        app.navigator->closeAll();
         QTRY_COMPARE(app.pages(), 0);
-        app.screens->main()->setPresenting(false);
+        app.navigator->main()->setPresenting(false);
         app.shared->userPref().setValue(Keys::PREF_SHOWED_SETUP, false);
         gapplication({QStringLiteral("action"), id, QStringLiteral("theme")});
         settleAction(); // the action runs behind the usage check, after gapplication returns
@@ -637,7 +617,7 @@ private slots:
             QCOMPARE(ok && ok->isVisible(), time == 0);
             if (time == 0)
                 QVERIFY(app.click("answer0"));
-            QMetaObject::invokeMethod(app.window, "closeAll");
+            app.navigator->closeAll();
             QTRY_COMPARE(app.pages(), 0);
         }
         QVERIFY(app.shared->userPref().boolForKey(Keys::PREF_TIP_DISMISS));
@@ -680,7 +660,7 @@ private slots:
                                         QStringLiteral("http://127.0.0.1:%1/{z}/{x}/{y}.png").arg(port));
         app.shared->userPref().setValue(Keys::PREF_DAYVIEW_TYPE, 1);
         auto openDay = [&] {
-            app.open(QStringLiteral("DayViewController"), QString());
+            app.open(Navigator::Day);
             QTRY_COMPARE(app.topName(), QStringLiteral("dayPage"));
         };
         openDay();
@@ -728,7 +708,7 @@ private slots:
         QVERIFY(!app.item("offlineNotice")->isVisible());
 
         // The same day again: every tile from the disk cache.
-        QMetaObject::invokeMethod(app.window, "closeAll");
+        app.navigator->closeAll();
         QTRY_COMPARE(app.pages(), 0);
         const qsizetype before = requests.size();
         openDay();
@@ -738,7 +718,7 @@ private slots:
         QCOMPARE(requests.size(), before);
 
         // No server: the pins and the cards stay, with the notice.
-        QMetaObject::invokeMethod(app.window, "closeAll");
+        app.navigator->closeAll();
         server.kill();
         server.waitForFinished();
         app.shared->userPref().setValue(Keys::PREF_MAP_TILE_URL,
@@ -789,7 +769,7 @@ private slots:
         QVERIFY(app.click("setupNext"));
         QTRY_COMPARE(app.item("setupTitle")->property("text").toString(), QStringLiteral("Finish"));
         QVERIFY(app.click("setupNext")); // Done
-        QTRY_COMPARE(app.screens->main()->whatToPop(), 0);
+        QTRY_COMPARE(app.navigator->main()->whatToPop(), 0);
         QTRY_VERIFY(app.item("mainScreen")->isVisible());
 
         SharedCode &s = *app.shared;

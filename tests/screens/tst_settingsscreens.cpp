@@ -292,7 +292,7 @@ private slots:
             QCOMPARE(c.menuRows()[2].detail, QStringLiteral("45"));
             QSignalSpy open(&c, &MenuController::open);
             c.tapRow(2);
-            QCOMPARE(open.value(0).value(0).toString(), QStringLiteral("DayCountController"));
+            QCOMPARE(open.value(0).value(0).value<Navigator::Screen>(), Navigator::DayCount);
         }
     }
 
@@ -362,7 +362,7 @@ private slots:
         QCOMPARE(p.get("PREF_ROLLOVER_AMOUNT").toDouble(), 1548 * 1048576.0);
         QCOMPARE(titles(r), (QStringList{"Rollover Data", "Rollover Amount"}));
         QCOMPARE(r.menuRows()[1].detail, QStringLiteral("1548 MB"));
-        QCOMPARE(r.menuRows()[1].opens, QStringLiteral("RolloverAmountController"));
+        QCOMPARE(r.menuRows()[1].opens, Navigator::RolloverAmount);
         r.setSwitch(0, false);
         QVERIFY(!p.get("PREF_ROLLOVER_ON").toBool());
         QCOMPARE(p.get("PREF_ROLLOVER_AMOUNT").toDouble(), 1548 * 1048576.0); // kept, unused
@@ -444,7 +444,7 @@ private slots:
 
         QSignalSpy open(&c, &MenuController::open);
         c.tapRow(ResetController::AddRow);
-        QCOMPARE(open.value(0).value(0).toString(), QStringLiteral("AddController"));
+        QCOMPARE(open.value(0).value(0).value<Navigator::Screen>(), Navigator::AddUsage);
     }
 
     void aboutAndShare()

@@ -143,17 +143,15 @@ private slots:
         QTest::addColumn<int>("type");
         QTest::addColumn<QStringList>("titles");
         QTest::addColumn<QString>("startDate");
-        QTest::addColumn<QString>("picker");
+        QTest::addColumn<Navigator::Screen>("picker");
         QTest::newRow("monthly") << 0 << QStringList{"Label", "Plan Type", "Start Date", "Data Cap"} << "1st"
-                                 << "BilldateController";
+                                 << Navigator::BillDay;
         QTest::newRow("weekly") << 2 << QStringList{"Label", "Plan Type", "Start Date", "Data Cap"}
-                                << "Monday"
-                                << "PickerWeekController";
+                                << "Monday" << Navigator::Weekday;
         QTest::newRow("30 days") << 1 << QStringList{"Label", "Plan Type", "Start Date", "Data Cap"}
-                                 << "Feb 9"
-                                 << "DatePickerController";
+                                 << "Feb 9" << Navigator::StartDate;
         QTest::newRow("daily") << 4 << QStringList{"Label", "Plan Type", "Data Cap"} << ""
-                               << "";
+                               << Navigator::NoScreen;
     }
 
     void planScreen()
@@ -161,7 +159,7 @@ private slots:
         QFETCH(int, type);
         QFETCH(QStringList, titles);
         QFETCH(QString, startDate);
-        QFETCH(QString, picker);
+        QFETCH(Navigator::Screen, picker);
         Plans p;
         const QVariantMap before = p.shared->userPref().dictionaryForKey(Keys::PREF_ALL_PLANS);
         {

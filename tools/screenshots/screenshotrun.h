@@ -9,8 +9,14 @@
 #include <functional>
 #include <vector>
 
+#include "screens/navigator.h"
+
+#include <QPointer>
+
 class QQuickWindow;
-class Screens;
+class DayViewController;
+class SetupController;
+class TimeChartViewController;
 
 // Pictures of the app's screens from real data: main.png first (the screen as it would show now),
 // then each state the theme and setup screens can be in. The states change settings, so the run
@@ -19,7 +25,7 @@ class ScreenshotRun : public QObject
 {
     Q_OBJECT
 public:
-    ScreenshotRun(Screens &screens, QQuickWindow &window, QString folder, bool canDrawParticles);
+    ScreenshotRun(Navigator &navigator, QQuickWindow &window, QString folder, bool canDrawParticles);
     // Takes every picture, then calls `done` with the files written (or the first error).
     void start(std::function<void(const QStringList &files, const QString &error)> done);
 
@@ -34,16 +40,20 @@ private:
     void addHistoryShots();
     void next();
     void setSetting(const QString &key, const QVariant &value);
-    void invoke(const char *function, const QVariant &argument = QVariant());
+    // Only the main screen, then `screen` over it.
+    QObject *openAlone(Navigator::Screen screen, const QString &argument = QString());
     void showForecast(double ratio);
     void recompute();
 
-    Screens &m_screens;
+    Navigator &m_navigator;
     QQuickWindow &m_window;
     QString m_folder;
     std::vector<Shot> m_shots;
     size_t m_at = 0;
     QString m_otherPlan;
+    QPointer<SetupController> m_setup;
+    QPointer<DayViewController> m_day;
+    QPointer<TimeChartViewController> m_period;
     QStringList m_written;
     std::function<void(const QStringList &, const QString &)> m_done;
 };

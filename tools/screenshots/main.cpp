@@ -1,0 +1,226 @@
+// Drives the app's window from outside, on the data in $TALLYMO_CONTAINER: pictures of every screen
+// state (on a copy of the data, since the states change settings), the main screen's texts, or the
+// milliseconds a history view takes to its first frame with its rows.
+#include "core/sharedcode.h"
+#include "day/dayviewcontroller.h"
+#include "platform/dbus/systemdusermanager.h"
+#include "platform/linux/desktopicons.h"
+#include "platform/linux/desktopshell.h"
+#include "platform/linux/linuxnetworkinterfaces.h"
+#include "platform/linux/paths.h"
+#include "platform/linux/replayclock.h"
+#include "platform/linux/sockdiag.h"
+#include "screens/appwindow.h"
+#include "screens/mainscreencontroller.h"
+#include "screens/navigator.h"
+#include "screens/translations.h"
+#include "screenshotrun.h"
+#include "services/backgroundtasks.h"
+#include "services/usagemonitor.h"
+
+#include <QCommandLineParser>
+#include <QDir>
+#include <QDirIterator>
+#include <QElapsedTimer>
+#include <QGuiApplication>
+#include <QQmlApplicationEngine>
+#include <QQmlExtensionPlugin>
+#include <QQuickWindow>
+#include <QSGRendererInterface>
+#include <QTemporaryDir>
+#include <QTimer>
+
+#include <cstdio>
+
+Q_IMPORT_QML_PLUGIN(TallymoPlugin)
+
+namespace {
+
+[[noreturn]] void fail(const QString &message, int status = 1)
+{
+    std::fprintf(stderr, "tallymo-screenshots: %s\n", qPrintable(message));
+    std::exit(status);
+}
+
+QSize parseSize(const QString &text)
+{
+    const QStringList wh = text.split(QLatin1Char('x'));
+    bool okW = false, okH = false;
+    const QSize size = wh.size() == 2 ? QSize(wh[0].toInt(&okW), wh[1].toInt(&okH)) : QSize();
+    if (!okW || !okH || size.width() < 200 || size.height() < 300 || size.width() > 4000 ||
+        size.height() > 4000)
+        fail(QStringLiteral("--size wants WIDTHxHEIGHT between 200x300 and 4000x4000, not %1").arg(text), 2);
+    return size;
+}
+
+// A copy of the container, whose files the pictured states change.
+void copyContainer(const QString &from, const QString &to)
+{
+    QDirIterator it(from, QDir::Files | QDir::Hidden | QDir::NoDotAndDotDot, QDirIterator::Subdirectories);
+    while (it.hasNext()) {
+        const QString path = it.next();
+        const QString target = to + QLatin1Char('/') + QDir(from).relativeFilePath(path);
+        QDir().mkpath(QFileInfo(target).absolutePath());
+        if (!QFile::copy(path, target))
+            fail(QStringLiteral("cannot copy %1").arg(path));
+    }
+}
+
+// The app as it starts, without its desktop services: no notifications, no mail, no single instance.
+struct App
+{
+    App(const QString &container, const Clock &clock, const QString &picturesFolder)
+        : interfaces(LinuxNetworkInterfaces::fromEnvironment()), shared(services(container, clock)),
+          delegate(shared), shell(picturesFolder), navigator(delegate, {&icons, nullptr, &shell, &systemd})
+    {
+        if (const QString error = shared.userPref().loadError(); !error.isEmpty())
+            fail(error);
+        delegate.setServices(UsageMonitor::Services::from(nullptr, &tasks));
+        navigator.main()->setStillFrames(true);
+        delegate.setApplicationState(UsageMonitor::Inactive);
+        delegate.prepareLaunch();
+        delegate.completeLaunch();
+        showStoredFigures(navigator);
+    }
+    ~App() { delegate.setServices({}); }
+
+    SharedCode::Services services(const QString &container, const Clock &clock)
+    {
+        SharedCode::Services s{container, &interfaces};
+        s.connections = &connections;
+        s.clock = &clock;
+        return s;
+    }
+
+    LinuxNetworkInterfaces interfaces;
+    SockDiagConnections connections;
+    SharedCode shared;
+    UsageMonitor delegate;
+    TimedBackgroundTasks tasks;
+    LinuxAlternateIcons icons;
+    LinuxDesktopShell shell;
+    SystemdUserManager systemd;
+    Navigator navigator;
+};
+
+// Prints the main screen's texts once its first frame is drawn.
+void dumpMain(QQuickWindow &window)
+{
+    for (const char *name :
+         {"lDays", "lPercent", "lUsedStaticText", "lCellUsage", "lWifiUsage", "lForecast"}) {
+        const QObject *item = window.findChild<QObject *>(QLatin1StringView(name));
+        std::printf("%s=%s\n", name, item ? qPrintable(item->property("text").toString()) : "(missing)");
+    }
+}
+
+// Opens a history view over the main screen and prints the milliseconds until a frame shows it
+// with its rows (its list no longer busy), then quits.
+void timeView(QQuickWindow &window, Navigator &navigator, const QString &view)
+{
+    auto *clock = new QElapsedTimer;
+    clock->start();
+    const bool day = view == QLatin1StringView("day");
+    QPointer<QObject> opened = navigator.open(day ? Navigator::Day : Navigator::Periods, QString(), false);
+    auto ready = std::make_shared<bool>(false);
+    QObject::connect(&window, &QQuickWindow::frameSwapped, &window, [&window, clock, opened, day, ready] {
+        if (*ready) { // this frame was drawn with the rows
+            std::printf("%lld\n", static_cast<long long>(clock->elapsed()));
+            std::fflush(stdout);
+            QTimer::singleShot(0, qApp, &QCoreApplication::quit);
+            return;
+        }
+        QObject *rows = opened;
+        if (day && rows)
+            rows = static_cast<DayViewController *>(rows)->activeController();
+        *ready = rows && !rows->property("busy").toBool();
+        window.update(); // another frame: the one with the rows, or a later look
+    });
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    QGuiApplication app(argc, argv);
+    QGuiApplication::setApplicationName(QStringLiteral("tallymo"));
+    QGuiApplication::setApplicationDisplayName(QStringLiteral("Tallymo"));
+    Translations::install();
+    QCommandLineParser parser;
+    parser.setApplicationDescription(QStringLiteral("Pictures of Tallymo's screens from the data in "
+                                                    "$TALLYMO_CONTAINER (or the user's own)."));
+    parser.addHelpOption();
+    parser.addPositionalArgument(QStringLiteral("DIR"), QStringLiteral("Where to write the pictures."));
+    const QCommandLineOption size(QStringLiteral("size"), QStringLiteral("Window size (default 420x820)."),
+                                  QStringLiteral("WxH"), QStringLiteral("420x820"));
+    const QCommandLineOption dump(QStringLiteral("dump-main"),
+                                  QStringLiteral("Print the main screen's texts instead of pictures."));
+    const QCommandLineOption timed(
+        QStringLiteral("first-frame-of"),
+        QStringLiteral("Open a history view (day or periods) and print the milliseconds "
+                       "to its first frame with its rows, instead of pictures."),
+        QStringLiteral("VIEW"));
+    parser.addOptions({size, dump, timed});
+    parser.process(app);
+    const QSize windowSize = parseSize(parser.value(size));
+    const QString view = parser.value(timed);
+    if (!view.isEmpty() && view != QLatin1StringView("day") && view != QLatin1StringView("periods"))
+        fail(QStringLiteral("--first-frame-of takes day or periods, not \"%1\"").arg(view), 2);
+    const bool pictures = !parser.isSet(dump) && view.isEmpty();
+    if (pictures && parser.positionalArguments().size() != 1)
+        fail(QStringLiteral("name the folder for the pictures (see --help)"), 2);
+    const QString folder = pictures ? parser.positionalArguments().constFirst() : QString();
+
+    QString clockError;
+    const std::unique_ptr<Clock> replayClock = clockFromEnvironment(&clockError);
+    if (!clockError.isEmpty())
+        fail(clockError, 2);
+    QString container = Paths::container();
+    QTemporaryDir copy;
+    if (pictures) {
+        if (!copy.isValid())
+            fail(QStringLiteral("cannot make a temporary folder: %1").arg(copy.errorString()));
+        copyContainer(container, copy.path());
+        container = copy.path();
+    }
+    App tallymo(container, replayClock ? *replayClock : Clock::system(), folder);
+    QQmlApplicationEngine engine;
+    QString error;
+    QQuickWindow *window = loadAppWindow(engine, tallymo.navigator, true, &error);
+    if (!window)
+        fail(error);
+    window->resize(windowSize);
+
+    std::unique_ptr<ScreenshotRun> run;
+    int status = 0;
+    QObject::connect(window, &QQuickWindow::frameSwapped, window, [&] {
+        static bool first = true;
+        if (!std::exchange(first, false))
+            return;
+        tallymo.navigator.main()->becameVisible();
+        if (parser.isSet(dump)) {
+            dumpMain(*window);
+            QTimer::singleShot(0, &app, &QCoreApplication::quit);
+        } else if (!view.isEmpty()) {
+            QTimer::singleShot(0, window, [&] { timeView(*window, tallymo.navigator, view); });
+        } else {
+            const bool particles =
+                window->rendererInterface()->graphicsApi() != QSGRendererInterface::Software;
+            if (!particles)
+                std::fprintf(stderr,
+                             "tallymo-screenshots: the software renderer cannot draw particles: no picture "
+                             "of \"Winter Wonderland\" (run under a display with OpenGL, e.g. xvfb-run)\n");
+            run = std::make_unique<ScreenshotRun>(tallymo.navigator, *window, folder, particles);
+            run->start([&](const QStringList &files, const QString &failure) {
+                for (const QString &f : files)
+                    std::printf("%s\n", qPrintable(f));
+                if (!failure.isEmpty()) {
+                    std::fprintf(stderr, "tallymo-screenshots: %s\n", qPrintable(failure));
+                    status = 1;
+                }
+                QCoreApplication::quit();
+            });
+        }
+    });
+    const int loop = app.exec();
+    return status ? status : loop;
+}
