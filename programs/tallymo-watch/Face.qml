@@ -1,16 +1,19 @@
+pragma ComponentBehavior: Bound
 import QtQuick
 import QtQuick.Shapes
 import QtQuick.Window
+import TallymoWatch
 
 // The round face (the plan at a glance) above the complication strip, both drawn from the
 // WatchFace's figures.
 Window {
     id: window
-    required property QtObject face
+    required property WatchFace face
     readonly property bool ready: face.state === "ready"
     readonly property string summary: ready
-        ? [face.percentText, face.forecastText, face.usedText, face.leftText, face.timeLeftText].join(", ")
-        : face.messageText
+        ? window.face.percentText + ", " + window.face.forecastText + ", " + window.face.usedText + ", " + window.face.leftText
+          + ", " + window.face.timeLeftText
+        : window.face.messageText
 
     width: 300
     height: 380
@@ -73,8 +76,8 @@ Window {
             Ring {
                 anchors.fill: parent
                 anchors.margins: 8
-                fraction: face.fraction
-                tint: face.color
+                fraction: window.face.fraction
+                tint: window.face.color
                 thickness: 18
             }
 
@@ -86,7 +89,7 @@ Window {
                 Text {
                     width: parent.width
                     horizontalAlignment: Text.AlignHCenter
-                    text: face.percentText
+                    text: window.face.percentText
                     color: "white"
                     font.pixelSize: 60
                     font.weight: Font.DemiBold
@@ -96,14 +99,14 @@ Window {
                 Text {
                     width: parent.width
                     horizontalAlignment: Text.AlignHCenter
-                    text: face.forecastText
-                    color: face.textColor
+                    text: window.face.forecastText
+                    color: window.face.textColor
                     font.pixelSize: 20
                     font.weight: Font.DemiBold
                 }
                 Item { width: 1; height: 8 }
                 Repeater {
-                    model: [face.usedText, face.leftText, face.timeLeftText]
+                    model: [window.face.usedText, window.face.leftText, window.face.timeLeftText]
                     Text {
                         required property string modelData
                         width: 196
@@ -133,7 +136,7 @@ Window {
                     width: parent.width
                     horizontalAlignment: Text.AlignHCenter
                     wrapMode: Text.WordWrap
-                    text: face.messageText
+                    text: window.face.messageText
                     color: "white"
                     font.pixelSize: 19
                 }
@@ -158,8 +161,8 @@ Window {
                 anchors.verticalCenter: parent.verticalCenter
                 width: 38
                 height: 38
-                fraction: face.fraction
-                tint: face.color
+                fraction: window.face.fraction
+                tint: window.face.color
                 thickness: 5
             }
             // Percent, then the forecast (shortened when it must be), and the time left at the end.
@@ -173,7 +176,7 @@ Window {
                 visible: window.ready
                 Text {
                     id: stripPercent
-                    text: face.percentText
+                    text: window.face.percentText
                     color: "white"
                     font.pixelSize: 20
                     font.weight: Font.DemiBold
@@ -184,8 +187,8 @@ Window {
                     anchors.right: stripDays.left
                     anchors.rightMargin: 8
                     anchors.baseline: stripPercent.baseline
-                    text: face.forecastText
-                    color: face.textColor
+                    text: window.face.forecastText
+                    color: window.face.textColor
                     font.pixelSize: 17
                     font.weight: Font.DemiBold
                     elide: Text.ElideRight
@@ -194,7 +197,7 @@ Window {
                     id: stripDays
                     anchors.right: parent.right
                     anchors.baseline: stripPercent.baseline
-                    text: face.daysText
+                    text: window.face.daysText
                     color: "#d1d1d6"
                     font.pixelSize: 15
                 }
@@ -206,7 +209,7 @@ Window {
                 anchors.rightMargin: 18
                 anchors.verticalCenter: parent.verticalCenter
                 visible: !window.ready
-                text: face.messageText
+                text: window.face.messageText
                 color: "#d1d1d6"
                 font.pixelSize: 14
                 wrapMode: Text.WordWrap

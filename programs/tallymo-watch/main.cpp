@@ -46,7 +46,7 @@ int main(int argc, char **argv)
     WatchFace face(QDBusConnection::sessionBus());
     QQmlApplicationEngine engine;
     engine.setInitialProperties({{QStringLiteral("face"), QVariant::fromValue(&face)}});
-    engine.load(QUrl(QStringLiteral("qrc:/watch/Face.qml")));
+    engine.load(QUrl(QStringLiteral("qrc:/qt/qml/TallymoWatch/Face.qml")));
     if (engine.rootObjects().isEmpty()) {
         std::fprintf(stderr, "tallymo-watch: the face could not be loaded\n");
         return 1;

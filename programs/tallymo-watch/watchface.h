@@ -4,6 +4,7 @@
 #include <QDBusConnection>
 #include <QObject>
 #include <QVariantMap>
+#include <QtQml/qqmlregistration.h>
 
 class QDBusPendingCallWatcher;
 class QDBusServiceWatcher;
@@ -14,6 +15,8 @@ class QDBusServiceWatcher;
 class WatchFace : public QObject
 {
     Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("made by the watch program")
     // "connecting", "notRunning", "notSetUp" or "ready".
     Q_PROPERTY(QString state READ state NOTIFY changed)
     Q_PROPERTY(double fraction READ fraction NOTIFY changed) // of the ring, 0 to 1

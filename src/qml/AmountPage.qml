@@ -8,7 +8,7 @@ import Tallymo
 ScreenPage {
     id: page
     required property ByteController controller
-    readonly property bool adds: controller.addEnabled !== undefined
+    readonly property bool adds: controller.button !== ""
     objectName: "amountPage"
     header: PageHeader {
         title: page.controller.title
@@ -18,21 +18,20 @@ ScreenPage {
             anchors.right: parent.right
             anchors.verticalCenter: parent.verticalCenter
             visible: page.adds
-            enabled: page.adds && page.controller.addEnabled
-            text: page.adds ? page.controller.button : ""
+            enabled: page.controller.buttonEnabled
+            text: page.controller.button
             font.pixelSize: 17
             font.weight: Font.DemiBold
             palette.buttonText: enabled ? "#0a60d0" : "#8e8e93"
-            onClicked: page.controller.requestAdd()
+            onClicked: page.controller.pressButton()
         }
     }
-    StackView.onDeactivating: if (!page.adds) page.controller.close()
+    StackView.onDeactivating: page.controller.keep()
 
     Connections {
-        target: page.adds ? page.controller : null
-        ignoreUnknownSignals: true
+        target: page.controller
         function onAsk(question) { dialog.ask(question) }
-        function onClose() { page.close() }
+        function onDone() { page.close() }
     }
     QuestionDialog {
         id: dialog
@@ -45,7 +44,7 @@ ScreenPage {
         AmountField {
             controller: page.controller
             Layout.fillWidth: true
-            onAccepted: page.adds ? page.controller.requestAdd() : page.close()
+            onAccepted: page.adds ? page.controller.pressButton() : page.close()
         }
         Item { Layout.fillHeight: true }
     }

@@ -1,5 +1,4 @@
 import QtQuick
-import QtQuick.Controls
 import QtQuick.Layouts
 import Tallymo
 
@@ -40,7 +39,7 @@ ScreenPage {
             Layout.fillHeight: true
             controller: page.controller
             focus: true
-            onCloseRequested: page.StackView.view.clear()
+            onCloseRequested: page.navigator.closeAll()
         }
     }
 }

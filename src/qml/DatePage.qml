@@ -1,3 +1,6 @@
+// qmllint disable unqualified
+// (The calendar's days read the controller around them. Qt 6.4's qmllint calls that unqualified
+// unless the file binds its components, and bound components break the calendar grid in 6.4.)
 import QtQuick
 import QtQuick.Controls
 import QtQuick.Layouts
@@ -28,7 +31,7 @@ ScreenPage {
         }
         Accessible.role: Accessible.Table
         Accessible.name: page.controller.title
-        Accessible.description: page.controller.date.toLocaleDateString(Qt.locale(), Locale.LongFormat)
+        Accessible.description: page.controller.day.toLocaleDateString(Qt.locale(), Locale.LongFormat)
 
         RowLayout {
             Layout.fillWidth: true
@@ -61,7 +64,6 @@ ScreenPage {
         }
         DayOfWeekRow {
             Layout.fillWidth: true
-            locale: grid.locale
             delegate: Label {
                 required property string shortName
                 text: shortName
@@ -76,12 +78,11 @@ ScreenPage {
             Layout.fillWidth: true
             month: page.controller.shownMonth
             year: page.controller.shownYear
-            locale: Qt.locale()
             delegate: Label {
                 id: day
                 required property var model
-                readonly property bool chosen: page.controller.date, page.controller.isChosen(model.date)
-                readonly property bool selectable: page.controller.isSelectable(model.date)
+                readonly property bool chosen: page.controller.day, page.controller.isChosenDay(model.date)
+                readonly property bool selectable: page.controller.isSelectableDay(model.date)
                 text: model.day
                 horizontalAlignment: Text.AlignHCenter
                 verticalAlignment: Text.AlignVCenter
@@ -99,7 +100,7 @@ ScreenPage {
                     color: "#0a60d0"
                 }
             }
-            onClicked: (date) => page.controller.date = date
+            onClicked: (date) => page.controller.day = date
         }
         Label {
             Layout.fillWidth: true

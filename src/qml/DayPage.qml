@@ -1,3 +1,4 @@
+pragma ComponentBehavior: Bound
 import QtQuick
 import QtQuick.Controls
 import QtQuick.Layouts
@@ -89,11 +90,37 @@ ScreenPage {
                 width: stage.width
                 height: stage.height
                 Rectangle { anchors.fill: parent; color: "white" }
-                Loader {
-                    id: pane
-                    anchors.fill: parent
-                    focus: true
-                    sourceComponent: [hours, mapPage, network][Math.max(0, Math.min(2, page.day.activeIndex))]
+                // The page of the segment chosen, made when it is chosen.
+                Repeater {
+                    model: page.day.activeIndex === 0 ? 1 : 0
+                    ChartList {
+                        width: content.width
+                        height: content.height
+                        focus: true
+                        controller: page.day.hours
+                        onCloseRequested: page.closeHistory()
+                        onSwiped: (step) => page.moveDay(step)
+                    }
+                }
+                Repeater {
+                    model: page.day.activeIndex === 1 ? 1 : 0
+                    MapPane {
+                        width: content.width
+                        height: content.height
+                        focus: true
+                        controller: page.day.map
+                    }
+                }
+                Repeater {
+                    model: page.day.activeIndex === 2 ? 1 : 0
+                    NetList {
+                        width: content.width
+                        height: content.height
+                        focus: true
+                        controller: page.day.addresses
+                        onCloseRequested: page.closeHistory()
+                        onSwiped: (step) => page.moveDay(step)
+                    }
                 }
             }
             // The day on show, drawn again behind it; frozen and raised, it slides out.
@@ -123,24 +150,4 @@ ScreenPage {
         }
     }
 
-    Component {
-        id: hours
-        ChartList {
-            controller: page.day.hours
-            onCloseRequested: page.closeHistory()
-            onSwiped: (step) => page.moveDay(step)
-        }
-    }
-    Component {
-        id: mapPage
-        MapPane { controller: page.day.map }
-    }
-    Component {
-        id: network
-        NetList {
-            controller: page.day.addresses
-            onCloseRequested: page.closeHistory()
-            onSwiped: (step) => page.moveDay(step)
-        }
-    }
 }

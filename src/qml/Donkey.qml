@@ -13,7 +13,7 @@ Item {
     Image {
         objectName: "donkey"
         source: "qrc:/qt/qml/Tallymo/icons/donkey.svg"
-        sourceSize: Qt.size(root.imageSize, root.imageSize)
+        sourceSize.width: root.imageSize; sourceSize.height: root.imageSize
         width: root.imageSize
         height: root.imageSize
         x: physics.boxX + physics.x - width / 2
@@ -22,7 +22,7 @@ Item {
     }
 
     FrameAnimation {
-        running: root.visible && !root.controller.stillFrames && Qt.application.state === Qt.ApplicationActive
+        running: root.visible && !root.controller.stillFrames && Application.state === Qt.ApplicationActive
         onTriggered: physics.step(frameTime)
     }
 

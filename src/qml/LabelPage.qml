@@ -8,7 +8,7 @@ ScreenPage {
     required property LabelController controller
     objectName: "labelPage"
     header: PageHeader { title: page.controller.title; onBack: page.close() }
-    StackView.onDeactivating: page.controller.close()
+    StackView.onDeactivating: page.controller.keep()
 
     TextField {
         id: field

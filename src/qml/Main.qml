@@ -1,3 +1,4 @@
+pragma ComponentBehavior: Bound
 import QtQuick
 import QtQuick.Controls
 import Tallymo
@@ -42,7 +43,8 @@ ApplicationWindow {
         }
     }
     Shortcut {
-        sequences: [StandardKey.Back, StandardKey.Cancel]
+        // The desktop's Back and Cancel keys: Escape, Alt+Left, a keyboard's Back key.
+        sequences: ["Escape", "Alt+Left", "Back"]
         enabled: pages.depth > 0
         onActivated: window.back()
     }
@@ -87,12 +89,15 @@ ApplicationWindow {
         onAnswered: (index) => window.navigator.answer(index)
     }
 
-    Loader {
-        id: setup
-        objectName: "setup"
-        anchors.fill: parent
-        active: window.main.whatToPop === 1
-        sourceComponent: SetupFlow { navigator: window.navigator; controller: window.navigator.newSetup() }
+    // The first-run setup over everything while the main screen asks for it.
+    Repeater {
+        model: window.main.whatToPop === 1 ? 1 : 0
+        SetupFlow {
+            width: window.contentItem.width
+            height: window.contentItem.height
+            navigator: window.navigator
+            controller: window.navigator.newSetup()
+        }
     }
 
     Dialog {

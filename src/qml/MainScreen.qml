@@ -1,3 +1,4 @@
+pragma ComponentBehavior: Bound
 import QtQuick
 import Tallymo
 
@@ -56,14 +57,18 @@ Item {
         Behavior on y { enabled: root.controller.parallaxOn; NumberAnimation { duration: 250; easing.type: Easing.OutQuad } }
     }
 
-    // The theme's animation, just above the gradient.
-    Loader {
+    // The theme's animation, just above the gradient: made while its theme is on, gone after.
+    Item {
         objectName: "themeAnimation"
         anchors.fill: parent
-        active: root.controller.animation !== MainScreenController.NoAnimation
-        sourceComponent: root.controller.animation === MainScreenController.DonkeyBounce ? donkey : snow
-        Component { id: donkey; Donkey { controller: root.controller } }
-        Component { id: snow; Snow { controller: root.controller } }
+        Repeater {
+            model: root.controller.animation === MainScreenController.DonkeyBounce ? 1 : 0
+            Donkey { anchors.fill: parent; controller: root.controller }
+        }
+        Repeater {
+            model: root.controller.animation === MainScreenController.WinterWonderland ? 1 : 0
+            Snow { anchors.fill: parent; controller: root.controller }
+        }
     }
 
     Text {
@@ -117,7 +122,7 @@ Item {
             Image {
                 anchors.horizontalCenter: parent.horizontalCenter
                 source: root.controller.cellGlyph
-                sourceSize: Qt.size(24, 24)
+                sourceSize.width: 24; sourceSize.height: 24
                 visible: source != ""
                 Accessible.ignored: true
             }
@@ -139,7 +144,7 @@ Item {
             Image {
                 anchors.horizontalCenter: parent.horizontalCenter
                 source: root.controller.wifiGlyph
-                sourceSize: Qt.size(24, 24)
+                sourceSize.width: 24; sourceSize.height: 24
                 visible: source != ""
                 Accessible.ignored: true
             }
@@ -168,7 +173,7 @@ Item {
             objectName: "lIconForecast"
             anchors.verticalCenter: parent.verticalCenter
             source: root.controller.forecastIcon
-            sourceSize: Qt.size(32, 32)
+            sourceSize.width: 32; sourceSize.height: 32
             Accessible.ignored: true
         }
         Text {

@@ -1,3 +1,4 @@
+pragma ComponentBehavior: Bound
 import QtQuick
 import QtQuick.Controls
 import Tallymo
@@ -175,6 +176,7 @@ Item {
                 color: "white"
                 border.color: "#d1d1d6"
             }
+            // qmllint disable deferred-property-id
             contentItem: Column {
                 leftPadding: 24
                 topPadding: 10
@@ -182,6 +184,7 @@ Item {
                 Label { text: card.model.title; font.pixelSize: 17; font.weight: Font.DemiBold; color: "#111111" }
                 StyledLine { id: cardLine; runs: card.model.line; numberSize: 15; unitSize: 11 }
             }
+            // qmllint enable deferred-property-id
         }
     }
 }

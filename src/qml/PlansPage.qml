@@ -1,3 +1,4 @@
+pragma ComponentBehavior: Bound
 import QtQuick
 import QtQuick.Controls
 import Tallymo
@@ -59,6 +60,7 @@ ScreenPage {
             Accessible.checkable: true
             Accessible.checked: isChecked
             Accessible.name: label
+            // qmllint disable deferred-property-id
             contentItem: Item {
                 Label {
                     anchors.verticalCenter: parent.verticalCenter
@@ -91,6 +93,7 @@ ScreenPage {
                     onClicked: page.navigator.open(Navigator.Plan, row.planID)
                 }
             }
+            // qmllint enable deferred-property-id
             onClicked: page.controller.tapRow(index)
         }
     }

@@ -1,5 +1,7 @@
+// qmllint disable unqualified
+// (Delegates here read the ids around them. Qt 6.4's qmllint calls that unqualified unless the file
+// binds its components, and bound components break this file's list headers and sections in 6.4.)
 import QtQuick
-import QtQuick.Controls
 import Tallymo
 
 // The main screen's picture, saved in the picture folder, and what can be done with it.
@@ -21,8 +23,8 @@ ScreenPage {
         model: page.controller.rows
         focus: true
         keyNavigationEnabled: true
-        Keys.onReturnPressed: if (currentItem) currentItem.activate()
-        Keys.onEnterPressed: if (currentItem) currentItem.activate()
+        Keys.onReturnPressed: if (currentItem) (currentItem as TableRow).activate()
+        Keys.onEnterPressed: if (currentItem) (currentItem as TableRow).activate()
         header: Item {
             width: list.width
             height: preview.visible ? Math.min(list.height * 0.55, 420) + 32 : 28
@@ -32,7 +34,7 @@ ScreenPage {
                 anchors.centerIn: parent
                 height: parent.height - 32
                 width: parent.width - 32
-                visible: page.controller.imageUrl.toString() !== ""
+                visible: page.controller.imageUrl != ""
                 source: page.controller.imageUrl
                 fillMode: Image.PreserveAspectFit
                 asynchronous: true

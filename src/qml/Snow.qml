@@ -10,7 +10,7 @@ Item {
 
     ParticleSystem {
         id: system
-        running: root.controller.stillFrames || Qt.application.state === Qt.ApplicationActive
+        running: root.controller.stillFrames || Application.state === Qt.ApplicationActive
     }
     ImageParticle {
         system: system

@@ -1,3 +1,4 @@
+pragma ComponentBehavior: Bound
 import QtQuick
 import QtQuick.Controls
 
@@ -42,7 +43,7 @@ Row {
                 anchors.verticalCenter: parent.verticalCenter
                 width: 14
                 height: 14
-                sourceSize: Qt.size(28, 28)
+                sourceSize.width: 28; sourceSize.height: 28
                 source: parent.glyph ? "qrc:/qt/qml/Tallymo/icons/glyph-" + parent.glyphName + "-grey.svg" : ""
             }
             Label {

@@ -47,6 +47,7 @@ Column {
         Accessible.checked: row.isOn
         Accessible.description: row.footerText
         onClicked: row.activate()
+        // qmllint disable deferred-property-id
         contentItem: Item {
             Label {
                 anchors.verticalCenter: parent.verticalCenter
@@ -119,6 +120,7 @@ Column {
                 }
             }
         }
+        // qmllint enable deferred-property-id
     }
     Label {
         id: footerLabel

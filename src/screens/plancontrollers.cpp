@@ -173,13 +173,13 @@ AddController::AddController(UsageMonitor &delegate, QObject *parent)
       m_delegate(delegate)
 {}
 
-bool AddController::addEnabled() const
+bool AddController::buttonEnabled() const
 {
     const double x = amount();
     return std::isfinite(x) && x >= 0.001;
 }
 
-void AddController::requestAdd()
+void AddController::pressButton()
 {
     if (const std::optional<AlertValue> question = add())
         emit ask(question->toMap());
@@ -193,7 +193,7 @@ void AddController::answer(int index)
 
 std::optional<AlertValue> AddController::add()
 {
-    if (!addEnabled())
+    if (!buttonEnabled())
         return std::nullopt;
     setText(DataCap::stringTwoDecimal(amount()));
     const QString shown = PlanTexts::capString(QVariantList{text(), qint64(unit)});
@@ -206,12 +206,12 @@ std::optional<AlertValue> AddController::add()
 
 void AddController::confirm()
 {
-    if (!addEnabled())
+    if (!buttonEnabled())
         return;
     const double x = amount();
     m_delegate.plans().addUsageToCurrent(std::floor(x * AmountEntry::unitBytes(unit)));
     m_delegate.doComputeValuesOnly();
-    emit close();
+    emit done();
 }
 
 // ---- AddExistingController ----
@@ -264,7 +264,7 @@ CapController::CapController(SharedCode &shared, const QString &plan, QObject *p
     }
 }
 
-bool CapController::close()
+bool CapController::keep()
 {
     const double x = amount();
     if (!(x >= 0.001) || !std::isfinite(x))

@@ -80,7 +80,8 @@ private:
 };
 
 // An amount screen: a number field whose text is filtered on every edit (a decimal comma becomes a
-// point) and an MB / GB unit.
+// point) and an MB / GB unit. An amount that is a setting is kept as the screen closes (keep()); one
+// that is recorded has a button that asks first (pressButton(), ask(), answer(), then done()).
 class ByteController : public QObject
 {
     Q_OBJECT
@@ -92,9 +93,18 @@ class ByteController : public QObject
     Q_PROPERTY(int unit READ unitIndex WRITE setUnitIndex NOTIFY unitChanged)
     Q_PROPERTY(QString unitLabel READ unitLabel NOTIFY unitChanged)
     Q_PROPERTY(QStringList units READ units CONSTANT)
+    // The title bar's button; empty for a screen without one.
+    Q_PROPERTY(QString button READ button CONSTANT)
+    Q_PROPERTY(bool buttonEnabled READ buttonEnabled NOTIFY textChanged)
 
 public:
     QString title() const { return m_title; }
+    virtual QString button() const { return QString(); }
+    virtual bool buttonEnabled() const { return false; }
+    Q_INVOKABLE virtual void pressButton() {}
+    Q_INVOKABLE virtual void answer(int index) { Q_UNUSED(index); }
+    // The screen closes: false (and nothing stored) when the amount cannot be kept.
+    Q_INVOKABLE virtual bool keep() { return true; }
     QString footer() const { return m_footer; }
     QString text() const { return m_text; }
     void setText(const QString &text);
@@ -110,6 +120,9 @@ public:
 signals:
     void textChanged();
     void unitChanged();
+    void ask(const QVariantMap &question);
+    // The amount is recorded: the screen closes.
+    void done();
 
 protected:
     ByteController(QString title, QString footer, QObject *parent);
@@ -126,26 +139,20 @@ class AddController : public ByteController
     Q_OBJECT
     QML_ELEMENT
     QML_UNCREATABLE("made by the app's navigator")
-    Q_PROPERTY(bool addEnabled READ addEnabled NOTIFY textChanged)
-    Q_PROPERTY(QString button READ button CONSTANT)
 
 public:
     explicit AddController(UsageMonitor &delegate, QObject *parent = nullptr);
 
-    QString button() const { return tr("Add"); }
-    bool addEnabled() const;
+    QString button() const override { return tr("Add"); }
+    bool buttonEnabled() const override;
     // The Add button: the field is rewritten with two decimals and the question returned.
     std::optional<AlertValue> add();
     // The same for a view: the question is asked through ask().
-    Q_INVOKABLE void requestAdd();
+    void pressButton() override;
     // The answer to the question: "Add Usage" (0) records the usage, the figures follow, and the
     // screen closes; "Cancel" returns to the field.
-    Q_INVOKABLE void answer(int index);
+    void answer(int index) override;
     void confirm();
-
-signals:
-    void ask(const QVariantMap &question);
-    void close();
 
 private:
     UsageMonitor &m_delegate;
@@ -173,7 +180,7 @@ class CapController : public ByteController
 public:
     CapController(SharedCode &shared, const QString &plan, QObject *parent = nullptr);
     // False (and nothing stored) when the amount is not a cap.
-    Q_INVOKABLE bool close();
+    bool keep() override;
 
 private:
     SharedCode &m_shared;

@@ -23,7 +23,7 @@ void LabelController::setText(const QString &text)
     emit textChanged();
 }
 
-bool LabelController::close()
+bool LabelController::keep()
 {
     if (m_text.isEmpty())
         return false;

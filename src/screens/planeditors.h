@@ -20,7 +20,7 @@ public:
     QString text() const { return m_text; }
     void setText(const QString &text);
     // False (and nothing stored) for an empty text.
-    Q_INVOKABLE bool close();
+    Q_INVOKABLE bool keep();
 
 signals:
     void textChanged();

@@ -106,7 +106,7 @@ RolloverAmountController::RolloverAmountController(SharedCode &shared, const QSt
     }
 }
 
-bool RolloverAmountController::close()
+bool RolloverAmountController::keep()
 {
     const double x = amount();
     if (text().isEmpty() || !(x >= 0) || !std::isfinite(x))

@@ -51,8 +51,8 @@ class DatePickerController : public QObject
     QML_UNCREATABLE("made by the app's navigator")
     Q_PROPERTY(QString title READ title CONSTANT)
     Q_PROPERTY(QString footer READ footer CONSTANT)
-    Q_PROPERTY(QDate date READ date WRITE setDate NOTIFY dateChanged)
-    Q_PROPERTY(QDate maximumDate READ maximumDate CONSTANT)
+    // The chosen day as the calendar has it (its local midnight).
+    Q_PROPERTY(QDateTime day READ day WRITE setDay NOTIFY dateChanged)
     Q_PROPERTY(int shownYear READ shownYear NOTIFY shownMonthChanged)
     Q_PROPERTY(int shownMonth READ shownMonth NOTIFY shownMonthChanged)
     Q_PROPERTY(QString shownMonthTitle READ shownMonthTitle NOTIFY shownMonthChanged)
@@ -70,8 +70,12 @@ public:
     QDate maximumDate() const { return m_max; }
     // A date after today becomes today; an invalid one is ignored.
     void setDate(QDate date);
-    Q_INVOKABLE bool isSelectable(QDate date) const { return date.isValid() && date <= m_max; }
-    Q_INVOKABLE bool isChosen(QDate date) const { return date == m_date; }
+    bool isSelectable(QDate date) const { return date.isValid() && date <= m_max; }
+    QDateTime day() const { return m_date.startOfDay(); }
+    void setDay(const QDateTime &day) { setDate(day.date()); }
+    // A day of the calendar: whether it can be chosen, and whether it is.
+    Q_INVOKABLE bool isSelectableDay(const QDateTime &day) const { return isSelectable(day.date()); }
+    Q_INVOKABLE bool isChosenDay(const QDateTime &day) const { return day.date() == m_date; }
     // The date `days` away from the chosen one, for the arrow keys (kept within the selectable dates).
     Q_INVOKABLE void moveBy(int days);
 
@@ -106,7 +110,7 @@ class RolloverAmountController : public ByteController
 public:
     RolloverAmountController(SharedCode &shared, const QString &plan, QObject *parent = nullptr);
     // False (and nothing stored) when the amount is not a rollover amount.
-    Q_INVOKABLE bool close();
+    bool keep() override;
 
 private:
     SharedCode &m_shared;

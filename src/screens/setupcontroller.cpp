@@ -65,7 +65,7 @@ void SetupController::next()
         setStep(Cap);
         break;
     case Cap:
-        m_allow->close(); // an empty field or a cap below 0.001 leaves the cap as it was
+        m_allow->keep(); // an empty field or a cap below 0.001 leaves the cap as it was
         setStep(Existing);
         break;
     case Existing:

@@ -230,13 +230,13 @@ private slots:
             RolloverAmountController c(*p.shared, p.plan);
             c.setText(typed);
             c.setUnitIndex(unit);
-            closed = c.close();
+            closed = c.keep();
         } else {
             CapController c(*p.shared, p.plan);
             QCOMPARE(c.text(), QStringLiteral("2")); // shown from the stored cap
             c.setText(typed);
             c.setUnitIndex(unit);
-            closed = c.close();
+            closed = c.keep();
         }
         QCOMPARE(closed, stored);
         if (!stored) {
@@ -255,10 +255,10 @@ private slots:
         LabelController c(*p.shared, p.plan);
         QCOMPARE(c.text(), p.get("PREF_PLAN_LABEL").toString());
         c.setText(QString());
-        QVERIFY(!c.close());
+        QVERIFY(!c.keep());
         QVERIFY(!p.get("PREF_PLAN_LABEL").toString().isEmpty());
         c.setText(QStringLiteral("Work SIM"));
-        QVERIFY(c.close());
+        QVERIFY(c.keep());
         QCOMPARE(p.get("PREF_PLAN_LABEL").toString(), QStringLiteral("Work SIM"));
     }
 

@@ -239,7 +239,7 @@ private slots:
         AddController add(p.delegate);
         add.setText(typed);
         QCOMPARE(add.text(), field);
-        QCOMPARE(add.addEnabled(), enabled);
+        QCOMPARE(add.buttonEnabled(), enabled);
         AddExistingController existing;
         existing.setText(typed);
         QCOMPARE(existing.bytes(), bytes);
@@ -256,7 +256,7 @@ private slots:
         QCOMPARE(add.text(), QStringLiteral("1.5"));
         QCOMPARE(question.message,
                  QStringLiteral("Do you want to add 1.5 GB to your current cellular usage?"));
-        QSignalSpy closed(&add, &AddController::close);
+        QSignalSpy closed(&add, &AddController::done);
         add.confirm();
         QCOMPARE(closed.size(), 1);
         QCOMPARE(p.cellIn(p.first), 1610612736.0);
