@@ -28,11 +28,11 @@ ScreenPage {
             leftPadding: 16
             rightPadding: 12
             highlighted: ListView.isCurrentItem && list.activeFocus && InputMode.keyboard
-            background: Rectangle { color: row.down || row.highlighted ? "#e5e5ea" : "white" }
+            background: Rectangle { color: row.down || row.highlighted ? Theme.rowPressed : Theme.rowBackground }
             Accessible.name: row.model.text + ", " + row.model.detail
             contentItem: Item {
-                Label { anchors.verticalCenter: parent.verticalCenter; text: row.model.text; font.pixelSize: 17; color: "#111111" }
-                Label { anchors.right: parent.right; anchors.verticalCenter: parent.verticalCenter; text: row.model.detail + "  \u203A"; font.pixelSize: 17; color: "#8e8e93" }
+                Label { anchors.verticalCenter: parent.verticalCenter; text: row.model.text; font.pixelSize: Theme.body; color: Theme.text }
+                Label { anchors.right: parent.right; anchors.verticalCenter: parent.verticalCenter; text: row.model.detail + "  \u203A"; font.pixelSize: Theme.body; color: Theme.disabledText }
             }
             function openIt() {
                 page.controller.tapRow(row.index)

@@ -23,7 +23,7 @@ ColumnLayout {
             text: field.controller.text
             inputMethodHints: Qt.ImhFormattedNumbersOnly
             placeholderText: "0"
-            font.pixelSize: 22
+            font.pixelSize: Theme.largeTitle
             focus: true
             // Shown with what is stored, all selected: typing replaces it.
             onVisibleChanged: if (visible) { forceActiveFocus(); selectAll() }
@@ -35,7 +35,7 @@ ColumnLayout {
                     text = field.controller.text
             }
         }
-        Label { objectName: "lUnit"; text: field.controller.unitLabel; font.pixelSize: 20; color: "#333333" }
+        Label { objectName: "lUnit"; text: field.controller.unitLabel; font.pixelSize: Theme.title; color: Theme.strongSecondaryText }
     }
     RowLayout {
         Layout.alignment: Qt.AlignHCenter
@@ -60,7 +60,7 @@ ColumnLayout {
         Layout.rightMargin: 16
         wrapMode: Text.Wrap
         text: field.controller.footer
-        font.pixelSize: 13
-        color: "#6d6d72"
+        font.pixelSize: Theme.footnote
+        color: Theme.secondaryText
     }
 }

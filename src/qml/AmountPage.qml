@@ -20,9 +20,9 @@ ScreenPage {
             visible: page.adds
             enabled: page.controller.buttonEnabled
             text: page.controller.button
-            font.pixelSize: 17
-            font.weight: Font.DemiBold
-            palette.buttonText: enabled ? "#0a60d0" : "#8e8e93"
+            font.pixelSize: Theme.body
+            font.weight: Theme.heading
+            palette.buttonText: enabled ? Theme.accent : Theme.disabledText
             onClicked: page.controller.pressButton()
         }
     }

@@ -22,12 +22,12 @@ Item {
         anchors.centerIn: parent
         visible: chart.controller.noUsage
         text: chart.controller.noUsageText()
-        font.pixelSize: 17
-        color: "#6d6d72"
+        font.pixelSize: Theme.body
+        color: Theme.secondaryText
     }
     // The centre column: two grey lines 51 points apart.
-    Rectangle { x: chart.width / 2 - 26; width: 1; height: parent.height; color: "#e5e5ea"; visible: list.count > 0 }
-    Rectangle { x: chart.width / 2 + 25; width: 1; height: parent.height; color: "#e5e5ea"; visible: list.count > 0 }
+    Rectangle { x: chart.width / 2 - 26; width: 1; height: parent.height; color: Theme.rowPressed; visible: list.count > 0 }
+    Rectangle { x: chart.width / 2 + 25; width: 1; height: parent.height; color: Theme.rowPressed; visible: list.count > 0 }
 
     ListView {
         id: list
@@ -75,9 +75,9 @@ Item {
                 fontSizeMode: Text.HorizontalFit
                 minimumPixelSize: 8
                 text: chart.controller.periodLabel
-                font.pixelSize: 15
+                font.pixelSize: Theme.subhead
                 font.weight: Font.Thin
-                color: "#111111"
+                color: Theme.text
             }
         }
         delegate: ItemDelegate {
@@ -90,7 +90,7 @@ Item {
             padding: 0
             // Rows that cannot be chosen still take the finger, so the list can be pulled by them.
             highlighted: chart.controller.isSelectable && ListView.isCurrentItem && list.activeFocus && InputMode.keyboard
-            background: Rectangle { color: chart.controller.isSelectable && (row.highlighted || row.down) ? "#f2f2f7" : "transparent" }
+            background: Rectangle { color: chart.controller.isSelectable && (row.highlighted || row.down) ? Theme.pageBackground : "transparent" }
             Accessible.role: chart.controller.isSelectable ? Accessible.Button : Accessible.StaticText
             Accessible.name: qsTr("%1, cellular %2, Wi-Fi %3").arg(model.spokenLabel)
                                  .arg(cellLine.amountText).arg(wifiLine.amountText)
@@ -103,7 +103,7 @@ Item {
                     width: row.places.cellBarWidth
                     height: 14
                     radius: 3
-                    color: "#ff9500"
+                    color: Theme.cellular
                 }
                 Rectangle {
                     x: row.places.wifiBarX
@@ -111,7 +111,7 @@ Item {
                     width: row.places.wifiBarWidth
                     height: 14
                     radius: 3
-                    color: "#0a84ff"
+                    color: Theme.wifi
                 }
                 StyledLine {
                     id: cellLine
@@ -138,15 +138,15 @@ Item {
                         horizontalAlignment: Text.AlignHCenter
                         text: row.model.timeLabel
                         font.pixelSize: chart.controller.timeLabelFontsize
-                        color: chart.controller.isSelectable ? (row.down ? "#800a60d0" : "#0a60d0") : "#111111"
+                        color: chart.controller.isSelectable ? (row.down ? Theme.accentPressed : Theme.accent) : Theme.text
                     }
                     Label {
                         width: parent.width
                         visible: chart.controller.showSubLabel
                         horizontalAlignment: Text.AlignHCenter
                         text: row.model.subLabel
-                        font.pixelSize: 13
-                        color: "#6d6d72"
+                        font.pixelSize: Theme.footnote
+                        color: Theme.secondaryText
                     }
                 }
             }

@@ -8,7 +8,7 @@ ScreenPage {
     id: page
     required property TimeChartViewController controller
     objectName: controller.hasPeriods ? "periodPage" : "periodsPage"
-    background: Rectangle { color: "white" }
+    background: Rectangle { color: Theme.contentBackground }
     header: PageHeader {
         title: page.controller.title
         backText: page.controller.hasPeriods ? qsTr("Bill Cycles") : qsTr("Back")

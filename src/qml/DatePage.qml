@@ -38,7 +38,7 @@ ScreenPage {
             ToolButton {
                 objectName: "previousMonth"
                 text: "\u2039"
-                font.pixelSize: 24
+                font.pixelSize: Theme.display
                 focusPolicy: Qt.NoFocus
                 Accessible.name: qsTr("Previous Month")
                 onClicked: page.controller.showPreviousMonth()
@@ -48,14 +48,14 @@ ScreenPage {
                 Layout.fillWidth: true
                 horizontalAlignment: Text.AlignHCenter
                 text: page.controller.shownMonthTitle
-                font.pixelSize: 17
-                font.weight: Font.DemiBold
-                color: "#111111"
+                font.pixelSize: Theme.body
+                font.weight: Theme.heading
+                color: Theme.text
             }
             ToolButton {
                 objectName: "nextMonth"
                 text: "\u203A"
-                font.pixelSize: 24
+                font.pixelSize: Theme.display
                 focusPolicy: Qt.NoFocus
                 enabled: page.controller.canShowNextMonth
                 Accessible.name: qsTr("Next Month")
@@ -68,8 +68,8 @@ ScreenPage {
                 required property string shortName
                 text: shortName
                 horizontalAlignment: Text.AlignHCenter
-                font.pixelSize: 13
-                color: "#6d6d72"
+                font.pixelSize: Theme.footnote
+                color: Theme.secondaryText
             }
         }
         MonthGrid {
@@ -87,17 +87,17 @@ ScreenPage {
                 horizontalAlignment: Text.AlignHCenter
                 verticalAlignment: Text.AlignVCenter
                 height: 40
-                font.pixelSize: 17
+                font.pixelSize: Theme.body
                 font.weight: chosen ? Font.Bold : Font.Normal
                 opacity: model.month === grid.month ? 1 : 0.35
-                color: chosen ? "white" : selectable ? "#111111" : "#b0b0b5"
+                color: chosen ? "white" : selectable ? Theme.text : Theme.unavailableText
                 background: Rectangle {
                     visible: day.chosen
                     anchors.centerIn: parent
                     width: 36
                     height: 36
                     radius: 18
-                    color: "#0a60d0"
+                    color: Theme.accent
                 }
             }
             onClicked: (date) => page.controller.day = date
@@ -108,8 +108,8 @@ ScreenPage {
             rightPadding: 4
             wrapMode: Text.Wrap
             text: page.controller.footer
-            font.pixelSize: 13
-            color: "#6d6d72"
+            font.pixelSize: Theme.footnote
+            color: Theme.secondaryText
         }
         Item { Layout.fillHeight: true }
     }

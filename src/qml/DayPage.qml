@@ -13,7 +13,7 @@ ScreenPage {
     required property DayViewController controller
     readonly property DayViewController day: controller
     objectName: "dayPage"
-    background: Rectangle { color: "white" }
+    background: Rectangle { color: Theme.contentBackground }
     header: PageHeader {
         title: page.day.title
         backText: qsTr("Back")
@@ -23,9 +23,9 @@ ScreenPage {
             anchors.right: parent.right
             anchors.verticalCenter: parent.verticalCenter
             text: qsTr("Done")
-            font.pixelSize: 17
-            font.weight: Font.DemiBold
-            palette.buttonText: "#0a60d0"
+            font.pixelSize: Theme.body
+            font.weight: Theme.heading
+            palette.buttonText: Theme.accent
             onClicked: page.closeHistory()
         }
     }
@@ -89,7 +89,7 @@ ScreenPage {
                 id: content
                 width: stage.width
                 height: stage.height
-                Rectangle { anchors.fill: parent; color: "white" }
+                Rectangle { anchors.fill: parent; color: Theme.contentBackground }
                 // The page of the segment chosen, made when it is chosen.
                 Repeater {
                     model: page.day.activeIndex === 0 ? 1 : 0

@@ -41,8 +41,8 @@ ScreenPage {
             padding: 16
             wrapMode: Text.Wrap
             text: page.running ? page.controller.progressText : page.controller.footer
-            font.pixelSize: 13
-            color: "#6d6d72"
+            font.pixelSize: Theme.footnote
+            color: Theme.secondaryText
         }
         delegate: ItemDelegate {
             id: row
@@ -54,14 +54,14 @@ ScreenPage {
             rightPadding: 16
             enabled: !page.running
             highlighted: ListView.isCurrentItem && list.activeFocus && InputMode.keyboard
-            background: Rectangle { color: row.down || row.highlighted ? "#e5e5ea" : "white" }
+            background: Rectangle { color: row.down || row.highlighted ? Theme.rowPressed : Theme.rowBackground }
             Accessible.name: modelData
             contentItem: Item {
                 Label {
                     anchors.verticalCenter: parent.verticalCenter
                     text: row.modelData
-                    font.pixelSize: 17
-                    color: page.running ? "#8e8e93" : "#0a60d0"
+                    font.pixelSize: Theme.body
+                    color: page.running ? Theme.disabledText : Theme.accent
                 }
                 BusyIndicator {
                     anchors.right: parent.right

@@ -20,9 +20,9 @@ ScreenPage {
         height: 48
         leftPadding: 16
         rightPadding: 16
-        background: Rectangle { color: "white" }
+        background: Rectangle { color: Theme.contentBackground }
         text: page.controller.text
-        font.pixelSize: 17
+        font.pixelSize: Theme.body
         focus: true
         selectByMouse: true
         Accessible.name: page.controller.title

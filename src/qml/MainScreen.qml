@@ -116,49 +116,19 @@ Item {
         id: blocks
         anchors.horizontalCenter: parent.horizontalCenter
         y: parent.height * 0.64
-        Column {
+        UsageBlock {
             width: root.width / 2
-            spacing: 8
-            Image {
-                anchors.horizontalCenter: parent.horizontalCenter
-                source: root.controller.cellGlyph
-                sourceSize.width: 24; sourceSize.height: 24
-                visible: source != ""
-                Accessible.ignored: true
-            }
-        Text {
-            id: lCellUsage
-            objectName: "lCellUsage"
-            width: root.width / 2
-            horizontalAlignment: Text.AlignHCenter
-            textFormat: Text.RichText
-            color: "white"
+            glyph: root.controller.cellGlyph
             text: root.controller.cellText
-            Accessible.role: Accessible.StaticText
-            Accessible.name: root.controller.cellAccessible
+            spokenText: root.controller.cellAccessible
+            textObjectName: "lCellUsage"
         }
-        }
-        Column {
+        UsageBlock {
             width: root.width / 2
-            spacing: 8
-            Image {
-                anchors.horizontalCenter: parent.horizontalCenter
-                source: root.controller.wifiGlyph
-                sourceSize.width: 24; sourceSize.height: 24
-                visible: source != ""
-                Accessible.ignored: true
-            }
-        Text {
-            id: lWifiUsage
-            objectName: "lWifiUsage"
-            width: root.width / 2
-            horizontalAlignment: Text.AlignHCenter
-            textFormat: Text.RichText
-            color: "white"
+            glyph: root.controller.wifiGlyph
             text: root.controller.wifiText
-            Accessible.role: Accessible.StaticText
-            Accessible.name: root.controller.wifiAccessible
-        }
+            spokenText: root.controller.wifiAccessible
+            textObjectName: "lWifiUsage"
         }
     }
 

@@ -24,8 +24,8 @@ Item {
         wrapMode: Text.Wrap
         visible: !pane.controller.busy && !pane.controller.hasData
         text: pane.controller.noDataText
-        font.pixelSize: 17
-        color: "#6d6d72"
+        font.pixelSize: Theme.body
+        color: Theme.secondaryText
     }
 
     Item {
@@ -38,7 +38,7 @@ Item {
         onWidthChanged: pane.controller.setViewSize(width, height)
         onHeightChanged: pane.controller.setViewSize(width, height)
         Component.onCompleted: pane.controller.setViewSize(width, height)
-        Rectangle { anchors.fill: parent; color: "#eef0e8" }
+        Rectangle { anchors.fill: parent; color: Theme.mapLand }
         TileMap {
             id: tiles
             objectName: "tiles"
@@ -87,9 +87,9 @@ Item {
                 y: at.y
                 Rectangle {
                     x: -9; y: -30; width: 18; height: 18; radius: 9
-                    color: "#e0241b"; border.color: "white"; border.width: 2
+                    color: Theme.mapPin; border.color: "white"; border.width: 2
                 }
-                Rectangle { x: -1; y: -13; width: 2; height: 13; color: "#8a1510" }
+                Rectangle { x: -1; y: -13; width: 2; height: 13; color: Theme.mapPinStem }
                 Rectangle {
                     id: callout
                     objectName: "callout" + pin.index
@@ -101,8 +101,8 @@ Item {
                     y: pin.y + above >= topEdge ? above : 6
                     width: calloutText.width + 16; height: calloutText.height + 10
                     radius: 8
-                    color: "white"
-                    border.color: "#d1d1d6"
+                    color: Theme.rowBackground
+                    border.color: Theme.separator
                     StyledLine {
                         id: calloutText
                         anchors.centerIn: parent
@@ -123,9 +123,9 @@ Item {
         visible: map.visible
         padding: 3
         text: tiles.attribution
-        font.pixelSize: 10
-        color: "#333333"
-        background: Rectangle { color: "#b3ffffff" }
+        font.pixelSize: Theme.smallPrint
+        color: Theme.mapLabel
+        background: Rectangle { color: Theme.mapLabelBackground }
     }
     Label {
         id: offlineNotice
@@ -136,9 +136,9 @@ Item {
         visible: map.visible && tiles.offline
         padding: 6
         text: qsTr("The map cannot be loaded; the places are shown without it.")
-        font.pixelSize: 11
-        color: "#333333"
-        background: Rectangle { color: "#e6ffffff"; radius: 6 }
+        font.pixelSize: Theme.caption
+        color: Theme.mapLabel
+        background: Rectangle { color: Theme.mapNoteBackground; radius: 6 }
     }
 
     ListView {
@@ -173,15 +173,15 @@ Item {
                 anchors.fill: parent
                 anchors.margins: 8
                 radius: 12
-                color: "white"
-                border.color: "#d1d1d6"
+                color: Theme.rowBackground
+                border.color: Theme.separator
             }
             // qmllint disable deferred-property-id
             contentItem: Column {
                 leftPadding: 24
                 topPadding: 10
                 spacing: 4
-                Label { text: card.model.title; font.pixelSize: 17; font.weight: Font.DemiBold; color: "#111111" }
+                Label { text: card.model.title; font.pixelSize: Theme.body; font.weight: Theme.heading; color: Theme.text }
                 StyledLine { id: cardLine; runs: card.model.line; numberSize: 15; unitSize: 11 }
             }
             // qmllint enable deferred-property-id

@@ -1,6 +1,3 @@
-// qmllint disable unqualified
-// (Rows read the page around them. Qt 6.4's qmllint calls that unqualified unless the file binds
-// its components, and bound components break list sections in 6.4.)
 import QtQuick
 import QtQuick.Controls
 import Tallymo
@@ -28,21 +25,10 @@ ScreenPage {
         onAnswered: (index) => page.controller.answer(index)
     }
 
-    ListView {
-        id: list
-        objectName: "rows"
+    SettingsList {
         anchors.fill: parent
         model: page.controller.rows
-        focus: true
-        keyNavigationEnabled: true
-        section.property: "section"
-        section.delegate: Item { height: 28 } // the gap between sections
-        Keys.onReturnPressed: if (currentItem) (currentItem as TableRow).activate()
-        Keys.onEnterPressed: if (currentItem) (currentItem as TableRow).activate()
-        Keys.onSpacePressed: if (currentItem) (currentItem as TableRow).activate()
-        delegate: TableRow {
-            onTapped: page.controller.tapRow(index)
-            onSwitched: (on) => page.controller.setSwitch(index, on)
-        }
+        onRowTapped: (index) => page.controller.tapRow(index)
+        onRowSwitched: (index, on) => page.controller.setSwitch(index, on)
     }
 }

@@ -20,8 +20,8 @@ Item {
         anchors.centerIn: parent
         visible: !net.controller.busy && list.count === 0
         text: net.controller.noDataText()
-        font.pixelSize: 17
-        color: "#6d6d72"
+        font.pixelSize: Theme.body
+        color: Theme.secondaryText
     }
     ListView {
         id: list
@@ -47,7 +47,7 @@ Item {
             readonly property var totals: net.controller.header(Number(section))
             width: list.width
             height: 36
-            color: "#f2f2f7"
+            color: Theme.pageBackground
             Accessible.role: Accessible.Heading
             Accessible.name: qsTr("%1, cellular %2, Wi-Fi %3").arg(totals.title).arg(cellLine.amountText)
                                  .arg(wifiLine.amountText)
@@ -56,9 +56,9 @@ Item {
                 anchors.leftMargin: 16
                 anchors.verticalCenter: parent.verticalCenter
                 text: header.totals.title
-                font.pixelSize: 15
-                font.weight: Font.DemiBold
-                color: "#111111"
+                font.pixelSize: Theme.subhead
+                font.weight: Theme.heading
+                color: Theme.text
             }
             // The hour's cellular and Wi-Fi totals (all its usage, not only what the addresses add up to).
             Row {
@@ -96,7 +96,7 @@ Item {
             leftPadding: 16
             rightPadding: 16
             highlighted: ListView.isCurrentItem && list.activeFocus && InputMode.keyboard
-            background: Rectangle { color: row.highlighted ? "#e5e5ea" : "white" }
+            background: Rectangle { color: row.highlighted ? Theme.rowPressed : Theme.rowBackground }
             Accessible.name: model.label
             // The address or its name only: the order of the rows carries the volume.
             contentItem: Label {
@@ -104,8 +104,8 @@ Item {
                 elide: Text.ElideLeft
                 verticalAlignment: Text.AlignVCenter
                 text: row.model.label
-                font.pixelSize: 15
-                color: "#111111"
+                font.pixelSize: Theme.subhead
+                color: Theme.text
             }
         }
     }

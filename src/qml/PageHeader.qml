@@ -8,7 +8,7 @@ ToolBar {
     property string backText: qsTr("Back")
     signal back()
     height: 52
-    background: Rectangle { color: "#f2f2f7"; Rectangle { anchors.bottom: parent.bottom; width: parent.width; height: 1; color: "#d1d1d6" } }
+    background: Rectangle { color: Theme.pageBackground; Rectangle { anchors.bottom: parent.bottom; width: parent.width; height: 1; color: Theme.separator } }
 
     ToolButton {
         id: backButton
@@ -16,8 +16,8 @@ ToolBar {
         anchors.left: parent.left
         anchors.verticalCenter: parent.verticalCenter
         text: "\u2039 " + bar.backText
-        font.pixelSize: 17
-        palette.buttonText: "#0a60d0"
+        font.pixelSize: Theme.body
+        palette.buttonText: Theme.accent
         Accessible.name: bar.backText
         onClicked: bar.back()
     }
@@ -30,9 +30,9 @@ ToolBar {
         fontSizeMode: Text.HorizontalFit
         minimumPixelSize: 12
         text: bar.title
-        font.pixelSize: 17
-        font.weight: Font.DemiBold
-        color: "#111111"
+        font.pixelSize: Theme.body
+        font.weight: Theme.heading
+        color: Theme.text
         Accessible.role: Accessible.Heading
     }
 }

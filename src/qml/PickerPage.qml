@@ -33,8 +33,8 @@ ScreenPage {
                 leftPadding: 16
                 bottomPadding: 6
                 text: page.controller.header.toUpperCase()
-                font.pixelSize: 13
-                color: "#6d6d72"
+                font.pixelSize: Theme.footnote
+                color: Theme.secondaryText
             }
         }
         footer: Label {
@@ -43,8 +43,8 @@ ScreenPage {
             wrapMode: Text.Wrap
             visible: text !== ""
             text: page.controller.error !== "" ? page.controller.error : page.controller.footer
-            font.pixelSize: 13
-            color: page.controller.error !== "" ? "#c0001a" : "#6d6d72"
+            font.pixelSize: Theme.footnote
+            color: page.controller.error !== "" ? Theme.error : Theme.secondaryText
         }
         Component.onCompleted: positionViewAtIndex(Math.max(0, page.controller.checkedRow), ListView.Center)
         delegate: ItemDelegate {
@@ -57,7 +57,7 @@ ScreenPage {
             width: list.width
             height: page.controller.swatches ? 100 : 48
             highlighted: ListView.isCurrentItem && list.activeFocus && InputMode.keyboard
-            background: Rectangle { color: row.down || row.highlighted ? "#e5e5ea" : "white" }
+            background: Rectangle { color: row.down || row.highlighted ? Theme.rowPressed : Theme.rowBackground }
             Accessible.name: title
             Accessible.checkable: true
             Accessible.checked: isChecked
@@ -66,8 +66,8 @@ ScreenPage {
                     visible: !page.controller.swatches
                     anchors.verticalCenter: parent.verticalCenter
                     text: row.title
-                    font: row.model.ownFont ? row.model.font : Qt.font({ pixelSize: 17 })
-                    color: "#111111"
+                    font: row.model.ownFont ? row.model.font : Qt.font({ pixelSize: Theme.body })
+                    color: Theme.text
                 }
                 Row {
                     visible: page.controller.swatches
@@ -87,11 +87,11 @@ ScreenPage {
                     anchors.verticalCenter: parent.verticalCenter
                     visible: row.isChecked
                     text: "\u2713"
-                    font.pixelSize: 20
+                    font.pixelSize: Theme.title
                     font.weight: Font.Bold
-                    color: page.controller.swatches ? "white" : "#0a60d0"
+                    color: page.controller.swatches ? "white" : Theme.accent
                     style: page.controller.swatches ? Text.Outline : Text.Normal
-                    styleColor: "#333333"
+                    styleColor: Theme.strongSecondaryText
                 }
             }
             onClicked: page.controller.choose(index)

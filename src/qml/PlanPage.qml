@@ -1,6 +1,6 @@
 // qmllint disable unqualified
-// (Rows read the page around them. Qt 6.4's qmllint calls that unqualified unless the file binds
-// its components, and bound components break list sections in 6.4.)
+// (The list's footer reads the page around it. Qt 6.4's qmllint calls that unqualified unless the
+// file binds its components, and bound components break list footers in 6.4.)
 import QtQuick
 import QtQuick.Controls
 import Tallymo
@@ -22,9 +22,9 @@ ScreenPage {
             anchors.verticalCenter: parent.verticalCenter
             visible: page.controller.newPlanMode
             text: qsTr("Save")
-            font.pixelSize: 17
-            font.weight: Font.DemiBold
-            palette.buttonText: "#0a60d0"
+            font.pixelSize: Theme.body
+            font.weight: Theme.heading
+            palette.buttonText: Theme.accent
             onClicked: page.controller.save()
         }
     }
@@ -41,20 +41,11 @@ ScreenPage {
         onAnswered: (index) => page.controller.answer(index)
     }
 
-    ListView {
+    SettingsList {
         id: list
-        objectName: "rows"
         anchors.fill: parent
         model: page.controller.settings
-        focus: true
-        keyNavigationEnabled: true
-        section.property: "section"
-        section.delegate: Item { height: 28 } // the gap between sections
-        Keys.onReturnPressed: if (currentItem) (currentItem as TableRow).activate()
-        Keys.onEnterPressed: if (currentItem) (currentItem as TableRow).activate()
-        delegate: TableRow {
-            onTapped: page.controller.selectRow(model.section, model.row)
-        }
+        onRowTapped: (index, row) => page.controller.selectRow(row.section, row.row)
         footer: Item {
             width: list.width
             height: deleteButton.visible ? 76 : 0
@@ -65,13 +56,13 @@ ScreenPage {
                 width: parent.width
                 height: 48
                 visible: page.controller.canDelete
-                background: Rectangle { color: deleteButton.down ? "#e5e5ea" : "white" }
+                background: Rectangle { color: deleteButton.down ? Theme.rowPressed : Theme.rowBackground }
                 contentItem: Label {
                     horizontalAlignment: Text.AlignHCenter
                     verticalAlignment: Text.AlignVCenter
                     text: qsTr("Delete")
-                    font.pixelSize: 17
-                    color: "#d70015"
+                    font.pixelSize: Theme.body
+                    color: Theme.destructive
                 }
                 Accessible.role: Accessible.Button
                 Accessible.name: qsTr("Delete")

@@ -16,8 +16,8 @@ ScreenPage {
             anchors.right: parent.right
             anchors.verticalCenter: parent.verticalCenter
             text: "+"
-            font.pixelSize: 26
-            palette.buttonText: "#0a60d0"
+            font.pixelSize: Theme.symbol
+            palette.buttonText: Theme.accent
             Accessible.name: qsTr("Add Plan")
             onClicked: page.navigator.open(Navigator.Plan, "")
         }
@@ -55,7 +55,7 @@ ScreenPage {
             rightPadding: 8
             focusPolicy: Qt.NoFocus
             highlighted: ListView.isCurrentItem && list.activeFocus && InputMode.keyboard
-            background: Rectangle { color: row.down || row.highlighted ? "#e5e5ea" : "white" }
+            background: Rectangle { color: row.down || row.highlighted ? Theme.rowPressed : Theme.rowBackground }
             Accessible.role: Accessible.CheckBox
             Accessible.checkable: true
             Accessible.checked: isChecked
@@ -66,8 +66,8 @@ ScreenPage {
                     anchors.verticalCenter: parent.verticalCenter
                     width: parent.width - 88
                     text: row.label
-                    font.pixelSize: 17
-                    color: "#111111"
+                    font.pixelSize: Theme.body
+                    color: Theme.text
                     elide: Text.ElideRight
                 }
                 Label {
@@ -76,9 +76,9 @@ ScreenPage {
                     anchors.verticalCenter: parent.verticalCenter
                     visible: row.isChecked
                     text: "\u2713"
-                    font.pixelSize: 20
+                    font.pixelSize: Theme.title
                     font.weight: Font.Bold
-                    color: "#0a60d0"
+                    color: Theme.accent
                 }
                 ToolButton {
                     id: info
@@ -86,9 +86,9 @@ ScreenPage {
                     anchors.right: parent.right
                     anchors.verticalCenter: parent.verticalCenter
                     text: "\u24D8"
-                    font.pixelSize: 22
+                    font.pixelSize: Theme.largeTitle
                     focusPolicy: Qt.NoFocus
-                    palette.buttonText: "#0a60d0"
+                    palette.buttonText: Theme.accent
                     Accessible.name: qsTr("Plan Details") + ", " + row.label
                     onClicked: page.navigator.open(Navigator.Plan, row.planID)
                 }

@@ -21,8 +21,8 @@ Dialog {
 
     // An alert as a phone shows one: the title and the message centred over the buttons, on a
     // rounded card over the dimmed screen.
-    background: Rectangle { radius: 14; color: "#f9f9f9"; border.color: "#d1d1d6" }
-    Overlay.modal: Rectangle { color: "#66000000" }
+    background: Rectangle { radius: 14; color: Theme.dialogBackground; border.color: Theme.separator }
+    Overlay.modal: Rectangle { color: Theme.dim }
     header: Label {
         visible: dialog.question.title !== ""
         text: dialog.question.title
@@ -31,9 +31,9 @@ Dialog {
         topPadding: 20
         leftPadding: 20
         rightPadding: 20
-        font.pixelSize: 17
-        font.weight: Font.DemiBold
-        color: "#111111"
+        font.pixelSize: Theme.body
+        font.weight: Theme.heading
+        color: Theme.text
     }
 
     function ask(map) {
@@ -61,8 +61,8 @@ Dialog {
             wrapMode: Text.Wrap
             horizontalAlignment: Text.AlignHCenter
             text: dialog.question.message
-            font.pixelSize: 15
-            color: "#111111"
+            font.pixelSize: Theme.subhead
+            color: Theme.text
         }
         Repeater {
             id: buttons
@@ -73,9 +73,9 @@ Dialog {
                 objectName: "answer" + index
                 Layout.fillWidth: true
                 text: modelData.title
-                font.pixelSize: 17
+                font.pixelSize: Theme.body
                 font.weight: modelData.style === 1 ? Font.DemiBold : Font.Normal
-                palette.buttonText: modelData.style === 2 ? "#d70015" : "#0a60d0"
+                palette.buttonText: modelData.style === 2 ? Theme.destructive : Theme.accent
                 Keys.onReturnPressed: clicked()
                 onClicked: {
                     dialog.close()

@@ -9,7 +9,7 @@ Page {
     required property Navigator navigator
     // What the page's screens are opened for (the plan of a plan's screens).
     property string argument: ""
-    background: Rectangle { color: "#f2f2f7" }
+    background: Rectangle { color: Theme.pageBackground }
 
     function close() {
         const view = StackView.view
@@ -37,9 +37,9 @@ Page {
         visible: bannerTimer.running
         padding: 12
         wrapMode: Text.Wrap
-        font.pixelSize: 15
-        color: "white"
-        background: Rectangle { color: "#e6303036"; radius: 10 }
+        font.pixelSize: Theme.subhead
+        color: Theme.bannerText
+        background: Rectangle { color: Theme.bannerBackground; radius: 10 }
         Accessible.role: Accessible.AlertMessage
         Accessible.name: text
     }

@@ -8,27 +8,27 @@ ScreenPage {
     id: page
     required property SetupController controller
     objectName: "setupFlow"
-    background: Rectangle { color: "#f2f2f7" }
+    background: Rectangle { color: Theme.pageBackground }
 
     header: ToolBar {
         height: 52
-        background: Rectangle { color: "#f2f2f7" }
+        background: Rectangle { color: Theme.pageBackground }
         ToolButton {
             objectName: "setupBack"
             anchors.left: parent.left
             anchors.verticalCenter: parent.verticalCenter
             visible: page.controller.step > 0 && page.controller.step < 4
             text: "\u2039 " + qsTr("Back")
-            font.pixelSize: 17
+            font.pixelSize: Theme.body
             onClicked: page.controller.back()
         }
         Label {
             objectName: "setupTitle"
             anchors.centerIn: parent
             text: page.controller.title
-            font.pixelSize: 17
-            font.weight: Font.DemiBold
-            color: "#111111"
+            font.pixelSize: Theme.body
+            font.weight: Theme.heading
+            color: Theme.text
             Accessible.role: Accessible.Heading
         }
         ToolButton {
@@ -37,9 +37,9 @@ ScreenPage {
             anchors.right: parent.right
             anchors.verticalCenter: parent.verticalCenter
             text: page.controller.button
-            font.pixelSize: 17
-            font.weight: Font.DemiBold
-            palette.buttonText: "#0a60d0"
+            font.pixelSize: Theme.body
+            font.weight: Theme.heading
+            palette.buttonText: Theme.accent
             onClicked: page.controller.next()
         }
     }
@@ -57,8 +57,8 @@ ScreenPage {
             padding: 24
             wrapMode: Text.Wrap
             text: page.controller.intro
-            font.pixelSize: 17
-            color: "#111111"
+            font.pixelSize: Theme.body
+            color: Theme.text
         }
         ColumnLayout {
             spacing: 8
@@ -74,8 +74,8 @@ ScreenPage {
                 Layout.rightMargin: 16
                 wrapMode: Text.Wrap
                 text: page.controller.billdate.footer
-                font.pixelSize: 13
-                color: "#6d6d72"
+                font.pixelSize: Theme.footnote
+                color: Theme.secondaryText
             }
             Item { Layout.fillHeight: true }
         }
@@ -92,8 +92,8 @@ ScreenPage {
             padding: 24
             wrapMode: Text.Wrap
             text: qsTr("You are all set. Swipe up for the history, swipe left for the settings.")
-            font.pixelSize: 17
-            color: "#111111"
+            font.pixelSize: Theme.body
+            color: Theme.text
         }
     }
     Label {
@@ -103,6 +103,6 @@ ScreenPage {
         visible: text !== ""
         wrapMode: Text.Wrap
         text: page.controller.error
-        color: "#c0001a"
+        color: Theme.error
     }
 }

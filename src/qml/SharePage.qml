@@ -16,15 +16,12 @@ ScreenPage {
         function onMessage(text) { page.say(text) }
     }
 
-    ListView {
+    SettingsList {
         id: list
-        objectName: "rows"
         anchors.fill: parent
         model: page.controller.rows
-        focus: true
-        keyNavigationEnabled: true
-        Keys.onReturnPressed: if (currentItem) (currentItem as TableRow).activate()
-        Keys.onEnterPressed: if (currentItem) (currentItem as TableRow).activate()
+        section.property: "" // one group, under the picture
+        onRowTapped: (index) => page.controller.tapRow(index)
         header: Item {
             width: list.width
             height: preview.visible ? Math.min(list.height * 0.55, 420) + 32 : 28
@@ -41,9 +38,6 @@ ScreenPage {
                 Accessible.role: Accessible.Graphic
                 Accessible.name: qsTr("Screenshot")
             }
-        }
-        delegate: TableRow {
-            onTapped: page.controller.tapRow(index)
         }
     }
 }

@@ -8,7 +8,7 @@ Row {
     property var runs: []
     property int numberSize: 17
     property int unitSize: 12
-    property color color: "#111111"
+    property color color: Theme.text
     // The line as a screen reader says it: the glyphs by the networks' names.
     readonly property string spokenText: words(true)
     // The numbers and units only.

@@ -39,7 +39,7 @@ Column {
         rightPadding: 12
         focusPolicy: Qt.NoFocus
         highlighted: row.current
-        background: Rectangle { color: cell.down || cell.highlighted ? "#e5e5ea" : "white" }
+        background: Rectangle { color: cell.down || cell.highlighted ? Theme.rowPressed : Theme.rowBackground }
         Accessible.role: row.kind === MenuController.Switch || row.kind === MenuController.Check
                          ? Accessible.CheckBox : Accessible.Button
         Accessible.name: row.detail === "" ? row.title : row.title + ", " + row.detail
@@ -57,10 +57,10 @@ Column {
                 horizontalAlignment: row.isButton ? Text.AlignHCenter : Text.AlignLeft
                 elide: Text.ElideRight
                 text: row.title
-                font.pixelSize: 17
-                color: !row.enabled ? "#8e8e93"
-                       : row.kind === MenuController.DestructiveButton ? "#d70015"
-                       : row.isButton ? "#0a60d0" : "#111111"
+                font.pixelSize: Theme.body
+                color: !row.enabled ? Theme.disabledText
+                       : row.kind === MenuController.DestructiveButton ? Theme.destructive
+                       : row.isButton ? Theme.accent : Theme.text
             }
             Row {
                 id: trailing
@@ -73,23 +73,23 @@ Column {
                     width: Math.min(implicitWidth, cell.width * 0.5)
                     elide: Text.ElideLeft
                     text: row.detail
-                    font.pixelSize: 17
-                    color: "#6d6d72"
+                    font.pixelSize: Theme.body
+                    color: Theme.secondaryText
                 }
                 Label {
                     anchors.verticalCenter: parent.verticalCenter
                     visible: row.kind === MenuController.Disclosure
                     text: "\u203A"
-                    font.pixelSize: 22
-                    color: "#8e8e93"
+                    font.pixelSize: Theme.largeTitle
+                    color: Theme.disabledText
                 }
                 Label {
                     anchors.verticalCenter: parent.verticalCenter
                     visible: row.kind === MenuController.Check && row.isOn
                     text: "\u2713"
-                    font.pixelSize: 20
+                    font.pixelSize: Theme.title
                     font.weight: Font.Bold
-                    color: "#0a60d0"
+                    color: Theme.accent
                 }
                 Switch {
                     id: toggle
@@ -105,7 +105,7 @@ Column {
                         implicitWidth: 51
                         implicitHeight: 31
                         radius: 15.5
-                        color: toggle.checked ? "#248a3d" : "#d1d1d6"
+                        color: toggle.checked ? Theme.switchOn : Theme.separator
                         Rectangle {
                             x: toggle.checked ? parent.width - width - 2 : 2
                             anchors.verticalCenter: parent.verticalCenter
@@ -113,7 +113,7 @@ Column {
                             height: 27
                             radius: 13.5
                             color: "white"
-                            border.color: "#c7c7cc"
+                            border.color: Theme.switchKnobBorder
                             Behavior on x { NumberAnimation { duration: 120 } }
                         }
                     }
@@ -133,7 +133,7 @@ Column {
         bottomPadding: 6
         wrapMode: Text.Wrap
         text: row.footerText
-        font.pixelSize: 13
-        color: "#6d6d72"
+        font.pixelSize: Theme.footnote
+        color: Theme.secondaryText
     }
 }

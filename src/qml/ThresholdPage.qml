@@ -19,8 +19,8 @@ ScreenPage {
             objectName: "thresholdDetail"
             Layout.alignment: Qt.AlignHCenter
             text: page.controller.detailText
-            font.pixelSize: 17
-            color: "#111111"
+            font.pixelSize: Theme.body
+            color: Theme.text
         }
         Tumbler {
             id: levels
@@ -38,11 +38,11 @@ ScreenPage {
             delegate: Label {
                 required property string modelData
                 text: modelData
-                font.pixelSize: 22
+                font.pixelSize: Theme.largeTitle
                 horizontalAlignment: Text.AlignHCenter
                 verticalAlignment: Text.AlignVCenter
                 opacity: 1.0 - Math.abs(Tumbler.displacement) / (levels.visibleItemCount / 2)
-                color: "#111111"
+                color: Theme.text
             }
         }
         Label {
@@ -51,8 +51,8 @@ ScreenPage {
             Layout.rightMargin: 16
             wrapMode: Text.Wrap
             text: page.controller.footer
-            font.pixelSize: 13
-            color: "#6d6d72"
+            font.pixelSize: Theme.footnote
+            color: Theme.secondaryText
         }
         Item { Layout.fillHeight: true }
     }

@@ -20,8 +20,8 @@ ScreenPage {
             visible: text !== ""
             leftPadding: 16
             text: page.controller.summary
-            font.pixelSize: 17
-            color: "#111111"
+            font.pixelSize: Theme.body
+            color: Theme.text
         }
         WheelPicker {
             controller: page.controller
@@ -35,8 +35,8 @@ ScreenPage {
             rightPadding: 16
             wrapMode: Text.Wrap
             text: page.controller.footer
-            font.pixelSize: 13
-            color: "#6d6d72"
+            font.pixelSize: Theme.footnote
+            color: Theme.secondaryText
         }
         Item { Layout.fillHeight: true }
     }

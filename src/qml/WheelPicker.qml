@@ -26,17 +26,17 @@ Tumbler {
         width: parent.width
         height: parent.height / wheel.visibleItemCount
         radius: 8
-        color: "white"
+        color: Theme.rowBackground
     }
     delegate: Label {
         required property string modelData
         required property int index
         text: modelData
-        font.pixelSize: 22
+        font.pixelSize: Theme.largeTitle
         horizontalAlignment: Text.AlignHCenter
         verticalAlignment: Text.AlignVCenter
         opacity: 1.0 - Math.abs(Tumbler.displacement) / (wheel.visibleItemCount / 2)
-        color: "#111111"
+        color: Theme.text
     }
     Keys.onUpPressed: controller.selectedRow = Math.max(0, currentIndex - 1)
     Keys.onDownPressed: controller.selectedRow = Math.min(count - 1, currentIndex + 1)

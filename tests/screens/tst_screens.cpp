@@ -14,11 +14,13 @@
 
 #include <QDBusConnection>
 #include <QGuiApplication>
+#include <QPalette>
 #include <QProcess>
 #include <QQmlApplicationEngine>
 #include <QQmlExtensionPlugin>
 #include <QQuickItem>
 #include <QQuickWindow>
+#include <QScopeGuard>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -278,6 +280,30 @@ private slots:
         QTest::newRow("share") << Navigator::Share << ""
                                << "Share Screenshot" << 3;
     }
+    // The screens over the main screen follow the desktop's palette: a dark desktop gets dark
+    // pages with light text, a light one light pages.
+    void pagesFollowTheDesktopPalette()
+    {
+        const QPalette before = QGuiApplication::palette();
+        const auto restore = qScopeGuard([&] { QGuiApplication::setPalette(before); });
+        for (const bool dark : {true, false}) {
+            QPalette palette = before;
+            palette.setColor(QPalette::Window, dark ? QColor(0x24, 0x24, 0x24) : QColor(0xef, 0xef, 0xef));
+            palette.setColor(QPalette::WindowText,
+                             dark ? QColor(0xee, 0xee, 0xee) : QColor(0x11, 0x11, 0x11));
+            QGuiApplication::setPalette(palette);
+            App app(true);
+            QVERIFY(app.window);
+            app.open(Navigator::Advanced);
+            QTRY_VERIFY(app.top());
+            QTest::qWait(50);
+            const QImage shot = app.window->grabWindow();
+            // Below the last group: the page itself.
+            const QColor page = shot.pixelColor(shot.width() / 2, shot.height() - 20);
+            QCOMPARE(page.lightnessF() < 0.5, dark);
+        }
+    }
+
     void settingsScreensShowTheirControllers()
     {
         QFETCH(Navigator::Screen, screen);

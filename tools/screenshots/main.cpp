@@ -23,6 +23,7 @@
 #include <QDirIterator>
 #include <QElapsedTimer>
 #include <QGuiApplication>
+#include <QPalette>
 #include <QQmlApplicationEngine>
 #include <QQmlExtensionPlugin>
 #include <QQuickWindow>
@@ -103,6 +104,24 @@ struct App
     Navigator navigator;
 };
 
+// A dark desktop's palette, as a dark GTK or Plasma theme hands it to Qt.
+QPalette darkPalette()
+{
+    QPalette p;
+    const QColor window(0x24, 0x24, 0x24), base(0x1e, 0x1e, 0x1e), text(0xee, 0xee, 0xee);
+    p.setColor(QPalette::Window, window);
+    p.setColor(QPalette::WindowText, text);
+    p.setColor(QPalette::Base, base);
+    p.setColor(QPalette::AlternateBase, window);
+    p.setColor(QPalette::Text, text);
+    p.setColor(QPalette::Button, QColor(0x35, 0x35, 0x35));
+    p.setColor(QPalette::ButtonText, text);
+    p.setColor(QPalette::Highlight, QColor(0x35, 0x84, 0xe4));
+    p.setColor(QPalette::HighlightedText, Qt::white);
+    p.setColor(QPalette::PlaceholderText, QColor(0x90, 0x90, 0x90));
+    return p;
+}
+
 // Prints the main screen's texts once its first frame is drawn.
 void dumpMain(QQuickWindow &window)
 {
@@ -159,9 +178,13 @@ int main(int argc, char **argv)
         QStringLiteral("Open a history view (day or periods) and print the milliseconds "
                        "to its first frame with its rows, instead of pictures."),
         QStringLiteral("VIEW"));
-    parser.addOptions({size, dump, timed});
+    const QCommandLineOption dark(QStringLiteral("dark"),
+                                  QStringLiteral("Picture the screens on a dark desktop."));
+    parser.addOptions({size, dump, timed, dark});
     parser.process(app);
     const QSize windowSize = parseSize(parser.value(size));
+    if (parser.isSet(dark))
+        QGuiApplication::setPalette(darkPalette());
     const QString view = parser.value(timed);
     if (!view.isEmpty() && view != QLatin1StringView("day") && view != QLatin1StringView("periods"))
         fail(QStringLiteral("--first-frame-of takes day or periods, not \"%1\"").arg(view), 2);
