@@ -1,0 +1,360 @@
+// Opening a store: its file, its schema and the migrations between versions, the hourly totals
+// built for records kept before them, and the check that finds and repairs damaged totals.
+#include "usagestore.h"
+
+#include "privatefiles.h"
+
+#include "logging.h"
+#include "usagestoresql.h"
+
+#include <QElapsedTimer>
+#include <QFile>
+#include <QThread>
+
+#include <algorithm>
+#include <cmath>
+#include <fcntl.h>
+#include <sqlite3.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+using namespace StoreSql;
+
+namespace {
+
+constexpr int kBusyTimeoutMs = 10000;
+
+// Records are rolled up a month at a time when a store gets its hourly totals.
+constexpr double kBuildChunkSeconds = 30.0 * 24 * 3600;
+
+std::function<void(const QString &, double)> g_buildProgress;
+
+// Each entry brings the schema from version (index) to version (index + 1).
+const char *const kMigrations[] = {
+    "CREATE TABLE Event ("
+    " id INTEGER PRIMARY KEY,"
+    " timeStamp REAL NOT NULL,"
+    " cellIn REAL NOT NULL DEFAULT 0, cellOut REAL NOT NULL DEFAULT 0,"
+    " wifiIn REAL NOT NULL DEFAULT 0, wifiOut REAL NOT NULL DEFAULT 0,"
+    " latitude REAL NOT NULL DEFAULT -180, longitude REAL NOT NULL DEFAULT -180);"
+    // Covers the range sums without touching the table.
+    "CREATE INDEX Event_timeStamp ON Event(timeStamp, cellIn, cellOut, wifiIn, wifiOut);"
+    "CREATE TABLE Netevent ("
+    " id INTEGER PRIMARY KEY,"
+    " timeStamp REAL NOT NULL,"
+    " ipaddress TEXT NOT NULL,"
+    " bytes REAL NOT NULL DEFAULT 0);"
+    "CREATE INDEX Netevent_timeStamp ON Netevent(timeStamp, ipaddress, bytes);",
+
+    // The hourly totals; a store with records builds them after the migration, from the first
+    // record on (the row in EventHourBuild says how far it got).
+    "CREATE TABLE EventHour ("
+    " hour INTEGER PRIMARY KEY,"
+    " records INTEGER NOT NULL,"
+    " cellIn REAL NOT NULL, cellOut REAL NOT NULL, wifiIn REAL NOT NULL, wifiOut REAL NOT NULL);"
+    "CREATE TABLE EventHourBuild (builtBelow REAL NOT NULL);"
+    "INSERT INTO EventHourBuild SELECT timeStamp FROM Event ORDER BY timeStamp LIMIT 1;",
+};
+static_assert(std::size(kMigrations) == UsageStore::kSchemaVersion);
+
+} // namespace
+
+double UsageStore::toSeconds(const QDateTime &t)
+{
+    return double(t.toMSecsSinceEpoch()) / 1000.0;
+}
+
+QDateTime UsageStore::fromSeconds(double seconds)
+{
+    return QDateTime::fromMSecsSinceEpoch(std::llround(seconds * 1000.0));
+}
+
+UsageStore::UsageStore(sqlite3 *db) : m_db(db) {}
+
+UsageStore::~UsageStore()
+{
+    for (sqlite3_stmt *s : m_statements)
+        sqlite3_finalize(s);
+    sqlite3_close_v2(m_db);
+}
+
+std::unique_ptr<UsageStore> UsageStore::open(const QString &path, QString *error)
+{
+    // Usage history is private: the file is made 0600 before SQLite sees it, and SQLite gives its
+    // journal files the same mode.
+    const QByteArray name = QFile::encodeName(path);
+    if (const int fd = PrivateFiles::openPrivate(path, O_RDONLY, nullptr); fd >= 0)
+        ::close(fd);
+    for (const char *suffix : {"-wal", "-shm"})
+        if (struct stat st; ::stat((name + suffix).constData(), &st) == 0 && (st.st_mode & 077) != 0)
+            ::chmod((name + suffix).constData(), st.st_mode & 0600);
+    sqlite3 *db = nullptr;
+    const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX;
+    const int rc = sqlite3_open_v2(name.constData(), &db, flags, nullptr);
+    std::unique_ptr<UsageStore> store(new UsageStore(db));
+    if (rc != SQLITE_OK) {
+        if (error)
+            *error = db ? store->lastError() : QString::fromUtf8(sqlite3_errstr(rc));
+        return nullptr;
+    }
+    sqlite3_extended_result_codes(db, 1);
+    // Keep the WAL and shared-memory files when the last connection closes, rather than deleting
+    // and creating them again in every short-lived process.
+    int persist = 1;
+    sqlite3_file_control(db, "main", SQLITE_FCNTL_PERSIST_WAL, &persist);
+    sqlite3_busy_timeout(db, kBusyTimeoutMs);
+    // Read-only checks first: a file that is not a database, or one from a newer version, is
+    // refused before anything (even the journal mode) is written to it.
+    if (!store->checkVersion(error) || !store->switchToWal(error) ||
+        !store->exec("PRAGMA synchronous=FULL", error) ||
+        // With the WAL kept, this truncates it when the last connection closes, so the next
+        // process does not have to read a large, already checkpointed log.
+        !store->exec("PRAGMA journal_size_limit=4194304", error) ||
+        // Pages are read through a memory map: a range sum touches a hundred or more of them.
+        !store->exec("PRAGMA mmap_size=1073741824", error) || !store->migrate(error) ||
+        !store->finishRollup(path, error))
+        return nullptr;
+    return store;
+}
+
+void UsageStore::setBuildProgress(std::function<void(const QString &, double)> progress)
+{
+    g_buildProgress = std::move(progress);
+}
+
+UsageStore::ReadTransaction::ReadTransaction(UsageStore *store)
+{
+    if (store && sqlite3_get_autocommit(store->m_db) && store->exec("BEGIN", nullptr))
+        m_store = store;
+}
+
+UsageStore::ReadTransaction::~ReadTransaction()
+{
+    if (m_store && !m_store->exec("COMMIT", nullptr))
+        m_store->exec("ROLLBACK", nullptr);
+}
+
+// Builds the hourly totals of a store that had records before it kept them, one month per
+// transaction from where the last build stopped. Any process that opens the store takes part, so
+// two of them building at once share the work and a killed build is taken up by the next open.
+bool UsageStore::finishRollup(const QString &path, QString *error)
+{
+    {
+        // The common case, a store with its totals, costs one read and no write lock.
+        sqlite3_stmt *s = nullptr;
+        const bool building =
+            sqlite3_prepare_v2(m_db, "SELECT 1 FROM EventHourBuild", -1, &s, nullptr) == SQLITE_OK &&
+            sqlite3_step(s) == SQLITE_ROW;
+        sqlite3_finalize(s);
+        if (!building)
+            return true;
+    }
+    std::optional<double> first;
+    for (;;) {
+        if (!exec("BEGIN IMMEDIATE", error))
+            return false;
+        sqlite3_stmt *s = nullptr;
+        std::optional<double> builtBelow, last;
+        if (sqlite3_prepare_v2(
+                m_db, "SELECT (SELECT builtBelow FROM EventHourBuild), (SELECT max(timeStamp) FROM Event)",
+                -1, &s, nullptr) == SQLITE_OK &&
+            sqlite3_step(s) == SQLITE_ROW) {
+            if (sqlite3_column_type(s, 0) != SQLITE_NULL)
+                builtBelow = sqlite3_column_double(s, 0);
+            if (sqlite3_column_type(s, 1) != SQLITE_NULL)
+                last = sqlite3_column_double(s, 1);
+        }
+        sqlite3_finalize(s);
+        if (!builtBelow) {
+            const bool committed = exec("COMMIT", error);
+            if (first && g_buildProgress)
+                g_buildProgress(path, 1.0);
+            return committed;
+        }
+        if (!first) {
+            first = *builtBelow;
+            qCInfo(lcCore, "building the hourly totals of %s", qPrintable(path));
+        }
+        const double start = hourOf(*builtBelow), end = start + kBuildChunkSeconds;
+        const bool done = !last || end > *last;
+        const QByteArray advance =
+            done ? QByteArray("DELETE FROM EventHourBuild")
+                 : "UPDATE EventHourBuild SET builtBelow = " + QByteArray::number(end, 'f', 3);
+        if (!rebuildHours(start, end) || !exec(advance.constData(), error) || !exec("COMMIT", error)) {
+            if (error && error->isEmpty())
+                *error = lastError();
+            exec("ROLLBACK", nullptr);
+            return false;
+        }
+        if (g_buildProgress && last && *last > *first)
+            g_buildProgress(path, std::min((end - *first) / (*last - *first), 1.0));
+    }
+}
+
+// Replaces the totals of the hours in [start, end) (whole hours) by the sums of their records.
+bool UsageStore::rebuildHours(double start, double end)
+{
+    sqlite3_stmt *clear = statement(ClearHoursSlot, "DELETE FROM EventHour WHERE hour >= ?1 AND hour < ?2");
+    Reset resetClear{clear};
+    if (!clear)
+        return false;
+    bindRange(clear, start, end);
+    if (sqlite3_step(clear) != SQLITE_DONE)
+        return false;
+    sqlite3_stmt *fill = statement(
+        FillHoursSlot, "INSERT INTO EventHour(hour, records, cellIn, cellOut, wifiIn, wifiOut) "
+                       "SELECT " HOUR_OF " AS h, count(*), total(cellIn), total(cellOut), total(wifiIn), "
+                       "total(wifiOut) FROM Event WHERE timeStamp >= ?1 AND timeStamp < ?2 GROUP BY h");
+    Reset resetFill{fill};
+    if (!fill)
+        return false;
+    bindRange(fill, start, end);
+    return sqlite3_step(fill) == SQLITE_DONE;
+}
+
+// Changing the journal mode takes no busy timeout: while another connection (another process
+// creating the same store) holds a lock, it fails at once, so it is retried for a while.
+bool UsageStore::switchToWal(QString *error)
+{
+    QElapsedTimer waited;
+    waited.start();
+    for (int pause = 1;; pause = std::min(pause * 2, 50)) {
+        if (exec("PRAGMA journal_mode=WAL", error))
+            return true;
+        if (sqlite3_errcode(m_db) != SQLITE_BUSY || waited.elapsed() > kBusyTimeoutMs)
+            return false;
+        QThread::msleep(pause);
+    }
+}
+
+int UsageStore::schemaVersion(QString *error)
+{
+    sqlite3_stmt *s = nullptr;
+    int version = -1;
+    if (sqlite3_prepare_v2(m_db, "PRAGMA user_version", -1, &s, nullptr) == SQLITE_OK &&
+        sqlite3_step(s) == SQLITE_ROW)
+        version = sqlite3_column_int(s, 0);
+    else if (error)
+        *error = lastError();
+    sqlite3_finalize(s);
+    return version;
+}
+
+bool UsageStore::checkVersion(QString *error)
+{
+    const int version = schemaVersion(error);
+    if (version < 0 || !exec("SELECT count(*) FROM sqlite_schema", error))
+        return false;
+    if (version > kSchemaVersion) {
+        if (error)
+            *error = QStringLiteral("written by a newer Tallymo (schema %1, this version reads up to %2)")
+                         .arg(version)
+                         .arg(kSchemaVersion);
+        return false;
+    }
+    return true;
+}
+
+bool UsageStore::migrate(QString *error)
+{
+    if (schemaVersion(error) == kSchemaVersion)
+        return true; // the common case: nothing to write
+    if (!exec("BEGIN IMMEDIATE", error))
+        return false;
+    // Another process may have migrated the store since the check.
+    int version = schemaVersion(error);
+    if (version < 0 || version > kSchemaVersion) {
+        exec("ROLLBACK", nullptr);
+        return version >= 0 ? checkVersion(error) : false;
+    }
+    for (; version < kSchemaVersion; ++version) {
+        if (!exec(kMigrations[version], error)) {
+            exec("ROLLBACK", nullptr);
+            return false;
+        }
+        qCInfo(lcCore, "usage store migrated to schema %d", version + 1);
+    }
+    const QByteArray setVersion = "PRAGMA user_version=" + QByteArray::number(kSchemaVersion);
+    if (!exec(setVersion.constData(), error) || !exec("COMMIT", error)) {
+        exec("ROLLBACK", nullptr);
+        return false;
+    }
+    return true;
+}
+
+bool UsageStore::exec(const char *sql, QString *error)
+{
+    char *message = nullptr;
+    if (sqlite3_exec(m_db, sql, nullptr, nullptr, &message) == SQLITE_OK)
+        return true;
+    if (error)
+        *error = QString::fromUtf8(message ? message : sqlite3_errmsg(m_db));
+    sqlite3_free(message);
+    return false;
+}
+
+QString UsageStore::lastError() const
+{
+    return QString::fromUtf8(sqlite3_errmsg(m_db));
+}
+
+StoreCheck UsageStore::check(bool repair)
+{
+    StoreCheck result;
+    {
+        sqlite3_stmt *s = nullptr;
+        QStringList problems;
+        if (sqlite3_prepare_v2(m_db, "PRAGMA integrity_check", -1, &s, nullptr) == SQLITE_OK) {
+            while (sqlite3_step(s) == SQLITE_ROW)
+                problems.append(QString::fromUtf8(reinterpret_cast<const char *>(sqlite3_column_text(s, 0))));
+        } else {
+            problems.append(lastError());
+        }
+        sqlite3_finalize(s);
+        result.integrity = problems.join(QLatin1Char('\n'));
+    }
+    // The records' own totals and the kept ones, both in hour order, compared side by side.
+    sqlite3_stmt *fromRecords = nullptr, *kept = nullptr;
+    sqlite3_prepare_v2(m_db,
+                       "SELECT " HOUR_OF " AS h, count(*), total(cellIn), total(cellOut), total(wifiIn), "
+                       "total(wifiOut) FROM Event GROUP BY h ORDER BY h",
+                       -1, &fromRecords, nullptr);
+    sqlite3_prepare_v2(m_db,
+                       "SELECT hour, records, cellIn, cellOut, wifiIn, wifiOut FROM EventHour ORDER BY hour",
+                       -1, &kept, nullptr);
+    if (fromRecords && kept) {
+        bool moreA = sqlite3_step(fromRecords) == SQLITE_ROW, moreB = sqlite3_step(kept) == SQLITE_ROW;
+        while (moreA || moreB) {
+            const double a = moreA ? sqlite3_column_double(fromRecords, 0) : INFINITY;
+            const double b = moreB ? sqlite3_column_double(kept, 0) : INFINITY;
+            const double hour = std::min(a, b);
+            const bool same = a == b &&
+                              sqlite3_column_int64(fromRecords, 1) == sqlite3_column_int64(kept, 1) &&
+                              sumsAt(fromRecords, 2) == sumsAt(kept, 2);
+            if (!same)
+                result.wrongHours.append(fromSeconds(hour));
+            ++result.hours;
+            if (a == hour)
+                moreA = sqlite3_step(fromRecords) == SQLITE_ROW;
+            if (b == hour)
+                moreB = sqlite3_step(kept) == SQLITE_ROW;
+        }
+    } else {
+        result.integrity += QStringLiteral("\ncannot compare the hourly totals: ") + lastError();
+    }
+    sqlite3_finalize(fromRecords);
+    sqlite3_finalize(kept);
+    if (!repair || result.wrongHours.isEmpty())
+        return result;
+    if (!exec("BEGIN IMMEDIATE", nullptr))
+        return result;
+    for (const QDateTime &hour : std::as_const(result.wrongHours)) {
+        const double h = toSeconds(hour);
+        if (!rebuildHours(h, h + kHour)) {
+            exec("ROLLBACK", nullptr);
+            return result;
+        }
+    }
+    result.repaired = exec("COMMIT", nullptr) || (exec("ROLLBACK", nullptr), false);
+    return result;
+}
