@@ -178,7 +178,6 @@ private slots:
         p.set("PREF_30DAY_START", QDateTime(QDate(2026, 1, 20), QTime()));
         DatePickerController c(*p.shared, p.plan);
         QCOMPARE(c.date(), QDate(2026, 1, 20));
-        QCOMPARE(c.shownMonthTitle(), QStringLiteral("January 2026"));
         QCOMPARE(c.maximumDate(), QDate(2026, 3, 10));
         // A 30-day anchor of today, stored as today's midnight.
         c.setDate(QDate(2026, 3, 10));
@@ -225,20 +224,16 @@ private slots:
         const char *bytesKey = rollover ? "PREF_ROLLOVER_AMOUNT" : "PREF_THRES_MONTHLY";
         const char *displayKey = rollover ? "PREF_ROLLOVER_DISPLAY" : "PREF_DATA_DISPLAY_CAP";
         const QVariant before = p.get(bytesKey);
-        bool closed = false;
+        std::unique_ptr<ByteController> c;
         if (rollover) {
-            RolloverAmountController c(*p.shared, p.plan);
-            c.setText(typed);
-            c.setUnitIndex(unit);
-            closed = c.keep();
+            c = std::make_unique<RolloverAmountController>(*p.shared, p.plan);
         } else {
-            CapController c(*p.shared, p.plan);
-            QCOMPARE(c.text(), QStringLiteral("2")); // shown from the stored cap
-            c.setText(typed);
-            c.setUnitIndex(unit);
-            closed = c.keep();
+            c = std::make_unique<CapController>(*p.shared, p.plan);
+            QCOMPARE(c->text(), QStringLiteral("2")); // shown from the stored cap
         }
-        QCOMPARE(closed, stored);
+        c->setText(typed);
+        c->setUnitIndex(unit);
+        QCOMPARE(c->keep(), stored);
         if (!stored) {
             QCOMPARE(p.get(bytesKey), before);
             return;
@@ -302,13 +297,11 @@ private slots:
             // N Days for the first time: N = 30 from today.
             Plans p;
             PlantypeController c(*p.shared, p.plan);
-            QCOMPARE(c.footer(0), QStringLiteral("Choose your data plan type."));
             c.tapRow(1);
             QCOMPARE(p.get("PREF_BILLTYPE").toLongLong(), 4);
             QCOMPARE(p.get("PREF_NDAYS_N").toLongLong(), 30);
             QCOMPARE(p.get("PREF_30DAY_START").toDateTime(), p.midnight());
             QCOMPARE(titles(c), (QStringList{"Monthly", "N Days", "N"}));
-            QCOMPARE(c.footer(1), QStringLiteral("Number of days in one billing period."));
             c.tapRow(0);
             QCOMPARE(p.get("PREF_BILLTYPE").toLongLong(), 0);
             QCOMPARE(titles(c), (QStringList{"Monthly", "N Days"}));
@@ -369,7 +362,6 @@ private slots:
         QCOMPARE(titles(r), QStringList{"Rollover Data"});
 
         TetheringController t(*p.shared, p.plan);
-        QCOMPARE(titles(t), QStringList{"Alternate Tethering"});
         QCOMPARE(checked(t), QList<int>{});
         t.setSwitch(0, true);
         QVERIFY(p.shared->isTrackTetherForPlan(p.plan));
@@ -381,13 +373,6 @@ private slots:
         Plans p;
         FakeServices services;
         ResetController c(p.delegate, &services);
-        QCOMPARE(titles(c),
-                 (QStringList{"Background App Refresh", "Percentage Badge", "Map Usage", "Keyboard Shortcut",
-                              "Add Cellular Usage", "Reset Current Statistics"}));
-        QList<int> sections;
-        for (const MenuController::Row &r : c.menuRows())
-            sections.append(r.section);
-        QCOMPARE(sections, (QList<int>{0, 1, 2, 3, 4, 4}));
         QCOMPARE(c.menuRows()[0].detail, QStringLiteral("Off"));
 
         // Tapping while off turns the service on and says so.
@@ -395,7 +380,6 @@ private slots:
         c.tapRow(0);
         QCOMPARE(said.size(), 1);
         QCOMPARE(c.menuRows()[0].detail, QStringLiteral("On"));
-        QCOMPARE(c.footer(0), QStringLiteral("Refresh usage statistics in the background."));
         c.tapRow(0); // on: nothing to do
         QCOMPARE(said.size(), 1);
         services.state = {false, QStringLiteral("no manager here")};
@@ -426,8 +410,6 @@ private slots:
         QCOMPARE(back.size(), 0);
         c.tapRow(ResetController::ResetRow);
         const QVariantMap question = asked.value(0).value(0).toMap();
-        QCOMPARE(question.value("message").toString(),
-                 QStringLiteral("This will delete current usage statistics."));
         QCOMPARE(question.value("actions").toList().value(0).toMap().value("style").toInt(),
                  int(AlertAction::Destructive));
         c.answer(1);
@@ -451,7 +433,6 @@ private slots:
     {
         FakeShell shell;
         AboutController about(&shell);
-        QCOMPARE(titles(about), (QStringList{"Get Support", "See More Apps", "Like Tallymo"}));
         for (int row = 0; row < 3; ++row)
             about.tapRow(row);
         QCOMPARE(shell.opened, (QList<QUrl>{WebPages::support(), WebPages::moreApps(), WebPages::product()}));
@@ -475,7 +456,6 @@ private slots:
                               QDateTime(QDate(2026, 3, 10), QTime(14, 25, 7)));
         QCOMPARE(share.path(), shell.folder + QStringLiteral("/Tallymo 2026-03-10 14.25.07.png"));
         QCOMPARE(QImage(share.path()).size(), QSize(100, 160));
-        QCOMPARE(titles(share), (QStringList{"Copy Image", "Send by Mail", "Show in Files"}));
         share.tapRow(0);
         QCOMPARE(shell.copied.size(), QSize(100, 160));
         share.tapRow(1);
@@ -540,8 +520,7 @@ private slots:
         QVERIFY(c.menuRows()[0].enabled);
         QSignalSpy said(&c, &MenuController::message);
         c.tapRow(0);
-        QCOMPARE(said.value(0).value(0).toString(),
-                 QStringLiteral("The background service is on: usage is now refreshed in the background."));
+        QCOMPARE(said.size(), 1);
         QCOMPARE(c.menuRows()[0].detail, QStringLiteral("On"));
 
         QDBusMessage calls = QDBusMessage::createMethodCall(
@@ -557,7 +536,6 @@ private slots:
             QString method;
             list.beginStructure();
             list >> when >> method;
-            QVariant args;
             list.endStructure();
             if (method != QLatin1StringView("GetUnitFileState"))
                 methods.append(method);
