@@ -102,11 +102,59 @@ std::optional<QString> counted(const unsigned char *address, bool v6)
                : std::nullopt;
 }
 
-} // namespace
-
-std::optional<ConnectionTable> ConntrackFlows::udp()
+// The flow a message of the dump describes: its original tuple, id, start and byte counters.
+Flow readFlow(const nlmsghdr *h)
 {
-    const int fd = ::socket(AF_NETLINK, SOCK_DGRAM | SOCK_CLOEXEC, NETLINK_NETFILTER);
+    Flow flow;
+    const char *attributes = static_cast<const char *>(NLMSG_DATA(h)) + NLMSG_ALIGN(sizeof(nfgenmsg));
+    forEach(attributes, int(h->nlmsg_len - NLMSG_LENGTH(NLMSG_ALIGN(sizeof(nfgenmsg)))),
+            [&](const Attribute &a) {
+                if (a.type() == CTA_TUPLE_ORIG)
+                    readTuple(a, flow);
+                else if (a.type() == CTA_ID && a.length() >= 4)
+                    flow.id = qFromBigEndian<quint32>(a.data());
+                else if (a.type() == CTA_TIMESTAMP)
+                    forEach(a.data(), a.length(), [&](const Attribute &t) {
+                        if (t.type() == CTA_TIMESTAMP_START && t.length() >= 8)
+                            flow.start = qFromBigEndian<quint64>(t.data());
+                    });
+                else if (a.type() == CTA_COUNTERS_ORIG || a.type() == CTA_COUNTERS_REPLY)
+                    forEach(a.data(), a.length(), [&](const Attribute &c) {
+                        if (c.type() == CTA_COUNTERS_BYTES && c.length() >= 8) {
+                            flow.bytes += qFromBigEndian<quint64>(c.data());
+                            flow.counted = true;
+                        }
+                    });
+            });
+    return flow;
+}
+
+// The UDP flows of the dump so far.
+struct UdpFlows
+{
+    ConnectionTable table;
+    bool flows = false;      // any UDP flow
+    bool accounting = false; // any UDP flow with byte counters
+
+    // Adds a UDP flow the kernel counted, under its public peer; other protocols are left out.
+    void add(const Flow &flow, const QString &bootId)
+    {
+        if (flow.protocol != IPPROTO_UDP)
+            return;
+        flows = true;
+        accounting = accounting || flow.counted;
+        // The peer: the destination of a flow this side started, else its source.
+        std::optional<QString> peer = counted(flow.destination, flow.v6);
+        if (!peer)
+            peer = counted(flow.source, flow.v6);
+        if (peer && flow.counted)
+            table.insert(flowKey(bootId, flow), ConnectionEntry{flow.bytes, *peer});
+    }
+};
+
+// Asks the kernel for every tracked flow; false (with errno) when the request cannot be sent.
+bool requestFlowDump(int fd)
+{
     struct
     {
         nlmsghdr header;
@@ -119,6 +167,46 @@ std::optional<ConnectionTable> ConntrackFlows::udp()
     request.family.version = NFNETLINK_V0;
     sockaddr_nl kernel{};
     kernel.nl_family = AF_NETLINK;
+    const auto *to = reinterpret_cast<const sockaddr *>(&kernel);
+    return ::sendto(fd, &request, sizeof request, 0, to, sizeof kernel) >= 0;
+}
+
+// How far one read of the dump took it.
+struct DumpRead
+{
+    bool done = false; // the dump's end was read
+    int error = 0;     // the error the kernel answered with, when it did
+};
+
+// The messages of one read of the dump, their UDP flows added to `udp`.
+DumpRead readMessages(const char *buffer, int length, const QString &bootId, UdpFlows &udp)
+{
+    DumpRead read;
+    int left = length;
+    for (auto *h = reinterpret_cast<const nlmsghdr *>(buffer); NLMSG_OK(h, left); h = NLMSG_NEXT(h, left)) {
+        if (h->nlmsg_type == NLMSG_DONE) {
+            read.done = true;
+            break;
+        }
+        if (h->nlmsg_type == NLMSG_ERROR) {
+            const auto *e = static_cast<const nlmsgerr *>(NLMSG_DATA(h));
+            if (e->error == 0)
+                continue;
+            read.error = -e->error;
+            break;
+        }
+        if (h->nlmsg_len < NLMSG_LENGTH(sizeof(nfgenmsg)))
+            continue;
+        udp.add(readFlow(h), bootId);
+    }
+    return read;
+}
+
+} // namespace
+
+std::optional<ConnectionTable> ConntrackFlows::udp()
+{
+    const int fd = ::socket(AF_NETLINK, SOCK_DGRAM | SOCK_CLOEXEC, NETLINK_NETFILTER);
     const auto fail = [&](const char *why) -> std::optional<ConnectionTable> {
         if (!m_logged)
             qCInfo(lcSockDiag, "UDP is not counted per address: connection tracking %s", why);
@@ -127,69 +215,23 @@ std::optional<ConnectionTable> ConntrackFlows::udp()
             ::close(fd);
         return std::nullopt;
     };
-    if (fd < 0 ||
-        ::sendto(fd, &request, sizeof request, 0, reinterpret_cast<sockaddr *>(&kernel), sizeof kernel) < 0)
+    if (fd < 0 || !requestFlowDump(fd))
         return fail(std::strerror(errno));
-    ConnectionTable table;
-    bool accounting = false, flows = false;
+    UdpFlows udpFlows;
     alignas(nlmsghdr) static thread_local char buffer[1 << 16];
-    for (bool done = false; !done;) {
+    for (DumpRead read; !read.done;) {
         const ssize_t n = ::recv(fd, buffer, sizeof buffer, 0);
         if (n < 0) {
             if (errno == EINTR)
                 continue;
             return fail(std::strerror(errno));
         }
-        int left = int(n);
-        for (auto *h = reinterpret_cast<const nlmsghdr *>(buffer); NLMSG_OK(h, left);
-             h = NLMSG_NEXT(h, left)) {
-            if (h->nlmsg_type == NLMSG_DONE) {
-                done = true;
-                break;
-            }
-            if (h->nlmsg_type == NLMSG_ERROR) {
-                const auto *e = static_cast<const nlmsgerr *>(NLMSG_DATA(h));
-                if (e->error == 0)
-                    continue;
-                return fail(std::strerror(-e->error)); // typically: not permitted
-            }
-            if (h->nlmsg_len < NLMSG_LENGTH(sizeof(nfgenmsg)))
-                continue;
-            Flow flow;
-            const char *attributes = static_cast<const char *>(NLMSG_DATA(h)) + NLMSG_ALIGN(sizeof(nfgenmsg));
-            forEach(attributes, int(h->nlmsg_len - NLMSG_LENGTH(NLMSG_ALIGN(sizeof(nfgenmsg)))),
-                    [&](const Attribute &a) {
-                        if (a.type() == CTA_TUPLE_ORIG)
-                            readTuple(a, flow);
-                        else if (a.type() == CTA_ID && a.length() >= 4)
-                            flow.id = qFromBigEndian<quint32>(a.data());
-                        else if (a.type() == CTA_TIMESTAMP)
-                            forEach(a.data(), a.length(), [&](const Attribute &t) {
-                                if (t.type() == CTA_TIMESTAMP_START && t.length() >= 8)
-                                    flow.start = qFromBigEndian<quint64>(t.data());
-                            });
-                        else if (a.type() == CTA_COUNTERS_ORIG || a.type() == CTA_COUNTERS_REPLY)
-                            forEach(a.data(), a.length(), [&](const Attribute &c) {
-                                if (c.type() == CTA_COUNTERS_BYTES && c.length() >= 8) {
-                                    flow.bytes += qFromBigEndian<quint64>(c.data());
-                                    flow.counted = true;
-                                }
-                            });
-                    });
-            if (flow.protocol != IPPROTO_UDP)
-                continue;
-            flows = true;
-            accounting = accounting || flow.counted;
-            // The peer: the destination of a flow this side started, else its source.
-            std::optional<QString> peer = counted(flow.destination, flow.v6);
-            if (!peer)
-                peer = counted(flow.source, flow.v6);
-            if (peer && flow.counted)
-                table.insert(flowKey(m_bootId, flow), ConnectionEntry{flow.bytes, *peer});
-        }
+        read = readMessages(buffer, int(n), m_bootId, udpFlows);
+        if (read.error != 0)
+            return fail(std::strerror(read.error)); // typically: not permitted
     }
-    ::close(fd);
-    if (flows && !accounting)
+    if (udpFlows.flows && !udpFlows.accounting) // fail() closes the socket
         return fail("accounting is off (net.netfilter.nf_conntrack_acct=0)");
-    return table;
+    ::close(fd);
+    return std::move(udpFlows.table);
 }
