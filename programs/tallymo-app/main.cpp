@@ -1,4 +1,4 @@
-// The app: wires the Linux services into the delegate, shows the main screen, and runs the
+// The app: wires the Linux services into the usage monitor, shows the main screen, and runs the
 // lifecycle from the window system's application state.
 #include "core/sharedcode.h"
 #include "desktop/widgetstats.h"
@@ -23,21 +23,17 @@
 
 #include <QCommandLineParser>
 #include <QDBusConnection>
-#include <QDir>
-#include <QDirIterator>
 #include <QElapsedTimer>
 #include <QGuiApplication>
 #include <QIcon>
 #include <QQmlApplicationEngine>
 #include <QQmlExtensionPlugin>
-#include <QQuickItem>
 #include <QQuickWindow>
-#include <QSGRendererInterface>
 #include <QScopeGuard>
-#include <QTemporaryDir>
 #include <QTimer>
 
 #include <cstdio>
+#include <optional>
 
 Q_IMPORT_QML_PLUGIN(TallymoPlugin)
 
@@ -55,19 +51,15 @@ QIcon iconFor(const QString &alternate)
     return QIcon::fromTheme(name, QIcon(QStringLiteral(":/icons/%1.svg").arg(name)));
 }
 
-} // namespace
-
-int main(int argc, char **argv)
+struct Options
 {
-    QElapsedTimer sinceStart;
-    sinceStart.start();
-    QGuiApplication app(argc, argv);
-    QGuiApplication::setApplicationName(QStringLiteral("tallymo"));
-    QGuiApplication::setApplicationDisplayName(QStringLiteral("Tallymo"));
-    QGuiApplication::setApplicationVersion(QStringLiteral(TALLYMO_VERSION));
-    QGuiApplication::setDesktopFileName(QStringLiteral("org.tallymo.Tallymo"));
-    Translations::install();
+    QString action;  // a quick action to run once the window is up
+    bool firstFrame; // print the milliseconds to the first frame and leave
+    bool onDemand;   // started by the session bus for the desktop's search
+};
 
+Options parseOptions(const QGuiApplication &app)
+{
     QCommandLineParser parser;
     parser.setApplicationDescription(
         QStringLiteral("Tallymo: how much of your data plan is used, and whether it lasts."));
@@ -84,20 +76,230 @@ int main(int argc, char **argv)
                        "activated; leave after a while without either."));
     parser.addOptions({action, firstFrame, service});
     parser.process(app);
+    return {parser.value(action), parser.isSet(firstFrame), parser.isSet(service)};
+}
 
-    // One app per session: a second start hands its request to the first and exits.
-    ApplicationInstance instance;
-    const bool onDemand = parser.isSet(service);
+// One app per session: a second start hands its request to the first. The exit status when this
+// start is the second one; nothing when it goes on.
+std::optional<int> becomeTheInstance(ApplicationInstance &instance, SearchProviders &search, const Options &o)
+{
+    if (o.firstFrame)
+        return std::nullopt;
+    QString why;
+    if (!search.registerOn(QDBusConnection::sessionBus(), &why) && o.onDemand)
+        fail(why);
+    switch (instance.registerOrForward(o.action, &why, !o.onDemand)) {
+    case ApplicationInstance::Outcome::Forwarded:
+        if (!why.isEmpty())
+            fail(QStringLiteral("the running Tallymo did not answer: %1").arg(why));
+        return 0;
+    case ApplicationInstance::Outcome::NoBus:
+        std::fprintf(stderr, "tallymo-app: no session bus (%s); running without single-instance\n",
+                     qPrintable(why));
+        break;
+    case ApplicationInstance::Outcome::First:
+        break;
+    }
+    return std::nullopt;
+}
+
+// The lifecycle follows the window system: active, inactive, hidden (the background).
+class Lifecycle
+{
+public:
+    Lifecycle(UsageMonitor &monitor, MainScreenController &main) : m_monitor(monitor), m_main(main) {}
+
+    void follow(Qt::ApplicationState qt)
+    {
+        const int next = qt == Qt::ApplicationActive     ? UsageMonitor::Active
+                         : qt == Qt::ApplicationInactive ? UsageMonitor::Inactive
+                                                         : UsageMonitor::Background;
+        if (next == m_state)
+            return;
+        if (next == UsageMonitor::Active) {
+            if (m_state == UsageMonitor::Background)
+                m_monitor.enterForeground();
+            m_monitor.windowActivated();
+        } else {
+            if (m_state == UsageMonitor::Active)
+                m_monitor.windowDeactivated();
+            if (next == UsageMonitor::Background) {
+                m_monitor.enterBackground();
+                m_main.enterBackground();
+            }
+        }
+        m_state = next;
+        m_main.applicationStateChanged();
+    }
+
+    void connect(QGuiApplication &app, QQuickWindow &window)
+    {
+        QObject::connect(&app, &QGuiApplication::applicationStateChanged, &app,
+                         [this](Qt::ApplicationState s) { follow(s); });
+        QObject::connect(&window, &QWindow::visibilityChanged, &app, [this, &window](QWindow::Visibility v) {
+            if (v == QWindow::Hidden || v == QWindow::Minimized)
+                follow(Qt::ApplicationHidden);
+            else if (window.isActive())
+                follow(Qt::ApplicationActive);
+        });
+        // Quitting from the foreground passes through the background first.
+        QObject::connect(&app, &QGuiApplication::aboutToQuit, &app, [this] {
+            follow(Qt::ApplicationHidden);
+            m_monitor.shutDown();
+        });
+        UnixSignals::onTermination([] { QCoreApplication::quit(); });
+    }
+
+private:
+    UsageMonitor &m_monitor;
+    MainScreenController &m_main;
+    int m_state = UsageMonitor::Inactive;
+};
+
+// The window comes up for a second start, a search result or a quick action from the desktop.
+void showOnRequest(ApplicationInstance &instance, QQuickWindow *window, UsageMonitor &monitor,
+                   std::function<void(const UserActivity &)> &openFromSearch)
+{
+    const auto show = [window] {
+        window->show();
+        window->raise();
+        window->requestActivate();
+    };
+    QObject::connect(&instance, &ApplicationInstance::activated, window, show);
+    openFromSearch = [&monitor, show](const UserActivity &activity) {
+        if (monitor.search().openResult(activity))
+            show();
+    };
+    QObject::connect(
+        &instance, &ApplicationInstance::actionActivated, window, [window, &monitor](const QString &name) {
+            window->show();
+            window->requestActivate();
+            monitor.performQuickAction(ApplicationInstance::shortcutTypeForAction(name), nullptr);
+        });
+}
+
+// Started for the desktop's search only: gone after ten seconds without a query or a window.
+void quitWhenIdle(QTimer &idle, SearchProviders &search, QQuickWindow *window)
+{
+    idle.setSingleShot(true);
+    idle.setInterval(10000);
+    QObject::connect(&idle, &QTimer::timeout, qApp, [window] {
+        if (!window->isVisible())
+            QCoreApplication::quit();
+    });
+    QObject::connect(&search, &SearchProviders::used, &idle, qOverload<>(&QTimer::start));
+    idle.start();
+}
+
+// The notifications, badge and modem links, where the desktop module loads.
+std::unique_ptr<DesktopServices> loadDesktop(SharedCode &shared, LinuxNetworkInterfaces &interfaces)
+{
+    QString errors;
+    std::unique_ptr<DesktopServices> desktop =
+        DesktopModule::load(shared.containerURL(), shared.clock(), &errors);
+    if (desktop) {
+        interfaces.setModemLinks([d = desktop.get()] { return d->modemDataLinks(); });
+        WidgetHelper::setCenter(desktop->widgetCenter(shared));
+    } else {
+        std::fprintf(stderr, "tallymo-app: desktop services unavailable (no notifications or badge):%s\n",
+                     qPrintable(errors));
+    }
+    return desktop;
+}
+
+// The usage monitor with the Linux services behind it and the navigator of the app's screens,
+// launched as far as the first frame: the figures as stored are on the main screen.
+struct Core
+{
+    Core(const QString &container, const Clock &clock)
+        : interfaces(LinuxNetworkInterfaces::fromEnvironment()), shared(services(container, clock)),
+          monitor(shared)
+    {
+        if (const QString error = shared.userPref().loadError(); !error.isEmpty())
+            fail(error); // never go on with defaults over the user's file
+        desktop = loadDesktop(shared, interfaces);
+        monitor.setServices(UsageMonitor::Services::from(desktop.get(), &tasks));
+        icons.changed = [](const QString &name) { QGuiApplication::setWindowIcon(iconFor(name)); };
+        QGuiApplication::setWindowIcon(iconFor(icons.alternateIconName()));
+        monitor.setApplicationState(UsageMonitor::Inactive);
+        monitor.prepareLaunch();
+        navigator =
+            std::make_unique<Navigator>(monitor, Navigator::Platform{&icons, &mail, &shell, &systemd});
+        monitor.completeLaunch();
+        // Activation then takes a fresh sample.
+        showStoredFigures(*navigator);
+    }
+    ~Core()
+    {
+        navigator.reset();
+        WidgetHelper::setCenter(nullptr);
+        monitor.setServices({});
+    }
+    SharedCode::Services services(const QString &container, const Clock &clock)
+    {
+        SharedCode::Services s{container, &interfaces};
+        s.connections = &connections;
+        s.clock = &clock;
+        return s;
+    }
+
+    LinuxNetworkInterfaces interfaces;
+    SockDiagConnections connections;
+    SharedCode shared;
+    UsageMonitor monitor;
+    TimedBackgroundTasks tasks;
+    std::unique_ptr<DesktopServices> desktop;
+    LinuxAlternateIcons icons;
+    XdgMail mail;
+    LinuxDesktopShell shell;
+    SystemdUserManager systemd;
+    std::unique_ptr<Navigator> navigator;
+};
+
+void nameTheApplication()
+{
+    QGuiApplication::setApplicationName(QStringLiteral("tallymo"));
+    QGuiApplication::setApplicationDisplayName(QStringLiteral("Tallymo"));
+    QGuiApplication::setApplicationVersion(QStringLiteral(TALLYMO_VERSION));
+    QGuiApplication::setDesktopFileName(QStringLiteral("org.tallymo.Tallymo"));
+    Translations::install();
+}
+
+// The main screen is on show once the window is; with --first-frame, the time to it is printed and
+// the app leaves.
+void onFirstFrame(QQuickWindow *window, Navigator &navigator, bool printTime, const QElapsedTimer &sinceStart)
+{
+    QObject::connect(window, &QQuickWindow::frameSwapped, window, [&navigator, printTime, &sinceStart] {
+        static bool first = true;
+        if (!std::exchange(first, false))
+            return;
+        navigator.main()->becameVisible();
+        if (printTime) {
+            std::printf("%lld\n", static_cast<long long>(sinceStart.elapsed()));
+            QTimer::singleShot(0, qApp, &QCoreApplication::quit);
+        }
+    });
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    QElapsedTimer sinceStart;
+    sinceStart.start();
+    QGuiApplication app(argc, argv);
+    nameTheApplication();
+    const Options options = parseOptions(app);
     QString clockError;
     const std::unique_ptr<Clock> replayClock = clockFromEnvironment(&clockError);
     if (!clockError.isEmpty())
         fail(clockError, 2);
-
-    QString container = Paths::container();
-    // The desktop's search reads the item the app made last; it is on the bus before the name is.
-    SearchableIndex searchIndex(container);
     const Clock &clock = replayClock ? *replayClock : Clock::system();
-    // The shared code is made after the search is on the bus; until then the search has no record.
+
+    const QString container = Paths::container();
+    // The desktop's search reads the item the app made last; it is on the bus before the name is,
+    // and has a record once the shared code is made.
+    SearchableIndex searchIndex(container);
     SharedCode *sharedForSearch = nullptr;
     DesktopSearch search(searchIndex, clock, [&sharedForSearch] {
         return sharedForSearch ? WidgetRecord::current(*sharedForSearch) : QVariantMap();
@@ -107,156 +309,31 @@ int main(int argc, char **argv)
         if (openFromSearch)
             openFromSearch(activity);
     });
-    if (!parser.isSet(firstFrame)) {
-        QString why;
-        if (!searchProviders.registerOn(QDBusConnection::sessionBus(), &why) && onDemand)
-            fail(why);
-        switch (instance.registerOrForward(parser.value(action), &why, !onDemand)) {
-        case ApplicationInstance::Outcome::Forwarded:
-            if (!why.isEmpty())
-                fail(QStringLiteral("the running Tallymo did not answer: %1").arg(why));
-            return 0;
-        case ApplicationInstance::Outcome::NoBus:
-            std::fprintf(stderr, "tallymo-app: no session bus (%s); running without single-instance\n",
-                         qPrintable(why));
-            break;
-        case ApplicationInstance::Outcome::First:
-            break;
-        }
-    }
+    ApplicationInstance instance;
+    if (const std::optional<int> status = becomeTheInstance(instance, searchProviders, options))
+        return *status;
 
-    LinuxNetworkInterfaces interfaces = LinuxNetworkInterfaces::fromEnvironment();
-    SockDiagConnections connections;
-    SharedCode::Services s{container, &interfaces};
-    s.connections = &connections;
-    s.clock = &clock;
-    SharedCode shared(s);
-    if (const QString error = shared.userPref().loadError(); !error.isEmpty())
-        fail(error); // never go on with defaults over the user's file
-    sharedForSearch = &shared;
+    Core core(container, clock);
+    sharedForSearch = &core.shared;
     const auto forgetShared = qScopeGuard([&] { sharedForSearch = nullptr; });
-    UsageMonitor delegate(shared);
-    TimedBackgroundTasks tasks;
-    QString moduleErrors;
-    std::unique_ptr<DesktopServices> desktop =
-        DesktopModule::load(shared.containerURL(), shared.clock(), &moduleErrors);
-    if (desktop) {
-        interfaces.setModemLinks([d = desktop.get()] { return d->modemDataLinks(); });
-        WidgetHelper::setCenter(desktop->widgetCenter(shared));
-    } else {
-        std::fprintf(stderr, "tallymo-app: desktop services unavailable (no notifications or badge):%s\n",
-                     qPrintable(moduleErrors));
-    }
-    delegate.setServices(UsageMonitor::Services::from(desktop.get(), &tasks));
-
-    LinuxAlternateIcons icons;
-    icons.changed = [](const QString &name) { QGuiApplication::setWindowIcon(iconFor(name)); };
-    QGuiApplication::setWindowIcon(iconFor(icons.alternateIconName()));
-
-    delegate.setApplicationState(UsageMonitor::Inactive);
-    delegate.prepareLaunch();
-    XdgMail mail;
-    LinuxDesktopShell shell;
-    SystemdUserManager systemd;
-    Navigator navigator(delegate, {&icons, &mail, &shell, &systemd});
-    delegate.completeLaunch();
-    // The figures as stored, so the first frame shows them; activation then takes a fresh sample.
-    showStoredFigures(navigator);
-
     QQmlApplicationEngine engine;
     QString error;
-    QQuickWindow *window = loadAppWindow(engine, navigator, !onDemand, &error);
+    QQuickWindow *window = loadAppWindow(engine, *core.navigator, !options.onDemand, &error);
     if (!window)
         fail(error);
-    if (!onDemand)
+    if (!options.onDemand)
         window->requestActivate(); // where no window manager gives it the focus (kiosks, phones)
-
-    // The lifecycle follows the window system: active, inactive, hidden (the background).
-    int state = UsageMonitor::Inactive;
-    auto follow = [&](Qt::ApplicationState qt) {
-        const int next = qt == Qt::ApplicationActive     ? UsageMonitor::Active
-                         : qt == Qt::ApplicationInactive ? UsageMonitor::Inactive
-                                                         : UsageMonitor::Background;
-        if (next == state)
-            return;
-        if (next == UsageMonitor::Active) {
-            if (state == UsageMonitor::Background)
-                delegate.enterForeground();
-            delegate.windowActivated();
-        } else {
-            if (state == UsageMonitor::Active)
-                delegate.windowDeactivated();
-            if (next == UsageMonitor::Background) {
-                delegate.enterBackground();
-                navigator.main()->enterBackground();
-            }
-        }
-        state = next;
-        navigator.main()->applicationStateChanged();
-    };
-    {
-        QObject::connect(&app, &QGuiApplication::applicationStateChanged, &app, follow);
-        QObject::connect(window, &QWindow::visibilityChanged, &app, [&](QWindow::Visibility v) {
-            if (v == QWindow::Hidden || v == QWindow::Minimized)
-                follow(Qt::ApplicationHidden);
-            else if (window->isActive())
-                follow(Qt::ApplicationActive);
-        });
-        // Quitting from the foreground passes through the background first, as a phone's app does.
-        QObject::connect(&app, &QGuiApplication::aboutToQuit, &app, [&] {
-            follow(Qt::ApplicationHidden);
-            delegate.shutDown();
-        });
-        UnixSignals::onTermination([] { QCoreApplication::quit(); });
-    }
-    const auto show = [window] {
-        window->show();
-        window->raise();
-        window->requestActivate();
-    };
-    QObject::connect(&instance, &ApplicationInstance::activated, window, show);
-    openFromSearch = [&](const UserActivity &activity) {
-        if (delegate.search().openResult(activity))
-            show();
-    };
-    // Started for the desktop's search only: gone after ten seconds without a query or a window.
+    Lifecycle lifecycle(core.monitor, *core.navigator->main());
+    lifecycle.connect(app, *window);
+    showOnRequest(instance, window, core.monitor, openFromSearch);
     QTimer idle;
-    if (onDemand) {
-        idle.setSingleShot(true);
-        idle.setInterval(10000);
-        QObject::connect(&idle, &QTimer::timeout, &app, [window] {
-            if (!window->isVisible())
-                QCoreApplication::quit();
-        });
-        QObject::connect(&searchProviders, &SearchProviders::used, &idle, qOverload<>(&QTimer::start));
-        idle.start();
-    }
-    QObject::connect(&instance, &ApplicationInstance::actionActivated, window, [&](const QString &name) {
-        window->show();
-        window->requestActivate();
-        delegate.performQuickAction(ApplicationInstance::shortcutTypeForAction(name), nullptr);
-    });
-
-    // The main screen is on show once the window is.
-    QObject::connect(window, &QQuickWindow::frameSwapped, window, [&] {
-        static bool first = true;
-        if (!first)
-            return;
-        first = false;
-        navigator.main()->becameVisible();
-        if (parser.isSet(firstFrame)) {
-            std::printf("%lld\n", static_cast<long long>(sinceStart.elapsed()));
-            QTimer::singleShot(0, &app, &QCoreApplication::quit);
-        }
-    });
-    if (parser.isSet(action))
+    if (options.onDemand)
+        quitWhenIdle(idle, searchProviders, window);
+    onFirstFrame(window, *core.navigator, options.firstFrame, sinceStart);
+    if (!options.action.isEmpty())
         QTimer::singleShot(0, window, [&] {
-            delegate.performQuickAction(ApplicationInstance::shortcutTypeForAction(parser.value(action)),
-                                        nullptr);
+            core.monitor.performQuickAction(ApplicationInstance::shortcutTypeForAction(options.action),
+                                            nullptr);
         });
-
-    const int loop = app.exec();
-    WidgetHelper::setCenter(nullptr);
-    delegate.setServices({});
-    return loop;
+    return app.exec();
 }

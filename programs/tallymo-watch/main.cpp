@@ -13,19 +13,21 @@
 #include <QTranslator>
 
 #include <cstdio>
+#include <optional>
 
-int main(int argc, char **argv)
+namespace {
+
+// What the command line asks for besides the face itself.
+struct WatchOptions
 {
-    QGuiApplication app(argc, argv);
-    QGuiApplication::setApplicationName(QStringLiteral("tallymo-watch"));
-    QGuiApplication::setApplicationDisplayName(QStringLiteral("Tallymo Watch"));
-    QGuiApplication::setApplicationVersion(QStringLiteral(TALLYMO_VERSION));
-    QGuiApplication::setDesktopFileName(QStringLiteral("org.tallymo.Tallymo.Watch"));
+    bool dump = false;
+    std::optional<QString> screenshot; // the file to write the picture to
+    std::optional<QString> size;       // WIDTHxHEIGHT as it was given
+};
 
-    QTranslator translator; // English is the source; another language when there is a file for it
-    if (translator.load(QLocale(), QStringLiteral("tallymo"), QStringLiteral("_"), QStringLiteral(":/i18n")))
-        QCoreApplication::installTranslator(&translator);
-
+// Reads the command line; help, version and a bad option end the program here.
+WatchOptions readCommandLine(const QGuiApplication &app)
+{
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral("Tallymo's watch face: the data plan at a glance."));
     parser.addHelpOption();
@@ -43,6 +45,67 @@ int main(int argc, char **argv)
     parser.addOptions({screenshot, dump, size});
     parser.process(app);
 
+    WatchOptions options;
+    options.dump = parser.isSet(dump);
+    if (parser.isSet(screenshot))
+        options.screenshot = parser.value(screenshot);
+    if (parser.isSet(size))
+        options.size = parser.value(size);
+    return options;
+}
+
+// Gives the window the size asked for; false, having said why, when it is not one from 300x380 to
+// 4000x4000.
+bool resizeWindow(QQuickWindow *window, const QString &size)
+{
+    const QStringList wh = size.split(QLatin1Char('x'));
+    bool okW = false, okH = false;
+    const QSize wanted = wh.size() == 2 ? QSize(wh[0].toInt(&okW), wh[1].toInt(&okH)) : QSize();
+    if (!okW || !okH || wanted.width() < 300 || wanted.height() < 380 || wanted.width() > 4000 ||
+        wanted.height() > 4000) {
+        std::fprintf(stderr, "tallymo-watch: --size wants WIDTHxHEIGHT from 300x380 to 4000x4000, not %s\n",
+                     qPrintable(size));
+        return false;
+    }
+    window->resize(wanted);
+    return true;
+}
+
+// A new look is on screen: printed as a JSON line with --dump; with --screenshot pictured, after
+// which the program ends (status 1 in *status when the picture cannot be written).
+void reportLook(const WatchFace &face, QQuickWindow *window, const WatchOptions &options, int *status)
+{
+    if (options.dump) {
+        std::printf("%s\n", QJsonDocument(QJsonObject::fromVariantMap(face.shown()))
+                                .toJson(QJsonDocument::Compact)
+                                .constData());
+        std::fflush(stdout);
+    }
+    if (options.screenshot) {
+        const QString &file = *options.screenshot;
+        if (!window->grabWindow().save(file)) {
+            std::fprintf(stderr, "tallymo-watch: cannot write %s\n", qPrintable(file));
+            *status = 1;
+        }
+        QTimer::singleShot(0, QCoreApplication::instance(), &QCoreApplication::quit);
+    }
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    QGuiApplication app(argc, argv);
+    QGuiApplication::setApplicationName(QStringLiteral("tallymo-watch"));
+    QGuiApplication::setApplicationDisplayName(QStringLiteral("Tallymo Watch"));
+    QGuiApplication::setApplicationVersion(QStringLiteral(TALLYMO_VERSION));
+    QGuiApplication::setDesktopFileName(QStringLiteral("org.tallymo.Tallymo.Watch"));
+
+    QTranslator translator; // English is the source; another language when there is a file for it
+    if (translator.load(QLocale(), QStringLiteral("tallymo"), QStringLiteral("_"), QStringLiteral(":/i18n")))
+        QCoreApplication::installTranslator(&translator);
+
+    const WatchOptions options = readCommandLine(app);
     WatchFace face(QDBusConnection::sessionBus());
     QQmlApplicationEngine engine;
     engine.setInitialProperties({{QStringLiteral("face"), QVariant::fromValue(&face)}});
@@ -52,19 +115,8 @@ int main(int argc, char **argv)
         return 1;
     }
     auto *window = qobject_cast<QQuickWindow *>(engine.rootObjects().constFirst());
-    if (parser.isSet(size)) {
-        const QStringList wh = parser.value(size).split(QLatin1Char('x'));
-        bool okW = false, okH = false;
-        const QSize wanted = wh.size() == 2 ? QSize(wh[0].toInt(&okW), wh[1].toInt(&okH)) : QSize();
-        if (!okW || !okH || wanted.width() < 300 || wanted.height() < 380 || wanted.width() > 4000 ||
-            wanted.height() > 4000) {
-            std::fprintf(stderr,
-                         "tallymo-watch: --size wants WIDTHxHEIGHT from 300x380 to 4000x4000, not %s\n",
-                         qPrintable(parser.value(size)));
-            return 2;
-        }
-        window->resize(wanted);
-    }
+    if (options.size && !resizeWindow(window, *options.size))
+        return 2;
 
     // A new look is reported (and pictured) with the first frame that shows it.
     bool pending = false;
@@ -74,22 +126,8 @@ int main(int argc, char **argv)
     });
     int status = 0;
     QObject::connect(window, &QQuickWindow::frameSwapped, window, [&] {
-        if (!std::exchange(pending, false))
-            return;
-        if (parser.isSet(dump)) {
-            std::printf("%s\n", QJsonDocument(QJsonObject::fromVariantMap(face.shown()))
-                                    .toJson(QJsonDocument::Compact)
-                                    .constData());
-            std::fflush(stdout);
-        }
-        if (parser.isSet(screenshot)) {
-            const QString file = parser.value(screenshot);
-            if (!window->grabWindow().save(file)) {
-                std::fprintf(stderr, "tallymo-watch: cannot write %s\n", qPrintable(file));
-                status = 1;
-            }
-            QTimer::singleShot(0, &app, &QCoreApplication::quit);
-        }
+        if (std::exchange(pending, false))
+            reportLook(face, window, options, &status);
     });
     face.start();
     const int loop = app.exec();

@@ -16,6 +16,8 @@
 #include <QTimer>
 
 #include <cstdio>
+#include <functional>
+#include <optional>
 #include <sys/stat.h>
 
 namespace {
@@ -38,19 +40,21 @@ QVariantMap currentRecord(SharedCode &shared)
     return WidgetRecord::current(shared);
 }
 
-} // namespace
-
-int main(int argc, char **argv)
+// What the arguments ask for.
+struct WidgetOptions
 {
-    QCoreApplication app(argc, argv);
-    QCoreApplication::setApplicationName(QStringLiteral("tallymo-widget"));
     WidgetOutput::Format format = WidgetOutput::Format::Text;
     bool follow = false;
-    const QStringList args = app.arguments().mid(1);
+};
+
+// Reads the arguments into `options`; the exit status when the program ends here (help, or an
+// argument it does not know).
+std::optional<int> readArguments(const QStringList &args, WidgetOptions &options)
+{
     for (qsizetype i = 0; i < args.size(); ++i) {
         const QString &a = args.at(i);
         if (a == QLatin1StringView("--follow")) {
-            follow = true;
+            options.follow = true;
         } else if (a == QLatin1StringView("--format") || a.startsWith(QLatin1StringView("--format="))) {
             const QString name = a.contains(QLatin1Char('='))
                                      ? a.section(QLatin1Char('='), 1)
@@ -60,7 +64,7 @@ int main(int argc, char **argv)
                 std::fprintf(stderr, "tallymo-widget: unknown format \"%s\"\n%s", qPrintable(name), kUsage);
                 return 2;
             }
-            format = *f;
+            options.format = *f;
         } else if (a == QLatin1StringView("--help") || a == QLatin1StringView("-h")) {
             std::fputs(kUsage, stdout);
             return 0;
@@ -69,25 +73,24 @@ int main(int argc, char **argv)
             return 2;
         }
     }
+    return std::nullopt;
+}
 
-    LinuxNetworkInterfaces interfaces = LinuxNetworkInterfaces::fromEnvironment();
-    SharedCode shared(SharedCode::Services{Paths::container(), &interfaces});
-    if (const QString error = shared.userPref().loadError(); !error.isEmpty()) {
-        std::fprintf(stderr, "tallymo-widget: %s\n", qPrintable(error));
-        return 1;
-    }
-    const auto emitRecord = [&] {
-        const QVariantMap record = currentRecord(shared);
-        const QByteArray line = WidgetOutput::render(
-            record, format, int(shared.userPref().integerForKey(Keys::PREF_THEME_WIDGET)),
-            WidgetStats::widgetAppearance(shared));
-        std::fwrite(line.constData(), 1, size_t(line.size()), stdout);
-        std::fflush(stdout);
-    };
-    emitRecord();
-    if (!follow)
-        return 0;
+// The current record, as one line in the format, on stdout at once.
+void printRecord(SharedCode &shared, WidgetOutput::Format format)
+{
+    const QVariantMap record = currentRecord(shared);
+    const QByteArray line =
+        WidgetOutput::render(record, format, int(shared.userPref().integerForKey(Keys::PREF_THEME_WIDGET)),
+                             WidgetStats::widgetAppearance(shared));
+    std::fwrite(line.constData(), 1, size_t(line.size()), stdout);
+    std::fflush(stdout);
+}
 
+// Prints the record again after every reload and at least every 15 minutes, until the event loop
+// ends; its exit status.
+int followReloads(const std::function<void()> &emitRecord)
+{
     // A reload replaces the record file whole: watch the directory (the file is a new one each time).
     const QString file = WidgetRecord::recordFilePath();
     const QString dir = QFileInfo(file).path();
@@ -99,8 +102,9 @@ int main(int argc, char **argv)
     QTimer periodic;
     periodic.start(kRefreshMs);
     std::pair<ino_t, qint64> seen = fileVersion(file);
+    QCoreApplication *app = QCoreApplication::instance();
     QObject::connect(&watcher, &QFileSystemWatcher::directoryChanged, &settle, [&] { settle.start(); });
-    QObject::connect(&settle, &QTimer::timeout, &app, [&] {
+    QObject::connect(&settle, &QTimer::timeout, app, [&] {
         const std::pair<ino_t, qint64> version = fileVersion(file);
         if (version.first == 0 || version == seen)
             return;
@@ -108,6 +112,29 @@ int main(int argc, char **argv)
         periodic.start(kRefreshMs);
         emitRecord();
     });
-    QObject::connect(&periodic, &QTimer::timeout, &app, emitRecord);
+    QObject::connect(&periodic, &QTimer::timeout, app, emitRecord);
     return QCoreApplication::exec();
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    QCoreApplication app(argc, argv);
+    QCoreApplication::setApplicationName(QStringLiteral("tallymo-widget"));
+    WidgetOptions options;
+    if (const std::optional<int> status = readArguments(app.arguments().mid(1), options))
+        return *status;
+
+    LinuxNetworkInterfaces interfaces = LinuxNetworkInterfaces::fromEnvironment();
+    SharedCode shared(SharedCode::Services{Paths::container(), &interfaces});
+    if (const QString error = shared.userPref().loadError(); !error.isEmpty()) {
+        std::fprintf(stderr, "tallymo-widget: %s\n", qPrintable(error));
+        return 1;
+    }
+    const std::function<void()> emitRecord = [&] { printRecord(shared, options.format); };
+    emitRecord();
+    if (!options.follow)
+        return 0;
+    return followReloads(emitRecord);
 }

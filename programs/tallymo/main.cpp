@@ -32,6 +32,116 @@ std::unique_ptr<DesktopServices> loadDesktopServices(const SharedCode &shared)
     return services;
 }
 
+// The hourly totals' first build as a progress line on stderr, written again at each new percent.
+void showTotalsBuildProgress()
+{
+    UsageStore::setBuildProgress([last = -1](const QString &path, double done) mutable {
+        const int percent = int(done * 100);
+        if (percent == last)
+            return;
+        last = percent;
+        std::fprintf(stderr, "\rtallymo: building the hourly totals of %s: %d%%%s", qPrintable(path), percent,
+                     percent >= 100 ? "\n" : "");
+    });
+}
+
+// What the commands are given, each part made when a command first asks for it: the shared
+// instance and its delegate, then the desktop services for the commands that notify. The members
+// end in the reverse of their order here: the desktop services before the delegate, the delegate
+// before the shared instance, the shared instance before the interfaces it reads.
+class CommandServices
+{
+public:
+    explicit CommandServices(const Clock *replayClock) : m_replayClock(replayClock) {}
+
+    // Hands the commands these services and the desktop's background service and watch session.
+    void attachTo(Cli::Environment &env);
+    // After the command: the settings written, the queued updates delivered, the desktop services
+    // let go of and closed.
+    void finish();
+
+private:
+    Cli::Services &services();
+    Cli::Services &desktopServices();
+    bool startBackgroundService(DesktopServices::BackgroundHandlers handlers);
+
+    const Clock *m_replayClock;
+    LinuxNetworkInterfaces m_interfaces = LinuxNetworkInterfaces::fromEnvironment();
+    std::optional<SockDiagConnections> m_connections;
+    std::unique_ptr<SharedCode> m_shared;
+    std::unique_ptr<UsageMonitor> m_delegate;
+    std::unique_ptr<DesktopServices> m_desktop;
+    TimedBackgroundTasks m_tasks;
+    std::optional<Cli::Services> m_services;
+    bool m_desktopLoaded = false;
+};
+
+void CommandServices::attachTo(Cli::Environment &env)
+{
+    env.services = [this]() -> Cli::Services & { return services(); };
+    env.desktopServices = [this]() -> Cli::Services & { return desktopServices(); };
+    env.startBackgroundService = [this](DesktopServices::BackgroundHandlers handlers) {
+        return startBackgroundService(std::move(handlers));
+    };
+    env.pushToBackgroundService = [this] { return m_desktop && m_desktop->pushToBackgroundService(); };
+    env.startWatchCompanion = [this](bool follow, bool complication, auto report, QString *error) {
+        return m_desktop && m_desktop->startWatchCompanion(follow, complication, std::move(report), error);
+    };
+}
+
+Cli::Services &CommandServices::services()
+{
+    if (!m_services) {
+        SharedCode::Services s{Paths::container(), &m_interfaces};
+        s.connections = &m_connections.emplace();
+        if (m_replayClock)
+            s.clock = m_replayClock;
+        m_shared = std::make_unique<SharedCode>(s);
+        Cli::checkSettings(*m_shared); // never go on with defaults over the user's file
+        m_delegate = std::make_unique<UsageMonitor>(*m_shared);
+        m_delegate->plans().setUpNewInstall();
+        m_services.emplace(Cli::Services{*m_shared, *m_delegate});
+    }
+    return *m_services;
+}
+
+Cli::Services &CommandServices::desktopServices()
+{
+    Cli::Services &s = services();
+    if (!m_desktopLoaded) {
+        m_desktopLoaded = true;
+        m_desktop = loadDesktopServices(*m_shared);
+        if (m_desktop) // a PPP link is cellular when it is a connected modem's
+            m_interfaces.setModemLinks([d = m_desktop.get()] { return d->modemDataLinks(); });
+        if (m_desktop)
+            WidgetHelper::setCenter(m_desktop->widgetCenter(*m_shared));
+        m_delegate->setServices(UsageMonitor::Services::from(m_desktop.get(), &m_tasks));
+    }
+    return s;
+}
+
+bool CommandServices::startBackgroundService(DesktopServices::BackgroundHandlers handlers)
+{
+    if (!m_desktop)
+        return false;
+    UsageMonitor::Services withPush = m_delegate->services();
+    withPush.push =
+        m_desktop->push(handlers.onPush, [this] { m_delegate->pushSubscription().distributorChanged(); });
+    m_delegate->setServices(withPush);
+    return m_desktop->registerBackgroundService(std::move(handlers));
+}
+
+void CommandServices::finish()
+{
+    if (m_shared)
+        m_shared->userPref().synchronize();
+    QCoreApplication::sendPostedEvents(); // badge and screen updates queued for the main thread
+    WidgetHelper::setCenter(nullptr);
+    if (m_delegate)
+        m_delegate->setServices({});
+    m_desktop.reset();
+}
+
 } // namespace
 
 int main(int argc, char **argv)
@@ -43,80 +153,20 @@ int main(int argc, char **argv)
     // A store from before the hourly totals builds them on its first open: a progress line on a
     // terminal, nothing in scripts.
     if (::isatty(STDERR_FILENO))
-        UsageStore::setBuildProgress([last = -1](const QString &path, double done) mutable {
-            const int percent = int(done * 100);
-            if (percent == last)
-                return;
-            last = percent;
-            std::fprintf(stderr, "\rtallymo: building the hourly totals of %s: %d%%%s", qPrintable(path),
-                         percent, percent >= 100 ? "\n" : "");
-        });
+        showTotalsBuildProgress();
     QString clockError;
     const std::unique_ptr<Clock> replayClock = clockFromEnvironment(&clockError);
     if (!clockError.isEmpty()) {
         std::fprintf(stderr, "tallymo: %s\n", qPrintable(clockError));
         return 2;
     }
-    LinuxNetworkInterfaces interfaces = LinuxNetworkInterfaces::fromEnvironment();
-    std::optional<SockDiagConnections> connections;
-    std::unique_ptr<SharedCode> shared;
-    std::unique_ptr<UsageMonitor> delegate;
-    std::unique_ptr<DesktopServices> desktop;
-    TimedBackgroundTasks tasks;
-    std::optional<Cli::Services> services;
-
+    CommandServices commandServices(replayClock.get());
     Cli::Environment env;
-    env.services = [&]() -> Cli::Services & {
-        if (!services) {
-            SharedCode::Services s{Paths::container(), &interfaces};
-            s.connections = &connections.emplace();
-            if (replayClock)
-                s.clock = replayClock.get();
-            shared = std::make_unique<SharedCode>(s);
-            Cli::checkSettings(*shared); // never go on with defaults over the user's file
-            delegate = std::make_unique<UsageMonitor>(*shared);
-            delegate->plans().setUpNewInstall();
-            services.emplace(Cli::Services{*shared, *delegate});
-        }
-        return *services;
-    };
-    bool desktopLoaded = false;
-    env.desktopServices = [&]() -> Cli::Services & {
-        Cli::Services &s = env.services();
-        if (!desktopLoaded) {
-            desktopLoaded = true;
-            desktop = loadDesktopServices(*shared);
-            if (desktop) // a PPP link is cellular when it is a connected modem's
-                interfaces.setModemLinks([d = desktop.get()] { return d->modemDataLinks(); });
-            if (desktop)
-                WidgetHelper::setCenter(desktop->widgetCenter(*shared));
-            delegate->setServices(UsageMonitor::Services::from(desktop.get(), &tasks));
-        }
-        return s;
-    };
+    commandServices.attachTo(env);
     env.onTerminationRequest = UnixSignals::onTermination;
     XdgMail mail;
     env.mail = &mail;
-    env.startBackgroundService = [&](DesktopServices::BackgroundHandlers handlers) {
-        if (!desktop)
-            return false;
-        UsageMonitor::Services services = delegate->services();
-        services.push =
-            desktop->push(handlers.onPush, [&] { delegate->pushSubscription().distributorChanged(); });
-        delegate->setServices(services);
-        return desktop->registerBackgroundService(std::move(handlers));
-    };
-    env.pushToBackgroundService = [&] { return desktop && desktop->pushToBackgroundService(); };
-    env.startWatchCompanion = [&](bool follow, bool complication, auto report, QString *error) {
-        return desktop && desktop->startWatchCompanion(follow, complication, std::move(report), error);
-    };
     const int status = Cli::run(app.arguments().mid(1), env);
-    if (shared)
-        shared->userPref().synchronize();
-    QCoreApplication::sendPostedEvents(); // badge and screen updates queued for the main thread
-    WidgetHelper::setCenter(nullptr);
-    if (delegate)
-        delegate->setServices({});
-    desktop.reset();
+    commandServices.finish();
     return status;
 }

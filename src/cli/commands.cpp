@@ -242,75 +242,93 @@ void drainActiveQueue(SharedCode &shared)
         context->performAndWait([] {});
 }
 
+// plans switch ID. When the active plan's store cannot be opened there is no last sample to take.
+int switchActivePlan(const Arguments &a, Environment &env, const QString &usage)
+{
+    a.expectPositional(2, 2, usage);
+    Services &s = env.services();
+    const QString id = requirePlan(s.shared, a.positional.at(1));
+    QString error;
+    if (!s.shared.activePlanID().isEmpty() && id != s.shared.activePlanID() &&
+        !UsageStore::open(s.shared.sqliteURLForPlan(QString()), &error)) {
+        // No last sample into a store that cannot be opened; the user can still leave it.
+        printError(QStringLiteral("tallymo: the active plan's usage store cannot be opened (%1); switching "
+                                  "without a last sample\n")
+                       .arg(error));
+        s.shared.userPref().setValue(Keys::PREF_ACTIVE_PLAN, id);
+        return synchronized(s.shared);
+    }
+    bool switched = false;
+    s.delegate.plans().switchPlan(id, [&] {
+        switched = true;
+        QCoreApplication::exit();
+    });
+    if (!switched)
+        QCoreApplication::exec();
+    drainActiveQueue(s.shared);
+    return synchronized(s.shared);
+}
+
+// plans remove ID, once confirmed; the active plan stays.
+int removePlan(const Arguments &a, Environment &env, const QString &usage)
+{
+    a.expectPositional(2, 2, usage);
+    Services &s = env.services();
+    const QString id = requirePlan(s.shared, a.positional.at(1));
+    if (id == s.shared.activePlanID())
+        throw UsageError(QStringLiteral("the active plan cannot be deleted (switch to another plan first)"));
+    if (!confirm(a, QCoreApplication::translate("PlanController", "Do you want to delete this plan?")))
+        return 1;
+    s.delegate.plans().removePlan(id);
+    return synchronized(s.shared);
+}
+
+// plans reset: the current period's usage goes, once confirmed.
+int resetPeriod(const Arguments &a, Environment &env, const QString &usage)
+{
+    a.expectPositional(1, 1, usage);
+    Services &s = env.services();
+    if (!confirm(
+            a, QCoreApplication::translate("ResetController", "This will delete current usage statistics.")))
+        return 1;
+    s.delegate.figures().readActivePlanValuesNow(); // the period the reset deletes
+    s.delegate.plans().resetCurrentPeriod();
+    drainActiveQueue(s.shared);
+    return 0;
+}
+
+// plans add-usage AMOUNT: adds to the current period's cellular usage, once confirmed.
+int addUsage(const Arguments &a, Environment &env, const QString &usage)
+{
+    a.expectPositional(2, 2, usage);
+    const std::optional<AmountEntry::Amount> amount = parseAmount(a.positional.at(1), 0.001);
+    if (!amount)
+        throw UsageError(
+            QStringLiteral("\"%1\" is not an amount of at least 0.001 MB (for example 500MB or 1.5GB)")
+                .arg(a.positional.at(1)));
+    Services &s = env.services();
+    const QString question =
+        QCoreApplication::translate("AddController", "Do you want to add %1 to your current cellular usage?")
+            .arg(PlanTexts::capString(amount->display));
+    if (!confirm(a, question))
+        return 1;
+    s.delegate.plans().addUsageToCurrent(amount->bytes);
+    drainActiveQueue(s.shared);
+    return 0;
+}
+
 // switch, remove, reset and add-usage; -1 for another verb.
 int planChange(const Arguments &a, Environment &env, const QString &usage)
 {
     const QString verb = a.positional.first();
-    if (verb == QLatin1StringView("switch")) {
-        a.expectPositional(2, 2, usage);
-        Services &s = env.services();
-        const QString id = requirePlan(s.shared, a.positional.at(1));
-        QString error;
-        if (!s.shared.activePlanID().isEmpty() && id != s.shared.activePlanID() &&
-            !UsageStore::open(s.shared.sqliteURLForPlan(QString()), &error)) {
-            // No last sample into a store that cannot be opened; the user can still leave it.
-            printError(
-                QStringLiteral("tallymo: the active plan's usage store cannot be opened (%1); switching "
-                               "without a last sample\n")
-                    .arg(error));
-            s.shared.userPref().setValue(Keys::PREF_ACTIVE_PLAN, id);
-            return synchronized(s.shared);
-        }
-        bool switched = false;
-        s.delegate.plans().switchPlan(id, [&] {
-            switched = true;
-            QCoreApplication::exit();
-        });
-        if (!switched)
-            QCoreApplication::exec();
-        drainActiveQueue(s.shared);
-        return synchronized(s.shared);
-    }
-    if (verb == QLatin1StringView("remove")) {
-        a.expectPositional(2, 2, usage);
-        Services &s = env.services();
-        const QString id = requirePlan(s.shared, a.positional.at(1));
-        if (id == s.shared.activePlanID())
-            throw UsageError(
-                QStringLiteral("the active plan cannot be deleted (switch to another plan first)"));
-        if (!confirm(a, QCoreApplication::translate("PlanController", "Do you want to delete this plan?")))
-            return 1;
-        s.delegate.plans().removePlan(id);
-        return synchronized(s.shared);
-    }
-    if (verb == QLatin1StringView("reset")) {
-        a.expectPositional(1, 1, usage);
-        Services &s = env.services();
-        if (!confirm(a, QCoreApplication::translate("ResetController",
-                                                    "This will delete current usage statistics.")))
-            return 1;
-        s.delegate.figures().readActivePlanValuesNow(); // the period the reset deletes
-        s.delegate.plans().resetCurrentPeriod();
-        drainActiveQueue(s.shared);
-        return 0;
-    }
-    if (verb == QLatin1StringView("add-usage")) {
-        a.expectPositional(2, 2, usage);
-        const std::optional<AmountEntry::Amount> amount = parseAmount(a.positional.at(1), 0.001);
-        if (!amount)
-            throw UsageError(
-                QStringLiteral("\"%1\" is not an amount of at least 0.001 MB (for example 500MB or 1.5GB)")
-                    .arg(a.positional.at(1)));
-        Services &s = env.services();
-        const QString question = QCoreApplication::translate(
-                                     "AddController", "Do you want to add %1 to your current cellular usage?")
-                                     .arg(PlanTexts::capString(amount->display));
-        if (!confirm(a, question))
-            return 1;
-        s.delegate.plans().addUsageToCurrent(amount->bytes);
-        drainActiveQueue(s.shared);
-        return 0;
-    }
+    if (verb == QLatin1StringView("switch"))
+        return switchActivePlan(a, env, usage);
+    if (verb == QLatin1StringView("remove"))
+        return removePlan(a, env, usage);
+    if (verb == QLatin1StringView("reset"))
+        return resetPeriod(a, env, usage);
+    if (verb == QLatin1StringView("add-usage"))
+        return addUsage(a, env, usage);
     return -1;
 }
 

@@ -45,9 +45,8 @@ void report(UsageMonitor &delegate, const QString &trigger)
     std::fflush(stdout);
 }
 
-} // namespace
-
-int daemon(const QStringList &args, Environment &env)
+// The seconds between two samples: 300 unless --interval says otherwise.
+double sampleInterval(const QStringList &args)
 {
     // --foreground is accepted for service managers that pass it: the service never detaches.
     const Arguments a(args, {QStringLiteral("interval")}, {QStringLiteral("foreground")});
@@ -59,22 +58,26 @@ int daemon(const QStringList &args, Environment &env)
         if (!ok || !(interval >= 1 && interval <= 86400))
             throw UsageError(QStringLiteral("--interval takes a number of seconds from 1 to 86400"));
     }
-    Services &s = env.desktopServices();
-    UsageMonitor &delegate = s.delegate;
-    // Every wake-up runs the usage check; one that comes while a check runs is answered at once.
-    const auto wakeUp = [&delegate](const QString &trigger) {
-        const bool covered = delegate.isCheckingUsage();
-        CompletionHandler done = [&delegate, trigger, covered](FetchResult) {
-            if (covered)
-                print(QStringLiteral("%1  %2: answered at once, a check is running\n")
-                          .arg(isoWithOffset(delegate.shared().clock().now()), trigger));
-            else
-                report(delegate, trigger);
-        };
-        delegate.checkUsage(std::move(done));
+    return interval;
+}
+
+// Every wake-up runs the usage check; one that comes while a check runs is answered at once.
+void checkUsageOnWakeUp(UsageMonitor &delegate, const QString &trigger)
+{
+    const bool covered = delegate.isCheckingUsage();
+    CompletionHandler done = [&delegate, trigger, covered](FetchResult) {
+        if (covered)
+            print(QStringLiteral("%1  %2: answered at once, a check is running\n")
+                      .arg(isoWithOffset(delegate.shared().clock().now()), trigger));
+        else
+            report(delegate, trigger);
     };
-    const auto wake = wakeUp;
-    const auto push = [wakeUp] { wakeUp(QStringLiteral("push")); };
+    delegate.checkUsage(std::move(done));
+}
+
+// Prints a line for each visit the location tracker records: an arrival or a departure, and where.
+void reportVisits(UsageMonitor &delegate)
+{
     QObject::connect(&delegate.location(), &LocationTracker::visited, [&delegate](const Visit &v) {
         print(QStringLiteral("%1  visit: %2 at %3, %4\n")
                   .arg(isoWithOffset(delegate.shared().clock().now()),
@@ -83,33 +86,58 @@ int daemon(const QStringList &args, Environment &env)
                   .arg(v.longitude, 0, 'f', 5));
         std::fflush(stdout);
     });
-    if (ConnectionSource *connections = s.shared.connections())
-        connections->watchClosedConnections(); // short connections between two samples still count
-    // On the bus first, so the push registration made at launch names a service that answers.
-    if (env.startBackgroundService) {
-        // The usage intent is answered with the record the watch gets: this moment's figures.
-        const auto showUsage = [&delegate](std::function<void(const QVariantMap &)> reply) {
-            delegate.watch().currentRecord([reply = std::move(reply)](const QVariantMap &record) {
-                reply(UsageIntent::responseForRecord(record).toVariantMap());
-            });
-        };
-        env.startBackgroundService({push, [wake] { wake(QStringLiteral("wake")); }, showUsage});
-    }
+}
+
+// Claims the service's name on the session bus, where it takes pushes, wake-ups and the usage intent.
+void startOnBus(Environment &env, UsageMonitor &delegate)
+{
+    if (!env.startBackgroundService)
+        return;
+    // The usage intent is answered with the record the watch gets: this moment's figures.
+    const auto showUsage = [&delegate](std::function<void(const QVariantMap &)> reply) {
+        delegate.watch().currentRecord([reply = std::move(reply)](const QVariantMap &record) {
+            reply(UsageIntent::responseForRecord(record).toVariantMap());
+        });
+    };
+    env.startBackgroundService({[&delegate] { checkUsageOnWakeUp(delegate, QStringLiteral("push")); },
+                                [&delegate] { checkUsageOnWakeUp(delegate, QStringLiteral("wake")); },
+                                showUsage});
+}
+
+// The launch of the monitor, which keeps the bill-cycle reminders scheduled itself.
+void launchInBackground(UsageMonitor &delegate)
+{
     delegate.setSchedulesRemindersInBackground(true);
     delegate.prepareLaunch(); // the service runs in the background state
     delegate.completeLaunch();
     // Whether a push distributor is there is known from now on, as after an account change.
     delegate.pushSubscription().distributorChanged();
+}
+
+} // namespace
+
+int daemon(const QStringList &args, Environment &env)
+{
+    const double interval = sampleInterval(args);
+    Services &s = env.desktopServices();
+    UsageMonitor &delegate = s.delegate;
+    reportVisits(delegate);
+    if (ConnectionSource *connections = s.shared.connections())
+        connections->watchClosedConnections(); // short connections between two samples still count
+    // On the bus first, so the push registration made at launch names a service that answers.
+    startOnBus(env, delegate);
+    launchInBackground(delegate);
     QTimer timer;
     timer.setInterval(int(interval * 1000));
-    QObject::connect(&timer, &QTimer::timeout, [&] { wake(QStringLiteral("fetch")); });
+    QObject::connect(&timer, &QTimer::timeout,
+                     [&delegate] { checkUsageOnWakeUp(delegate, QStringLiteral("fetch")); });
     env.onTerminationRequest([&] {
         timer.stop();
         delegate.shutDown();
         report(delegate, QStringLiteral("terminate"));
         QCoreApplication::quit();
     });
-    wake(QStringLiteral("launch"));
+    checkUsageOnWakeUp(delegate, QStringLiteral("launch"));
     timer.start();
     return QCoreApplication::exec();
 }

@@ -130,9 +130,8 @@ double activity(int hour, QRandomGenerator &random)
     return shape[hour] * (0.4 + random.generateDouble() * 1.2);
 }
 
-} // namespace
-
-int demo(const QStringList &args, Environment &env)
+// The demo's folder, made; it must be new or empty.
+QString makeDemoFolder(const QStringList &args)
 {
     const QString usage = QStringLiteral("demo DIR");
     const Arguments a(args, {}, {});
@@ -143,14 +142,13 @@ int demo(const QStringList &args, Environment &env)
             QStringLiteral("%1 is not empty: the demo goes into a new or empty folder").arg(dir));
     if (!QDir().mkpath(dir))
         throw Failure(QStringLiteral("cannot make the folder %1").arg(dir));
+    return dir;
+}
 
-    SharedCode::Services services;
-    services.containerPath = dir;
-    services.clock = &env.services().shared.clock();
-    SharedCode shared(services);
-    UsageMonitor delegate(shared);
-    delegate.plans().setUpNewInstall();
-    const QDateTime now = shared.clock().now();
+// The demo's settings, written: "Phone", the active plan with a 6 GB cap, and "Travel SIM", a 30-day
+// plan begun 20 days ago; the first-run setup counts as done.
+void writeDemoSettings(SharedCode &shared, UsageMonitor &delegate, const QDateTime &now)
+{
     const int billDay = std::min(28, now.addDays(-12).date().day());
     shared.setForPlan(QString(), Keys::PREF_PLAN_LABEL, QStringLiteral("Phone"));
     shared.setForPlan(QString(), Keys::PREF_BILLDAY, qint64(billDay));
@@ -168,31 +166,42 @@ int demo(const QStringList &args, Environment &env)
     if (!shared.userPref().synchronize())
         throw Failure(
             QStringLiteral("cannot write the demo settings: %1").arg(shared.userPref().lastError()));
+}
 
-    // Three months of samples every five minutes, cellular by day and Wi-Fi at home in the evening.
+// The usage of the five minutes from `t`: mostly Wi-Fi at home, cellular with a location elsewhere.
+Event demoEvent(const QDateTime &t, QRandomGenerator &random)
+{
+    const QDateTime local = t.toLocalTime();
+    const int hour = local.time().hour();
+    const double level = activity(hour, random);
+    const bool home = hour >= 19 || hour < 8;
+    const bool munich = (local.date().toJulianDay() / 9) % 3 == 1; // a few trips
+    const Place place = kPlaces[(munich ? 3 : 0) + random.bounded(3)];
+    Event e{t, 0, 0, 0, 0, kUnknownCoordinate, kUnknownCoordinate};
+    if (home) {
+        e.wifiIn = std::floor(level * 3.2e6);
+        e.wifiOut = std::floor(level * 0.35e6);
+        e.cellIn = std::floor(level * 0.02e6);
+    } else {
+        e.cellIn = std::floor(level * 0.55e6);
+        e.cellOut = std::floor(level * 0.08e6);
+        e.latitude = place.latitude + (random.generateDouble() - 0.5) * 0.004;
+        e.longitude = place.longitude + (random.generateDouble() - 0.5) * 0.006;
+    }
+    return e;
+}
+
+// Three months of samples every five minutes, cellular by day and Wi-Fi at home in the evening, with
+// per-address traffic every quarter hour; returns the number of samples.
+qint64 writeDemoUsage(SharedCode &shared, const QDateTime &now)
+{
     QRandomGenerator random(20261123);
     const std::shared_ptr<StoreContext> context = shared.activeStore();
     const QDateTime first = BillingCycle::dateByAddingUnit(CalendarUnit::Day, -91, shared.todayAtZeroHour());
     qint64 records = 0;
     context->performAndWait([&] {
         for (QDateTime t = first; t <= now; t = t.addSecs(300)) {
-            const QDateTime local = t.toLocalTime();
-            const int hour = local.time().hour();
-            const double level = activity(hour, random);
-            const bool home = hour >= 19 || hour < 8;
-            const bool munich = (local.date().toJulianDay() / 9) % 3 == 1; // a few trips
-            const Place place = kPlaces[(munich ? 3 : 0) + random.bounded(3)];
-            Event e{t, 0, 0, 0, 0, kUnknownCoordinate, kUnknownCoordinate};
-            if (home) {
-                e.wifiIn = std::floor(level * 3.2e6);
-                e.wifiOut = std::floor(level * 0.35e6);
-                e.cellIn = std::floor(level * 0.02e6);
-            } else {
-                e.cellIn = std::floor(level * 0.55e6);
-                e.cellOut = std::floor(level * 0.08e6);
-                e.latitude = place.latitude + (random.generateDouble() - 0.5) * 0.004;
-                e.longitude = place.longitude + (random.generateDouble() - 0.5) * 0.006;
-            }
+            const Event e = demoEvent(t, random);
             context->insertEvent(e);
             ++records;
             if (t.time().minute() % 15 == 0 && e.cellIn + e.wifiIn > 0) {
@@ -207,6 +216,23 @@ int demo(const QStringList &args, Environment &env)
         }
         context->save();
     });
+    return records;
+}
+
+} // namespace
+
+int demo(const QStringList &args, Environment &env)
+{
+    const QString dir = makeDemoFolder(args);
+    SharedCode::Services services;
+    services.containerPath = dir;
+    services.clock = &env.services().shared.clock();
+    SharedCode shared(services);
+    UsageMonitor delegate(shared);
+    delegate.plans().setUpNewInstall();
+    const QDateTime now = shared.clock().now();
+    writeDemoSettings(shared, delegate, now);
+    const qint64 records = writeDemoUsage(shared, now);
     print(QStringLiteral("Demo container in %1: %2 records over 91 days, plans \"Phone\" (active, 6 GB) and "
                          "\"Travel SIM\".\nTry it: TALLYMO_CONTAINER=%1 tallymo-app\n")
               .arg(dir)

@@ -43,6 +43,51 @@ struct Item
     qsizetype length = 0;
 };
 
+// The bytes received and sent over the statistics item's four blocks.
+quint64 totalBytes(const Item &stats)
+{
+    quint64 total = 0;
+    for (int c = 0; c < 4; ++c) {
+        const char *block = stats.data + kStatsBlocks + c * 32;
+        total += readAt<quint64>(block + 8) + readAt<quint64>(block + 24); // bytes received, sent
+    }
+    return total;
+}
+
+// Adds the connection a run of socket, statistics and control-block items describes, keyed by its
+// generation, when it is one to count: of the protocol, no newer than the list, with a public
+// peer. False when the peer's address cannot be converted.
+bool addConnection(ConnectionTable &table, int protocol, quint64 listGeneration, const Item &s,
+                   const Item &st, const Item &p)
+{
+    // A run whose kinds add up without one of each item describes no connection.
+    if (s.length < kSocketMinimum || st.length < kStatsMinimum || p.length < kPcbMinimum)
+        return true;
+    if (readAt<qint32>(s.data + kSocketProtocol) != protocol)
+        return true;
+    const quint64 generation = readAt<quint64>(p.data + kPcbGeneration);
+    if (generation > listGeneration)
+        return true; // newer than the list
+    const quint8 flags = quint8(p.data[kPcbFlags]);
+    const auto *remote = reinterpret_cast<const unsigned char *>(p.data + kPcbRemote);
+    std::optional<QString> address;
+    if (flags & 0x1) {
+        if (!isCountedIPv4(qFromBigEndian<quint32>(remote + 12)))
+            return true;
+        address = printIP4(remote + 12);
+    } else if (flags & 0x2) {
+        if (!isCountedIPv6(remote))
+            return true;
+        address = printIP6(remote);
+    } else {
+        return true;
+    }
+    if (!address)
+        return false;
+    table.insert(QString::number(generation), ConnectionEntry{totalBytes(st), *address});
+    return true;
+}
+
 } // namespace
 
 std::optional<QString> printIP4(const unsigned char *address)
@@ -122,36 +167,8 @@ std::optional<ConnectionTable> parsePcbList(QByteArrayView buffer, int protocol)
         mask = 0;
         const Item s = std::exchange(socket, Item()), st = std::exchange(stats, Item()),
                    p = std::exchange(pcb, Item());
-        // A run whose kinds add up without one of each item describes no connection.
-        if (s.length < kSocketMinimum || st.length < kStatsMinimum || p.length < kPcbMinimum)
-            continue;
-        if (readAt<qint32>(s.data + kSocketProtocol) != protocol)
-            continue;
-        const quint64 generation = readAt<quint64>(p.data + kPcbGeneration);
-        if (generation > listGeneration)
-            continue; // newer than the list
-        const quint8 flags = quint8(p.data[kPcbFlags]);
-        const auto *remote = reinterpret_cast<const unsigned char *>(p.data + kPcbRemote);
-        std::optional<QString> address;
-        if (flags & 0x1) {
-            if (!isCountedIPv4(qFromBigEndian<quint32>(remote + 12)))
-                continue;
-            address = printIP4(remote + 12);
-        } else if (flags & 0x2) {
-            if (!isCountedIPv6(remote))
-                continue;
-            address = printIP6(remote);
-        } else {
-            continue;
-        }
-        if (!address)
+        if (!addConnection(table, protocol, listGeneration, s, st, p))
             return std::nullopt;
-        quint64 total = 0;
-        for (int c = 0; c < 4; ++c) {
-            const char *block = st.data + kStatsBlocks + c * 32;
-            total += readAt<quint64>(block + 8) + readAt<quint64>(block + 24); // bytes received, sent
-        }
-        table.insert(QString::number(generation), ConnectionEntry{total, *address});
     }
     return table;
 }

@@ -9,6 +9,7 @@
 #include <QTimeZone>
 
 #include <algorithm>
+#include <optional>
 
 QString ChartData::description() const
 {
@@ -54,72 +55,103 @@ RowLayout rowLayout(double w, double p, double q)
     return l;
 }
 
-ChartBuckets bucketSums(StoreContext &context, const QDateTime &start, const QDateTime &end, Bucket bucket)
+namespace {
+
+constexpr qint64 kHourMs = UsageStore::kHour * 1000;
+constexpr qint64 kDayMs = 86400000;
+
+// The bucket of a moment: the hour's own start (exact in a repeated hour), or the start of its day.
+QDateTime bucketKey(Bucket bucket, const QDateTime &t)
 {
-    // The hour's own start (exact in a repeated hour), or the start of its day.
-    const auto keyOf = [bucket](const QDateTime &t) {
-        return bucket == Bucket::Hour ? LocalTime::hourStart(t) : t.toLocalTime().date().startOfDay();
-    };
-    ChartBuckets buckets;
-    const auto add = [&buckets](const QDateTime &key, const UsageSums &sums) {
-        ChartData &d = buckets[key];
-        d.sumCell += sums.cellIn + sums.cellOut;
-        d.sumWifi += sums.wifiIn + sums.wifiOut;
-    };
-    const auto addRecords = [&](const QDateTime &a, const QDateTime &b) {
-        for (const HourSums &h : context.hourlySums(a, b))
-            add(keyOf(h.timeStamp), h.sums);
-    };
-    // A UTC hour whose every moment falls in one bucket is read from its totals; the hours at the
-    // ends of the range and those a local hour or day cuts (zones offset by part of an hour, the
-    // hour of a clock change) from their records.
-    const qint64 hour = UsageStore::kHour * 1000;
-    const qint64 from = start.toMSecsSinceEpoch(), to = end.toMSecsSinceEpoch();
-    const QDateTime first = QDateTime::fromMSecsSinceEpoch((from + hour - 1) / hour * hour);
-    const QDateTime last = QDateTime::fromMSecsSinceEpoch(to / hour * hour);
-    UsageStore::ReadTransaction snapshot(context.store());
-    if (from < 0 || !(first < last)) {
-        addRecords(start, end);
-        return buckets;
+    return bucket == Bucket::Hour ? LocalTime::hourStart(t) : t.toLocalTime().date().startOfDay();
+}
+
+// Adds the sums to the bucket of `key`.
+void addSums(ChartBuckets &buckets, const QDateTime &key, const UsageSums &sums)
+{
+    ChartData &d = buckets[key];
+    d.sumCell += sums.cellIn + sums.cellOut;
+    d.sumWifi += sums.wifiIn + sums.wifiOut;
+}
+
+// Adds the records of [a, b), hour by hour, to their buckets.
+void addRecords(ChartBuckets &buckets, StoreContext &context, Bucket bucket, const QDateTime &a,
+                const QDateTime &b)
+{
+    for (const HourSums &h : context.hourlySums(a, b))
+        addSums(buckets, bucketKey(bucket, h.timeStamp), h.sums);
+}
+
+// The local time of a UTC moment (ms), with the zone's offset then in *offset.
+qint64 localMSecs(const QTimeZone &zone, qint64 ms, int *offset)
+{
+    *offset = zone.offsetFromUtc(QDateTime::fromMSecsSinceEpoch(ms, QTimeZone::utc()));
+    return ms + qint64(*offset) * 1000;
+}
+
+// The bucket that holds every moment of a UTC hour; nothing when a local hour or day cuts it.
+std::optional<QDateTime> wholeHourBucket(const QDateTime &hour, Bucket bucket, const QTimeZone &zone,
+                                         QHash<qint64, QDateTime> &dayKeys)
+{
+    const qint64 ms = hour.toMSecsSinceEpoch();
+    int offsetFirst = 0, offsetLast = 0;
+    const qint64 localFirst = localMSecs(zone, ms, &offsetFirst);
+    const qint64 localLast = localMSecs(zone, ms + kHourMs - 1, &offsetLast); // records are kept to the ms
+    // One offset across the hour: local time runs on evenly, so one bucket at both ends means
+    // one bucket throughout.
+    if (offsetFirst != offsetLast)
+        return std::nullopt;
+    if (bucket == Bucket::Hour) {
+        // Whole when the local hour starts with the UTC hour, which is then its own start.
+        if (localFirst % kHourMs != 0)
+            return std::nullopt;
+        return hour;
     }
-    addRecords(start, first);
+    const qint64 dayNumber = localFirst / kDayMs;
+    if (dayNumber != localLast / kDayMs)
+        return std::nullopt;
+    auto it = dayKeys.find(dayNumber);
+    if (it == dayKeys.end())
+        it = dayKeys.insert(dayNumber, bucketKey(bucket, hour));
+    return *it;
+}
+
+// Adds the hours starting in [first, last): from their totals when one bucket holds the whole
+// hour, else from their records.
+void addHours(ChartBuckets &buckets, StoreContext &context, Bucket bucket, const QDateTime &first,
+              const QDateTime &last)
+{
     // The zone's offsets come from Qt's own copy of the zone data: a local-time conversion through
     // the C library looks at /etc/localtime again each time, and there are hundreds of hours.
     const QTimeZone zone = QTimeZone::systemTimeZone();
-    const auto localMSecs = [&zone](qint64 ms, int *offset) {
-        *offset = zone.offsetFromUtc(QDateTime::fromMSecsSinceEpoch(ms, QTimeZone::utc()));
-        return ms + qint64(*offset) * 1000;
-    };
-    const qint64 day = 86400000;
     QHash<qint64, QDateTime> dayKeys; // local day number → its key, made once per day
     for (const HourTotal &h : context.hourTotals(first, last)) {
-        const qint64 ms = h.hour.toMSecsSinceEpoch();
-        int offsetFirst = 0, offsetLast = 0;
-        const qint64 localFirst = localMSecs(ms, &offsetFirst);
-        const qint64 localLast = localMSecs(ms + hour - 1, &offsetLast); // records are kept to the ms
-        // One offset across the hour: local time runs on evenly, so one bucket at both ends means
-        // one bucket throughout.
-        bool whole = offsetFirst == offsetLast;
-        QDateTime key;
-        if (whole && bucket == Bucket::Hour) {
-            whole = localFirst % hour == 0; // the local hour starts with the UTC hour
-            key = h.hour;                   // which is then its own start
-        } else if (whole) {
-            const qint64 dayNumber = localFirst / day;
-            whole = dayNumber == localLast / day;
-            if (whole) {
-                auto it = dayKeys.find(dayNumber);
-                if (it == dayKeys.end())
-                    it = dayKeys.insert(dayNumber, keyOf(h.hour));
-                key = *it;
-            }
-        }
-        if (whole)
-            add(key, h.sums);
+        if (const std::optional<QDateTime> key = wholeHourBucket(h.hour, bucket, zone, dayKeys))
+            addSums(buckets, *key, h.sums);
         else
-            addRecords(h.hour, h.hour.addMSecs(hour));
+            addRecords(buckets, context, bucket, h.hour, h.hour.addMSecs(kHourMs));
     }
-    addRecords(last, end);
+}
+
+} // namespace
+
+ChartBuckets bucketSums(StoreContext &context, const QDateTime &start, const QDateTime &end, Bucket bucket)
+{
+    ChartBuckets buckets;
+    // A UTC hour whose every moment falls in one bucket is read from its totals; the hours at the
+    // ends of the range and those a local hour or day cuts (zones offset by part of an hour, the
+    // hour of a clock change) from their records.
+    const qint64 from = start.toMSecsSinceEpoch(), to = end.toMSecsSinceEpoch();
+    const QDateTime first = QDateTime::fromMSecsSinceEpoch((from + kHourMs - 1) / kHourMs * kHourMs);
+    const QDateTime last = QDateTime::fromMSecsSinceEpoch(to / kHourMs * kHourMs);
+    UsageStore::ReadTransaction snapshot(context.store());
+    if (from < 0 || !(first < last)) {
+        addRecords(buckets, context, bucket, start, end);
+        return buckets;
+    }
+    addRecords(buckets, context, bucket, start, first);
+    addHours(buckets, context, bucket, first, last);
+    addRecords(buckets, context, bucket, last, end);
     return buckets;
 }
 

@@ -95,6 +95,151 @@ struct ExportException
     QString reason;
 };
 
+// The export's file: written beside the old one and put in its place only when whole (or cut
+// short by a cancel).
+class ExportFile
+{
+public:
+    explicit ExportFile(const QString &path) : m_path(path), m_temp(path + QStringLiteral(".part")) {}
+    // Makes the folder and opens the new file beside the old one; false when it cannot.
+    bool create()
+    {
+        QDir().mkpath(QFileInfo(m_path).path());
+        const int fd = PrivateFiles::openPrivate(m_temp, O_WRONLY | O_TRUNC, nullptr);
+        return fd >= 0 &&
+               m_file.open(fd, QIODevice::WriteOnly | QIODevice::Unbuffered, QFileDevice::AutoCloseHandle);
+    }
+    // Writes out the text waiting in `out`.
+    void write(TextBuffer &out)
+    {
+        if (m_file.write(out.data(), qint64(out.size())) != qint64(out.size()))
+            throw std::runtime_error(m_file.errorString().toStdString());
+        out.clear(); // keeps the buffer
+    }
+    // Puts the new file, on disk and closed, where the old one was.
+    void putInPlace()
+    {
+        if (::fsync(m_file.handle()) != 0 || (m_file.close(), m_file.error() != QFileDevice::NoError) ||
+            ::rename(QFile::encodeName(m_temp).constData(), QFile::encodeName(m_path).constData()) != 0)
+            throw std::runtime_error(std::strerror(errno));
+    }
+    // A failed export leaves the old file as it was.
+    void removeNew() { QFile::remove(m_temp); }
+
+private:
+    QString m_path;
+    QString m_temp;
+    QFile m_file;
+};
+
+// The export's JSON, cycle by cycle from the newest, streamed to its file; what was written is
+// counted in the outcome.
+class ExportWriter
+{
+public:
+    ExportWriter(SharedCode &shared, const QString &planID, const std::atomic<bool> &cancel, ExportFile &file,
+                 ExportController::Outcome &outcome)
+        : m_shared(shared), m_planID(planID), m_cancel(cancel), m_file(file), m_outcome(outcome)
+    {}
+    // Writes up to `cycles` cycles back from the store's last record, stopping at its first, and
+    // puts the file in place; `progress` gets the rows written so far after each cycle.
+    void write(UsageStore &store, const TimeStampRange &range, qint64 cycles,
+               const std::function<void(qint64)> &progress);
+
+private:
+    void writeCycle(UsageStore &store, const Period &cycle, bool first);
+    void writeRow(double seconds, const double (&counters)[4], bool first);
+    // A cancelled export leaves what it wrote.
+    [[noreturn]] void endCancelled()
+    {
+        m_file.write(m_out);
+        m_file.putInPlace();
+        throw ExportException{true, QString()};
+    }
+
+    SharedCode &m_shared;
+    const QString &m_planID;
+    const std::atomic<bool> &m_cancel;
+    ExportFile &m_file;
+    ExportController::Outcome &m_outcome;
+    TextBuffer m_out{1 << 17};
+    StampWriter m_stamps;
+};
+
+void ExportWriter::write(UsageStore &store, const TimeStampRange &range, qint64 cycles,
+                         const std::function<void(qint64)> &progress)
+{
+    m_out.put("{\"exportData\":[");
+    QDateTime cursor = range.maxDate;
+    for (qint64 i = 0; i < cycles; ++i) {
+        const Period p = BillingCycle::computeStartEndDates(m_shared, cursor, m_planID);
+        if (range.minDate > p.end)
+            break; // the cycle lies wholly before the first record
+        if (m_cancel)
+            endCancelled();
+        cursor = BillingCycle::dateByAddingUnit(CalendarUnit::Day, -1, p.start);
+        writeCycle(store, p, i == 0);
+        ++m_outcome.cycles;
+        if (progress)
+            progress(m_outcome.rows);
+    }
+    m_outcome.timestamp = ExportController::dateText(double(QDateTime::currentSecsSinceEpoch()));
+    m_out.put("],\"exportTimestamp\":\"");
+    m_out.put(m_outcome.timestamp.toLatin1());
+    m_out.put("\"}");
+    m_file.write(m_out);
+    m_file.putInPlace();
+}
+
+// One cycle: its start and end, then its rows of time stamp and the four counters.
+void ExportWriter::writeCycle(UsageStore &store, const Period &cycle, bool first)
+{
+    if (!first)
+        m_out.put(',');
+    m_out.put("{\"billCycleStart\":\"");
+    m_out.put(ExportController::dateText(UsageStore::toSeconds(cycle.start)).toLatin1());
+    m_out.put("\",\"billCycleEnd\":\"");
+    m_out.put(ExportController::dateText(UsageStore::toSeconds(cycle.end)).toLatin1());
+    m_out.put("\",\"usageStatistics\":{\"columns\":[\"time\",\"cellReceived\",\"cellSent\","
+              "\"wifiReceived\",\"wifiSent\"],\"rows\":[");
+    bool firstRow = true;
+    store.forEachEvent(cycle.start, cycle.end, [&](double ts, const double(&c)[4]) {
+        writeRow(ts, c, std::exchange(firstRow, false));
+        return !m_cancel;
+    });
+    if (m_cancel)
+        endCancelled();
+    m_out.put("]}}");
+}
+
+// One row, the time stamp and the four counters, counted; the waiting text goes out to the file
+// once it passes 64 KiB.
+void ExportWriter::writeRow(double seconds, const double (&counters)[4], bool first)
+{
+    const char *stamp = m_stamps.text(seconds);
+    if (!stamp)
+        throw std::runtime_error("time stamp out of range");
+    // One row: at most 1 + 2 + 25 + 1 + 4 * (1 + 20) + 1 characters.
+    char *w = m_out.reserve(160);
+    if (!first)
+        *w++ = ',';
+    *w++ = '[';
+    *w++ = '"';
+    std::memcpy(w, stamp, StampWriter::kLength);
+    w += StampWriter::kLength;
+    *w++ = '"';
+    // Whole bytes as they are: no 32-bit wrap.
+    for (double v : counters) {
+        *w++ = ',';
+        w = std::to_chars(w, w + 24, static_cast<long long>(v)).ptr;
+    }
+    *w++ = ']';
+    m_out.commit(w);
+    ++m_outcome.rows;
+    if (m_out.size() > (1 << 16))
+        m_file.write(m_out);
+}
+
 } // namespace
 
 ExportController::ExportController(SharedCode &shared, QString planID, QObject *parent)
@@ -175,94 +320,17 @@ ExportController::Outcome ExportController::runExport(UsageStore *store, qint64 
     Outcome outcome;
     // Written beside the old file and put in its place only when whole (or cut short by a cancel),
     // so a full disk never leaves a damaged export where a good one was.
-    const QString temp = path + QStringLiteral(".part");
-    QFile file;
-    const auto putInPlace = [&] {
-        if (::fsync(file.handle()) != 0 || (file.close(), file.error() != QFileDevice::NoError) ||
-            ::rename(QFile::encodeName(temp).constData(), QFile::encodeName(path).constData()) != 0)
-            throw std::runtime_error(std::strerror(errno));
-    };
+    ExportFile file(path);
     try {
-        QDir().mkpath(QFileInfo(path).path());
-        const int fd = PrivateFiles::openPrivate(temp, O_WRONLY | O_TRUNC, nullptr);
-        if (fd < 0 ||
-            !file.open(fd, QIODevice::WriteOnly | QIODevice::Unbuffered, QFileDevice::AutoCloseHandle))
+        if (!file.create())
             throw ExportException{false, tr("Export file creation error.")};
         if (store)
             store->setMemoryMapLimit(0); // memory stays flat whatever the store's size
         const std::optional<TimeStampRange> range = store ? store->timeStampRange() : std::nullopt;
         if (!range)
             throw ExportException{false, tr("No statistics to export.")};
-        TextBuffer out(1 << 17);
-        const auto flush = [&] {
-            if (file.write(out.data(), qint64(out.size())) != qint64(out.size()))
-                throw std::runtime_error(file.errorString().toStdString());
-            out.clear(); // keeps the buffer
-        };
-        out.put("{\"exportData\":[");
-        QDateTime cursor = range->maxDate;
-        StampWriter stamps;
-        for (qint64 i = 0; i < cycles; ++i) {
-            const Period p = BillingCycle::computeStartEndDates(m_shared, cursor, m_planID);
-            if (range->minDate > p.end)
-                break; // the cycle lies wholly before the first record
-            if (m_exportCancel) {
-                flush(); // a cancelled export leaves what it wrote
-                putInPlace();
-                throw ExportException{true, QString()};
-            }
-            cursor = BillingCycle::dateByAddingUnit(CalendarUnit::Day, -1, p.start);
-            if (i > 0)
-                out.put(',');
-            out.put("{\"billCycleStart\":\"");
-            out.put(dateText(UsageStore::toSeconds(p.start)).toLatin1());
-            out.put("\",\"billCycleEnd\":\"");
-            out.put(dateText(UsageStore::toSeconds(p.end)).toLatin1());
-            out.put("\",\"usageStatistics\":{\"columns\":[\"time\",\"cellReceived\",\"cellSent\","
-                    "\"wifiReceived\",\"wifiSent\"],\"rows\":[");
-            bool first = true;
-            store->forEachEvent(p.start, p.end, [&](double ts, const double(&c)[4]) {
-                const char *stamp = stamps.text(ts);
-                if (!stamp)
-                    throw std::runtime_error("time stamp out of range");
-                // One row: at most 1 + 2 + 25 + 1 + 4 * (1 + 20) + 1 characters.
-                char *w = out.reserve(160);
-                if (!first)
-                    *w++ = ',';
-                first = false;
-                *w++ = '[';
-                *w++ = '"';
-                std::memcpy(w, stamp, StampWriter::kLength);
-                w += StampWriter::kLength;
-                *w++ = '"';
-                // Whole bytes as they are: no 32-bit wrap.
-                for (double v : c) {
-                    *w++ = ',';
-                    w = std::to_chars(w, w + 24, static_cast<long long>(v)).ptr;
-                }
-                *w++ = ']';
-                out.commit(w);
-                ++outcome.rows;
-                if (out.size() > (1 << 16))
-                    flush();
-                return !m_exportCancel;
-            });
-            if (m_exportCancel) {
-                flush();
-                putInPlace();
-                throw ExportException{true, QString()};
-            }
-            out.put("]}}");
-            ++outcome.cycles;
-            if (progress)
-                progress(outcome.rows);
-        }
-        outcome.timestamp = dateText(double(QDateTime::currentSecsSinceEpoch()));
-        out.put("],\"exportTimestamp\":\"");
-        out.put(outcome.timestamp.toLatin1());
-        out.put("\"}");
-        flush();
-        putInPlace();
+        ExportWriter writer(m_shared, m_planID, m_exportCancel, file, outcome);
+        writer.write(*store, *range, cycles, progress);
         outcome.kind = Outcome::Finished;
     } catch (const ExportException &e) {
         outcome.kind = e.cancel ? Outcome::Cancelled : Outcome::Failed;
@@ -274,7 +342,7 @@ ExportController::Outcome ExportController::runExport(UsageStore *store, qint64 
         outcome.reason = QString::fromLocal8Bit(e.what());
     }
     if (outcome.kind == Outcome::Failed)
-        QFile::remove(temp);
+        file.removeNew();
     return outcome;
 }
 

@@ -269,72 +269,19 @@ void MainScreenController::render()
     if (!d || !v.monthStartDate.isValid() || !v.monthEndDate.isValid())
         return;
     SharedCode &shared = d->shared();
-    const QFont f0 = getFont(0), f1 = getFont(1), f2 = getFont(2);
-    const int display = displayMode();
-    const bool minimal = display == Minimal;
+    const QFont f1 = getFont(1), f2 = getFont(2);
+    const bool minimal = displayMode() == Minimal;
     const bool daily = BillingCycle::isDailyCycleForPlan(shared, QString());
 
     const qint64 n = timeLeft();
-    const QString unit = timeUnit();
-    if (minimal) {
-        const DisplayFormat::SplitAmount cell = DisplayFormat::getMBString(v.monthCell);
-        m_days = span(cell.number, f1) + span(cell.unit, f2) + span(QStringLiteral("\n%1 ").arg(n), f1) +
-                 span(unit.toUpper(), f2);
-    } else {
-        QString caption = tr("%1 left").arg(unit);
-        if (!daily) {
-            const DateFormatter format = DateFormatter::withTemplate(QStringLiteral("MMMd"));
-            const QDateTime last = BillingCycle::dateByAddingUnit(CalendarUnit::Day, -1, v.monthEndDate);
-            caption =
-                tr("%1\n%2 - %3").arg(caption, format.toString(v.monthStartDate), format.toString(last));
-        }
-        m_days = span(QStringLiteral("%1 ").arg(n), f1) + span(caption, f2);
-    }
-
-    if (minimal) {
-        m_cell.clear();
-        m_wifi.clear();
-        m_cellSpoken.clear();
-        m_wifiSpoken.clear();
-    } else {
-        m_cell = getUsageStringType(0);
-        m_wifi = getUsageStringType(1);
-        m_cellSpoken = tr("Cellular %1, %2")
-                           .arg(DisplayFormat::getDataBytesStr(v.monthCell),
-                                getDownUpAccessibilty(v.monthCellIn, v.monthCellOut));
-        m_wifiSpoken = tr("Wi-Fi %1, %2")
-                           .arg(DisplayFormat::getDataBytesStr(v.monthWifi),
-                                getDownUpAccessibilty(v.monthWifiIn, v.monthWifiOut));
-    }
+    m_days = timeLeftText(v, n, minimal, daily, f1, f2);
+    renderNetworks(v, minimal);
 
     const QString key = forecast();
     m_hexColor = ColorScheme::colorForRatio(shared, forecastRatio());
     m_percent = QString::number(roundedPercent());
-
-    const int font = fontMode(), color = colorMode();
-    m_outlined = font == kDonkeyFontRow && color == kDonkeyColorRow;
-    if (m_outlined) {
-        m_percentColor = QColor(0x00, 0xFF, 0xFF);
-    } else if (font == kSnowFontRow && color == kSnowColorRow) {
-        m_percentColor = Qt::white;
-    } else if (backgroundMode() == 1) {
-        const RgbColor c = DisplayFormat::brightColorWithHex(m_hexColor);
-        m_percentColor = QColor::fromRgbF(float(c.red), float(c.green), float(c.blue));
-    } else {
-        m_percentColor = Qt::white;
-    }
-
-    if (minimal)
-        m_used = span(QStringLiteral("%"), FontTable::makeFont(f2, f2.pixelSize() + 9));
-    else
-        m_used = span(QStringLiteral("%"), f1) + span(QLatin1Char('\n') + tr("used"), f2);
-
-    m_forecastVisible = !minimal;
-    m_forecastCaption =
-        span(QCoreApplication::translate("MainScreenController", qPrintable(key)).toUpper(), f1) +
-        span(QLatin1Char('\n') + tr("forecast"), f2);
-    m_forecastIcon =
-        QStringLiteral("qrc:/qt/qml/Tallymo/icons/forecast-%1.svg").arg(DataCap::forecastIconCode(key));
+    renderPercentColor();
+    renderUsedAndForecast(key, minimal, f1, f2);
     m_rendered = true;
     emit rendered();
     emit layoutChanged();
@@ -347,6 +294,82 @@ void MainScreenController::render()
                 {WStats::USED, v.monthCell},
                 {WStats::DAYS, n}};
     d->watch().sendContext(m_record);
+}
+
+// The time left over the period's dates (none for a daily plan); in Minimal display the cellular
+// total over the time left.
+QString MainScreenController::timeLeftText(const CurrentValues &v, qint64 n, bool minimal, bool daily,
+                                           const QFont &f1, const QFont &f2) const
+{
+    const QString unit = timeUnit();
+    if (minimal) {
+        const DisplayFormat::SplitAmount cell = DisplayFormat::getMBString(v.monthCell);
+        return span(cell.number, f1) + span(cell.unit, f2) + span(QStringLiteral("\n%1 ").arg(n), f1) +
+               span(unit.toUpper(), f2);
+    }
+    QString caption = tr("%1 left").arg(unit);
+    if (!daily) {
+        const DateFormatter format = DateFormatter::withTemplate(QStringLiteral("MMMd"));
+        const QDateTime last = BillingCycle::dateByAddingUnit(CalendarUnit::Day, -1, v.monthEndDate);
+        caption = tr("%1\n%2 - %3").arg(caption, format.toString(v.monthStartDate), format.toString(last));
+    }
+    return span(QStringLiteral("%1 ").arg(n), f1) + span(caption, f2);
+}
+
+// The cellular and Wi-Fi blocks and what a screen reader says of them; none in Minimal display.
+void MainScreenController::renderNetworks(const CurrentValues &v, bool minimal)
+{
+    if (minimal) {
+        m_cell.clear();
+        m_wifi.clear();
+        m_cellSpoken.clear();
+        m_wifiSpoken.clear();
+        return;
+    }
+    m_cell = getUsageStringType(0);
+    m_wifi = getUsageStringType(1);
+    m_cellSpoken = tr("Cellular %1, %2")
+                       .arg(DisplayFormat::getDataBytesStr(v.monthCell),
+                            getDownUpAccessibilty(v.monthCellIn, v.monthCellOut));
+    m_wifiSpoken = tr("Wi-Fi %1, %2")
+                       .arg(DisplayFormat::getDataBytesStr(v.monthWifi),
+                            getDownUpAccessibilty(v.monthWifiIn, v.monthWifiOut));
+}
+
+// The percentage's colour: outlined cyan in the donkey theme, white in the snow theme, a bright
+// form of the forecast's colour on the black background, else white.
+void MainScreenController::renderPercentColor()
+{
+    const int font = fontMode(), color = colorMode();
+    m_outlined = font == kDonkeyFontRow && color == kDonkeyColorRow;
+    if (m_outlined) {
+        m_percentColor = QColor(0x00, 0xFF, 0xFF);
+    } else if (font == kSnowFontRow && color == kSnowColorRow) {
+        m_percentColor = Qt::white;
+    } else if (backgroundMode() == 1) {
+        const RgbColor c = DisplayFormat::brightColorWithHex(m_hexColor);
+        m_percentColor = QColor::fromRgbF(float(c.red), float(c.green), float(c.blue));
+    } else {
+        m_percentColor = Qt::white;
+    }
+}
+
+// The "% used" beside the percentage, and the forecast's caption and icon (hidden in Minimal
+// display).
+void MainScreenController::renderUsedAndForecast(const QString &forecastKey, bool minimal, const QFont &f1,
+                                                 const QFont &f2)
+{
+    if (minimal)
+        m_used = span(QStringLiteral("%"), FontTable::makeFont(f2, f2.pixelSize() + 9));
+    else
+        m_used = span(QStringLiteral("%"), f1) + span(QLatin1Char('\n') + tr("used"), f2);
+
+    m_forecastVisible = !minimal;
+    m_forecastCaption =
+        span(QCoreApplication::translate("MainScreenController", qPrintable(forecastKey)).toUpper(), f1) +
+        span(QLatin1Char('\n') + tr("forecast"), f2);
+    m_forecastIcon = QStringLiteral("qrc:/qt/qml/Tallymo/icons/forecast-%1.svg")
+                         .arg(DataCap::forecastIconCode(forecastKey));
 }
 
 void MainScreenController::animateGradient()

@@ -159,6 +159,11 @@ signals:
 
 private:
     void render();
+    QString timeLeftText(const CurrentValues &v, qint64 n, bool minimal, bool daily, const QFont &f1,
+                         const QFont &f2) const;
+    void renderNetworks(const CurrentValues &v, bool minimal);
+    void renderPercentColor();
+    void renderUsedAndForecast(const QString &forecastKey, bool minimal, const QFont &f1, const QFont &f2);
     void animateGradient();
     QString getUsageStringType(int type) const;
     QString getBigMBString(double bytes) const;

@@ -156,14 +156,16 @@ void timeView(QQuickWindow &window, Navigator &navigator, const QString &view)
     });
 }
 
-} // namespace
-
-int main(int argc, char **argv)
+struct Options
 {
-    QGuiApplication app(argc, argv);
-    QGuiApplication::setApplicationName(QStringLiteral("tallymo"));
-    QGuiApplication::setApplicationDisplayName(QStringLiteral("Tallymo"));
-    Translations::install();
+    QSize windowSize;
+    bool dumpMain = false;
+    QString timedView; // day or periods
+    QString folder;    // for pictures
+};
+
+Options parseOptions(const QGuiApplication &app)
+{
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral("Pictures of Tallymo's screens from the data in "
                                                     "$TALLYMO_CONTAINER (or the user's own)."));
@@ -182,36 +184,68 @@ int main(int argc, char **argv)
                                   QStringLiteral("Picture the screens on a dark desktop."));
     parser.addOptions({size, dump, timed, dark});
     parser.process(app);
-    const QSize windowSize = parseSize(parser.value(size));
+    Options o{parseSize(parser.value(size)), parser.isSet(dump), parser.value(timed), QString()};
     if (parser.isSet(dark))
         QGuiApplication::setPalette(darkPalette());
-    const QString view = parser.value(timed);
-    if (!view.isEmpty() && view != QLatin1StringView("day") && view != QLatin1StringView("periods"))
-        fail(QStringLiteral("--first-frame-of takes day or periods, not \"%1\"").arg(view), 2);
-    const bool pictures = !parser.isSet(dump) && view.isEmpty();
-    if (pictures && parser.positionalArguments().size() != 1)
-        fail(QStringLiteral("name the folder for the pictures (see --help)"), 2);
-    const QString folder = pictures ? parser.positionalArguments().constFirst() : QString();
+    if (!o.timedView.isEmpty() && o.timedView != QLatin1StringView("day") &&
+        o.timedView != QLatin1StringView("periods"))
+        fail(QStringLiteral("--first-frame-of takes day or periods, not \"%1\"").arg(o.timedView), 2);
+    if (!o.dumpMain && o.timedView.isEmpty()) {
+        if (parser.positionalArguments().size() != 1)
+            fail(QStringLiteral("name the folder for the pictures (see --help)"), 2);
+        o.folder = parser.positionalArguments().constFirst();
+    }
+    return o;
+}
 
+// Takes every picture into `folder`, prints the files written and quits (with 1 on a failure).
+void takePictures(QQuickWindow &window, Navigator &navigator, const QString &folder,
+                  std::unique_ptr<ScreenshotRun> &run, int &status)
+{
+    const bool particles = window.rendererInterface()->graphicsApi() != QSGRendererInterface::Software;
+    if (!particles)
+        std::fprintf(stderr, "tallymo-screenshots: the software renderer cannot draw particles: no picture "
+                             "of \"Winter Wonderland\" (run under a display with OpenGL, e.g. xvfb-run)\n");
+    run = std::make_unique<ScreenshotRun>(navigator, window, folder, particles);
+    run->start([&status](const QStringList &files, const QString &failure) {
+        for (const QString &f : files)
+            std::printf("%s\n", qPrintable(f));
+        if (!failure.isEmpty()) {
+            std::fprintf(stderr, "tallymo-screenshots: %s\n", qPrintable(failure));
+            status = 1;
+        }
+        QCoreApplication::quit();
+    });
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    QGuiApplication app(argc, argv);
+    QGuiApplication::setApplicationName(QStringLiteral("tallymo"));
+    QGuiApplication::setApplicationDisplayName(QStringLiteral("Tallymo"));
+    Translations::install();
+    const Options options = parseOptions(app);
     QString clockError;
     const std::unique_ptr<Clock> replayClock = clockFromEnvironment(&clockError);
     if (!clockError.isEmpty())
         fail(clockError, 2);
     QString container = Paths::container();
     QTemporaryDir copy;
-    if (pictures) {
+    if (!options.folder.isEmpty()) {
         if (!copy.isValid())
             fail(QStringLiteral("cannot make a temporary folder: %1").arg(copy.errorString()));
         copyContainer(container, copy.path());
         container = copy.path();
     }
-    App tallymo(container, replayClock ? *replayClock : Clock::system(), folder);
+    App tallymo(container, replayClock ? *replayClock : Clock::system(), options.folder);
     QQmlApplicationEngine engine;
     QString error;
     QQuickWindow *window = loadAppWindow(engine, tallymo.navigator, true, &error);
     if (!window)
         fail(error);
-    window->resize(windowSize);
+    window->resize(options.windowSize);
 
     std::unique_ptr<ScreenshotRun> run;
     int status = 0;
@@ -220,28 +254,13 @@ int main(int argc, char **argv)
         if (!std::exchange(first, false))
             return;
         tallymo.navigator.main()->becameVisible();
-        if (parser.isSet(dump)) {
+        if (options.dumpMain) {
             dumpMain(*window);
             QTimer::singleShot(0, &app, &QCoreApplication::quit);
-        } else if (!view.isEmpty()) {
-            QTimer::singleShot(0, window, [&] { timeView(*window, tallymo.navigator, view); });
+        } else if (!options.timedView.isEmpty()) {
+            QTimer::singleShot(0, window, [&] { timeView(*window, tallymo.navigator, options.timedView); });
         } else {
-            const bool particles =
-                window->rendererInterface()->graphicsApi() != QSGRendererInterface::Software;
-            if (!particles)
-                std::fprintf(stderr,
-                             "tallymo-screenshots: the software renderer cannot draw particles: no picture "
-                             "of \"Winter Wonderland\" (run under a display with OpenGL, e.g. xvfb-run)\n");
-            run = std::make_unique<ScreenshotRun>(tallymo.navigator, *window, folder, particles);
-            run->start([&](const QStringList &files, const QString &failure) {
-                for (const QString &f : files)
-                    std::printf("%s\n", qPrintable(f));
-                if (!failure.isEmpty()) {
-                    std::fprintf(stderr, "tallymo-screenshots: %s\n", qPrintable(failure));
-                    status = 1;
-                }
-                QCoreApplication::quit();
-            });
+            takePictures(*window, tallymo.navigator, options.folder, run, status);
         }
     });
     const int loop = app.exec();

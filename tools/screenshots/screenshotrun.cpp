@@ -88,41 +88,44 @@ ScreenshotRun::ScreenshotRun(Navigator &navigator, QQuickWindow &window, QString
     }
 }
 
+// Shows `screens` one above the other, each for its plan ("active", "other" or none), after
+// `before` has changed what it needs for the other plan.
+std::function<void()> ScreenshotRun::openStack(std::vector<Opened> screens,
+                                               std::function<void(const QString &other)> before)
+{
+    return [this, screens, before] {
+        SharedCode &shared = m_navigator.delegate().shared();
+        // The demo's other plan, found before the new-plan picture adds one more.
+        if (m_otherPlan.isEmpty()) {
+            for (const QString &id : shared.userPref().dictionaryForKey(Keys::PREF_ALL_PLANS).keys()) {
+                if (id != shared.activePlanID())
+                    m_otherPlan = id;
+            }
+        }
+        if (before)
+            before(m_otherPlan);
+        m_navigator.closeAll();
+        for (const auto &[screen, plan] : screens) {
+            const QLatin1StringView which(plan);
+            const QString argument = which == QLatin1StringView("active")  ? shared.activePlanID()
+                                     : which == QLatin1StringView("other") ? m_otherPlan
+                                                                           : QString();
+            m_navigator.open(screen, argument, false);
+        }
+    };
+}
+
 // The plan screens and their editors, on screen one above the other as the user gets there. The
 // demo data has the active plan (monthly) and one N Days plan.
 void ScreenshotRun::addSettingsShots()
 {
-    using Opened =
-        std::pair<Navigator::Screen, const char *>; // the screen and its plan: active, other or none
-    auto open = [this](std::vector<Opened> screens,
-                       std::function<void(const QString &other)> before = nullptr) {
-        return [this, screens, before] {
-            SharedCode &shared = m_navigator.delegate().shared();
-            // The demo's other plan, found before the new-plan picture adds one more.
-            if (m_otherPlan.isEmpty()) {
-                for (const QString &id : shared.userPref().dictionaryForKey(Keys::PREF_ALL_PLANS).keys()) {
-                    if (id != shared.activePlanID())
-                        m_otherPlan = id;
-                }
-            }
-            const QString other = m_otherPlan;
-            if (before)
-                before(other);
-            m_navigator.closeAll();
-            for (const auto &[screen, plan] : screens) {
-                const QLatin1StringView which(plan);
-                const QString argument = which == QLatin1StringView("active")  ? shared.activePlanID()
-                                         : which == QLatin1StringView("other") ? other
-                                                                               : QString();
-                m_navigator.open(screen, argument, false);
-            }
-        };
-    };
     const Opened plans{Navigator::PlanList, ""};
-    m_shots.push_back({QStringLiteral("screen-plans.png"), open({plans})});
-    m_shots.push_back({QStringLiteral("screen-plan-active.png"), open({plans, {Navigator::Plan, "active"}})});
-    m_shots.push_back({QStringLiteral("screen-plan-other.png"), open({plans, {Navigator::Plan, "other"}})});
-    m_shots.push_back({QStringLiteral("screen-plan-new.png"), open({plans, {Navigator::Plan, ""}})});
+    m_shots.push_back({QStringLiteral("screen-plans.png"), openStack({plans})});
+    m_shots.push_back(
+        {QStringLiteral("screen-plan-active.png"), openStack({plans, {Navigator::Plan, "active"}})});
+    m_shots.push_back(
+        {QStringLiteral("screen-plan-other.png"), openStack({plans, {Navigator::Plan, "other"}})});
+    m_shots.push_back({QStringLiteral("screen-plan-new.png"), openStack({plans, {Navigator::Plan, ""}})});
     const std::pair<const char *, Opened> editors[] = {
         {"label", {Navigator::Label, "active"}},
         {"plantype", {Navigator::PlanType, "active"}},
@@ -134,7 +137,14 @@ void ScreenshotRun::addSettingsShots()
         {"tethering", {Navigator::Tethering, "active"}},
     };
     for (const auto &[file, screen] : editors)
-        m_shots.push_back({QStringLiteral("screen-%1.png").arg(QLatin1StringView(file)), open({screen})});
+        m_shots.push_back(
+            {QStringLiteral("screen-%1.png").arg(QLatin1StringView(file)), openStack({screen})});
+    addEditorStateShots();
+}
+
+// Editors in states the demo data does not have: rollover on, a weekly plan, the share screen.
+void ScreenshotRun::addEditorStateShots()
+{
     auto rolloverOn = [this](const QString &) {
         SharedCode &shared = m_navigator.delegate().shared();
         shared.setForPlan(QString(), Keys::PREF_ROLLOVER_ON, true);
@@ -142,16 +152,16 @@ void ScreenshotRun::addSettingsShots()
                           QVariantList{QStringLiteral("1548"), qint64(0)});
     };
     m_shots.push_back(
-        {QStringLiteral("screen-rollover.png"), open({{Navigator::Rollover, "active"}}, rolloverOn)});
+        {QStringLiteral("screen-rollover.png"), openStack({{Navigator::Rollover, "active"}}, rolloverOn)});
     m_shots.push_back(
-        {QStringLiteral("screen-rollover-amount.png"), open({{Navigator::RolloverAmount, "active"}})});
+        {QStringLiteral("screen-rollover-amount.png"), openStack({{Navigator::RolloverAmount, "active"}})});
     // The early plan types: the other plan turned weekly.
     auto weekly = [this](const QString &other) {
         m_navigator.delegate().shared().setForPlan(other, Keys::PREF_BILLTYPE, qint64(2));
     };
     m_shots.push_back(
-        {QStringLiteral("screen-plantype-legacy.png"), open({{Navigator::PlanType, "other"}}, weekly)});
-    m_shots.push_back({QStringLiteral("screen-week.png"), open({{Navigator::Weekday, ""}})});
+        {QStringLiteral("screen-plantype-legacy.png"), openStack({{Navigator::PlanType, "other"}}, weekly)});
+    m_shots.push_back({QStringLiteral("screen-week.png"), openStack({{Navigator::Weekday, ""}})});
     m_shots.push_back({QStringLiteral("screen-share.png"),
                        [this] {
                            // The settings take the picture of the main screen that Share shows.

@@ -36,7 +36,12 @@ private:
         std::function<void()> prepare;
         int settleMs = 60;
     };
+    // A screen and its plan: "active", "other" or none.
+    using Opened = std::pair<Navigator::Screen, const char *>;
+    std::function<void()> openStack(std::vector<Opened> screens,
+                                    std::function<void(const QString &other)> before = nullptr);
     void addSettingsShots();
+    void addEditorStateShots();
     void addHistoryShots();
     void next();
     void setSetting(const QString &key, const QVariant &value);
