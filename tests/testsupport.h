@@ -26,7 +26,7 @@ public:
     QString bootId() override { return boot; }
 };
 
-// Doubles of the desktop services that record what the delegate asked of them.
+// Doubles of the desktop services that record what the monitor asked of them.
 struct RecordingCenter : UserNotificationCenter
 {
     QList<NotificationRequest> added;

@@ -46,8 +46,8 @@ void showTotalsBuildProgress()
 }
 
 // What the commands are given, each part made when a command first asks for it: the shared
-// instance and its delegate, then the desktop services for the commands that notify. The members
-// end in the reverse of their order here: the desktop services before the delegate, the delegate
+// instance and its monitor, then the desktop services for the commands that notify. The members
+// end in the reverse of their order here: the desktop services before the monitor, the monitor
 // before the shared instance, the shared instance before the interfaces it reads.
 class CommandServices
 {
@@ -69,7 +69,7 @@ private:
     LinuxNetworkInterfaces m_interfaces = LinuxNetworkInterfaces::fromEnvironment();
     std::optional<SockDiagConnections> m_connections;
     std::unique_ptr<SharedCode> m_shared;
-    std::unique_ptr<UsageMonitor> m_delegate;
+    std::unique_ptr<UsageMonitor> m_monitor;
     std::unique_ptr<DesktopServices> m_desktop;
     TimedBackgroundTasks m_tasks;
     std::optional<Cli::Services> m_services;
@@ -98,9 +98,9 @@ Cli::Services &CommandServices::services()
             s.clock = m_replayClock;
         m_shared = std::make_unique<SharedCode>(s);
         Cli::checkSettings(*m_shared); // never go on with defaults over the user's file
-        m_delegate = std::make_unique<UsageMonitor>(*m_shared);
-        m_delegate->plans().setUpNewInstall();
-        m_services.emplace(Cli::Services{*m_shared, *m_delegate});
+        m_monitor = std::make_unique<UsageMonitor>(*m_shared);
+        m_monitor->plans().setUpNewInstall();
+        m_services.emplace(Cli::Services{*m_shared, *m_monitor});
     }
     return *m_services;
 }
@@ -115,7 +115,7 @@ Cli::Services &CommandServices::desktopServices()
             m_interfaces.setModemLinks([d = m_desktop.get()] { return d->modemDataLinks(); });
         if (m_desktop)
             WidgetHelper::setCenter(m_desktop->widgetCenter(*m_shared));
-        m_delegate->setServices(UsageMonitor::Services::from(m_desktop.get(), &m_tasks));
+        m_monitor->setServices(UsageMonitor::Services::from(m_desktop.get(), &m_tasks));
     }
     return s;
 }
@@ -124,10 +124,10 @@ bool CommandServices::startBackgroundService(DesktopServices::BackgroundHandlers
 {
     if (!m_desktop)
         return false;
-    UsageMonitor::Services withPush = m_delegate->services();
+    UsageMonitor::Services withPush = m_monitor->services();
     withPush.push =
-        m_desktop->push(handlers.onPush, [this] { m_delegate->pushSubscription().distributorChanged(); });
-    m_delegate->setServices(withPush);
+        m_desktop->push(handlers.onPush, [this] { m_monitor->pushSubscription().distributorChanged(); });
+    m_monitor->setServices(withPush);
     return m_desktop->registerBackgroundService(std::move(handlers));
 }
 
@@ -137,8 +137,8 @@ void CommandServices::finish()
         m_shared->userPref().synchronize();
     QCoreApplication::sendPostedEvents(); // badge and screen updates queued for the main thread
     WidgetHelper::setCenter(nullptr);
-    if (m_delegate)
-        m_delegate->setServices({});
+    if (m_monitor)
+        m_monitor->setServices({});
     m_desktop.reset();
 }
 

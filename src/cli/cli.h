@@ -16,7 +16,7 @@ namespace Cli {
 struct Services
 {
     SharedCode &shared;
-    UsageMonitor &delegate;
+    UsageMonitor &monitor;
 };
 
 // What the program hands the commands. `services` creates the shared instance (running the

@@ -259,7 +259,7 @@ int switchActivePlan(const Arguments &a, Environment &env, const QString &usage)
         return synchronized(s.shared);
     }
     bool switched = false;
-    s.delegate.plans().switchPlan(id, [&] {
+    s.monitor.plans().switchPlan(id, [&] {
         switched = true;
         QCoreApplication::exit();
     });
@@ -279,7 +279,7 @@ int removePlan(const Arguments &a, Environment &env, const QString &usage)
         throw UsageError(QStringLiteral("the active plan cannot be deleted (switch to another plan first)"));
     if (!confirm(a, QCoreApplication::translate("PlanController", "Do you want to delete this plan?")))
         return 1;
-    s.delegate.plans().removePlan(id);
+    s.monitor.plans().removePlan(id);
     return synchronized(s.shared);
 }
 
@@ -291,8 +291,8 @@ int resetPeriod(const Arguments &a, Environment &env, const QString &usage)
     if (!confirm(
             a, QCoreApplication::translate("ResetController", "This will delete current usage statistics.")))
         return 1;
-    s.delegate.figures().readActivePlanValuesNow(); // the period the reset deletes
-    s.delegate.plans().resetCurrentPeriod();
+    s.monitor.figures().readActivePlanValuesNow(); // the period the reset deletes
+    s.monitor.plans().resetCurrentPeriod();
     drainActiveQueue(s.shared);
     return 0;
 }
@@ -312,7 +312,7 @@ int addUsage(const Arguments &a, Environment &env, const QString &usage)
             .arg(PlanTexts::capString(amount->display));
     if (!confirm(a, question))
         return 1;
-    s.delegate.plans().addUsageToCurrent(amount->bytes);
+    s.monitor.plans().addUsageToCurrent(amount->bytes);
     drainActiveQueue(s.shared);
     return 0;
 }
@@ -341,9 +341,9 @@ QJsonObject planSummary(SharedCode &shared, const QString &id)
                        {QStringLiteral("active"), id == shared.activePlanID()}};
 }
 
-int listPlans(UsageMonitor &delegate, bool json)
+int listPlans(UsageMonitor &monitor, bool json)
 {
-    SharedCode &shared = delegate.shared();
+    SharedCode &shared = monitor.shared();
     const QStringList ids = PlanOrder::byLabel(shared.userPref().dictionaryForKey(Keys::PREF_ALL_PLANS));
     QJsonArray rows;
     for (const QString &id : ids)
@@ -376,15 +376,15 @@ int plans(const QStringList &args, Environment &env)
     const bool json = a.flag(QStringLiteral("json"));
     if (verb == QLatin1StringView("list")) {
         a.expectPositional(1, 1, usage);
-        return listPlans(env.services().delegate, json);
+        return listPlans(env.services().monitor, json);
     }
     if (verb == QLatin1StringView("add")) {
         a.expectPositional(1, 1, usage);
         Services &s = env.services();
-        QVariantMap plan = s.delegate.plans().makeNewPlan();
+        QVariantMap plan = s.monitor.plans().makeNewPlan();
         if (a.has(QStringLiteral("label")))
             plan.insert(Keys::PREF_PLAN_LABEL, a.option(QStringLiteral("label")));
-        s.delegate.plans().addPlan(plan);
+        s.monitor.plans().addPlan(plan);
         if (const int rc = synchronized(s.shared))
             return rc;
         const QString id = plan.value(Keys::PREF_PLAN_ID).toString();

@@ -18,10 +18,10 @@ namespace Cli {
 namespace {
 
 // Prints a line for each wake-up: what triggered it, what the sample recorded, the figures.
-void report(UsageMonitor &delegate, const QString &trigger)
+void report(UsageMonitor &monitor, const QString &trigger)
 {
-    const SampleResult r = delegate.figures().lastSample();
-    const CurrentValues v = delegate.figures().values();
+    const SampleResult r = monitor.figures().lastSample();
+    const CurrentValues v = monitor.figures().values();
     QString what;
     if (!r.failure.isEmpty())
         what = QStringLiteral("not recorded: ") + r.failure; // the service goes on with what it has
@@ -36,12 +36,12 @@ void report(UsageMonitor &delegate, const QString &trigger)
                    .arg(DisplayFormat::getDataBytesStr(r.event->cellIn + r.event->cellOut),
                         DisplayFormat::getDataBytesStr(r.event->wifiIn + r.event->wifiOut));
     print(QStringLiteral("%1  %2: %3 | period %4 → %5: cell %6 (%7%) wifi %8, level %9\n")
-              .arg(isoWithOffset(delegate.shared().clock().now()), trigger, what,
+              .arg(isoWithOffset(monitor.shared().clock().now()), trigger, what,
                    v.monthStartDate.date().toString(Qt::ISODate), v.monthEndDate.date().toString(Qt::ISODate),
                    DisplayFormat::getDataBytesStr(v.monthCell))
               .arg(DataCap::roundedPercent(v.monthPercent))
               .arg(DisplayFormat::getDataBytesStr(v.monthWifi))
-              .arg(delegate.alerts().currentThresholdLevel()));
+              .arg(monitor.alerts().currentThresholdLevel()));
     std::fflush(stdout);
 }
 
@@ -62,25 +62,25 @@ double sampleInterval(const QStringList &args)
 }
 
 // Every wake-up runs the usage check; one that comes while a check runs is answered at once.
-void checkUsageOnWakeUp(UsageMonitor &delegate, const QString &trigger)
+void checkUsageOnWakeUp(UsageMonitor &monitor, const QString &trigger)
 {
-    const bool covered = delegate.isCheckingUsage();
-    CompletionHandler done = [&delegate, trigger, covered](FetchResult) {
+    const bool covered = monitor.isCheckingUsage();
+    CompletionHandler done = [&monitor, trigger, covered](FetchResult) {
         if (covered)
             print(QStringLiteral("%1  %2: answered at once, a check is running\n")
-                      .arg(isoWithOffset(delegate.shared().clock().now()), trigger));
+                      .arg(isoWithOffset(monitor.shared().clock().now()), trigger));
         else
-            report(delegate, trigger);
+            report(monitor, trigger);
     };
-    delegate.checkUsage(std::move(done));
+    monitor.checkUsage(std::move(done));
 }
 
 // Prints a line for each visit the location tracker records: an arrival or a departure, and where.
-void reportVisits(UsageMonitor &delegate)
+void reportVisits(UsageMonitor &monitor)
 {
-    QObject::connect(&delegate.location(), &LocationTracker::visited, [&delegate](const Visit &v) {
+    QObject::connect(&monitor.location(), &LocationTracker::visited, [&monitor](const Visit &v) {
         print(QStringLiteral("%1  visit: %2 at %3, %4\n")
-                  .arg(isoWithOffset(delegate.shared().clock().now()),
+                  .arg(isoWithOffset(monitor.shared().clock().now()),
                        v.departureDate.isValid() ? QStringLiteral("departure") : QStringLiteral("arrival"))
                   .arg(v.latitude, 0, 'f', 5)
                   .arg(v.longitude, 0, 'f', 5));
@@ -89,29 +89,29 @@ void reportVisits(UsageMonitor &delegate)
 }
 
 // Claims the service's name on the session bus, where it takes pushes, wake-ups and the usage intent.
-void startOnBus(Environment &env, UsageMonitor &delegate)
+void startOnBus(Environment &env, UsageMonitor &monitor)
 {
     if (!env.startBackgroundService)
         return;
     // The usage intent is answered with the record the watch gets: this moment's figures.
-    const auto showUsage = [&delegate](std::function<void(const QVariantMap &)> reply) {
-        delegate.watch().currentRecord([reply = std::move(reply)](const QVariantMap &record) {
+    const auto showUsage = [&monitor](std::function<void(const QVariantMap &)> reply) {
+        monitor.watch().currentRecord([reply = std::move(reply)](const QVariantMap &record) {
             reply(UsageIntent::responseForRecord(record).toVariantMap());
         });
     };
-    env.startBackgroundService({[&delegate] { checkUsageOnWakeUp(delegate, QStringLiteral("push")); },
-                                [&delegate] { checkUsageOnWakeUp(delegate, QStringLiteral("wake")); },
+    env.startBackgroundService({[&monitor] { checkUsageOnWakeUp(monitor, QStringLiteral("push")); },
+                                [&monitor] { checkUsageOnWakeUp(monitor, QStringLiteral("wake")); },
                                 showUsage});
 }
 
 // The launch of the monitor, which keeps the bill-cycle reminders scheduled itself.
-void launchInBackground(UsageMonitor &delegate)
+void launchInBackground(UsageMonitor &monitor)
 {
-    delegate.setSchedulesRemindersInBackground(true);
-    delegate.prepareLaunch(); // the service runs in the background state
-    delegate.completeLaunch();
+    monitor.setSchedulesRemindersInBackground(true);
+    monitor.prepareLaunch(); // the service runs in the background state
+    monitor.completeLaunch();
     // Whether a push distributor is there is known from now on, as after an account change.
-    delegate.pushSubscription().distributorChanged();
+    monitor.pushSubscription().distributorChanged();
 }
 
 } // namespace
@@ -120,24 +120,24 @@ int daemon(const QStringList &args, Environment &env)
 {
     const double interval = sampleInterval(args);
     Services &s = env.desktopServices();
-    UsageMonitor &delegate = s.delegate;
-    reportVisits(delegate);
+    UsageMonitor &monitor = s.monitor;
+    reportVisits(monitor);
     if (ConnectionSource *connections = s.shared.connections())
         connections->watchClosedConnections(); // short connections between two samples still count
     // On the bus first, so the push registration made at launch names a service that answers.
-    startOnBus(env, delegate);
-    launchInBackground(delegate);
+    startOnBus(env, monitor);
+    launchInBackground(monitor);
     QTimer timer;
     timer.setInterval(int(interval * 1000));
     QObject::connect(&timer, &QTimer::timeout,
-                     [&delegate] { checkUsageOnWakeUp(delegate, QStringLiteral("fetch")); });
+                     [&monitor] { checkUsageOnWakeUp(monitor, QStringLiteral("fetch")); });
     env.onTerminationRequest([&] {
         timer.stop();
-        delegate.shutDown();
-        report(delegate, QStringLiteral("terminate"));
+        monitor.shutDown();
+        report(monitor, QStringLiteral("terminate"));
         QCoreApplication::quit();
     });
-    checkUsageOnWakeUp(delegate, QStringLiteral("launch"));
+    checkUsageOnWakeUp(monitor, QStringLiteral("launch"));
     timer.start();
     return QCoreApplication::exec();
 }

@@ -64,21 +64,21 @@ HistoryList openList(Services &s, const QString &view, const QString &plan, cons
 {
     HistoryList h;
     if (view == QLatin1StringView("hours")) {
-        h.day = std::make_unique<DayViewController>(s.delegate.plans(), s.delegate.hostNames(), plan);
+        h.day = std::make_unique<DayViewController>(s.monitor.plans(), s.monitor.hostNames(), plan);
         h.day->reloadWithDate(when);
         h.list = static_cast<TimeChartViewController *>(h.day->child(0));
         h.title = h.day->title();
         h.start = h.day->thisDay();
         h.end = BillingCycle::addDays(h.start, 1);
     } else if (view == QLatin1StringView("days")) {
-        auto *cycle = new CycleViewController(s.delegate.plans(), plan, when);
+        auto *cycle = new CycleViewController(s.monitor.plans(), plan, when);
         h.owned.reset(cycle);
         h.list = cycle;
         h.title = cycle->title();
         h.start = cycle->cycleStartDate();
         h.end = cycle->cycleEndDate();
     } else {
-        auto *multi = new MultiCyclesController(s.delegate.plans(), plan);
+        auto *multi = new MultiCyclesController(s.monitor.plans(), plan);
         h.owned.reset(multi);
         h.list = multi;
         h.title = multi->title();

@@ -38,7 +38,7 @@ DayCommand openDay(const QStringList &args, Environment &env, const QString &usa
                              : s.shared.activePlanID();
     if (lookups)
         env.desktopServices(); // only once the arguments are known to be good
-    DayCommand c{std::make_unique<DayViewController>(s.delegate.plans(), s.delegate.hostNames(), plan),
+    DayCommand c{std::make_unique<DayViewController>(s.monitor.plans(), s.monitor.hostNames(), plan),
                  a.flag(QStringLiteral("json"))};
     if (date)
         c.day->reloadWithDate(*date);

@@ -94,11 +94,11 @@ int setup(const QStringList &args, Environment &env)
     Services &s = env.services();
     s.shared.setForPlan(QString(), Keys::PREF_BILLDAY, qint64(day));
     AmountEntry::storeCap(s.shared, QString(), *cap);
-    FirstRunSetup::resetWithExistingUsage(s.delegate, used->bytes);
+    FirstRunSetup::resetWithExistingUsage(s.monitor, used->bytes);
     QString why;
-    if (!FirstRunSetup::markShown(s.delegate, &why))
+    if (!FirstRunSetup::markShown(s.monitor, &why))
         throw Failure(QStringLiteral("could not save the settings: %1").arg(why));
-    const CurrentValues v = s.delegate.figures().values();
+    const CurrentValues v = s.monitor.figures().values();
     print(QStringLiteral("Set up: periods begin on day %1, cap %2 %3, %4 used so far (%5%).\n")
               .arg(day)
               .arg(cap->display.value(0).toString(),
@@ -147,7 +147,7 @@ QString makeDemoFolder(const QStringList &args)
 
 // The demo's settings, written: "Phone", the active plan with a 6 GB cap, and "Travel SIM", a 30-day
 // plan begun 20 days ago; the first-run setup counts as done.
-void writeDemoSettings(SharedCode &shared, UsageMonitor &delegate, const QDateTime &now)
+void writeDemoSettings(SharedCode &shared, UsageMonitor &monitor, const QDateTime &now)
 {
     const int billDay = std::min(28, now.addDays(-12).date().day());
     shared.setForPlan(QString(), Keys::PREF_PLAN_LABEL, QStringLiteral("Phone"));
@@ -155,14 +155,14 @@ void writeDemoSettings(SharedCode &shared, UsageMonitor &delegate, const QDateTi
     AmountEntry::storeCap(shared, QString(), *AmountEntry::capAmount(QStringLiteral("6"), AmountEntry::GB));
     shared.userPref().setValue(Keys::PREF_SHOWED_SETUP, true);
     shared.userPref().setValue(Keys::PREF_V7_GEO, true);
-    QVariantMap travel = delegate.plans().makeNewPlan();
+    QVariantMap travel = monitor.plans().makeNewPlan();
     travel.insert(Keys::PREF_PLAN_LABEL, QStringLiteral("Travel SIM"));
     travel.insert(Keys::PREF_BILLTYPE, qint64(4));
     travel.insert(Keys::PREF_NDAYS_N, qint64(30));
     travel.insert(Keys::PREF_30DAY_START,
                   BillingCycle::dateByAddingUnit(CalendarUnit::Day, -20, shared.todayAtZeroHour()));
     travel.insert(Keys::PREF_THRES_MONTHLY, 2147483648.0);
-    delegate.plans().addPlan(travel);
+    monitor.plans().addPlan(travel);
     if (!shared.userPref().synchronize())
         throw Failure(
             QStringLiteral("cannot write the demo settings: %1").arg(shared.userPref().lastError()));
@@ -228,10 +228,10 @@ int demo(const QStringList &args, Environment &env)
     services.containerPath = dir;
     services.clock = &env.services().shared.clock();
     SharedCode shared(services);
-    UsageMonitor delegate(shared);
-    delegate.plans().setUpNewInstall();
+    UsageMonitor monitor(shared);
+    monitor.plans().setUpNewInstall();
     const QDateTime now = shared.clock().now();
-    writeDemoSettings(shared, delegate, now);
+    writeDemoSettings(shared, monitor, now);
     const qint64 records = writeDemoUsage(shared, now);
     print(QStringLiteral("Demo container in %1: %2 records over 91 days, plans \"Phone\" (active, 6 GB) and "
                          "\"Travel SIM\".\nTry it: TALLYMO_CONTAINER=%1 tallymo-app\n")

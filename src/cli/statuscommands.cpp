@@ -39,17 +39,17 @@ struct Figures
 Figures readFigures(Services &s, const QString &plan)
 {
     const std::shared_ptr<StoreContext> context =
-        s.delegate.plans().storeForPlan(plan.isNull() ? s.shared.activePlanID() : plan);
+        s.monitor.plans().storeForPlan(plan.isNull() ? s.shared.activePlanID() : plan);
     Figures f;
     context->performAndWait([&] {
-        f.v = s.delegate.figures().readCurrentValues(context.get(), plan);
+        f.v = s.monitor.figures().readCurrentValues(context.get(), plan);
         f.cap = DataCap::effectiveDataCap(s.shared, context.get(), plan);
     });
-    f.ratio = s.delegate.figures().forecastRatio(f.v);
+    f.ratio = s.monitor.figures().forecastRatio(f.v);
     f.forecast = DataCap::forecastText(f.ratio);
     f.color = ColorScheme::colorForRatio(s.shared, f.ratio);
     f.level = AlertService::thresholdLevelFor(f.v.monthPercent, s.shared.userPref());
-    f.timeLeft = s.delegate.figures().timeLeft(f.v, plan);
+    f.timeLeft = s.monitor.figures().timeLeft(f.v, plan);
     return f;
 }
 
@@ -169,20 +169,20 @@ int refresh(const QStringList &args, Environment &env)
     const Arguments a(args, {}, {});
     a.expectPositional(0, 0, QStringLiteral("tallymo refresh"));
     Services &s = env.desktopServices();
-    s.delegate.prepareLaunch();
-    s.delegate.completeLaunch();
+    s.monitor.prepareLaunch();
+    s.monitor.completeLaunch();
     // A command typed or run by a timer counts as in front: the bill-cycle reminders are
     // rescheduled (with no window, alerts still come as notifications).
-    s.delegate.enterForeground();
+    s.monitor.enterForeground();
     std::optional<FetchResult> result;
-    s.delegate.checkUsage([&](FetchResult r) {
+    s.monitor.checkUsage([&](FetchResult r) {
         result = r;
         QCoreApplication::exit();
     });
     if (!result)
         QCoreApplication::exec();
-    const SampleResult r = s.delegate.figures().lastSample();
-    const CurrentValues v = s.delegate.figures().values();
+    const SampleResult r = s.monitor.figures().lastSample();
+    const CurrentValues v = s.monitor.figures().values();
     print(QStringLiteral("%1; cellular %2 (%3%), Wi-Fi %4, alert level %5\n")
               .arg(!r.locked ? QStringLiteral("sample skipped (another process is sampling)")
                    : r.event ? QStringLiteral("new usage recorded")
@@ -190,7 +190,7 @@ int refresh(const QStringList &args, Environment &env)
                    DisplayFormat::getDataBytesStr(v.monthCell))
               .arg(DataCap::roundedPercent(v.monthPercent))
               .arg(DisplayFormat::getDataBytesStr(v.monthWifi))
-              .arg(s.delegate.alerts().currentThresholdLevel()));
+              .arg(s.monitor.alerts().currentThresholdLevel()));
     if (!r.failure.isEmpty()) {
         printError(QStringLiteral("tallymo: %1\n").arg(r.failure));
         return 1;
@@ -214,7 +214,7 @@ int alerts(const QStringList &args, Environment &env)
                       .arg(n)
                       .arg(AlertThresholds::name(n), -7)
                       .arg(AlertThresholds::percentText(s.shared.userPref(), n), 5));
-        print(QStringLiteral("level %1\n").arg(s.delegate.alerts().currentThresholdLevel()));
+        print(QStringLiteral("level %1\n").arg(s.monitor.alerts().currentThresholdLevel()));
         return 0;
     }
     if (verb != QLatin1StringView("set"))

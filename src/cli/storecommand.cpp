@@ -30,7 +30,7 @@ int store(const QStringList &args, Environment &env)
     bool damaged = false;
     QJsonArray rows;
     for (const QString &id : ids) {
-        const std::shared_ptr<StoreContext> context = s.delegate.plans().storeForPlan(id);
+        const std::shared_ptr<StoreContext> context = s.monitor.plans().storeForPlan(id);
         StoreCheck c;
         context->performAndWait([&] {
             if (UsageStore *store = context->store())

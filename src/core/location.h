@@ -30,7 +30,7 @@ struct Visit
     QDateTime departureDate; // invalid while the visit lasts
 };
 
-// The location service as the delegate sees it. Callbacks come on the main thread.
+// The location service as the monitor sees it. Callbacks come on the main thread.
 class LocationService
 {
 public:

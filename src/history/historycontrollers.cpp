@@ -267,7 +267,7 @@ void MultiCyclesController::tapRow(int row)
 
 TimeChartViewController::BucketsJob MultiCyclesController::bucketsJob() const
 {
-    // The settings domain is safe to read from any thread; the delegate outlives every screen.
+    // The settings domain is safe to read from any thread; the monitor outlives every screen.
     return [shared = &m_stores.shared(), plan = planID](StoreContext &context) {
         ChartBuckets buckets;
         for (const History::PeriodRow &p : History::periods(*shared, context, plan))

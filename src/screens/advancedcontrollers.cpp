@@ -29,8 +29,8 @@ QUrl WebPages::moreApps()
 
 // ---- ResetController ----
 
-ResetController::ResetController(UsageMonitor &delegate, UserServiceManager *services, QObject *parent)
-    : MenuController(tr("Advanced"), {}, parent), m_delegate(delegate), m_services(services)
+ResetController::ResetController(UsageMonitor &monitor, UserServiceManager *services, QObject *parent)
+    : MenuController(tr("Advanced"), {}, parent), m_monitor(monitor), m_services(services)
 {
     reload();
 }
@@ -47,7 +47,7 @@ void ResetController::reload()
         refreshFooter = refresh.problem;
     else if (!refresh.on)
         refreshFooter = tr("Tap to turn on the background service.");
-    SettingsDomain &pref = m_delegate.shared().userPref();
+    SettingsDomain &pref = m_monitor.shared().userPref();
     setFooters({refreshFooter, tr("Show current usage on the app icon."),
                 tr("Map Usage only uses low-power location services to preserve battery life. The desktop's "
                    "location service has to allow Tallymo."),
@@ -108,24 +108,24 @@ void ResetController::answer(int index)
     const Question asked = std::exchange(m_asked, Question::None);
     if (asked != Question::Reset || index != 0)
         return;
-    m_delegate.plans().resetCurrentPeriod();
-    m_delegate.doComputeValuesOnly();
+    m_monitor.plans().resetCurrentPeriod();
+    m_monitor.doComputeValuesOnly();
     emit goBack();
 }
 
 void ResetController::setSwitch(int row, bool on)
 {
-    SettingsDomain &pref = m_delegate.shared().userPref();
+    SettingsDomain &pref = m_monitor.shared().userPref();
     if (row == BadgeRow) {
         pref.setValue(Keys::PREF_V7_BADGE, on);
-        m_delegate.showBadge();
+        m_monitor.showBadge();
     } else if (row == MapRow) {
         pref.setValue(Keys::PREF_V7_GEO, on);
         // The map's hint says where to turn this on: once it is, a day without places says only so.
         if (on)
             pref.setValue(Keys::PREF_GEO_HIDE_HINT, true);
-        m_delegate.location().follow();
-        if (on && !m_delegate.location().isMapTracking())
+        m_monitor.location().follow();
+        if (on && !m_monitor.location().isMapTracking())
             emit message(
                 tr("No location service allowed Tallymo to know where it is: usage is recorded without "
                    "places until it does."));

@@ -28,7 +28,7 @@ public:
     // Rows (and sections, one row each up to the last two rows).
     enum Rows { BackgroundRow, BadgeRow, MapRow, ShortcutRow, AddRow, ResetRow };
 
-    ResetController(UsageMonitor &delegate, UserServiceManager *services, QObject *parent = nullptr);
+    ResetController(UsageMonitor &monitor, UserServiceManager *services, QObject *parent = nullptr);
     void tapRow(int row) override;
     void setSwitch(int row, bool on) override;
     void answer(int index) override;
@@ -39,7 +39,7 @@ private:
     enum class Question { None, Reset, Shortcut };
     void reload();
 
-    UsageMonitor &m_delegate;
+    UsageMonitor &m_monitor;
     UserServiceManager *m_services;
     bool m_refreshOn = false; // as the service manager said at the last reload
     Question m_asked = Question::None;

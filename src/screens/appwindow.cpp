@@ -26,6 +26,6 @@ QQuickWindow *loadAppWindow(QQmlApplicationEngine &engine, Navigator &navigator,
 
 void showStoredFigures(Navigator &navigator)
 {
-    navigator.delegate().figures().readActivePlanValuesNow();
+    navigator.monitor().figures().readActivePlanValuesNow();
     navigator.main()->reloadValues();
 }

@@ -60,7 +60,7 @@ MainScreenController::~MainScreenController()
     stopAnimator();
 }
 
-void MainScreenController::setDelegate(UsageMonitor *d)
+void MainScreenController::setMonitor(UsageMonitor *d)
 {
     if (d) {
         SettingsDomain &pref = d->shared().userPref();
@@ -72,27 +72,27 @@ void MainScreenController::setDelegate(UsageMonitor *d)
             emit whatToPopChanged();
         }
     }
-    UsageFiguresController::setDelegate(d);
+    UsageFiguresController::setMonitor(d);
 }
 
 int MainScreenController::fontMode() const
 {
-    return delegate() ? int(delegate()->shared().userPref().integerForKey(Keys::PREF_THEME_FONT)) : 0;
+    return monitor() ? int(monitor()->shared().userPref().integerForKey(Keys::PREF_THEME_FONT)) : 0;
 }
 
 int MainScreenController::colorMode() const
 {
-    return delegate() ? int(delegate()->shared().userPref().integerForKey(Keys::PREF_THEME_COLOR)) : 0;
+    return monitor() ? int(monitor()->shared().userPref().integerForKey(Keys::PREF_THEME_COLOR)) : 0;
 }
 
 int MainScreenController::displayMode() const
 {
-    return delegate() ? int(delegate()->shared().userPref().integerForKey(Keys::PREF_THEME_DISPLAY)) : 0;
+    return monitor() ? int(monitor()->shared().userPref().integerForKey(Keys::PREF_THEME_DISPLAY)) : 0;
 }
 
 int MainScreenController::backgroundMode() const
 {
-    return delegate() ? int(delegate()->shared().userPref().integerForKey(Keys::PREF_THEME_BACKGROUND)) : 0;
+    return monitor() ? int(monitor()->shared().userPref().integerForKey(Keys::PREF_THEME_BACKGROUND)) : 0;
 }
 
 QFont MainScreenController::getFont(int role) const
@@ -194,7 +194,7 @@ QVariantList MainScreenController::gradientColors() const
 
 bool MainScreenController::gradientAnimated() const
 {
-    return !m_still && delegate() && delegate()->applicationState() == UsageMonitor::Active;
+    return !m_still && monitor() && monitor()->applicationState() == UsageMonitor::Active;
 }
 
 void MainScreenController::setViewWidth(double width)
@@ -264,7 +264,7 @@ void MainScreenController::reloadValues()
 
 void MainScreenController::render()
 {
-    UsageMonitor *d = delegate();
+    UsageMonitor *d = monitor();
     const CurrentValues &v = currentValues();
     if (!d || !v.monthStartDate.isValid() || !v.monthEndDate.isValid())
         return;
@@ -419,8 +419,8 @@ void MainScreenController::handleShortcuts(const QString &type)
 void MainScreenController::showMore(bool animated)
 {
     setPresenting(true);
-    if (delegate())
-        delegate()->plans().showHistoryForPlan(QString(), this, animated);
+    if (monitor())
+        monitor()->plans().showHistoryForPlan(QString(), this, animated);
     emit showMoreRequested(animated);
 }
 
@@ -436,8 +436,8 @@ void MainScreenController::enterBackground()
         return;
     emit dismissPresented();
     setPresenting(false);
-    if (delegate())
-        delegate()->alerts().showAppSwitcherTip();
+    if (monitor())
+        monitor()->alerts().showAppSwitcherTip();
 }
 
 void MainScreenController::becameVisible()
@@ -445,7 +445,7 @@ void MainScreenController::becameVisible()
     m_showing = true;
     // Back from a plan's or the settings' screens: the figures follow what was changed there (the
     // render follows when they are posted).
-    if (UsageMonitor *d = delegate())
+    if (UsageMonitor *d = monitor())
         d->doComputeValuesOnly();
     if (m_whatToPop == 1)
         emit setupRequested();
@@ -470,7 +470,7 @@ void MainScreenController::dismissedSetupMigrate()
 
 void MainScreenController::startAnimatorIfPossible()
 {
-    const bool active = delegate() && delegate()->applicationState() == UsageMonitor::Active;
+    const bool active = monitor() && monitor()->applicationState() == UsageMonitor::Active;
     if (!(active || m_still) || !m_showing || m_animation != NoAnimation)
         return;
     const int font = fontMode();
@@ -493,7 +493,7 @@ void MainScreenController::stopAnimator()
 
 void MainScreenController::applicationStateChanged()
 {
-    const int state = delegate() ? delegate()->applicationState() : UsageMonitor::Active;
+    const int state = monitor() ? monitor()->applicationState() : UsageMonitor::Active;
     const bool parallax = state == UsageMonitor::Active;
     if (parallax != m_parallax) {
         m_parallax = parallax;

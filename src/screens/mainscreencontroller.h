@@ -11,7 +11,7 @@
 
 // The main screen: one big percentage of the cap used, the time left and the period's dates, the
 // cellular and Wi-Fi totals and the forecast, over a gradient in the forecast's colour. It builds
-// every text (as rich text), font, colour and visibility from the delegate's figures; the view
+// every text (as rich text), font, colour and visibility from the monitor's figures; the view
 // only lays them out, animates the gradient and reports what the user does.
 class MainScreenController : public UsageFiguresController
 {
@@ -56,8 +56,8 @@ public:
     explicit MainScreenController(QObject *parent = nullptr);
     ~MainScreenController() override;
 
-    // The delegate whose figures are shown. Decides whether the setup flow comes first.
-    void setDelegate(UsageMonitor *delegate);
+    // The monitor whose figures are shown. Decides whether the setup flow comes first.
+    void setMonitor(UsageMonitor *monitor);
 
     int whatToPop() const { return m_whatToPop; }
     bool hasRender() const { return m_rendered; }

@@ -21,17 +21,17 @@
 
 Q_LOGGING_CATEGORY(lcScreens, "tallymo.ui")
 
-Navigator::Navigator(UsageMonitor &delegate, Platform platform, QObject *parent)
-    : QObject(parent), m_delegate(delegate), m_platform(platform), m_main(new MainScreenController(this))
+Navigator::Navigator(UsageMonitor &monitor, Platform platform, QObject *parent)
+    : QObject(parent), m_monitor(monitor), m_platform(platform), m_main(new MainScreenController(this))
 {
     connect(&NotificationCenter::defaultCenter(), &NotificationCenter::posted, m_main,
             [this](const QString &name) {
                 if (name == kNotifyUpdateTheme)
                     m_main->updateTheme();
             });
-    m_main->setDelegate(&m_delegate);
+    m_main->setMonitor(&m_monitor);
     // The history of a plan (from the main screen or a plan's screen) opens as a page.
-    connect(&m_delegate.plans(), &PlanService::historyRequested, this,
+    connect(&m_monitor.plans(), &PlanService::historyRequested, this,
             [this](const QString &plan, QObject *, bool animated) { open(Day, plan, animated); });
     // The settings from the main screen, and for a quick action the screen it asks for over them.
     connect(m_main, &MainScreenController::showSettingsRequested, this,
@@ -44,7 +44,7 @@ Navigator::Navigator(UsageMonitor &delegate, Platform platform, QObject *parent)
 
 Navigator::~Navigator()
 {
-    m_main->setDelegate(nullptr);
+    m_main->setMonitor(nullptr);
 }
 
 namespace {
@@ -61,13 +61,13 @@ struct Entry
 
 SharedCode &sharedOf(Navigator &s)
 {
-    return s.delegate().shared();
+    return s.monitor().shared();
 }
 
 const Entry kScreens[] = {
     {Navigator::Setup, "SetupFlow.qml", false,
      [](Navigator &s, const QString &) -> QObject * {
-         auto *setup = new SetupController(s.delegate());
+         auto *setup = new SetupController(s.monitor());
          QObject::connect(setup, &SetupController::finished, s.main(),
                           &MainScreenController::dismissedSetupMigrate);
          return setup;
@@ -103,7 +103,7 @@ const Entry kScreens[] = {
     {Navigator::WidgetStyle, "PickerPage.qml", true,
      [](Navigator &s, const QString &) -> QObject * { return new WidgetStyleController(sharedOf(s)); }},
     {Navigator::Plan, "PlanPage.qml", false,
-     [](Navigator &s, const QString &plan) -> QObject * { return new PlanController(s.delegate(), plan); }},
+     [](Navigator &s, const QString &plan) -> QObject * { return new PlanController(s.monitor(), plan); }},
     {Navigator::Label, "LabelPage.qml", false,
      [](Navigator &s, const QString &plan) -> QObject * { return new LabelController(sharedOf(s), plan); }},
     {Navigator::PlanType, "MenuPage.qml", false,
@@ -122,7 +122,7 @@ const Entry kScreens[] = {
      }},
     {Navigator::Rollover, "MenuPage.qml", false,
      [](Navigator &s, const QString &plan) -> QObject * {
-         return new RolloverController(s.delegate(), plan);
+         return new RolloverController(s.monitor(), plan);
      }},
     {Navigator::RolloverAmount, "AmountPage.qml", false,
      [](Navigator &s, const QString &plan) -> QObject * {
@@ -134,10 +134,10 @@ const Entry kScreens[] = {
      }},
     {Navigator::Advanced, "MenuPage.qml", true,
      [](Navigator &s, const QString &) -> QObject * {
-         return new ResetController(s.delegate(), s.platform().services);
+         return new ResetController(s.monitor(), s.platform().services);
      }},
     {Navigator::AddUsage, "AmountPage.qml", true,
-     [](Navigator &s, const QString &) -> QObject * { return new AddController(s.delegate()); }},
+     [](Navigator &s, const QString &) -> QObject * { return new AddController(s.monitor()); }},
     {Navigator::About, "MenuPage.qml", true,
      [](Navigator &s, const QString &) -> QObject * { return new AboutController(s.platform().shell); }},
     {Navigator::Share, "SharePage.qml", false,
@@ -155,12 +155,12 @@ const Entry kScreens[] = {
     {Navigator::Cap, "AmountPage.qml", false,
      [](Navigator &s, const QString &plan) -> QObject * { return new CapController(sharedOf(s), plan); }},
     {Navigator::PlanList, "PlansPage.qml", false,
-     [](Navigator &s, const QString &) -> QObject * { return new SelectPlanController(s.delegate()); }},
+     [](Navigator &s, const QString &) -> QObject * { return new SelectPlanController(s.monitor()); }},
     {Navigator::Periods, "ChartPage.qml", false,
      [](Navigator &s, const QString &plan) -> QObject
                                                * {
                                                    return new MultiCyclesController(
-                                                       s.delegate().plans(),
+                                                       s.monitor().plans(),
                                                        plan.isEmpty() ? sharedOf(s).activePlanID() : plan);
                                                }},
     {Navigator::Day, "DayPage.qml", false,
@@ -168,8 +168,8 @@ const Entry kScreens[] = {
                                                * {
                                                    const QString id =
                                                        plan.isEmpty() ? sharedOf(s).activePlanID() : plan;
-                                                   return new DayViewController(s.delegate().plans(),
-                                                                                s.delegate().hostNames(), id);
+                                                   return new DayViewController(s.monitor().plans(),
+                                                                                s.monitor().hostNames(), id);
                                                }},
     {Navigator::Threshold, "ThresholdPage.qml", false,
      [](Navigator &s, const QString &alert) -> QObject

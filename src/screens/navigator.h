@@ -75,11 +75,11 @@ public:
         UserServiceManager *services = nullptr;
     };
 
-    Navigator(UsageMonitor &delegate, Platform platform, QObject *parent = nullptr);
+    Navigator(UsageMonitor &monitor, Platform platform, QObject *parent = nullptr);
     ~Navigator() override;
 
     MainScreenController *main() const { return m_main; }
-    UsageMonitor &delegate() const { return m_delegate; }
+    UsageMonitor &monitor() const { return m_monitor; }
     const Platform &platform() const { return m_platform; }
 
     // Shows a screen over the ones on show and returns its controller (owned by the page), or
@@ -122,7 +122,7 @@ signals:
     void message(const QString &text);
 
 private:
-    UsageMonitor &m_delegate;
+    UsageMonitor &m_monitor;
     Platform m_platform;
     QString m_offered;
     QImage m_snapshot;

@@ -11,8 +11,8 @@
 
 // ---- PlanController ----
 
-PlanController::PlanController(UsageMonitor &delegate, const QString &plan, QObject *parent)
-    : QObject(parent), m_delegate(delegate), m_plan(plan), m_new(plan.isEmpty()),
+PlanController::PlanController(UsageMonitor &monitor, const QString &plan, QObject *parent)
+    : QObject(parent), m_monitor(monitor), m_plan(plan), m_new(plan.isEmpty()),
       m_settings(new ListModel(
           {"section", "row", "title", "detail", "opens"},
           [this] {
@@ -41,9 +41,9 @@ PlanController::PlanController(UsageMonitor &delegate, const QString &plan, QObj
 {
     connect(this, &PlanController::changed, m_settings, &ListModel::reload);
     if (m_new) {
-        const QVariantMap created = delegate.plans().makeNewPlan();
+        const QVariantMap created = monitor.plans().makeNewPlan();
         m_plan = created.value(Keys::PREF_PLAN_ID).toString();
-        delegate.plans().addPlan(created);
+        monitor.plans().addPlan(created);
     }
 }
 
@@ -54,12 +54,12 @@ QString PlanController::title() const
 
 bool PlanController::canDelete() const
 {
-    return !m_new && m_plan != m_delegate.shared().activePlanID();
+    return !m_new && m_plan != m_monitor.shared().activePlanID();
 }
 
 QString PlanController::startDateDetail() const
 {
-    SharedCode &shared = m_delegate.shared();
+    SharedCode &shared = m_monitor.shared();
     switch (BillingCycle::dataPlanTypeForPlan(shared, m_plan)) {
     case BillingCycle::Monthly:
         return PlanTexts::shortBillDateString(shared.getForPlan(m_plan, Keys::PREF_BILLDAY).toLongLong());
@@ -76,7 +76,7 @@ QString PlanController::startDateDetail() const
 
 QList<SettingsRow> PlanController::rows(int section) const
 {
-    SharedCode &shared = m_delegate.shared();
+    SharedCode &shared = m_monitor.shared();
     if (section == 0) {
         QList<SettingsRow> rows{
             {tr("Label"), shared.getForPlan(m_plan, Keys::PREF_PLAN_LABEL).toString(), Navigator::Label},
@@ -121,7 +121,7 @@ void PlanController::save()
 void PlanController::cancel()
 {
     if (m_new)
-        m_delegate.plans().removePlan(m_plan);
+        m_monitor.plans().removePlan(m_plan);
     emit goBack();
 }
 
@@ -137,7 +137,7 @@ void PlanController::confirmDelete()
 {
     if (!canDelete())
         return;
-    m_delegate.plans().removePlan(m_plan);
+    m_monitor.plans().removePlan(m_plan);
     emit goBack();
 }
 
@@ -159,18 +159,18 @@ void PlanController::selectRow(int section, int row)
     if (row < 0 || row >= list.size())
         return;
     if (list.at(row).opens == Navigator::Day)
-        m_delegate.plans().showHistoryForPlan(m_plan, this, true);
+        m_monitor.plans().showHistoryForPlan(m_plan, this, true);
     else
         emit open(list.at(row).opens, m_plan);
 }
 
 // ---- AddController ----
 
-AddController::AddController(UsageMonitor &delegate, QObject *parent)
+AddController::AddController(UsageMonitor &monitor, QObject *parent)
     : ByteController(tr("Add Usage"),
                      tr("Amount of cellular data used. This amount will be added to your current usage."),
                      parent),
-      m_delegate(delegate)
+      m_monitor(monitor)
 {}
 
 bool AddController::buttonEnabled() const
@@ -209,8 +209,8 @@ void AddController::confirm()
     if (!buttonEnabled())
         return;
     const double x = amount();
-    m_delegate.plans().addUsageToCurrent(std::floor(x * AmountEntry::unitBytes(unit)));
-    m_delegate.doComputeValuesOnly();
+    m_monitor.plans().addUsageToCurrent(std::floor(x * AmountEntry::unitBytes(unit)));
+    m_monitor.doComputeValuesOnly();
     emit done();
 }
 

@@ -42,7 +42,7 @@ class PlanController : public QObject
     Q_PROPERTY(ListModel *settings READ settings CONSTANT)
 
 public:
-    PlanController(UsageMonitor &delegate, const QString &plan = QString(), QObject *parent = nullptr);
+    PlanController(UsageMonitor &monitor, const QString &plan = QString(), QObject *parent = nullptr);
 
     QString planID() const { return m_plan; }
     bool newPlanMode() const { return m_new; }
@@ -73,7 +73,7 @@ signals:
 
 private:
     QString startDateDetail() const;
-    UsageMonitor &m_delegate;
+    UsageMonitor &m_monitor;
     QString m_plan;
     bool m_new;
     ListModel *m_settings;
@@ -141,7 +141,7 @@ class AddController : public ByteController
     QML_UNCREATABLE("made by the app's navigator")
 
 public:
-    explicit AddController(UsageMonitor &delegate, QObject *parent = nullptr);
+    explicit AddController(UsageMonitor &monitor, QObject *parent = nullptr);
 
     QString button() const override { return tr("Add"); }
     bool buttonEnabled() const override;
@@ -155,7 +155,7 @@ public:
     void confirm();
 
 private:
-    UsageMonitor &m_delegate;
+    UsageMonitor &m_monitor;
 };
 
 // Usage already spent when the first plan is set up.

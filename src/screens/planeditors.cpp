@@ -96,8 +96,8 @@ void PlantypeController::tapRow(int row)
     reload();
 }
 
-RolloverController::RolloverController(UsageMonitor &delegate, const QString &plan, QObject *parent)
-    : MenuController(tr("Rollover Data"), {}, parent), m_delegate(delegate), m_plan(plan)
+RolloverController::RolloverController(UsageMonitor &monitor, const QString &plan, QObject *parent)
+    : MenuController(tr("Rollover Data"), {}, parent), m_monitor(monitor), m_plan(plan)
 {
     setFooters({tr("With rollover, the cellular data left unused in the previous billing period is added to "
                    "the data cap of the current one.")});
@@ -106,7 +106,7 @@ RolloverController::RolloverController(UsageMonitor &delegate, const QString &pl
 
 void RolloverController::reload()
 {
-    SharedCode &shared = m_delegate.shared();
+    SharedCode &shared = m_monitor.shared();
     const bool on = shared.boolForPlan(m_plan, Keys::PREF_ROLLOVER_ON);
     std::vector<Row> rows{{0, tr("Rollover Data"), Navigator::NoScreen, QString(), true, Switch, on}};
     if (on)
@@ -120,14 +120,14 @@ void RolloverController::setSwitch(int row, bool on)
 {
     if (row != 0)
         return;
-    SharedCode &shared = m_delegate.shared();
+    SharedCode &shared = m_monitor.shared();
     shared.setForPlan(m_plan, Keys::PREF_ROLLOVER_ON, on);
     if (!on) {
         reload();
         return;
     }
     const std::shared_ptr<StoreContext> context =
-        m_delegate.plans().storeForPlan(m_plan.isEmpty() ? shared.activePlanID() : m_plan);
+        m_monitor.plans().storeForPlan(m_plan.isEmpty() ? shared.activePlanID() : m_plan);
     QPointer<RolloverController> self(this);
     auto refresh = [self] {
         if (!self)

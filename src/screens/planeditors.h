@@ -61,7 +61,7 @@ class RolloverController : public MenuController
     QML_ELEMENT
     QML_UNCREATABLE("made by the app's navigator")
 public:
-    RolloverController(UsageMonitor &delegate, const QString &plan, QObject *parent = nullptr);
+    RolloverController(UsageMonitor &monitor, const QString &plan, QObject *parent = nullptr);
     void setSwitch(int row, bool on) override;
     void aboutToShow() override { reload(); }
 
@@ -71,7 +71,7 @@ signals:
 
 private:
     void reload();
-    UsageMonitor &m_delegate;
+    UsageMonitor &m_monitor;
     QString m_plan;
 };
 

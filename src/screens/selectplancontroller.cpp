@@ -4,8 +4,8 @@
 #include "plans/planorder.h"
 #include "services/usagemonitor.h"
 
-SelectPlanController::SelectPlanController(UsageMonitor &delegate, QObject *parent)
-    : QObject(parent), m_delegate(delegate),
+SelectPlanController::SelectPlanController(UsageMonitor &monitor, QObject *parent)
+    : QObject(parent), m_monitor(monitor),
       m_plans(new ListModel(
           {"planID", "label", "checked"}, [this] { return int(m_ids.size()); },
           [this](int row, const QByteArray &role) -> QVariant {
@@ -28,12 +28,12 @@ QString SelectPlanController::title() const
 
 int SelectPlanController::checkedRow() const
 {
-    return int(m_ids.indexOf(m_delegate.shared().activePlanID()));
+    return int(m_ids.indexOf(m_monitor.shared().activePlanID()));
 }
 
 void SelectPlanController::reload()
 {
-    const QVariantMap plans = m_delegate.shared().userPref().dictionaryForKey(Keys::PREF_ALL_PLANS);
+    const QVariantMap plans = m_monitor.shared().userPref().dictionaryForKey(Keys::PREF_ALL_PLANS);
     m_ids = PlanOrder::byLabel(plans);
     m_labels.clear();
     for (const QString &id : m_ids)
@@ -49,7 +49,7 @@ void SelectPlanController::tapRow(int row)
         emit goBack();
         return;
     }
-    m_delegate.plans().switchPlan(m_ids.at(row), [this] {
+    m_monitor.plans().switchPlan(m_ids.at(row), [this] {
         reload();
         emit switched();
     });

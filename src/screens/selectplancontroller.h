@@ -22,7 +22,7 @@ class SelectPlanController : public QObject
     Q_PROPERTY(ListModel *plans READ plans CONSTANT)
 
 public:
-    explicit SelectPlanController(UsageMonitor &delegate, QObject *parent = nullptr);
+    explicit SelectPlanController(UsageMonitor &monitor, QObject *parent = nullptr);
 
     QString title() const;
     QStringList planIDs() const { return m_ids; }
@@ -41,7 +41,7 @@ signals:
     void switched();
 
 private:
-    UsageMonitor &m_delegate;
+    UsageMonitor &m_monitor;
     QStringList m_ids;
     QStringList m_labels;
     ListModel *m_plans;

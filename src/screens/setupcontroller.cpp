@@ -3,10 +3,10 @@
 #include "services/firstrunsetup.h"
 #include "services/usagemonitor.h"
 
-SetupController::SetupController(UsageMonitor &delegate, QObject *parent)
-    : QObject(parent), m_delegate(delegate),
-      m_billdate(new BilldateController(delegate.shared(), QString(), this)),
-      m_allow(new CapController(delegate.shared(), QString(), this)),
+SetupController::SetupController(UsageMonitor &monitor, QObject *parent)
+    : QObject(parent), m_monitor(monitor),
+      m_billdate(new BilldateController(monitor.shared(), QString(), this)),
+      m_allow(new CapController(monitor.shared(), QString(), this)),
       m_existing(new AddExistingController(this))
 {}
 
@@ -69,12 +69,12 @@ void SetupController::next()
         setStep(Existing);
         break;
     case Existing:
-        FirstRunSetup::resetWithExistingUsage(m_delegate, m_existing->bytes());
+        FirstRunSetup::resetWithExistingUsage(m_monitor, m_existing->bytes());
         setStep(Finish);
         break;
     case Finish: {
         QString why;
-        if (!FirstRunSetup::markShown(m_delegate, &why)) {
+        if (!FirstRunSetup::markShown(m_monitor, &why)) {
             setError(tr("Could not save the settings: %1").arg(why));
             return;
         }

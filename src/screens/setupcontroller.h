@@ -27,7 +27,7 @@ public:
     enum Step { Intro = 0, BillDate = 1, Cap = 2, Existing = 3, Finish = 4 };
     Q_ENUM(Step)
 
-    explicit SetupController(UsageMonitor &delegate, QObject *parent = nullptr);
+    explicit SetupController(UsageMonitor &monitor, QObject *parent = nullptr);
 
     int step() const { return m_step; }
     QString title() const;
@@ -51,7 +51,7 @@ private:
     void setStep(int step);
     void setError(const QString &error);
 
-    UsageMonitor &m_delegate;
+    UsageMonitor &m_monitor;
     int m_step = Intro;
     QString m_error;
     BilldateController *m_billdate;

@@ -6,16 +6,16 @@ UsageFiguresController::UsageFiguresController(QObject *parent) : QObject(parent
 
 UsageFiguresController::~UsageFiguresController()
 {
-    setDelegate(nullptr);
+    setMonitor(nullptr);
 }
 
-void UsageFiguresController::setDelegate(UsageMonitor *delegate)
+void UsageFiguresController::setMonitor(UsageMonitor *monitor)
 {
-    if (m_delegate && m_delegate->rootController() == this)
-        m_delegate->setRootController(nullptr);
-    m_delegate = delegate;
-    if (m_delegate) {
-        m_delegate->setRootController(this);
+    if (m_monitor && m_monitor->rootController() == this)
+        m_monitor->setRootController(nullptr);
+    m_monitor = monitor;
+    if (m_monitor) {
+        m_monitor->setRootController(this);
         reloadValues();
     }
 }
@@ -27,20 +27,20 @@ QString UsageFiguresController::forecast() const
 
 void UsageFiguresController::reloadValues()
 {
-    if (!m_delegate)
+    if (!m_monitor)
         return;
-    const CurrentValues v = m_delegate->figures().values();
+    const CurrentValues v = m_monitor->figures().values();
     const bool period =
         v.monthStartDate != m_values.monthStartDate || v.monthEndDate != m_values.monthEndDate;
     const bool usage = v.monthCellIn != m_values.monthCellIn || v.monthCellOut != m_values.monthCellOut ||
                        v.monthWifiIn != m_values.monthWifiIn || v.monthWifiOut != m_values.monthWifiOut ||
                        v.monthPercent != m_values.monthPercent;
     m_values = v;
-    const double ratio = v.monthEndDate.isValid() ? m_delegate->figures().forecastRatio(v) : 0;
+    const double ratio = v.monthEndDate.isValid() ? m_monitor->figures().forecastRatio(v) : 0;
     const bool forecast = ratio != m_forecastRatio;
     m_forecastRatio = ratio;
     const std::pair<qint64, QString> left = v.monthEndDate.isValid()
-                                                ? m_delegate->figures().timeLeft(v)
+                                                ? m_monitor->figures().timeLeft(v)
                                                 : std::pair<qint64, QString>{0, QString()};
     const bool time = left != m_timeLeft;
     m_timeLeft = left;

@@ -7,8 +7,8 @@
 #include <QtQml/qqmlregistration.h>
 
 // The root controller of the app: the current period's figures as properties for the main screen
-// to bind to. It is made with no arguments and given the delegate; from then on it is the
-// delegate's root controller, and each time the delegate has new figures (the usage check posts
+// to bind to. It is made with no arguments and given the monitor; from then on it is the
+// monitor's root controller, and each time the monitor has new figures (the usage check posts
 // them on the main queue) it reads them and signals what changed, once per change.
 class UsageFiguresController : public QObject, public RootController
 {
@@ -35,8 +35,8 @@ public:
     explicit UsageFiguresController(QObject *parent = nullptr);
     ~UsageFiguresController() override;
 
-    // The delegate whose figures are shown; this becomes its root controller (null lets go).
-    void setDelegate(UsageMonitor *delegate);
+    // The monitor whose figures are shown; this becomes its root controller (null lets go).
+    void setMonitor(UsageMonitor *monitor);
 
     QDateTime periodStart() const { return m_values.monthStartDate; }
     QDateTime periodEnd() const { return m_values.monthEndDate; }
@@ -72,11 +72,11 @@ signals:
     void alertRequested(const AlertValue &alert);
 
 protected:
-    UsageMonitor *delegate() const { return m_delegate; }
+    UsageMonitor *monitor() const { return m_monitor; }
     const CurrentValues &currentValues() const { return m_values; }
 
 private:
-    UsageMonitor *m_delegate = nullptr;
+    UsageMonitor *m_monitor = nullptr;
     CurrentValues m_values;
     double m_forecastRatio = 0;
     std::pair<qint64, QString> m_timeLeft{0, QString()};

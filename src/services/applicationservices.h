@@ -6,7 +6,7 @@
 
 #include <functional>
 
-// The platform services the application delegate talks to. Each has a Linux implementation
+// The platform services the usage monitor talks to. Each has a Linux implementation
 // under platform/ and a double in the tests; a missing service (nullptr) does nothing.
 
 struct NotificationRequest
@@ -82,7 +82,7 @@ public:
     QVariantMap toMap() const;
 };
 
-// The main screen as the delegate sees it.
+// The main screen as the monitor sees it.
 class RootController
 {
 public:

@@ -6,23 +6,23 @@
 
 namespace FirstRunSetup {
 
-void resetWithExistingUsage(UsageMonitor &delegate, double existingBytes)
+void resetWithExistingUsage(UsageMonitor &monitor, double existingBytes)
 {
-    const std::shared_ptr<StoreContext> context = delegate.shared().activeStore();
+    const std::shared_ptr<StoreContext> context = monitor.shared().activeStore();
     if (!context)
         return;
     StoreContext *c = context.get();
     // The period as the settings now have it: the reset deletes exactly that period's usage.
-    delegate.figures().readActivePlanValuesNow();
-    delegate.plans().resetCurrentPeriod();
+    monitor.figures().readActivePlanValuesNow();
+    monitor.plans().resetCurrentPeriod();
     if (existingBytes > 0)
-        delegate.plans().addUsageToCurrent(existingBytes);
-    c->performAndWait([&] { delegate.computeCurrentValues(c); });
+        monitor.plans().addUsageToCurrent(existingBytes);
+    c->performAndWait([&] { monitor.computeCurrentValues(c); });
 }
 
-bool markShown(UsageMonitor &delegate, QString *error)
+bool markShown(UsageMonitor &monitor, QString *error)
 {
-    SettingsDomain &pref = delegate.shared().userPref();
+    SettingsDomain &pref = monitor.shared().userPref();
     pref.setValue(Keys::PREF_SHOWED_SETUP, true);
     if (pref.synchronize())
         return true;

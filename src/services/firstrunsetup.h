@@ -9,10 +9,10 @@ namespace FirstRunSetup {
 
 // Starts the active plan's current period afresh (with the bill day and cap just chosen) holding
 // only the usage the user says was already spent, and posts the new figures. Waits for the store.
-void resetWithExistingUsage(UsageMonitor &delegate, double existingBytes);
+void resetWithExistingUsage(UsageMonitor &monitor, double existingBytes);
 
 // Marks the setup as done and writes the settings at once. False with the reason when the settings
 // could not be written (the setup then shows again next time).
-bool markShown(UsageMonitor &delegate, QString *error);
+bool markShown(UsageMonitor &monitor, QString *error);
 
 } // namespace FirstRunSetup

@@ -33,11 +33,11 @@ struct FakeResolver : HostNameResolver
 
 struct Net
 {
-    explicit Net(FakeConnections *source = nullptr) : shared(open(source)), delegate(*shared)
+    explicit Net(FakeConnections *source = nullptr) : shared(open(source)), monitor(*shared)
     {
         UsageMonitor::Services s;
         s.hostNames = &resolver;
-        delegate.setServices(s);
+        monitor.setServices(s);
     }
     std::unique_ptr<SharedCode> open(FakeConnections *source)
     {
@@ -65,7 +65,7 @@ struct Net
     TestContainer container; // now: 10 March 2026, 14:25
     FakeResolver resolver;
     std::unique_ptr<SharedCode> shared;
-    UsageMonitor delegate;
+    UsageMonitor monitor;
 };
 
 QDateTime at(int hour)
@@ -128,7 +128,7 @@ private slots:
             return ctx->save();
         });
         n.resolver.names.insert("198.18.0.9", "nine.example");
-        DayViewController day(n.delegate.plans(), n.delegate.hostNames(), QStringLiteral("P"));
+        DayViewController day(n.monitor.plans(), n.monitor.hostNames(), QStringLiteral("P"));
         auto *page = qobject_cast<NetViewController *>(day.child(2));
         QTRY_VERIFY(!page->busy());
         QCOMPARE(page->hourKeys, (QList<QDateTime>{at(10), at(9)}));
@@ -147,7 +147,7 @@ private slots:
                  std::optional<QString>("198.18.0.1")); // no name: the address
         QCOMPARE(n.resolver.asked.size(), 3);
         // Another page for the same day: cached names at once, no new lookups.
-        DayViewController again(n.delegate.plans(), n.delegate.hostNames(), QStringLiteral("P"));
+        DayViewController again(n.monitor.plans(), n.monitor.hostNames(), QStringLiteral("P"));
         auto *second = qobject_cast<NetViewController *>(again.child(2));
         QTRY_VERIFY(!second->busy());
         QCOMPARE(second->drawRow(1, 1), QStringLiteral("198.18.0.1"));

@@ -40,8 +40,8 @@ private slots:
     {
         TestContainer c;
         auto shared = c.open();
-        UsageMonitor delegate(*shared);
-        delegate.plans().setUpNewInstall();
+        UsageMonitor monitor(*shared);
+        monitor.plans().setUpNewInstall();
         const QString id = shared->activePlanID();
         QCOMPARE(id.size(), 36);
         QCOMPARE(id, id.toUpper());
@@ -50,9 +50,9 @@ private slots:
                  id + QStringLiteral(".sqlite"));
         QCOMPARE(shared->doubleForPlan(QString(), Keys::PREF_THRES_MONTHLY), 2147483648.0);
         QCOMPARE(shared->userPref().doubleForKey(Keys::PREF_ALERT3), 90.0);
-        delegate.plans().setUpNewInstall(); // once there is an active plan: nothing
+        monitor.plans().setUpNewInstall(); // once there is an active plan: nothing
         QCOMPARE(shared->userPref().dictionaryForKey(Keys::PREF_ALL_PLANS).size(), 1);
-        QCOMPARE(delegate.plans().makeNewPlan().value(Keys::PREF_PLAN_LABEL).toString(),
+        QCOMPARE(monitor.plans().makeNewPlan().value(Keys::PREF_PLAN_LABEL).toString(),
                  QStringLiteral("Plan"));
     }
 
@@ -111,21 +111,21 @@ private slots:
     {
         TestContainer c;
         auto shared = c.open();
-        UsageMonitor delegate(*shared);
-        delegate.plans().setUpNewInstall();
-        QVariantMap other = delegate.plans().makeNewPlan();
-        delegate.plans().addPlan(other);
+        UsageMonitor monitor(*shared);
+        monitor.plans().setUpNewInstall();
+        QVariantMap other = monitor.plans().makeNewPlan();
+        monitor.plans().addPlan(other);
         const QString active = shared->activePlanID(), otherId = other.value(Keys::PREF_PLAN_ID).toString();
         QVERIFY(!shared->makeStoreForPlan(QString()));
-        QVERIFY(!delegate.plans().storeForPlan(QString()));
+        QVERIFY(!monitor.plans().storeForPlan(QString()));
         auto a = shared->activeStore();
         QCOMPARE(a->name(), active);
         QCOMPARE(shared->activeStore(), a);
-        QCOMPARE(delegate.plans().storeForPlan(active), a);
-        auto o = delegate.plans().storeForPlan(otherId);
+        QCOMPARE(monitor.plans().storeForPlan(active), a);
+        auto o = monitor.plans().storeForPlan(otherId);
         QCOMPARE(o->name(), otherId);
         QCOMPARE(o->path(), c.dir.filePath(otherId + QStringLiteral(".sqlite")));
-        QCOMPARE(delegate.plans().storeForPlan(otherId), o);
+        QCOMPARE(monitor.plans().storeForPlan(otherId), o);
         shared->userPref().setValue(Keys::PREF_ACTIVE_PLAN, otherId);
         QCOMPARE(shared->activeStore()->name(), otherId);
         QVERIFY(shared->activeStore() != o); // the active context is the shared one, not the cache

@@ -40,17 +40,17 @@ private slots:
     {
         TestContainer c;
         auto shared = c.openPlan();
-        UsageMonitor delegate(*shared);
+        UsageMonitor monitor(*shared);
         SearchableIndex index(shared->containerURL());
         QVERIFY(index.items().isEmpty());
-        delegate.windowDeactivated();
+        monitor.windowDeactivated();
         c.clock.set(c.clock.now().addSecs(3600));
-        delegate.windowDeactivated();
+        monitor.windowDeactivated();
         QCOMPARE(index.items().size(), 1);
         QCOMPARE(index.items().first().expirationDate, c.clock.now().addDays(365));
-        QCOMPARE(delegate.search().activity().activityType, QStringLiteral("tallymonext.search"));
-        QCOMPARE(delegate.search().activity().userInfo, (QVariantMap{{"SEARCH_UNIQ_ID", 1}}));
-        QVERIFY(delegate.search().openResult(delegate.search().activity()));
+        QCOMPARE(monitor.search().activity().activityType, QStringLiteral("tallymonext.search"));
+        QCOMPARE(monitor.search().activity().userInfo, (QVariantMap{{"SEARCH_UNIQ_ID", 1}}));
+        QVERIFY(monitor.search().openResult(monitor.search().activity()));
 
         int reads = 0;
         DesktopSearch search(index, c.clock, [&] {

@@ -129,8 +129,8 @@ private slots:
         TestContainer c;
         auto shared = c.openPlan();
         FakeWatch watch;
-        UsageMonitor delegate(*shared, UsageMonitor::Services{.watch = &watch});
-        delegate.watch().connectSession();
+        UsageMonitor monitor(*shared, UsageMonitor::Services{.watch = &watch});
+        monitor.watch().connectSession();
         QVERIFY(watch.onMessage);
         const auto ask = [&] {
             std::optional<QVariantMap> reply;
@@ -156,14 +156,14 @@ private slots:
         auto shared = c.openPlan();
         shared->setForPlan(QString(), Keys::PREF_THRES_MONTHLY, 1000.0);
         FakeWatch watch;
-        UsageMonitor delegate(*shared, UsageMonitor::Services{.watch = &watch});
+        UsageMonitor monitor(*shared, UsageMonitor::Services{.watch = &watch});
         const QVariantMap screen{{WStats::PERCENT, 150.0},
                                  {WStats::COLOR, quint32(0xff0000)},
                                  {WStats::FORECAST, "over"},
                                  {WStats::USED, 1500.0},
                                  {WStats::DAYS, qint64(3)}};
-        delegate.watch().sendContext(screen);
-        delegate.watch().sendContext(screen);
+        monitor.watch().sendContext(screen);
+        monitor.watch().sendContext(screen);
         QCOMPARE(watch.complications.size(), 1);
         QCOMPARE(watch.contexts.size(), 1);
         QCOMPARE(watch.contexts[0].value(WStats::LEFT).toDouble(), 0.0);
@@ -173,13 +173,13 @@ private slots:
         QVariantMap changed = screen;
         changed[WStats::COLOR] = quint32(0x00ff00);
         watch.complication = false;
-        delegate.watch().sendContext(changed);
+        monitor.watch().sendContext(changed);
         QCOMPARE(watch.contexts.size(), 2);
         QCOMPARE(
             shared->userPref().dictionaryForKey(Keys::PREF_WATCH_COMP_STATE).value(WStats::COLOR).toUInt(),
             0x00ff00u);
         watch.installed = false;
-        delegate.watch().sendContext(screen);
+        monitor.watch().sendContext(screen);
         QCOMPARE(watch.contexts.size() + watch.complications.size(), 3);
     }
 

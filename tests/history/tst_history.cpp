@@ -17,10 +17,10 @@ void waitLoaded(TimeChartViewController *list)
     QTRY_VERIFY(!list->busy());
 }
 
-// A monthly plan "P" (bill day 1) with some usage, and the delegate the screens work with.
+// A monthly plan "P" (bill day 1) with some usage, and the monitor the screens work with.
 struct Screens
 {
-    explicit Screens(int type = 0, int n = 0) : shared(container.openPlan()), delegate(*shared)
+    explicit Screens(int type = 0, int n = 0) : shared(container.openPlan()), monitor(*shared)
     {
         shared->setForPlan(QString(), Keys::PREF_BILLTYPE, type);
         shared->setForPlan(QString(), Keys::PREF_BILLDAY, 1);
@@ -30,7 +30,7 @@ struct Screens
     }
     void add(const QList<Event> &events)
     {
-        auto ctx = delegate.plans().storeForPlan(QStringLiteral("P"));
+        auto ctx = monitor.plans().storeForPlan(QStringLiteral("P"));
         onQueue(*ctx, [&] {
             for (const Event &e : events)
                 ctx->insertEvent(e);
@@ -39,7 +39,7 @@ struct Screens
     }
     TestContainer container; // now: Tuesday 10 March 2026, 14:25
     std::unique_ptr<SharedCode> shared;
-    UsageMonitor delegate;
+    UsageMonitor monitor;
 };
 
 QDateTime at(int month, int day, int hour)
@@ -237,7 +237,7 @@ private slots:
             events.append(Event{t.addSecs(60), 1000, 0, 500});
         events.append(Event{end, 7}); // the next day
         s.add(events);
-        DayViewController day(s.delegate.plans(), s.delegate.hostNames(), QStringLiteral("P"));
+        DayViewController day(s.monitor.plans(), s.monitor.hostNames(), QStringLiteral("P"));
         day.reloadWithDate(start);
         auto *list = static_cast<TimeChartViewController *>(day.child(0));
         QAbstractItemModelTester tester(list->rows(), QAbstractItemModelTester::FailureReportingMode::QtTest);
@@ -260,7 +260,7 @@ private slots:
         Screens s;
         s.add({Event{at(3, 1, 0), 10}, Event{at(3, 31, 23).addSecs(3599), 20}, Event{at(4, 1, 0), 40},
                Event{at(2, 28, 23).addSecs(3599), 80}});
-        CycleViewController cycle(s.delegate.plans(), QStringLiteral("P"), at(3, 10, 12));
+        CycleViewController cycle(s.monitor.plans(), QStringLiteral("P"), at(3, 10, 12));
         QAbstractItemModelTester tester(cycle.rows(), QAbstractItemModelTester::FailureReportingMode::QtTest);
         waitLoaded(&cycle);
         QCOMPARE(cycle.keysForChart(), (QList<QDateTime>{at(3, 31, 0), at(3, 1, 0)}));
@@ -289,7 +289,7 @@ private slots:
         for (int d = 0; d < 500; ++d)
             events.append(Event{at(3, 10, 6).addDays(-d), 1000});
         s.add(events);
-        MultiCyclesController periods(s.delegate.plans(), QStringLiteral("P"));
+        MultiCyclesController periods(s.monitor.plans(), QStringLiteral("P"));
         QAbstractItemModelTester tester(periods.rows(),
                                         QAbstractItemModelTester::FailureReportingMode::QtTest);
         waitLoaded(&periods);
@@ -378,14 +378,14 @@ private slots:
         Screens s;
         s.container.clock.set(now);
         s.add({Event{now, 1000}, Event{at(8, 30, 9), 5000}});
-        DayViewController day(s.delegate.plans(), s.delegate.hostNames(), QStringLiteral("P"));
+        DayViewController day(s.monitor.plans(), s.monitor.hostNames(), QStringLiteral("P"));
         QCOMPARE(day.title(), dayTitle);
         auto *hours = static_cast<TimeChartViewController *>(day.child(0));
         waitLoaded(hours);
         QCOMPARE(hours->row(0).timeLabel, hourLabel);
         QCOMPARE(hours->periodLabel(), clock24 ? QString() : QStringLiteral("PM"));
         QCOMPARE(hours->headerHeight(), clock24 ? 1.0 : 30.0);
-        MultiCyclesController periods(s.delegate.plans(), QStringLiteral("P"));
+        MultiCyclesController periods(s.monitor.plans(), QStringLiteral("P"));
         waitLoaded(&periods);
         QCOMPARE(periods.rowCount(), 2);
         QCOMPARE(periods.row(0).timeLabel, monthRow);
@@ -419,7 +419,7 @@ private slots:
         qputenv("TZ", "UTC");
         Screens s(type, n);
         s.add({Event{at(3, 10, 9), 1000}});
-        MultiCyclesController periods(s.delegate.plans(), QStringLiteral("P"));
+        MultiCyclesController periods(s.monitor.plans(), QStringLiteral("P"));
         waitLoaded(&periods);
         QCOMPARE(periods.rowCount(), 1);
         QCOMPARE(periods.row(0).timeLabel, label);
@@ -428,7 +428,7 @@ private slots:
         QCOMPARE(periods.timeLabelFontsize(), fontSize);
         QVERIFY(periods.isSelectable());
         // A daily plan's day view goes back to the periods, the others to the period's days.
-        DayViewController day(s.delegate.plans(), s.delegate.hostNames(), QStringLiteral("P"));
+        DayViewController day(s.monitor.plans(), s.monitor.hostNames(), QStringLiteral("P"));
         QCOMPARE(qobject_cast<MultiCyclesController *>(day.cycleController()) != nullptr,
                  type == 4 && n == 1);
         QCOMPARE(day.cycleController(), day.cycleController()); // made once
@@ -441,7 +441,7 @@ private slots:
         Screens s;
         s.shared->userPref().setValue(Keys::PREF_DAYVIEW_TYPE, 5);
         s.add({Event{at(3, 10, 9), 1000, 0, 3000}, Event{at(3, 10, 9), 24}, Event{at(3, 2, 23), 700}});
-        DayViewController day(s.delegate.plans(), s.delegate.hostNames(), QStringLiteral("P"));
+        DayViewController day(s.monitor.plans(), s.monitor.hostNames(), QStringLiteral("P"));
         QCOMPARE(day.activeIndex(), 0);
         QTRY_VERIFY(!day.busy());
         QCOMPARE(day.usageLabel(), (StyledText{{QStringLiteral("c "), TextRun::Glyph},
@@ -476,7 +476,7 @@ private slots:
         QSignalSpy tip(multi, &MultiCyclesController::showTip);
         waitLoaded(multi);
         QCOMPARE(tip.size(), 1);
-        MultiCyclesController again(s.delegate.plans(), QStringLiteral("P"));
+        MultiCyclesController again(s.monitor.plans(), QStringLiteral("P"));
         QSignalSpy noTip(&again, &MultiCyclesController::showTip);
         waitLoaded(&again);
         QCOMPARE(noTip.size(), 0);

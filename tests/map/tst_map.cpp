@@ -116,7 +116,7 @@ private slots:
     {
         TestContainer c;
         auto shared = c.openPlan();
-        UsageMonitor delegate(*shared);
+        UsageMonitor monitor(*shared);
         auto ctx = shared->activeStore();
         const QDateTime nine(QDate(2026, 3, 10), QTime(9, 0)), ten(QDate(2026, 3, 10), QTime(10, 0));
         onQueue(*ctx, [&] {
@@ -126,7 +126,7 @@ private slots:
             ctx->insertEvent(Event{ten, 99999}); // no position
             return ctx->save();
         });
-        DayViewController day(delegate.plans(), delegate.hostNames(), QStringLiteral("P"));
+        DayViewController day(monitor.plans(), monitor.hostNames(), QStringLiteral("P"));
         auto *map = qobject_cast<MapViewController *>(day.child(1));
         QVERIFY(map);
         QAbstractItemModelTester cards(map->cards(), QAbstractItemModelTester::FailureReportingMode::QtTest);

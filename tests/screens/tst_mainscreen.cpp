@@ -28,15 +28,15 @@ namespace {
 struct Screen
 {
     explicit Screen(const QDateTime &now = QDateTime(QDate(2026, 3, 10), QTime(14, 25)))
-        : container(now), shared(container.open()), delegate(*shared)
+        : container(now), shared(container.open()), monitor(*shared)
     {
-        delegate.plans().setUpNewInstall();
+        monitor.plans().setUpNewInstall();
         shared->userPref().setValue(Keys::PREF_SHOWED_SETUP, true);
     }
     ~Screen()
     {
         if (main)
-            main->setDelegate(nullptr);
+            main->setMonitor(nullptr);
         if (auto c = shared->activeStore())
             c->performAndWait([] {});
     }
@@ -47,23 +47,23 @@ struct Screen
         c->performAndWait([&] {
             c->insertEvent({container.clock.now().addSecs(-60), cell, 0, wifi, 0});
             c->save();
-            delegate.figures().readCurrentValues(c.get());
+            monitor.figures().readCurrentValues(c.get());
         });
     }
     void setPercent(double percent) // through the cap: 1 GB used
     {
         shared->setForPlan(QString(), Keys::PREF_THRES_MONTHLY, 1073741824.0 * 100 / percent);
     }
-    // The main screen over this delegate, detached again when the Screen goes.
+    // The main screen over this monitor, detached again when the Screen goes.
     MainScreenController &show()
     {
         main = std::make_unique<MainScreenController>();
-        main->setDelegate(&delegate);
+        main->setMonitor(&monitor);
         return *main;
     }
     TestContainer container;
     std::unique_ptr<SharedCode> shared;
-    UsageMonitor delegate;
+    UsageMonitor monitor;
     std::unique_ptr<MainScreenController> main;
 };
 
@@ -267,14 +267,14 @@ private slots:
         Screen s;
         MainScreenController c;
         QSignalSpy rendered(&c, &MainScreenController::rendered);
-        c.setDelegate(&s.delegate); // no figures read yet: no dates
+        c.setMonitor(&s.monitor); // no figures read yet: no dates
         QCOMPARE(rendered.size(), 0);
         QVERIFY(c.lastRecord().isEmpty());
         s.use(100);
         c.reloadValues();
         QCOMPARE(rendered.size(), 1);
         QCOMPARE(c.lastRecord().size(), 5);
-        c.setDelegate(nullptr);
+        c.setMonitor(nullptr);
     }
 
     void setupShowsUntilFinished()
@@ -284,7 +284,7 @@ private slots:
         s.use(50 * 1048576.0); // usage before setup: the reset takes it away
         MainScreenController &c = s.show();
         QCOMPARE(c.whatToPop(), 1);
-        SetupController setup(s.delegate);
+        SetupController setup(s.monitor);
         QObject::connect(&setup, &SetupController::finished, &c,
                          &MainScreenController::dismissedSetupMigrate);
         setup.next();
@@ -302,7 +302,7 @@ private slots:
         QCOMPARE(s.shared->getForPlan(QString(), Keys::PREF_BILLDAY).toLongLong(), 5);
         QCOMPARE(s.shared->getForPlan(QString(), Keys::PREF_THRES_MONTHLY).toDouble(),
                  std::floor(2.5 * 1073741824));
-        QCOMPARE(s.delegate.figures().values().monthCell, 300 * 1048576.0);
+        QCOMPARE(s.monitor.figures().values().monthCell, 300 * 1048576.0);
     }
 
     void pickersStoreTheirValues()
@@ -331,7 +331,7 @@ private slots:
         // The data plan row names the active plan; every row opens a screen the navigator makes.
         SettingsController c(*s.shared);
         QCOMPARE(c.menuRows()[0].detail, QStringLiteral("Phone"));
-        Navigator navigator(s.delegate, {});
+        Navigator navigator(s.monitor, {});
         for (const MenuController::Row &r : c.menuRows())
             QVERIFY2(std::unique_ptr<QObject>(navigator.create(r.opens)), qPrintable(r.title));
         QSignalSpy open(&c, &MenuController::open);
@@ -348,7 +348,7 @@ private slots:
         QTemporaryDir data;
         qputenv("XDG_DATA_HOME", QFile::encodeName(data.path()));
         Screen s;
-        Navigator navigator(s.delegate, {});
+        Navigator navigator(s.monitor, {});
         std::unique_ptr<QObject> made(navigator.create(Navigator::Export));
         auto *e = qobject_cast<ExportController *>(made.get());
         QVERIFY(e);
@@ -411,7 +411,7 @@ private slots:
         MainScreenController &c = s.show();
         c.setViewHeight(720);
         QCOMPARE(c.parallaxOffset(tilt), 0.0); // not active yet
-        s.delegate.setApplicationState(UsageMonitor::Active);
+        s.monitor.setApplicationState(UsageMonitor::Active);
         c.applicationStateChanged();
         QCOMPARE(c.parallaxOffset(-1), 144.0);
         QCOMPARE(c.parallaxOffset(1), -144.0);

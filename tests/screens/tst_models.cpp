@@ -19,14 +19,14 @@ namespace {
 
 struct Plan
 {
-    Plan() : shared(container.openPlan()), delegate(*shared)
+    Plan() : shared(container.openPlan()), monitor(*shared)
     {
         shared->setForPlan(QString(), Keys::PREF_PLAN_LABEL, QStringLiteral("Phone"));
         shared->setForPlan(QString(), Keys::PREF_THRES_MONTHLY, 1000.0);
         shared->setForPlan(QString(), Keys::PREF_BILLDAY, 1);
         for (int i = 1; i <= 4; ++i)
             shared->userPref().setValue(Keys::alert(i), 25.0 * i);
-        auto ctx = delegate.plans().storeForPlan(QStringLiteral("P"));
+        auto ctx = monitor.plans().storeForPlan(QStringLiteral("P"));
         onQueue(*ctx, [&] {
             for (int day = 1; day <= 9; day += 4)
                 ctx->insertEvent(Event{QDateTime(QDate(2026, 3, day), QTime(9, 0)), 100.0 * day, 1, 50, 2});
@@ -52,7 +52,7 @@ struct Plan
     }
     TestContainer container; // now: 10 March 2026, 14:25
     std::unique_ptr<SharedCode> shared;
-    UsageMonitor delegate;
+    UsageMonitor monitor;
 };
 
 } // namespace
@@ -67,7 +67,7 @@ private slots:
     void historyRows()
     {
         Plan p;
-        CycleViewController period(p.delegate.plans(), QStringLiteral("P"), p.shared->clock().now());
+        CycleViewController period(p.monitor.plans(), QStringLiteral("P"), p.shared->clock().now());
         QAbstractItemModelTester tester(period.rows(),
                                         QAbstractItemModelTester::FailureReportingMode::QtTest);
         QTRY_VERIFY(!period.busy());
@@ -86,11 +86,11 @@ private slots:
     void anotherPeriodShowsItIsLoading()
     {
         Plan p;
-        CycleViewController period(p.delegate.plans(), QStringLiteral("P"), p.shared->clock().now());
+        CycleViewController period(p.monitor.plans(), QStringLiteral("P"), p.shared->clock().now());
         QTRY_VERIFY(!period.busy());
         QCOMPARE(period.rowCount(), 3);
         QSemaphore gate;
-        p.delegate.plans().storeForPlan(QStringLiteral("P"))->perform([&gate] { gate.acquire(); });
+        p.monitor.plans().storeForPlan(QStringLiteral("P"))->perform([&gate] { gate.acquire(); });
         QSignalSpy changed(&period, &TimeChartViewController::changed);
         const QString before = period.title();
         period.reloadWithDate(QDateTime(QDate(2026, 2, 10), QTime(12, 0)));
@@ -107,10 +107,10 @@ private slots:
     void plansAndThresholds()
     {
         Plan p;
-        QVariantMap other = p.delegate.plans().makeNewPlan();
+        QVariantMap other = p.monitor.plans().makeNewPlan();
         other.insert(Keys::PREF_PLAN_LABEL, QStringLiteral("Laptop"));
-        p.delegate.plans().addPlan(other);
-        SelectPlanController select(p.delegate);
+        p.monitor.plans().addPlan(other);
+        SelectPlanController select(p.monitor);
         QAbstractItemModelTester plans(select.plans(),
                                        QAbstractItemModelTester::FailureReportingMode::QtTest);
         QList<QVariantMap> rows = Plan::rows(*select.plans());
@@ -122,7 +122,7 @@ private slots:
         select.reload();
         QCOMPARE(Plan::rows(*select.plans()).at(0).value("checked").toBool(), true);
 
-        PlanController plan(p.delegate, QStringLiteral("P"));
+        PlanController plan(p.monitor, QStringLiteral("P"));
         QAbstractItemModelTester settings(plan.settings(),
                                           QAbstractItemModelTester::FailureReportingMode::QtTest);
         const QList<QVariantMap> planRows = Plan::rows(*plan.settings());
@@ -145,7 +145,7 @@ private slots:
     {
         Plan p;
         p.container.clock.set(QDateTime(QDate(2026, 3, 9), QTime(20, 0)));
-        DayViewController day(p.delegate.plans(), p.delegate.hostNames(), QStringLiteral("P"));
+        DayViewController day(p.monitor.plans(), p.monitor.hostNames(), QStringLiteral("P"));
         auto *net = qobject_cast<NetViewController *>(day.child(2));
         QAbstractItemModelTester tester(net->addresses(),
                                         QAbstractItemModelTester::FailureReportingMode::QtTest);
@@ -169,10 +169,10 @@ private slots:
         p.container.interfaces.counters =
             QList<LinkCounters>{LinkCounters{QStringLiteral("wwan0"), 1000, 1000}};
         UsageFiguresController screen;
-        screen.setDelegate(&p.delegate);
+        screen.setMonitor(&p.monitor);
         const auto check = [&] {
-            p.delegate.checkUsage(nullptr);
-            QTRY_VERIFY(!p.delegate.isCheckingUsage());
+            p.monitor.checkUsage(nullptr);
+            QTRY_VERIFY(!p.monitor.isCheckingUsage());
             QCoreApplication::processEvents(); // the figures reach the main queue
         };
         check(); // the first sample only remembers the counters; the figures come in
@@ -187,8 +187,8 @@ private slots:
         check(); // nothing moved
         QCOMPARE(usage.count(), 1);
         QCOMPARE(period.count(), 0);
-        screen.setDelegate(nullptr);
-        QVERIFY(!p.delegate.rootController());
+        screen.setMonitor(nullptr);
+        QVERIFY(!p.monitor.rootController());
     }
 };
 

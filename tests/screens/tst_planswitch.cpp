@@ -95,14 +95,14 @@ private slots:
         writeCounters(1000);
         LinuxNetworkInterfaces interfaces(path("net_dev"), path("sys"));
         SharedCode shared(SharedCode::Services{path("container"), &interfaces});
-        UsageMonitor delegate(shared);
-        delegate.plans().setUpNewInstall();
+        UsageMonitor monitor(shared);
+        monitor.plans().setUpNewInstall();
         shared.userPref().setValue(Keys::PREF_SHOWED_SETUP, true);
         const QString phone = shared.activePlanID();
         shared.setForPlan(phone, Keys::PREF_PLAN_LABEL, QStringLiteral("Phone"));
-        QVariantMap travel = delegate.plans().makeNewPlan();
+        QVariantMap travel = monitor.plans().makeNewPlan();
         travel.insert(Keys::PREF_PLAN_LABEL, QStringLiteral("Travel"));
-        delegate.plans().addPlan(travel);
+        monitor.plans().addPlan(travel);
         const QString travelID = travel.value(Keys::PREF_PLAN_ID).toString();
         QVERIFY(shared.userPref().synchronize());
 
@@ -130,7 +130,7 @@ private slots:
         QVERIFY2(waitForSamples(daemon, lines, 1), qPrintable(lines.join(u"")));
 
         // The app: the plan list, and a tap on Travel right after more traffic.
-        Navigator navigator(delegate, {});
+        Navigator navigator(monitor, {});
         QQmlApplicationEngine engine;
         QQuickWindow *window = loadAppWindow(engine, navigator, true, nullptr);
         QVERIFY(window);

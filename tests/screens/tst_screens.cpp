@@ -42,18 +42,18 @@ void collect(QtMsgType type, const QMessageLogContext &context, const QString &m
 
 struct App
 {
-    explicit App(bool setUp) : shared(container.open()), delegate(*shared)
+    explicit App(bool setUp) : shared(container.open()), monitor(*shared)
     {
-        delegate.plans().setUpNewInstall();
+        monitor.plans().setUpNewInstall();
         shared->userPref().setValue(Keys::PREF_SHOWED_SETUP, setUp);
         if (auto c = shared->activeStore()) {
             c->performAndWait([&] {
                 c->insertEvent({container.clock.now().addSecs(-600), 50 * 1048576.0, 0, 70 * 1048576.0, 0});
                 c->save();
-                delegate.figures().readCurrentValues(c.get());
+                monitor.figures().readCurrentValues(c.get());
             });
         }
-        navigator = std::make_unique<Navigator>(delegate, Navigator::Platform{});
+        navigator = std::make_unique<Navigator>(monitor, Navigator::Platform{});
         navigator->main()->setStillFrames(true);
         window = loadAppWindow(engine, *navigator, true, nullptr);
         if (window) {
@@ -138,7 +138,7 @@ struct App
 
     TestContainer container;
     std::unique_ptr<SharedCode> shared;
-    UsageMonitor delegate;
+    UsageMonitor monitor;
     std::unique_ptr<Navigator> navigator;
     QQmlApplicationEngine engine;
     QQuickWindow *window = nullptr;
@@ -343,7 +343,7 @@ private slots:
     {
         App app(true);
         QVERIFY(app.window);
-        QCOMPARE(app.delegate.figures().values().monthCell, 50 * 1048576.0);
+        QCOMPARE(app.monitor.figures().values().monthCell, 50 * 1048576.0);
         app.key(Qt::Key_Left);
         QCOMPARE(app.pages(), 1);
         QTRY_VERIFY(app.top());
@@ -356,7 +356,7 @@ private slots:
         QTRY_VERIFY(app.item("answer0") && app.item("answer0")->isVisible());
         app.key(Qt::Key_Return); // the first answer: Reset Current Statistics
         QTRY_COMPARE(app.pages(), 1);
-        QTRY_COMPARE(app.delegate.figures().values().monthCell, 0.0);
+        QTRY_COMPARE(app.monitor.figures().values().monthCell, 0.0);
         app.key(Qt::Key_Escape);
         QTRY_COMPARE(app.pages(), 0);
         QCOMPARE(g_warnings, QStringList());
@@ -554,7 +554,7 @@ private slots:
         QCOMPARE(instance.registerOrForward(QString(), &error), ApplicationInstance::Outcome::First);
         QObject::connect(
             &instance, &ApplicationInstance::actionActivated, &instance, [&](const QString &name) {
-                app.delegate.performQuickAction(ApplicationInstance::shortcutTypeForAction(name), nullptr);
+                app.monitor.performQuickAction(ApplicationInstance::shortcutTypeForAction(name), nullptr);
             });
         QTemporaryDir data;
         QVERIFY(QDir().mkpath(data.filePath(QStringLiteral("applications"))));
@@ -583,7 +583,7 @@ private slots:
         };
         // The usage check of an action done, and its queued step run on the main queue.
         auto settleAction = [&] {
-            QTRY_VERIFY(!app.delegate.isCheckingUsage());
+            QTRY_VERIFY(!app.monitor.isCheckingUsage());
             app.shared->activeStore()->performAndWait([] {});
             QTest::qWait(100);
         };
@@ -804,7 +804,7 @@ private slots:
         QCOMPARE(s.getForPlan(QString(), Keys::PREF_THRES_MONTHLY).toDouble(), std::floor(2.5 * 1073741824));
         QCOMPARE(s.getForPlan(QString(), Keys::PREF_DATA_DISPLAY_CAP).toList(),
                  (QVariantList{QStringLiteral("2.5"), qint64(1)}));
-        QCOMPARE(app.delegate.figures().values().monthCell,
+        QCOMPARE(app.monitor.figures().values().monthCell,
                  300 * 1048576.0); // the usage before setup is gone
         QCOMPARE(app.item("lPercent")->property("text").toString(), QStringLiteral("12")); // 300 MB of 2.5 GB
         QCOMPARE(g_warnings, QStringList());

@@ -25,9 +25,9 @@ namespace {
 
 struct Plans
 {
-    Plans() : shared(container.open()), delegate(*shared)
+    Plans() : shared(container.open()), monitor(*shared)
     {
-        delegate.plans().setUpNewInstall();
+        monitor.plans().setUpNewInstall();
         plan = shared->activePlanID();
     }
     ~Plans()
@@ -44,7 +44,7 @@ struct Plans
 
     TestContainer container; // now: 10 March 2026, 14:25
     std::unique_ptr<SharedCode> shared;
-    UsageMonitor delegate;
+    UsageMonitor monitor;
     QString plan;
 };
 
@@ -341,12 +341,12 @@ private slots:
     {
         Plans p;
         // Last period (February) used 500 MB of the 2 GB cap.
-        auto context = p.delegate.plans().storeForPlan(p.plan);
+        auto context = p.monitor.plans().storeForPlan(p.plan);
         onQueue(*context, [&] {
             context->insertEvent({QDateTime(QDate(2026, 2, 14), QTime(9, 0)), 500 * 1048576.0, 0, 0, 0});
             return context->save();
         });
-        RolloverController r(p.delegate, p.plan);
+        RolloverController r(p.monitor, p.plan);
         QCOMPARE(titles(r), QStringList{"Rollover Data"});
         QSignalSpy computed(&r, &RolloverController::rolloverComputed);
         r.setSwitch(0, true);
@@ -372,7 +372,7 @@ private slots:
     {
         Plans p;
         FakeServices services;
-        ResetController c(p.delegate, &services);
+        ResetController c(p.monitor, &services);
         QCOMPARE(c.menuRows()[0].detail, QStringLiteral("Off"));
 
         // Tapping while off turns the service on and says so.
@@ -402,8 +402,8 @@ private slots:
         QCOMPARE(checked(c), QList<int>{ResetController::BadgeRow});
 
         // Reset asks first; only its destructive answer deletes the period's records.
-        p.delegate.plans().addUsageToCurrent(1000);
-        p.delegate.figures().readActivePlanValuesNow();
+        p.monitor.plans().addUsageToCurrent(1000);
+        p.monitor.figures().readActivePlanValuesNow();
         QSignalSpy asked(&c, &MenuController::ask);
         QSignalSpy back(&c, &MenuController::goBack);
         c.answer(0); // nothing was asked
@@ -515,7 +515,7 @@ private slots:
         addMethod("StartUnit", "ss", "o", "ret = '/org/freedesktop/systemd1/job/1'");
 
         SystemdUserManager systemd(bus);
-        ResetController c(p.delegate, &systemd);
+        ResetController c(p.monitor, &systemd);
         QCOMPARE(c.menuRows()[0].detail, QStringLiteral("Off"));
         QVERIFY(c.menuRows()[0].enabled);
         QSignalSpy said(&c, &MenuController::message);

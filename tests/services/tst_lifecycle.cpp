@@ -38,8 +38,8 @@ struct World
         s.application = &app;
         s.notifications = &center;
         s.refreshStatus = &refresh;
-        delegate = std::make_unique<UsageMonitor>(*shared, s);
-        delegate->plans().setUpNewInstall();
+        monitor = std::make_unique<UsageMonitor>(*shared, s);
+        monitor->plans().setUpNewInstall();
         shared->setForPlan(QString(), Keys::PREF_THRES_MONTHLY, 1000.0);
         container.interfaces.counters = QList<LinkCounters>{{QStringLiteral("pdp_ip0"), 100, 100}};
     }
@@ -62,7 +62,7 @@ struct World
     ManualApplication app;
     RecordingCenter center;
     FakeRefresh refresh;
-    std::unique_ptr<UsageMonitor> delegate;
+    std::unique_ptr<UsageMonitor> monitor;
     QSemaphore gate;
 };
 
@@ -119,10 +119,10 @@ private slots:
         World w;
         w.container.clock.set(sinceReference(seconds));
         std::optional<FetchResult> got;
-        w.delegate->checkUsage([&](FetchResult r) { got = r; });
+        w.monitor->checkUsage([&](FetchResult r) { got = r; });
         w.settle();
         QCOMPARE(got, std::optional(result));
-        w.delegate->checkUsage(nullptr); // no handler: nothing to answer
+        w.monitor->checkUsage(nullptr); // no handler: nothing to answer
         w.settle();
     }
 
@@ -132,31 +132,31 @@ private slots:
         World w;
         w.blockQueue();
         QList<FetchResult> first, second;
-        w.delegate->checkUsage([&](FetchResult r) { first.append(r); });
-        QVERIFY(w.delegate->isCheckingUsage());
-        w.delegate->checkUsage([&](FetchResult r) { second.append(r); });
+        w.monitor->checkUsage([&](FetchResult r) { first.append(r); });
+        QVERIFY(w.monitor->isCheckingUsage());
+        w.monitor->checkUsage([&](FetchResult r) { second.append(r); });
         QCOMPARE(second, QList<FetchResult>{FetchResult::NewData});
         QVERIFY(first.isEmpty());
         QCOMPARE(w.app.open.size(), 1);
         w.release();
         w.settle();
         QCOMPARE(first, QList<FetchResult>{FetchResult::NewData});
-        QVERIFY(!w.delegate->isCheckingUsage());
+        QVERIFY(!w.monitor->isCheckingUsage());
         QVERIFY(w.app.open.isEmpty());
-        QVERIFY(w.delegate->figures().lastSample().locked);
+        QVERIFY(w.monitor->figures().lastSample().locked);
     }
 
-    // The store queues outlive the delegate: what it queued and had not started when it went is
-    // dropped, instead of running on a delegate that is gone.
+    // The store queues outlive the monitor: what it queued and had not started when it went is
+    // dropped, instead of running on a monitor that is gone.
     void queuedWorkDroppedWithTheDelegate()
     {
         World w;
         w.blockQueue();
         int answers = 0;
-        w.delegate->checkUsage([&](FetchResult) { ++answers; });
-        w.delegate->doComputeValuesOnly();
-        w.delegate->performQuickAction(QStringLiteral("SHORTCUTS_HISTORY"), nullptr);
-        w.delegate.reset();
+        w.monitor->checkUsage([&](FetchResult) { ++answers; });
+        w.monitor->doComputeValuesOnly();
+        w.monitor->performQuickAction(QStringLiteral("SHORTCUTS_HISTORY"), nullptr);
+        w.monitor.reset();
         w.release();
         w.settle();
         QCoreApplication::sendPostedEvents();
@@ -172,10 +172,10 @@ private slots:
         World w;
         w.blockQueue();
         int answers = 0;
-        w.delegate->checkUsage([&](FetchResult) { ++answers; });
+        w.monitor->checkUsage([&](FetchResult) { ++answers; });
         w.app.expire(w.app.next);
         QCOMPARE(answers, 1);
-        QVERIFY(!w.delegate->isCheckingUsage());
+        QVERIFY(!w.monitor->isCheckingUsage());
         w.release();
         w.settle();
         QCOMPARE(answers, 2);
@@ -185,16 +185,16 @@ private slots:
     void backgroundLaunchNotifies()
     {
         World w;
-        QVERIFY(w.delegate->prepareLaunch());
-        QVERIFY(w.delegate->completeLaunch());
-        QCOMPARE(w.delegate->applicationState(), int(UsageMonitor::Background));
+        QVERIFY(w.monitor->prepareLaunch());
+        QVERIFY(w.monitor->completeLaunch());
+        QCOMPARE(w.monitor->applicationState(), int(UsageMonitor::Background));
         QCOMPARE(w.app.fetchRequests, 1);
-        w.delegate->checkUsage(nullptr);
+        w.monitor->checkUsage(nullptr);
         w.settle();
         w.container.interfaces.counters = QList<LinkCounters>{{QStringLiteral("pdp_ip0"), 700, 100}};
-        w.delegate->checkUsage(nullptr);
+        w.monitor->checkUsage(nullptr);
         w.settle();
-        w.delegate->checkUsage(nullptr);
+        w.monitor->checkUsage(nullptr);
         w.settle();
         QCOMPARE(w.center.added.size(), 1);
         QCOMPARE(w.center.added[0].body, QStringLiteral("You've used 60%."));
@@ -226,37 +226,37 @@ private slots:
         World w;
         FakeRoot root;
         root.presenting = presenting;
-        w.delegate->setRootController(&root);
+        w.monitor->setRootController(&root);
         w.shared->userPref().setValue(Keys::PREF_SHOWED_SETUP, setUp);
         w.container.interfaces.counters = QList<LinkCounters>{{QStringLiteral("pdp_ip0"), 100, 100}};
         std::optional<bool> answer;
-        w.delegate->performQuickAction(type, [&](bool ok) { answer = ok; });
+        w.monitor->performQuickAction(type, [&](bool ok) { answer = ok; });
         QCOMPARE(answer, std::optional<bool>(known)); // at once, before the queued work
         QVERIFY(root.shortcuts.isEmpty());
         w.settle();
         w.settle();
         QCOMPARE(root.shortcuts, handled ? QStringList{type} : QStringList());
-        QCOMPARE(w.delegate->figures().lastSample().countersRead, known); // the usage check ran first
+        QCOMPARE(w.monitor->figures().lastSample().countersRead, known); // the usage check ran first
     }
 
     void activationAndTermination()
     {
         World w;
         FakeRoot root;
-        w.delegate->setRootController(&root);
+        w.monitor->setRootController(&root);
         w.shared->userPref().setValue(Keys::PREF_SHOWED_SETUP, true);
-        w.delegate->windowActivated();
+        w.monitor->windowActivated();
         w.settle();
-        QCOMPARE(w.delegate->applicationState(), int(UsageMonitor::Active));
+        QCOMPARE(w.monitor->applicationState(), int(UsageMonitor::Active));
         QCOMPARE(w.center.clears, 1);
         // A fresh install records its version silently; an update shows the notice once.
         QCOMPARE(w.shared->userPref().stringForKey(QStringLiteral("PREF_WHATSNEW_CHECK_8_6")),
                  ReleaseNotes::version());
         QVERIFY(root.alerts.isEmpty());
         w.shared->userPref().setValue(QStringLiteral("PREF_WHATSNEW_CHECK_8_6"), QStringLiteral("0.0.1"));
-        w.delegate->windowActivated();
+        w.monitor->windowActivated();
         w.settle();
-        w.delegate->windowActivated();
+        w.monitor->windowActivated();
         w.settle();
         QCOMPARE(root.alerts.size(), 1);
         QCOMPARE(root.alerts[0].title, QStringLiteral("😊 What's New"));
@@ -267,16 +267,16 @@ private slots:
                  QStringLiteral("0.0.1"));
 
         // Entering the background flushes the settings under a task of its own.
-        w.delegate->enterBackground();
+        w.monitor->enterBackground();
         QCOMPARE(w.app.open.size(), 1);
         w.settle();
         QVERIFY(w.app.open.isEmpty());
 
         // Termination waits for a last sample.
         w.container.interfaces.counters = QList<LinkCounters>{{QStringLiteral("pdp_ip0"), 150, 130}};
-        w.delegate->shutDown();
-        QCOMPARE(w.delegate->figures().lastSample().event->cellIn, 50.0);
-        QCOMPARE(w.delegate->figures().lastSample().event->cellOut, 30.0);
+        w.monitor->shutDown();
+        QCOMPARE(w.monitor->figures().lastSample().event->cellIn, 50.0);
+        QCOMPARE(w.monitor->figures().lastSample().event->cellOut, 30.0);
     }
 };
 

@@ -103,38 +103,38 @@ private slots:
         FakeLocation location;
         UsageMonitor::Services s;
         s.location = &location;
-        UsageMonitor delegate(*shared, s);
-        delegate.plans().setUpNewInstall();
-        delegate.location().follow();
+        UsageMonitor monitor(*shared, s);
+        monitor.plans().setUpNewInstall();
+        monitor.location().follow();
         QCOMPARE(location.starts, 0); // the setting is off
-        QCOMPARE(delegate.location().currentCoordinate().latitude, kUnknownCoordinate);
+        QCOMPARE(monitor.location().currentCoordinate().latitude, kUnknownCoordinate);
         shared->userPref().setValue(Keys::PREF_V7_GEO, true);
         location.authorization = LocationService::Authorization::WhenInUse;
-        delegate.location().follow();
+        monitor.location().follow();
         QCOMPARE(location.starts, 0);
         location.authorization = LocationService::Authorization::Always;
-        delegate.location().follow();
-        delegate.location().follow();
+        monitor.location().follow();
+        monitor.location().follow();
         QCOMPARE(location.starts, 1);
 
         location.last = at(0, 20, 800); // too coarse: the visit decides
         QList<Visit> observed;
-        QObject::connect(&delegate.location(), &LocationTracker::visited,
+        QObject::connect(&monitor.location(), &LocationTracker::visited,
                          [&](const Visit &v) { observed.append(v); });
         location.onVisit(Visit{48.1, 11.5, t0, t0.addSecs(45 * 60)});
         QCOMPARE(observed.size(), 1);
-        QCOMPARE(delegate.location().currentCoordinate().latitude,
+        QCOMPARE(monitor.location().currentCoordinate().latitude,
                  48.1); // departed after the current hour began
         location.onVisit(Visit{48.1, 11.5, t0, t0.addSecs(-60)});
-        QCOMPARE(delegate.location().currentCoordinate().latitude, kUnknownCoordinate);
+        QCOMPARE(monitor.location().currentCoordinate().latitude, kUnknownCoordinate);
         location.last = at(0, 20, 30);
-        QCOMPARE(delegate.location().currentCoordinate().latitude, 52.5);
+        QCOMPARE(monitor.location().currentCoordinate().latitude, 52.5);
 
         shared->userPref().setValue(Keys::PREF_V7_GEO, false);
-        delegate.location().follow();
+        monitor.location().follow();
         QCOMPARE(location.stops, 1);
-        QCOMPARE(delegate.location().currentCoordinate().latitude, kUnknownCoordinate);
-        delegate.checkUsage(nullptr); // the visit's check: let it finish
+        QCOMPARE(monitor.location().currentCoordinate().latitude, kUnknownCoordinate);
+        monitor.checkUsage(nullptr); // the visit's check: let it finish
         shared->activeStore()->performAndWait([] {});
         QCoreApplication::sendPostedEvents();
     }

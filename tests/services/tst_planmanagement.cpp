@@ -20,30 +20,30 @@ QDateTime never()
 
 struct Plans
 {
-    Plans() : shared(container.open()), delegate(*shared)
+    Plans() : shared(container.open()), monitor(*shared)
     {
-        delegate.plans().setUpNewInstall();
+        monitor.plans().setUpNewInstall();
         first = shared->activePlanID();
-        QVariantMap plan = delegate.plans().makeNewPlan();
+        QVariantMap plan = monitor.plans().makeNewPlan();
         second = plan.value(Keys::PREF_PLAN_ID).toString();
-        delegate.plans().addPlan(plan);
+        monitor.plans().addPlan(plan);
     }
     ~Plans()
     {
-        // Work the delegate queued on the store must not outlive it.
+        // Work the monitor queued on the store must not outlive it.
         if (auto context = shared->activeStore())
             context->performAndWait([] {});
     }
 
     double cellIn(const QString &plan)
     {
-        auto context = delegate.plans().storeForPlan(plan);
+        auto context = monitor.plans().storeForPlan(plan);
         return onQueue(*context, [&] { return context->sum(ever(), never())->cellIn; });
     }
 
     TestContainer container;
     std::unique_ptr<SharedCode> shared;
-    UsageMonitor delegate;
+    UsageMonitor monitor;
     QString first, second;
 };
 
@@ -62,9 +62,9 @@ private slots:
         p.cellIn(p.second); // creates its store file
         const QString file = p.shared->sqliteURLForPlan(p.second);
         QVERIFY(QFile::exists(file));
-        p.delegate.plans().removePlan(p.first); // the active plan: refused
+        p.monitor.plans().removePlan(p.first); // the active plan: refused
         QCOMPARE(p.shared->userPref().dictionaryForKey(Keys::PREF_ALL_PLANS).size(), 2);
-        p.delegate.plans().removePlan(p.second);
+        p.monitor.plans().removePlan(p.second);
         QVERIFY(!QFile::exists(file));
         QCOMPARE(p.shared->userPref().dictionaryForKey(Keys::PREF_ALL_PLANS).keys(), QStringList{p.first});
     }
@@ -82,14 +82,14 @@ private slots:
         sample(1500);
         p.container.interfaces.counters = QList<LinkCounters>{{QStringLiteral("pdp_ip0"), 1800, 0}};
         bool done = false;
-        p.delegate.plans().switchPlan(p.second, [&] { done = true; });
+        p.monitor.plans().switchPlan(p.second, [&] { done = true; });
         QTRY_VERIFY(done);
         QCOMPARE(p.shared->activePlanID(), p.second);
         sample(2000);
         QCOMPARE(p.cellIn(p.first), 800.0);
         QCOMPARE(p.cellIn(p.second), 200.0);
         bool again = false;
-        p.delegate.plans().switchPlan(p.second, [&] { again = true; }); // already active: nothing to do
+        p.monitor.plans().switchPlan(p.second, [&] { again = true; }); // already active: nothing to do
         QVERIFY(again);
     }
 
@@ -99,11 +99,11 @@ private slots:
         p.shared->setForPlan(p.first, Keys::PREF_PLAN_LABEL, QStringLiteral("b"));
         p.shared->setForPlan(p.second, Keys::PREF_PLAN_LABEL, QStringLiteral("A"));
         for (const char *label : {"a10", "a9"}) {
-            QVariantMap plan = p.delegate.plans().makeNewPlan();
+            QVariantMap plan = p.monitor.plans().makeNewPlan();
             plan.insert(Keys::PREF_PLAN_LABEL, QString::fromLatin1(label));
-            p.delegate.plans().addPlan(plan);
+            p.monitor.plans().addPlan(plan);
         }
-        SelectPlanController list(p.delegate);
+        SelectPlanController list(p.monitor);
         QCOMPARE(list.labels(), (QStringList{"A", "a9", "a10", "b"}));
         QCOMPARE(list.checkedRow(), 3);
         QSignalSpy back(&list, &SelectPlanController::goBack),
@@ -124,17 +124,17 @@ private slots:
             context->insertEvent(Event{QDateTime(QDate(2026, 2, 27), QTime()), 7});
             context->insertEvent(Event{QDateTime(QDate(2026, 3, 2), QTime()), 9});
             context->save();
-            return p.delegate.figures().readCurrentValues(context.get());
+            return p.monitor.figures().readCurrentValues(context.get());
         });
-        p.delegate.plans().addUsageToCurrent(0);
-        p.delegate.plans().addUsageToCurrent(-5);
-        p.delegate.plans().addUsageToCurrent(100);
+        p.monitor.plans().addUsageToCurrent(0);
+        p.monitor.plans().addUsageToCurrent(-5);
+        p.monitor.plans().addUsageToCurrent(100);
         const QList<Event> added =
             onQueue(*context, [&] { return context->events(p.container.clock.now(), never()); });
         QCOMPARE(added.size(), 1);
         QCOMPARE(added[0].cellIn, 100.0);
         QCOMPARE(added[0].latitude, kUnknownCoordinate);
-        p.delegate.plans().resetCurrentPeriod();
+        p.monitor.plans().resetCurrentPeriod();
         QCOMPARE(p.cellIn(p.first), 7.0); // earlier periods stay
     }
 
@@ -163,7 +163,7 @@ private slots:
         Plans p;
         const QVariantMap before = p.shared->userPref().dictionaryForKey(Keys::PREF_ALL_PLANS);
         {
-            PlanController fresh(p.delegate);
+            PlanController fresh(p.monitor);
             QCOMPARE(fresh.title(), QStringLiteral("New Plan"));
             QCOMPARE(fresh.sectionCount(), 1);
             QCOMPARE(p.shared->userPref().dictionaryForKey(Keys::PREF_ALL_PLANS).size(), 3);
@@ -175,7 +175,7 @@ private slots:
         p.shared->setForPlan(p.second, Keys::PREF_NDAYS_N, 1);
         p.shared->setForPlan(p.second, Keys::PREF_30DAY_START, QDateTime(QDate(2026, 2, 9), QTime()));
         p.shared->userPref().setValue(Keys::PREF_WEEK_START, 2);
-        PlanController screen(p.delegate, p.second);
+        PlanController screen(p.monitor, p.second);
         QCOMPARE(screen.title(), QStringLiteral("Plan Details"));
         QStringList got;
         for (const SettingsRow &r : screen.rows(0))
@@ -188,7 +188,7 @@ private slots:
 
         // Usage History asks whoever presents screens for the plan's day screen.
         QString shown;
-        QObject::connect(&p.delegate.plans(), &PlanService::historyRequested,
+        QObject::connect(&p.monitor.plans(), &PlanService::historyRequested,
                          [&](const QString &plan, QObject *presenter, bool) {
                              shown = plan;
                              QCOMPARE(presenter, &screen);
@@ -196,7 +196,7 @@ private slots:
         screen.selectRow(1, 2);
         QCOMPARE(shown, p.second);
 
-        PlanController active(p.delegate, p.first);
+        PlanController active(p.monitor, p.first);
         QVERIFY(!active.canDelete());
         active.confirmDelete();
         QVERIFY(screen.canDelete());
@@ -236,7 +236,7 @@ private slots:
         QFETCH(bool, enabled);
         QFETCH(double, bytes);
         Plans p;
-        AddController add(p.delegate);
+        AddController add(p.monitor);
         add.setText(typed);
         QCOMPARE(add.text(), field);
         QCOMPARE(add.buttonEnabled(), enabled);
@@ -249,7 +249,7 @@ private slots:
     void addingUsage()
     {
         Plans p;
-        AddController add(p.delegate);
+        AddController add(p.monitor);
         add.unit = AmountEntry::GB;
         add.setText(QStringLiteral("1,5"));
         const AlertValue question = *add.add();

@@ -9,33 +9,33 @@ namespace {
 
 constexpr double MB = 1048576.0;
 
-// A delegate over a fresh container: plan "P", monthly from the 1st, a 100 MB cap, the default
+// A monitor over a fresh container: plan "P", monthly from the 1st, a 100 MB cap, the default
 // thresholds, now 10 March 2026 14:25 UTC.
 struct World
 {
     explicit World(const QDateTime &now = QDateTime(QDate(2026, 3, 10), QTime(14, 25)))
         : container(now), shared(container.open()),
-          delegate(*shared, UsageMonitor::Services{&center, &badge, &refresh})
+          monitor(*shared, UsageMonitor::Services{&center, &badge, &refresh})
     {
-        delegate.plans().setUpNewInstall();
+        monitor.plans().setUpNewInstall();
         shared->setForPlan(QString(), Keys::PREF_THRES_MONTHLY, 100 * MB);
         context = shared->activeStore();
     }
 
-    // Adds usage now and recomputes; returns the delegate's percentage.
+    // Adds usage now and recomputes; returns the monitor's percentage.
     double use(double bytes, bool inBackground = true)
     {
         context->performAndWait([&] {
             if (bytes > 0)
                 context->insertEvent(Event{shared->nowAtHour(), bytes});
             context->save();
-            const qint64 before = delegate.alerts().currentThresholdLevel();
-            delegate.computeCurrentValues(context.get(), inBackground);
-            delegate.alerts().applyUsageAlertRule(before, inBackground,
-                                                  delegate.figures().values().monthPercent);
+            const qint64 before = monitor.alerts().currentThresholdLevel();
+            monitor.computeCurrentValues(context.get(), inBackground);
+            monitor.alerts().applyUsageAlertRule(before, inBackground,
+                                                 monitor.figures().values().monthPercent);
         });
         QCoreApplication::sendPostedEvents();
-        return delegate.figures().values().monthPercent;
+        return monitor.figures().values().monthPercent;
     }
 
     TestContainer container;
@@ -43,7 +43,7 @@ struct World
     FakeBadge badge;
     FakeRefresh refresh;
     std::unique_ptr<SharedCode> shared;
-    UsageMonitor delegate;
+    UsageMonitor monitor;
     std::shared_ptr<StoreContext> context;
 };
 
@@ -64,19 +64,19 @@ private slots:
             w.context->insertEvent(Event{QDateTime(QDate(2026, 4, 1), QTime()), 99 * MB}); // the next period
             w.context->insertEvent(Event{QDateTime(QDate(2026, 2, 28), QTime(23, 0)), 99 * MB});
             w.context->save();
-            w.delegate.computeCurrentValues(w.context.get(), true);
+            w.monitor.computeCurrentValues(w.context.get(), true);
         });
-        const CurrentValues v = w.delegate.figures().values();
+        const CurrentValues v = w.monitor.figures().values();
         QCOMPARE(v.monthStartDate, QDateTime(QDate(2026, 3, 1), QTime()));
         QCOMPARE(v.monthEndDate, QDateTime(QDate(2026, 4, 1), QTime()));
         QCOMPARE(v.monthCell, 15 * MB);
         QCOMPARE(v.monthWifi, 7.0);
         QCOMPARE(v.monthPercent, 15.0);
-        QCOMPARE(w.delegate.figures().timeLeft(v), (std::pair<qint64, QString>(22, QStringLiteral("days"))));
+        QCOMPARE(w.monitor.figures().timeLeft(v), (std::pair<qint64, QString>(22, QStringLiteral("days"))));
         QCoreApplication::sendPostedEvents();
         FakeRoot root;
-        w.delegate.setRootController(&root);
-        w.context->performAndWait([&] { w.delegate.computeCurrentValues(w.context.get(), true); });
+        w.monitor.setRootController(&root);
+        w.context->performAndWait([&] { w.monitor.computeCurrentValues(w.context.get(), true); });
         QCoreApplication::sendPostedEvents();
         QCOMPARE(root.reloads, 1);
     }
@@ -162,7 +162,7 @@ private slots:
             w.context->save();
         });
         w.use(0);
-        QCOMPARE(w.delegate.alerts().currentThresholdLevel(), 0);
+        QCOMPARE(w.monitor.alerts().currentThresholdLevel(), 0);
         QCOMPARE(w.center.added.size(), 1);
         w.use(69.5 * MB);
         QCOMPARE(w.center.added.size(), 2);
@@ -188,7 +188,7 @@ private slots:
         World w;
         FakeRoot root;
         root.presenting = presenting;
-        w.delegate.setRootController(&root);
+        w.monitor.setRootController(&root);
         w.shared->userPref().setValue(Keys::PREF_SHOWED_SETUP, setupDone);
         w.use(70.5 * MB, false);
         QCOMPARE(w.center.added.size(), 2); // the bill-cycle pair only, no notification
@@ -230,20 +230,20 @@ private slots:
     {
         World w;
         FakeRoot root;
-        w.delegate.setRootController(&root);
-        w.delegate.alerts().showAppSwitcherTip();
-        w.delegate.alerts().showAppSwitcherTip();
+        w.monitor.setRootController(&root);
+        w.monitor.alerts().showAppSwitcherTip();
+        w.monitor.alerts().showAppSwitcherTip();
         QCOMPARE(w.center.added.size(), 1); // once only
         // Refresh unavailable: one alert per spell, and the tip may come again afterwards.
         w.refresh.available = false;
-        w.delegate.alerts().checkRefreshStatusDidChange();
-        w.delegate.alerts().checkRefreshStatusDidChange();
+        w.monitor.alerts().checkRefreshStatusDidChange();
+        w.monitor.alerts().checkRefreshStatusDidChange();
         QCOMPARE(root.alerts.size(), 1);
         QVERIFY(!w.shared->userPref().boolForKey(Keys::PREF_TIP_APPSWITCHER));
         w.refresh.available = true;
-        w.delegate.alerts().checkRefreshStatusDidChange();
+        w.monitor.alerts().checkRefreshStatusDidChange();
         w.refresh.available = false;
-        w.delegate.alerts().checkRefreshStatusDidChange();
+        w.monitor.alerts().checkRefreshStatusDidChange();
         QCOMPARE(root.alerts.size(), 2);
     }
 

@@ -72,18 +72,18 @@ struct App
 {
     App(const QString &container, const Clock &clock, const QString &picturesFolder)
         : interfaces(LinuxNetworkInterfaces::fromEnvironment()), shared(services(container, clock)),
-          delegate(shared), shell(picturesFolder), navigator(delegate, {&icons, nullptr, &shell, &systemd})
+          monitor(shared), shell(picturesFolder), navigator(monitor, {&icons, nullptr, &shell, &systemd})
     {
         if (const QString error = shared.userPref().loadError(); !error.isEmpty())
             fail(error);
-        delegate.setServices(UsageMonitor::Services::from(nullptr, &tasks));
+        monitor.setServices(UsageMonitor::Services::from(nullptr, &tasks));
         navigator.main()->setStillFrames(true);
-        delegate.setApplicationState(UsageMonitor::Inactive);
-        delegate.prepareLaunch();
-        delegate.completeLaunch();
+        monitor.setApplicationState(UsageMonitor::Inactive);
+        monitor.prepareLaunch();
+        monitor.completeLaunch();
         showStoredFigures(navigator);
     }
-    ~App() { delegate.setServices({}); }
+    ~App() { monitor.setServices({}); }
 
     SharedCode::Services services(const QString &container, const Clock &clock)
     {
@@ -96,7 +96,7 @@ struct App
     LinuxNetworkInterfaces interfaces;
     SockDiagConnections connections;
     SharedCode shared;
-    UsageMonitor delegate;
+    UsageMonitor monitor;
     TimedBackgroundTasks tasks;
     LinuxAlternateIcons icons;
     LinuxDesktopShell shell;

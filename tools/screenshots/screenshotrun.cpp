@@ -94,7 +94,7 @@ std::function<void()> ScreenshotRun::openStack(std::vector<Opened> screens,
                                                std::function<void(const QString &other)> before)
 {
     return [this, screens, before] {
-        SharedCode &shared = m_navigator.delegate().shared();
+        SharedCode &shared = m_navigator.monitor().shared();
         // The demo's other plan, found before the new-plan picture adds one more.
         if (m_otherPlan.isEmpty()) {
             for (const QString &id : shared.userPref().dictionaryForKey(Keys::PREF_ALL_PLANS).keys()) {
@@ -146,7 +146,7 @@ void ScreenshotRun::addSettingsShots()
 void ScreenshotRun::addEditorStateShots()
 {
     auto rolloverOn = [this](const QString &) {
-        SharedCode &shared = m_navigator.delegate().shared();
+        SharedCode &shared = m_navigator.monitor().shared();
         shared.setForPlan(QString(), Keys::PREF_ROLLOVER_ON, true);
         shared.setForPlan(QString(), Keys::PREF_ROLLOVER_DISPLAY,
                           QVariantList{QStringLiteral("1548"), qint64(0)});
@@ -157,7 +157,7 @@ void ScreenshotRun::addEditorStateShots()
         {QStringLiteral("screen-rollover-amount.png"), openStack({{Navigator::RolloverAmount, "active"}})});
     // The early plan types: the other plan turned weekly.
     auto weekly = [this](const QString &other) {
-        m_navigator.delegate().shared().setForPlan(other, Keys::PREF_BILLTYPE, qint64(2));
+        m_navigator.monitor().shared().setForPlan(other, Keys::PREF_BILLTYPE, qint64(2));
     };
     m_shots.push_back(
         {QStringLiteral("screen-plantype-legacy.png"), openStack({{Navigator::PlanType, "other"}}, weekly)});
@@ -181,7 +181,7 @@ void ScreenshotRun::addHistoryShots()
         m_shots.push_back({QStringLiteral("history-day-%1.png").arg(QLatin1StringView(pages[type])),
                            [this, type] {
                                // Pictures never fetch map tiles unless the data names a server.
-                               if (m_navigator.delegate()
+                               if (m_navigator.monitor()
                                        .shared()
                                        .userPref()
                                        .stringForKey(Keys::PREF_MAP_TILE_URL)
@@ -214,7 +214,7 @@ void ScreenshotRun::addHistoryShots()
 
 void ScreenshotRun::setSetting(const QString &key, const QVariant &value)
 {
-    m_navigator.delegate().shared().userPref().setValue(key, value);
+    m_navigator.monitor().shared().userPref().setValue(key, value);
 }
 
 QObject *ScreenshotRun::openAlone(Navigator::Screen screen, const QString &argument)
@@ -225,7 +225,7 @@ QObject *ScreenshotRun::openAlone(Navigator::Screen screen, const QString &argum
 
 void ScreenshotRun::recompute()
 {
-    m_navigator.delegate().figures().readActivePlanValuesNow();
+    m_navigator.monitor().figures().readActivePlanValuesNow();
     m_navigator.main()->reloadValues();
 }
 
@@ -233,7 +233,7 @@ void ScreenshotRun::recompute()
 void ScreenshotRun::showForecast(double ratio)
 {
     recompute();
-    UsageMonitor &d = m_navigator.delegate();
+    UsageMonitor &d = m_navigator.monitor();
     const CurrentValues v = d.figures().values();
     if (!(v.monthCell > 0) || !v.monthEndDate.isValid())
         return;
