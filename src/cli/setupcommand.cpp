@@ -25,8 +25,10 @@ namespace Cli {
 
 std::optional<AmountEntry::Amount> parseAmount(const QString &text, double minimum)
 {
-    static const QRegularExpression re(QStringLiteral("^\\s*([^a-zA-Z]+?)\\s*(MB|GB)?\\s*$"),
-                                       QRegularExpression::CaseInsensitiveOption);
+    // Digits with at most one decimal point or comma: no sign, no grouping, no second point.
+    static const QRegularExpression re(
+        QStringLiteral("^\\s*([0-9]+(?:[.,][0-9]*)?|[.,][0-9]+)\\s*(MB|GB)?\\s*$"),
+        QRegularExpression::CaseInsensitiveOption);
     const QRegularExpressionMatch m = re.match(text);
     if (!m.hasMatch())
         return std::nullopt;

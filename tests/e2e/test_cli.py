@@ -38,6 +38,8 @@ class CommandLine(unittest.TestCase):
             ["alerts", "set", "2", "95"], ["alerts", "set", "1", "4"], ["alerts", "set", "5", "50"],
             ["alerts", "set", "1", "half"], ["alerts", "mute"], ["status", "--plan", "NO-SUCH-PLAN"],
             ["plans", "add-usage", "12a", "--yes"], ["plans", "add-usage", "0.0001GB", "--yes"],
+            ["plans", "add-usage", "-5MB", "--yes"], ["plans", "add-usage", "1 000MB", "--yes"],
+            ["plans", "add-usage", "1.2.3MB", "--yes"],
             ["plans", "reset"], ["plans", "switch", "NO-SUCH-PLAN"], ["plans", "remove"],
             ["export"], ["export", "--row", "4"], ["export", "--cycles", "0"], ["export", "--row", "1", "--cycles", "2"],
             ["history"], ["history", "weeks"], ["history", "cycles", "--date", "2026-01-01"],
