@@ -18,6 +18,12 @@ ToolBar {
         text: "\u2039 " + bar.backText
         font.pixelSize: Theme.body
         palette.buttonText: Theme.accent
+        // Pressed or focused: the rows' own pressed colour, so the accent stays readable on dark pages.
+        background: Rectangle {
+            visible: backButton.down || backButton.visualFocus
+            color: Theme.rowPressed
+            radius: 4
+        }
         Accessible.name: bar.backText
         onClicked: bar.back()
     }
