@@ -11,8 +11,8 @@
 struct LinkCounters
 {
     QString name;
-    double received = 0;
-    double sent = 0;
+    quint64 received = 0;
+    quint64 sent = 0;
 };
 
 // The system's network interfaces: their counters and what kind of link each one is.
@@ -31,6 +31,9 @@ public:
     // interface made again (a modem link that dropped and came back) gets a new index and counters
     // that start again from 0.
     virtual int interfaceIndex(const QString &name) = 0;
+    // Which network namespace the interfaces are read in (empty when unknown): interface indexes
+    // are numbered per namespace.
+    virtual QString networkNamespace() { return {}; }
     // The identifier of this boot of the system (empty when unknown): counters start again at 0
     // at every boot.
     virtual QString bootId() = 0;

@@ -42,6 +42,7 @@ const QList<Key> &all()
         PREF_CELL_INTERFACES,
         PREF_CELL_PRIMARY,
         PREF_LINK_IDS,
+        PREF_LINK_COUNTERS,
         PREF_TRACK_TETHER_DB,
         PREF_UsageLastSave,
         PREF_prevCellIn,
@@ -73,9 +74,9 @@ const Key &alert(int number)
 
 const QList<Key> &sampleBaselines()
 {
-    static const QList<Key> keys{PREF_prevCellIn,   PREF_prevCellOut,      PREF_prevWifiIn,
-                                 PREF_prevWifiOut,  PREF_TRACK_TETHER_DB,  PREF_LINK_IDS,
-                                 PREF_NET_LASTCONN, PREF_NET_LASTCONN_BOOT};
+    static const QList<Key> keys{PREF_prevCellIn,    PREF_prevCellOut,     PREF_prevWifiIn,
+                                 PREF_prevWifiOut,   PREF_TRACK_TETHER_DB, PREF_LINK_IDS,
+                                 PREF_LINK_COUNTERS, PREF_NET_LASTCONN,    PREF_NET_LASTCONN_BOOT};
     return keys;
 }
 

@@ -131,10 +131,6 @@ QString SharedCode::savedWifiLink()
     if (name.isEmpty())
         name = QStringLiteral("en0");
     m_settings.setValue(Keys::PREF_INTERFACE_NAME, name);
-    if (name != QLatin1StringView("en0")) {
-        m_settings.removeValue(Keys::PREF_prevWifiIn);
-        m_settings.removeValue(Keys::PREF_prevWifiOut);
-    }
     return name;
 }
 
@@ -145,8 +141,6 @@ void SharedCode::checkWifiLink()
     if (current.isEmpty() || current == stored)
         return;
     m_settings.setValue(Keys::PREF_INTERFACE_NAME, current);
-    m_settings.removeValue(Keys::PREF_prevWifiIn);
-    m_settings.removeValue(Keys::PREF_prevWifiOut);
 }
 
 bool SharedCode::isTrackTetherForPlan(const QString &plan) const

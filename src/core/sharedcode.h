@@ -13,6 +13,9 @@
 #include <memory>
 #include <optional>
 
+class CounterBook;
+struct LinkReading;
+
 struct Coordinate
 {
     double latitude = kUnknownCoordinate;
@@ -123,7 +126,8 @@ private:
     SampleResult recordUsage(StoreContext *context, Coordinate loc);
 
     QStringList cellularLinks(const QStringList &present) const;
-    QString takePrimaryCellular(const QStringList &cellular, QVariantMap &tether);
+    QString takePrimaryCellular(const QStringList &cellular);
+    void takeOverEarlierBaselines(CounterBook &book, const QList<LinkReading> &now, const QString &boot);
 
     const QString m_container;
     const QString m_flockPath;

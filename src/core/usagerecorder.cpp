@@ -1,4 +1,5 @@
 // The usage recorder: turns two successive counter readings into one stored usage delta.
+#include "counterbook.h"
 #include "logging.h"
 #include "privatefiles.h"
 #include "settingskeys.h"
@@ -14,47 +15,6 @@
 #include <unistd.h>
 
 namespace {
-
-struct Delta
-{
-    double in = 0;
-    double out = 0;
-};
-
-// Primary cellular and Wi-Fi: a stored 0 means "no previous value". Only the received counter
-// decides whether the counters restarted; a sent counter that went down alone gives 0.
-Delta primaryDelta(SettingsDomain &pref, const QString &inKey, const QString &outKey, const LinkCounters &now,
-                   bool restarted)
-{
-    Delta d;
-    const double prevIn = pref.doubleForKey(inKey);
-    if (prevIn > 0) {
-        if (restarted || prevIn > now.received)
-            d = Delta{now.received, now.sent};
-        else
-            d = Delta{now.received - prevIn, std::max(now.sent - pref.doubleForKey(outKey), 0.0)};
-    }
-    pref.setValue(inKey, now.received);
-    pref.setValue(outKey, now.sent);
-    return d;
-}
-
-// Tethering interfaces: any stored pair, 0 included, is a previous value.
-Delta tetherDelta(QVariantMap &tether, const LinkCounters &now, bool restarted)
-{
-    Delta d;
-    const QVariantList prev = tether.value(now.name).toList();
-    if (prev.size() >= 2) {
-        const double prevIn = prev.at(0).toDouble();
-        const double prevOut = prev.at(1).toDouble();
-        if (restarted || prevIn > now.received)
-            d = Delta{now.received, now.sent};
-        else
-            d = Delta{now.received - prevIn, std::max(now.sent - prevOut, 0.0)};
-    }
-    tether.insert(now.name, QVariantList{now.received, now.sent});
-    return d;
-}
 
 // Closes the lock descriptor on every path out of a sample; closing releases the lock.
 struct Descriptor
@@ -125,11 +85,27 @@ SampleResult SharedCode::sampleUsage(StoreContext *context, Coordinate loc)
 
 namespace {
 
-// Which incarnation of a link the saved counters belong to.
-QString linkIdentity(NetworkInterfaces &interfaces, const QString &bootId, const QString &name)
+// Who a link is: the kernel's index of it in its network namespace, whatever its name; its name
+// where the index is unknown.
+QString linkIdentity(NetworkInterfaces &interfaces, const QString &space, const QString &name)
 {
-    return bootId + QLatin1Char('/') + QString::number(interfaces.interfaceIndex(name));
+    const int index = interfaces.interfaceIndex(name);
+    if (index <= 0)
+        return QStringLiteral("name:") + name;
+    return space.isEmpty() ? QString::number(index) : space + QLatin1Char('/') + QString::number(index);
 }
+
+struct Bytes
+{
+    quint64 in = 0;
+    quint64 out = 0;
+    void add(const LinkMoved &m)
+    {
+        in += m.received;
+        out += m.sent;
+    }
+    bool any() const { return in > 0 || out > 0; }
+};
 
 } // namespace
 
@@ -144,52 +120,86 @@ SampleResult SharedCode::recordUsage(StoreContext *context, Coordinate loc)
     }
     result.countersRead = true;
     QStringList present;
-    for (const LinkCounters &c : *counters)
+    QList<LinkReading> readings;
+    const QString space = m_interfaces->networkNamespace();
+    for (const LinkCounters &c : *counters) {
         present.append(c.name);
+        readings.append(LinkReading{linkIdentity(*m_interfaces, space, c.name), c.name, c.received, c.sent});
+    }
+    const QString boot = m_interfaces->bootId();
+    CounterBook book = CounterBook::fromVariant(m_settings.value(Keys::PREF_LINK_COUNTERS));
+    if (book.isEmpty())
+        takeOverEarlierBaselines(book, readings, boot); // before the roles below move
     QString wifiName = savedWifiLink();
     if (!present.contains(wifiName)) {
         // The interface counted as Wi-Fi is gone, or was only the placeholder: look again.
         checkWifiLink();
         wifiName = savedWifiLink();
     }
-    QVariantMap tether = m_settings.dictionaryForKey(Keys::PREF_TRACK_TETHER_DB);
     const QStringList cellular = cellularLinks(present);
-    const QString primary = takePrimaryCellular(cellular, tether);
-    const QString boot = m_interfaces->bootId();
-    QVariantMap ids = m_settings.dictionaryForKey(Keys::PREF_LINK_IDS);
-    Delta cell, wifi, tethered;
-    for (const LinkCounters &c : *counters) {
-        const bool isCellular = cellular.contains(c.name);
-        if (!isCellular && c.name != wifiName)
-            continue;
-        // The same name on another boot or another incarnation of the link: its counters started
-        // again from 0, so all they show is new.
-        const QString identity = linkIdentity(*m_interfaces, boot, c.name);
-        const bool restarted = ids.contains(c.name) && ids.value(c.name).toString() != identity;
-        ids.insert(c.name, identity);
-        if (c.name == primary) {
-            cell = primaryDelta(m_settings, Keys::PREF_prevCellIn, Keys::PREF_prevCellOut, c, restarted);
-        } else if (isCellular) {
-            const Delta d = tetherDelta(tether, c, restarted);
-            tethered.in += d.in;
-            tethered.out += d.out;
-        }
-        if (c.name == wifiName)
-            wifi = primaryDelta(m_settings, Keys::PREF_prevWifiIn, Keys::PREF_prevWifiOut, c, restarted);
+    const QString primary = takePrimaryCellular(cellular);
+    Bytes cell, wifi, tethered;
+    for (const LinkMoved &m : book.advance(boot, readings)) {
+        if (m.name == primary)
+            cell.add(m);
+        else if (cellular.contains(m.name))
+            tethered.add(m);
+        if (m.name == wifiName)
+            wifi.add(m);
     }
-    m_settings.setValue(Keys::PREF_TRACK_TETHER_DB, tether);
-    m_settings.setValue(Keys::PREF_LINK_IDS, ids);
-    result.usage = qxDataUsage{cell.in + cell.out, wifi.in + wifi.out};
+    m_settings.setValue(Keys::PREF_LINK_COUNTERS, book.toVariant());
+    result.usage = qxDataUsage{double(cell.in + cell.out), double(wifi.in + wifi.out)};
     if (isTrackTetherForPlan(QString())) {
         cell.in += tethered.in;
         cell.out += tethered.out;
     }
-    if (cell.in > 0 || cell.out > 0 || wifi.in > 0 || wifi.out > 0) {
-        const Event event{nowAtHour(), cell.in, cell.out, wifi.in, wifi.out, loc.latitude, loc.longitude};
+    if (cell.any() || wifi.any()) {
+        const Event event{nowAtHour(),      double(cell.in), double(cell.out), double(wifi.in),
+                          double(wifi.out), loc.latitude,    loc.longitude};
         context->insertEvent(event);
         result.event = event;
     }
     return result;
+}
+
+// Settings written before the counters were kept per link identity held them per role: the primary
+// cellular link's, the Wi-Fi link's and the other cellular links' by name, with the identity each
+// name had. Those whose identity still holds go on from where they stood; every other link present
+// takes a baseline now, and the old keys go.
+void SharedCode::takeOverEarlierBaselines(CounterBook &book, const QList<LinkReading> &now,
+                                          const QString &boot)
+{
+    const QVariantMap ids = m_settings.dictionaryForKey(Keys::PREF_LINK_IDS);
+    const QVariantMap tether = m_settings.dictionaryForKey(Keys::PREF_TRACK_TETHER_DB);
+    const QString primary = m_settings.stringForKey(Keys::PREF_CELL_PRIMARY);
+    const QString wifi = m_settings.stringForKey(Keys::PREF_INTERFACE_NAME);
+    if (ids.isEmpty())
+        return; // nothing to take over: the first sample takes a baseline
+    for (const LinkReading &link : now) {
+        LinkReading previous = link;
+        const QString identity =
+            boot + QLatin1Char('/') + QString::number(m_interfaces->interfaceIndex(link.name));
+        if (ids.value(link.name).toString() == identity) {
+            const QVariantList pair = tether.value(link.name).toList();
+            const auto keep = [&](const QString &inKey, const QString &outKey) {
+                if (m_settings.doubleForKey(inKey) > 0) // a 0 here meant "no previous value"
+                    previous = LinkReading{link.identity, link.name, quint64(m_settings.doubleForKey(inKey)),
+                                           quint64(m_settings.doubleForKey(outKey))};
+            };
+            if (link.name == primary)
+                keep(Keys::PREF_prevCellIn, Keys::PREF_prevCellOut);
+            else if (link.name == wifi)
+                keep(Keys::PREF_prevWifiIn, Keys::PREF_prevWifiOut);
+            else if (pair.size() >= 2)
+                previous = LinkReading{link.identity, link.name, quint64(pair.at(0).toDouble()),
+                                       quint64(pair.at(1).toDouble())};
+        }
+        book.seed(boot, previous);
+    }
+    for (const Keys::Key &key : {Keys::PREF_LINK_IDS, Keys::PREF_TRACK_TETHER_DB, Keys::PREF_prevCellIn,
+                                 Keys::PREF_prevCellOut, Keys::PREF_prevWifiIn, Keys::PREF_prevWifiOut})
+        m_settings.removeValue(key);
+    qCInfo(lcCore, "the saved counters are now kept per link");
 }
 
 QStringList SharedCode::cellularLinks(const QStringList &present) const
@@ -201,25 +211,14 @@ QStringList SharedCode::cellularLinks(const QStringList &present) const
         present, configured, [this](const QString &name) { return m_interfaces->isCellularLink(name); });
 }
 
-// The saved counters of the primary cellular role belong to one interface. When the role moves to
-// another interface, the previous holder's counters go with it into the tethering bookkeeping and
-// the new holder brings its own from there (or starts afresh), so no interface's counters are ever
-// compared with another's.
-QString SharedCode::takePrimaryCellular(const QStringList &cellular, QVariantMap &tether)
+// Which cellular link has the primary role; the role is remembered so that it does not move each
+// time another link comes or goes.
+QString SharedCode::takePrimaryCellular(const QStringList &cellular)
 {
     const QString before = m_settings.stringForKey(Keys::PREF_CELL_PRIMARY);
     const QString primary = InterfaceNames::primaryCellular(
         cellular, !m_settings.arrayForKey(Keys::PREF_CELL_INTERFACES).isEmpty(), before);
-    if (primary.isEmpty() || primary == before)
-        return primary;
-    m_settings.setValue(Keys::PREF_CELL_PRIMARY, primary);
-    if (before.isEmpty())
-        return primary; // saved counters from before the role was recorded belong to the first link
-    const double prevIn = m_settings.doubleForKey(Keys::PREF_prevCellIn);
-    if (prevIn > 0)
-        tether.insert(before, QVariantList{prevIn, m_settings.doubleForKey(Keys::PREF_prevCellOut)});
-    const QVariantList own = tether.take(primary).toList();
-    m_settings.setValue(Keys::PREF_prevCellIn, own.size() >= 2 ? own.at(0) : QVariant());
-    m_settings.setValue(Keys::PREF_prevCellOut, own.size() >= 2 ? own.at(1) : QVariant());
+    if (!primary.isEmpty() && primary != before)
+        m_settings.setValue(Keys::PREF_CELL_PRIMARY, primary);
     return primary;
 }

@@ -140,36 +140,28 @@ private slots:
         QCOMPARE(sys.bootId(), QStringLiteral("6f1c-42"));
     }
 
-    // The saved Wi-Fi name holds until re-detection; a change forgets the Wi-Fi previous values.
+    // The saved Wi-Fi name holds until re-detection.
     void wifiNameDetection_data()
     {
         QTest::addColumn<QStringList>("detected");
         QTest::addColumn<QString>("saved");
-        QTest::addColumn<bool>("keepsPrevious");
-        QTest::newRow("en0 keeps previous values") << QStringList{"en0"} << "en0" << true;
-        QTest::newRow("nothing detected falls back to en0") << QStringList() << "en0" << true;
-        QTest::newRow("another name forgets them") << QStringList{"wlan0", "wlan1"} << "wlan0" << false;
+        QTest::newRow("the first detected name") << QStringList{"wlan0", "wlan1"} << "wlan0";
+        QTest::newRow("nothing detected falls back to en0") << QStringList() << "en0";
     }
 
     void wifiNameDetection()
     {
         QFETCH(QStringList, detected);
         QFETCH(QString, saved);
-        QFETCH(bool, keepsPrevious);
         TestContainer c;
         c.interfaces.wifi = detected;
         auto shared = c.open();
-        shared->userPref().setValue(QStringLiteral("PREF_prevWifiIn"), 7.0);
         QCOMPARE(shared->savedWifiLink(), saved);
         QCOMPARE(shared->userPref().stringForKey(QStringLiteral("PREF_INTERFACE_NAME")), saved);
-        QCOMPARE(!shared->userPref().value(QStringLiteral("PREF_prevWifiIn")).isNull(), keepsPrevious);
-
-        shared->userPref().setValue(QStringLiteral("PREF_prevWifiIn"), 7.0);
         c.interfaces.wifi = QStringList{QStringLiteral("wlx99")};
         QCOMPARE(shared->savedWifiLink(), saved); // the saved name stays in force
         shared->checkWifiLink();
         QCOMPARE(shared->savedWifiLink(), QStringLiteral("wlx99"));
-        QVERIFY(shared->userPref().value(QStringLiteral("PREF_prevWifiIn")).isNull());
     }
 };
 

@@ -1,3 +1,4 @@
+#include "core/counterbook.h"
 #include "core/settingskeys.h"
 #include "testsupport.h"
 
@@ -15,12 +16,22 @@ struct Step
     std::optional<bool> tether = std::nullopt; // plan setting before the sample
     // The event the sample must store: cellIn, cellOut, wifiIn, wifiOut; none when empty.
     QList<double> event = {};
+    QHash<QString, int> indexes = {}; // the links' kernel indexes, when the step sets them
+    QString boot = {};                // the boot, when the step moves to another one
 };
 
-LinkCounters link(const char *name, double in, double out)
+LinkCounters link(const char *name, quint64 in, quint64 out)
 {
     return LinkCounters{QString::fromLatin1(name), in, out};
 }
+
+QHash<QString, int> at(const char *name, int index)
+{
+    return {{QString::fromLatin1(name), index}};
+}
+
+constexpr quint64 kMiB = 1024 * 1024;
+constexpr quint64 k32 = quint64(1) << 32;
 
 } // namespace
 
@@ -33,43 +44,94 @@ class TestRecorder : public QObject
 private slots:
     void initTestCase() { qputenv("TZ", "UTC"); }
 
+    void counterMoves_data()
+    {
+        QTest::addColumn<quint64>("before");
+        QTest::addColumn<quint64>("now");
+        QTest::addColumn<bool>("wide");
+        QTest::addColumn<quint64>("moved");
+        QTest::newRow("grew") << quint64(1000) << quint64(1500) << false << quint64(500);
+        QTest::newRow("stood still") << quint64(1000) << quint64(1000) << false << quint64(0);
+        QTest::newRow("wrapped at 2^32") << k32 - 296 << quint64(2704) << false << quint64(3000);
+        QTest::newRow("down from the lower half: a reset")
+            << k32 / 2 - 1 << quint64(10) << false << quint64(10);
+        QTest::newRow("down on a 64-bit link: a reset")
+            << k32 - 296 << quint64(2704) << true << quint64(2704);
+        QTest::newRow("down from above 2^32: a reset") << k32 + 5 << quint64(7) << false << quint64(7);
+        QTest::newRow("past 2^53, exact")
+            << (quint64(1) << 53) + 1 << (quint64(1) << 53) + 5001 << true << quint64(5000);
+    }
+
+    void counterMoves()
+    {
+        QFETCH(quint64, before);
+        QFETCH(quint64, now);
+        QFETCH(bool, wide);
+        QFETCH(quint64, moved);
+        QCOMPARE(CounterBook::moved(before, now, wide), moved);
+    }
+
     void samples_data()
     {
         QTest::addColumn<QList<Step>>("steps");
         QTest::addColumn<QStringList>("wifi");
 
-        QTest::newRow("first sample only remembers; sent delta clamps at 0")
-            << QList<Step>{{{link("pdp_ip0", 1000, 500)}}, {{link("pdp_ip0", 1500, 450)}, {}, {500, 0, 0, 0}}}
-            << QStringList();
-        QTest::newRow("received counter went down: whole counters are usage")
+        QTest::newRow("first sample only remembers; each direction counts on its own")
             << QList<Step>{{{link("pdp_ip0", 1000, 500)}},
-                           {{link("pdp_ip0", 1500, 450)}, {}, {500, 0, 0, 0}},
-                           {{link("pdp_ip0", 200, 900)}, {}, {200, 900, 0, 0}}}
+                           {{link("pdp_ip0", 1500, 450)}, {}, {500, 450, 0, 0}}}
             << QStringList();
-        QTest::newRow("sent counter down alone is not a restart")
-            << QList<Step>{{{link("pdp_ip0", 1000, 500)}}, {{link("pdp_ip0", 1100, 100)}, {}, {100, 0, 0, 0}}}
+        QTest::newRow("received counter reset: the sent counter still counts its growth")
+            << QList<Step>{{{link("pdp_ip0", 1000, 500)}},
+                           {{link("pdp_ip0", 1500, 600)}, {}, {500, 100, 0, 0}},
+                           {{link("pdp_ip0", 200, 900)}, {}, {200, 300, 0, 0}}}
             << QStringList();
         QTest::newRow("equal received counter still records the sent bytes")
             << QList<Step>{{{link("pdp_ip0", 1000, 500)}}, {{link("pdp_ip0", 1000, 510)}, {}, {0, 10, 0, 0}}}
             << QStringList();
         QTest::newRow("all deltas zero: no event")
             << QList<Step>{{{link("pdp_ip0", 1000, 500)}}, {{link("pdp_ip0", 1000, 500)}}} << QStringList();
-        QTest::newRow("a counter at 0 is no previous value")
-            << QList<Step>{{{link("pdp_ip0", 0, 0)}},
-                           {{link("pdp_ip0", 70, 30)}},
-                           {{link("pdp_ip0", 90, 40)}, {}, {20, 10, 0, 0}}}
+        QTest::newRow("counters read at 0 are a value")
+            << QList<Step>{{{link("wwan0", 0, 0)}}, {{link("wwan0", 41 * kMiB, 0)}, {}, {41 * kMiB, 0, 0, 0}}}
             << QStringList();
-        QTest::newRow("two samples in one hour make two events")
-            << QList<Step>{{{link("pdp_ip0", 10, 10)}},
-                           {{link("pdp_ip0", 20, 10)}, {}, {10, 0, 0, 0}},
-                           {{link("pdp_ip0", 25, 10)}, {}, {5, 0, 0, 0}}}
+        QTest::newRow("a send-only link")
+            << QList<Step>{{{link("wwan0", 0, 0)}}, {{link("wwan0", 0, 1000)}, {}, {0, 1000, 0, 0}}}
+            << QStringList();
+        QTest::newRow("a link that came up between two samples counts all it moved")
+            << QList<Step>{{{link("wlan0", 100, 100)}, {}, {}, at("wlan0", 2)},
+                           {{link("wlan0", 100, 100), link("wwan0", 40 * kMiB, kMiB)},
+                            {},
+                            {40 * kMiB, kMiB, 0, 0},
+                            at("wwan0", 9)}}
+            << QStringList{QStringLiteral("wlan0")};
+        QTest::newRow("a renamed link keeps counting, and back")
+            << QList<Step>{{{link("wwan0", 1000, 1000)}, {}, {}, at("wwan0", 5)},
+                           {{link("wwan1", 7000, 7000)}, {}, {6000, 6000, 0, 0}, at("wwan1", 5)},
+                           {{link("wwan0", 10000, 10000)}, {}, {3000, 3000, 0, 0}, at("wwan0", 5)}}
+            << QStringList();
+        QTest::newRow("a link made again under its old name started at 0")
+            << QList<Step>{{{link("wwan0", 1000, 1000)}, {}, {}, at("wwan0", 5)},
+                           {{link("wwan0", 300, 200)}, {}, {300, 200, 0, 0}, at("wwan0", 6)}}
+            << QStringList();
+        QTest::newRow("the received counter wraps at 2^32")
+            << QList<Step>{{{link("wwan0", k32 - 296, 5000)}},
+                           {{link("wwan0", 2704, 5000)}, {}, {3000, 0, 0, 0}}}
+            << QStringList();
+        QTest::newRow("counters past 2^53 are exact")
+            << QList<Step>{{{link("wwan0", (quint64(1) << 53) + 1, 1)}},
+                           {{link("wwan0", (quint64(1) << 53) + 5001, 1)}, {}, {5000, 0, 0, 0}}}
+            << QStringList();
+        QTest::newRow("the first sample of a boot takes a baseline")
+            << QList<Step>{{{link("wwan0", 1000, 1000)}},
+                           {{link("wwan0", 300, 300)}, {}, {}, {}, QStringLiteral("boot-2")},
+                           {{link("wwan0", 500, 400)}, {}, {200, 100, 0, 0}}}
             << QStringList();
         QTest::newRow("Wi-Fi counted on the detected interface")
             << QList<Step>{{{link("wlan0", 100, 100), link("eth0", 5, 5)}},
                            {{link("wlan0", 300, 150), link("eth0", 900, 900)}, {}, {0, 0, 200, 50}}}
             << QStringList{QStringLiteral("wlan0")};
-        QTest::newRow("tethering first sight gives no delta, then counts when on")
-            << QList<Step>{{{link("pdp_ip0", 1000, 500), link("pdp_ip1", 50, 50)}, true},
+        QTest::newRow("tethering first sight counts from 0, then counts when on")
+            << QList<Step>{{{link("pdp_ip0", 1000, 500)}, true},
+                           {{link("pdp_ip0", 1000, 500), link("pdp_ip1", 50, 50)}, true, {50, 50, 0, 0}},
                            {{link("pdp_ip0", 1000, 500), link("pdp_ip1", 150, 70)}, true, {100, 20, 0, 0}}}
             << QStringList();
         QTest::newRow("tethering off: tracked but not added; on: counts from then on")
@@ -79,13 +141,7 @@ private slots:
             << QStringList();
         QTest::newRow("pdp_ip10 is tethering, not the primary interface")
             << QList<Step>{{{link("pdp_ip10", 100, 100)}, true},
-                           {{link("pdp_ip10", 50, 300)}, true, {50, 300, 0, 0}}}
-            << QStringList();
-        QTest::newRow("counters past 32 bits are exact")
-            << QList<Step>{{{link("pdp_ip0", 4294967000.0, 1)}},
-                           {{link("pdp_ip0", 9000000000123.0, 1)},
-                            {},
-                            {9000000000123.0 - 4294967000.0, 0, 0, 0}}}
+                           {{link("pdp_ip10", 50, 300)}, true, {50, 200, 0, 0}}}
             << QStringList();
     }
 
@@ -103,6 +159,9 @@ private slots:
             if (step.tether)
                 shared->setForPlan(QString(), Keys::PREF_TRACK_TETHER, *step.tether);
             c.interfaces.counters = step.counters;
+            c.interfaces.indexes.insert(step.indexes);
+            if (!step.boot.isEmpty())
+                c.interfaces.boot = step.boot;
             const SampleResult r = onQueue(*context, [&] { return shared->sampleUsage(context.get(), {}); });
             QVERIFY(r.locked);
             QCOMPARE(r.event.has_value(), !step.event.isEmpty());
@@ -119,25 +178,59 @@ private slots:
         }
         QCOMPARE(stored, expected);
 
-        // What the last sample saw is what the next one (in any process) starts from.
-        SettingsDomain reread(shared->userPref().filePath());
-        const QList<LinkCounters> &last = steps.last().counters;
-        for (const LinkCounters &l : last) {
-            if (l.name == QLatin1StringView("pdp_ip0")) {
-                QCOMPARE(reread.doubleForKey(Keys::PREF_prevCellIn), l.received);
-                QCOMPARE(reread.doubleForKey(Keys::PREF_prevCellOut), l.sent);
-            } else if (l.name.startsWith(QLatin1StringView("pdp_ip"))) {
-                QCOMPARE(reread.dictionaryForKey(Keys::PREF_TRACK_TETHER_DB).value(l.name).toList(),
-                         (QVariantList{l.received, l.sent}));
-            }
-        }
-        QVERIFY(reread.dateForKey(Keys::PREF_UsageLastSave).isValid());
+        // What the last sample saw is what the next one, in any process, starts from.
+        auto other = c.open();
+        auto otherContext = other->activeStore();
+        const SampleResult again =
+            onQueue(*otherContext, [&] { return other->sampleUsage(otherContext.get(), {}); });
+        QVERIFY(again.locked);
+        QVERIFY(!again.event);
+        QVERIFY(SettingsDomain(shared->userPref().filePath()).dateForKey(Keys::PREF_UsageLastSave).isValid());
     }
 
-    // Cellular links come and go, miss a sample, are made again (a new index) or the machine
+    // Settings from before the counters were kept per link: the links whose identity still holds go
+    // on from their saved counters, and the old keys go.
+    void earlierBaselinesAreTakenOver()
+    {
+        TestContainer c;
+        c.interfaces.wifi = QStringList{QStringLiteral("wlan0")};
+        c.interfaces.indexes = {{QStringLiteral("wwan0"), 3},
+                                {QStringLiteral("wwan1"), 4},
+                                {QStringLiteral("wlan0"), 2},
+                                {QStringLiteral("wwan2"), 8}};
+        auto shared = c.openPlan();
+        shared->setForPlan(QString(), Keys::PREF_TRACK_TETHER, true);
+        SettingsDomain &pref = shared->userPref();
+        pref.setValue(Keys::PREF_INTERFACE_NAME, QStringLiteral("wlan0"));
+        pref.setValue(Keys::PREF_CELL_PRIMARY, QStringLiteral("wwan0"));
+        pref.setValue(Keys::PREF_prevCellIn, 1000.0);
+        pref.setValue(Keys::PREF_prevCellOut, 100.0);
+        pref.setValue(Keys::PREF_prevWifiIn, 50.0);
+        pref.setValue(Keys::PREF_prevWifiOut, 5.0);
+        pref.setValue(Keys::PREF_TRACK_TETHER_DB,
+                      QVariantMap{{QStringLiteral("wwan1"), QVariantList{10.0, 0.0}},
+                                  {QStringLiteral("wwan2"), QVariantList{7.0, 7.0}}});
+        // wwan2 was made again since (it had index 6): its old counters are not its own.
+        pref.setValue(Keys::PREF_LINK_IDS,
+                      QVariantMap{{QStringLiteral("wwan0"), QStringLiteral("boot-1/3")},
+                                  {QStringLiteral("wwan1"), QStringLiteral("boot-1/4")},
+                                  {QStringLiteral("wlan0"), QStringLiteral("boot-1/2")},
+                                  {QStringLiteral("wwan2"), QStringLiteral("boot-1/6")}});
+        c.interfaces.counters = QList<LinkCounters>{link("wwan0", 1500, 150), link("wwan1", 30, 0),
+                                                    link("wlan0", 80, 5), link("wwan2", 900, 900)};
+        auto context = shared->activeStore();
+        const SampleResult r = onQueue(*context, [&] { return shared->sampleUsage(context.get(), {}); });
+        QVERIFY(r.event);
+        QCOMPARE((QList<double>{r.event->cellIn, r.event->cellOut, r.event->wifiIn, r.event->wifiOut}),
+                 (QList<double>{520, 50, 30, 0}));
+        for (const Keys::Key &key :
+             {Keys::PREF_LINK_IDS, Keys::PREF_TRACK_TETHER_DB, Keys::PREF_prevCellIn, Keys::PREF_prevWifiIn})
+            QVERIFY2(pref.value(key).isNull(), key.name.data());
+    }
+
+    // Cellular links come and go, miss samples, are made again (a new index) or the machine
     // restarts (a new boot id), with tethering on so that every link counts: the store holds
-    // exactly what each link moved between two samples that saw the same link, plus the whole
-    // counters of a link made again; a name never seen before counts from its second sample.
+    // exactly what each link moved since the first sample of its boot, and nothing twice.
     void linkChurnNeverInventsUsage_data()
     {
         QTest::addColumn<quint32>("seed");
@@ -160,15 +253,11 @@ private slots:
             qint64 in = 0, out = 0;
             bool present = false;
         };
-        struct Seen
-        {
-            QString identity;
-            qint64 in = 0, out = 0;
-        };
         QMap<QString, Link> links;
         for (const char *name : {"wwan0", "wwan1", "rmnet_data0", "rmnet_data1", "wlan0"})
             links.insert(QString::fromLatin1(name), Link{});
-        QHash<QString, Seen> seen;
+        QHash<int, std::pair<qint64, qint64>> seen; // per index, in this boot
+        bool firstOfBoot = true;
         int nextIndex = 1, boot = 1;
         qint64 cellular = 0, wifi = 0;
         for (int step = 0; step < 150; ++step) {
@@ -176,6 +265,8 @@ private slots:
                 c.interfaces.boot = QStringLiteral("boot-%1").arg(++boot);
                 for (Link &l : links)
                     l = Link{l.index, 0, 0, l.present};
+                seen.clear();
+                firstOfBoot = true;
             }
             for (Link &l : links) {
                 const quint32 r = rng.bounded(100);
@@ -192,17 +283,17 @@ private slots:
             for (auto it = links.cbegin(); it != links.cend(); ++it) {
                 if (!it->present)
                     continue;
-                counters.append(LinkCounters{it.key(), double(it->in), double(it->out)});
+                counters.append(LinkCounters{it.key(), quint64(it->in), quint64(it->out)});
                 c.interfaces.indexes.insert(it.key(), it->index);
-                const QString identity = c.interfaces.boot + QLatin1Char('/') + QString::number(it->index);
-                const auto before = seen.constFind(it.key());
-                const qint64 moved = before == seen.cend() ? 0
-                                     : before->identity != identity || it->in < before->in
+                const auto before = seen.constFind(it->index);
+                const qint64 moved = firstOfBoot ? 0
+                                     : before == seen.cend()
                                          ? it->in + it->out
-                                         : it->in - before->in + std::max<qint64>(it->out - before->out, 0);
+                                         : it->in - before->first + it->out - before->second;
                 (it.key() == QLatin1StringView("wlan0") ? wifi : cellular) += moved;
-                seen.insert(it.key(), Seen{identity, it->in, it->out});
+                seen.insert(it->index, {it->in, it->out});
             }
+            firstOfBoot = false;
             c.interfaces.counters = counters;
             QVERIFY(onQueue(*context, [&] { return shared->sampleUsage(context.get(), {}); }).locked);
         }
@@ -243,12 +334,12 @@ private slots:
         QCOMPARE(::flock(fd, LOCK_EX | LOCK_NB), 0);
         const SampleResult busy = onQueue(*context, [&] { return shared->sampleUsage(context.get(), {}); });
         QVERIFY(!busy.locked);
-        QVERIFY(shared->userPref().value(Keys::PREF_prevCellIn).isNull());
+        QVERIFY(shared->userPref().value(Keys::PREF_LINK_COUNTERS).isNull());
         QVERIFY(shared->userPref().value(Keys::PREF_UsageLastSave).isNull());
         ::close(fd);
         const SampleResult free = onQueue(*context, [&] { return shared->sampleUsage(context.get(), {}); });
         QVERIFY(free.locked);
-        QCOMPARE(shared->userPref().doubleForKey(Keys::PREF_prevCellIn), 10.0);
+        QVERIFY(!shared->userPref().value(Keys::PREF_LINK_COUNTERS).isNull());
     }
 
     // Two processes' worth of SharedCode on one container take turns: each starts from the
@@ -261,7 +352,7 @@ private slots:
         auto b = c.open();
         auto ca = a->activeStore();
         auto cb = b->activeStore();
-        double in = 1000;
+        quint64 in = 1000;
         for (int i = 0; i < 6; ++i) {
             c.interfaces.counters = QList<LinkCounters>{link("pdp_ip0", in, 0)};
             SharedCode &s = i % 2 ? *b : *a;
@@ -279,15 +370,15 @@ private slots:
     {
         TestContainer c;
         auto shared = c.openPlan();
-        shared->userPref().setValue(Keys::PREF_prevCellIn, 5.0);
+        const QVariantMap book{{QStringLiteral("boot"), QStringLiteral("boot-1")}};
+        shared->userPref().setValue(Keys::PREF_LINK_COUNTERS, book);
         auto context = shared->activeStore();
         c.interfaces.counters = std::nullopt;
         const SampleResult r = onQueue(*context, [&] { return shared->sampleUsage(context.get(), {}); });
         QVERIFY(r.locked);
         QVERIFY(!r.countersRead);
         QVERIFY(!r.event);
-        QCOMPARE(shared->userPref().doubleForKey(Keys::PREF_prevCellIn), 5.0);
-        QVERIFY(shared->userPref().value(Keys::PREF_TRACK_TETHER_DB).isNull());
+        QCOMPARE(shared->userPref().value(Keys::PREF_LINK_COUNTERS).toMap(), book);
     }
 };
 

@@ -109,13 +109,14 @@ class ConcurrentSampling(unittest.TestCase):
         totals = self.c.totals()
         self.assertEqual(totals["integrity"], "ok")
         settings = self.c.settings()  # parses
-        self.assertIn("PREF_prevCellIn", settings)
+        self.assertIn("PREF_LINK_COUNTERS", settings)
         grown = self.growth()
         for key in grown:
             self.assertLessEqual(totals[key], grown[key], key)
         # The store and settings still work: a last sample moves the counters on.
         self.c.run("sample")
-        self.assertEqual(self.c.settings()["PREF_prevCellIn"], self.final["wwan0"][0])
+        links = self.c.settings()["PREF_LINK_COUNTERS"]["links"]
+        self.assertEqual(links["name:wwan0"][1], self.final["wwan0"][0])
         self.assertEqual(self.c.totals()["integrity"], "ok")
         print(f"  container after kills: {sorted(os.listdir(self.c.path))}", file=sys.stderr)
 

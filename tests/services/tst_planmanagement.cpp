@@ -73,7 +73,7 @@ private slots:
     void switching()
     {
         Plans p;
-        auto sample = [&](double in) {
+        auto sample = [&](quint64 in) {
             p.container.interfaces.counters = QList<LinkCounters>{{QStringLiteral("pdp_ip0"), in, 0}};
             auto context = p.shared->activeStore();
             onQueue(*context, [&] { return p.shared->sampleUsage(context.get(), {}); });

@@ -58,7 +58,7 @@ std::optional<QList<LinkCounters>> LinuxNetworkInterfaces::parseProcNetDev(const
         const qulonglong out = fields.at(8).toULongLong(&okOut);
         if (!okIn || !okOut)
             return std::nullopt;
-        result.append(LinkCounters{QString::fromLatin1(line.left(colon).trimmed()), double(in), double(out)});
+        result.append(LinkCounters{QString::fromLatin1(line.left(colon).trimmed()), in, out});
     }
     return result;
 }
@@ -106,6 +106,14 @@ bool LinuxNetworkInterfaces::isCellularLink(const QString &name)
 int LinuxNetworkInterfaces::interfaceIndex(const QString &name)
 {
     return readSmallFile(m_sysfsNet + QLatin1Char('/') + name + QStringLiteral("/ifindex")).trimmed().toInt();
+}
+
+QString LinuxNetworkInterfaces::networkNamespace()
+{
+    // "net:[4026531840]": the namespace's inode number
+    const QString link = QFile::symLinkTarget(QStringLiteral("/proc/self/ns/net"));
+    const qsizetype open = link.indexOf(QLatin1Char('['));
+    return open < 0 ? QString() : link.mid(open + 1).chopped(1);
 }
 
 QString LinuxNetworkInterfaces::bootId()

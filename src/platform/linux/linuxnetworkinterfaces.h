@@ -23,6 +23,7 @@ public:
     QStringList wifiInterfaces() override;
     bool isCellularLink(const QString &name) override;
     int interfaceIndex(const QString &name) override;
+    QString networkNamespace() override;
     QString bootId() override;
 
     // The data links of connected modems, asked only when a PPP link is present (none by default).
