@@ -1,5 +1,7 @@
 #include "arguments.h"
 
+#include "core/localtime.h"
+
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QRegularExpression>
@@ -64,7 +66,7 @@ QDateTime parseDate(const QString &text)
     if (!date.isValid())
         throw UsageError(QStringLiteral("\"%1\" is not a valid date").arg(text));
     if (m.captured(2).isEmpty())
-        return date.startOfDay();
+        return LocalTime::dayStart(date);
     QDateTime dt = QDateTime::fromString(text, Qt::ISODateWithMs);
     if (!dt.isValid())
         throw UsageError(QStringLiteral("\"%1\" is not a valid date and time").arg(text));

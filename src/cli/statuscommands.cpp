@@ -197,7 +197,7 @@ int refresh(const QStringList &args, Environment &env)
     }
     if (r.locked && !r.countersRead)
         return 1;
-    return result == FetchResult::NewData ? 0 : kExitNoData;
+    return r.event ? 0 : kExitNoData;
 }
 
 int alerts(const QStringList &args, Environment &env)

@@ -1,24 +1,88 @@
 #include "localtime.h"
 
+#include <ctime>
+
 namespace LocalTime {
 
-// Qt names the first moment of a day: where clocks go back across midnight (01:00 to 00:00), the
-// first of its two 00:00s (checked for America/Havana and Atlantic/Azores).
+namespace {
+
+constexpr qint64 kHourMs = 3600 * 1000;
+constexpr qint64 kDayMs = 24 * kHourMs;
+
+qint64 floorDiv(qint64 a, qint64 b)
+{
+    return a / b - (a % b != 0 && (a < 0) != (b < 0));
+}
+
+// The local wall-clock time of a moment, as ms since the epoch of a UTC clock showing it.
+qint64 wallClock(qint64 msecs)
+{
+    return msecs + qint64(offsetAt(msecs)) * 1000;
+}
+
+// The first moment in [low, high] whose wall clock, cut to `unit`, is at least `key`; the wall
+// clock must be below it at `low` and at least it at `high`. Clock changes fall on whole seconds.
+qint64 firstMomentAtLeast(qint64 low, qint64 high, qint64 key, qint64 unit)
+{
+    qint64 lo = floorDiv(low, 1000), hi = floorDiv(high + 999, 1000);
+    while (hi - lo > 1) {
+        const qint64 mid = lo + (hi - lo) / 2;
+        if (floorDiv(wallClock(mid * 1000), unit) >= key)
+            hi = mid;
+        else
+            lo = mid;
+    }
+    return hi * 1000;
+}
+
+} // namespace
+
+void refresh()
+{
+    ::tzset();
+}
+
+int offsetAt(qint64 msecs)
+{
+    const time_t t = time_t(floorDiv(msecs, 1000));
+    struct tm local = {};
+    if (!::localtime_r(&t, &local))
+        return 0;
+    return int(local.tm_gmtoff);
+}
+
 QDateTime dayStart(const QDate &day)
 {
-    return day.startOfDay();
+    refresh();
+    const qint64 key = day.toJulianDay() - QDate(1970, 1, 1).toJulianDay();
+    const qint64 midnight = key * kDayMs; // the day's midnight on a UTC clock
+    // Nearly always: midnight at the offset in force then, with the moment before it on the day before.
+    const qint64 guess = midnight - qint64(offsetAt(midnight - qint64(offsetAt(midnight)) * 1000)) * 1000;
+    if (wallClock(guess) == midnight && floorDiv(wallClock(guess - 1), kDayMs) < key)
+        return QDateTime::fromMSecsSinceEpoch(guess);
+    // Offsets lie within a day of UTC.
+    return QDateTime::fromMSecsSinceEpoch(
+        firstMomentAtLeast(midnight - kDayMs, midnight + kDayMs, key, kDayMs));
 }
 
 QDateTime midnightOf(const QDateTime &date)
 {
-    return dayStart(date.toLocalTime().date());
+    refresh();
+    return dayStart(QDate::fromJulianDay(floorDiv(wallClock(date.toMSecsSinceEpoch()), kDayMs) +
+                                         QDate(1970, 1, 1).toJulianDay()));
 }
 
 QDateTime hourStart(const QDateTime &date)
 {
-    const QDateTime local = date.toLocalTime();
-    const QTime t = local.time();
-    return local.addMSecs(-qint64(t.minute() * 60000 + t.second() * 1000 + t.msec()));
+    refresh();
+    const qint64 ms = date.toMSecsSinceEpoch();
+    const qint64 wall = wallClock(ms);
+    const qint64 key = floorDiv(wall, kHourMs);
+    const qint64 cut = ms - (wall - key * kHourMs);
+    if (floorDiv(wallClock(cut), kHourMs) == key)
+        return QDateTime::fromMSecsSinceEpoch(cut);
+    // The cut went back across a gap the clocks skipped: the hour began where the gap ended.
+    return QDateTime::fromMSecsSinceEpoch(firstMomentAtLeast(cut, ms, key, kHourMs));
 }
 
 } // namespace LocalTime

@@ -6,7 +6,6 @@
 #include "plans/billingcycle.h"
 
 #include <QHash>
-#include <QTimeZone>
 
 #include <algorithm>
 #include <optional>
@@ -63,7 +62,7 @@ constexpr qint64 kDayMs = 86400000;
 // The bucket of a moment: the hour's own start (exact in a repeated hour), or the start of its day.
 QDateTime bucketKey(Bucket bucket, const QDateTime &t)
 {
-    return bucket == Bucket::Hour ? LocalTime::hourStart(t) : t.toLocalTime().date().startOfDay();
+    return bucket == Bucket::Hour ? LocalTime::hourStart(t) : LocalTime::midnightOf(t);
 }
 
 // Adds the sums to the bucket of `key`.
@@ -83,20 +82,20 @@ void addRecords(ChartBuckets &buckets, StoreContext &context, Bucket bucket, con
 }
 
 // The local time of a UTC moment (ms), with the zone's offset then in *offset.
-qint64 localMSecs(const QTimeZone &zone, qint64 ms, int *offset)
+qint64 localMSecs(qint64 ms, int *offset)
 {
-    *offset = zone.offsetFromUtc(QDateTime::fromMSecsSinceEpoch(ms, QTimeZone::utc()));
+    *offset = LocalTime::offsetAt(ms);
     return ms + qint64(*offset) * 1000;
 }
 
 // The bucket that holds every moment of a UTC hour; nothing when a local hour or day cuts it.
-std::optional<QDateTime> wholeHourBucket(const QDateTime &hour, Bucket bucket, const QTimeZone &zone,
+std::optional<QDateTime> wholeHourBucket(const QDateTime &hour, Bucket bucket,
                                          QHash<qint64, QDateTime> &dayKeys)
 {
     const qint64 ms = hour.toMSecsSinceEpoch();
     int offsetFirst = 0, offsetLast = 0;
-    const qint64 localFirst = localMSecs(zone, ms, &offsetFirst);
-    const qint64 localLast = localMSecs(zone, ms + kHourMs - 1, &offsetLast); // records are kept to the ms
+    const qint64 localFirst = localMSecs(ms, &offsetFirst);
+    const qint64 localLast = localMSecs(ms + kHourMs - 1, &offsetLast); // records are kept to the ms
     // One offset across the hour: local time runs on evenly, so one bucket at both ends means
     // one bucket throughout.
     if (offsetFirst != offsetLast)
@@ -121,12 +120,10 @@ std::optional<QDateTime> wholeHourBucket(const QDateTime &hour, Bucket bucket, c
 void addHours(ChartBuckets &buckets, StoreContext &context, Bucket bucket, const QDateTime &first,
               const QDateTime &last)
 {
-    // The zone's offsets come from Qt's own copy of the zone data: a local-time conversion through
-    // the C library looks at /etc/localtime again each time, and there are hundreds of hours.
-    const QTimeZone zone = QTimeZone::systemTimeZone();
+    LocalTime::refresh();             // once for the hundreds of hours below
     QHash<qint64, QDateTime> dayKeys; // local day number → its key, made once per day
     for (const HourTotal &h : context.hourTotals(first, last)) {
-        if (const std::optional<QDateTime> key = wholeHourBucket(h.hour, bucket, zone, dayKeys))
+        if (const std::optional<QDateTime> key = wholeHourBucket(h.hour, bucket, dayKeys))
             addSums(buckets, *key, h.sums);
         else
             addRecords(buckets, context, bucket, h.hour, h.hour.addMSecs(kHourMs));

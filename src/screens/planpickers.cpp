@@ -1,6 +1,7 @@
 #include "planpickers.h"
 
 #include "core/dateformatter.h"
+#include "core/localtime.h"
 #include "core/settingskeys.h"
 #include "core/sharedcode.h"
 
@@ -59,7 +60,7 @@ void DatePickerController::setDate(QDate date)
     if (!date.isValid())
         return;
     date = std::min(date, m_max);
-    m_shared.setForPlan(m_plan, Keys::PREF_30DAY_START, date.startOfDay());
+    m_shared.setForPlan(m_plan, Keys::PREF_30DAY_START, LocalTime::dayStart(date));
     if (date != m_date) {
         m_date = date;
         emit dateChanged();

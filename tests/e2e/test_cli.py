@@ -239,6 +239,13 @@ class CommandLine(unittest.TestCase):
         with open(settings, "rb") as f:
             self.assertEqual(f.read(), b"<plist><dict><key>PREF_ACTIVE_PLAN")
 
+    def test_refresh_exit_status_says_whether_usage_was_recorded(self):
+        for counters, status, said in [((1000, 1000), 10, "no new usage"), ((5000, 1000), 0, "new usage recorded"),
+                                       ((5000, 1000), 10, "no new usage"), ((5001, 1000), 0, "new usage recorded")]:
+            self.c.write_counters({"wwan0": counters, "wlan0": (10, 10)})
+            p = self.c.run("refresh", check=False)
+            self.assertEqual((p.returncode, p.stdout.split(";")[0]), (status, said), p.stderr)
+
     def test_unreadable_counters(self):
         os.remove(self.c.counters)
         p = self.c.run("sample", check=False)

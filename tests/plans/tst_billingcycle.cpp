@@ -1,3 +1,4 @@
+#include "core/localtime.h"
 #include "core/settingskeys.h"
 #include "plans/billingcycle.h"
 #include "services/usagemonitor.h"
@@ -129,6 +130,68 @@ private slots:
                "2024-11-03T00:00:00-04:00", "2024-11-04T00:00:00-05:00");
         period("Havana monthly from the day with two midnights", havana, 0, 3, "",
                "2024-11-03T00:10:00-04:00", "2024-11-03T00:00:00-04:00", "2024-12-03T00:00:00-05:00");
+        period("Azores daily in the second 00:xx hour", "Atlantic/Azores", 4, 1, "",
+               "2024-10-27T00:30:00-01:00", "2024-10-27T00:00:00Z", "2024-10-28T00:00:00-01:00");
+        // Samoa skipped 30 December 2011: the day before ends where 31 December begins.
+        period("Apia daily before the skipped day", "Pacific/Apia", 4, 1, "", "2011-12-29T12:00",
+               "2011-12-29T00:00:00-10:00", "2011-12-31T00:00:00+14:00");
+        period("Apia monthly from the skipped day", "Pacific/Apia", 0, 30, "", "2012-01-05",
+               "2011-12-31T00:00:00+14:00", "2012-01-30T00:00:00+14:00");
+        // TZ as a path to the zone file, with or without the colon.
+        period("Berlin by path, 23-hour day", "/usr/share/zoneinfo/Europe/Berlin", 4, 1, "",
+               "2024-03-31T12:00", "2024-03-31T00:00:00+01:00", "2024-04-01T00:00:00+02:00");
+        period("Berlin by :path, weekly", ":/usr/share/zoneinfo/Europe/Berlin", 2, 2, "", "2024-10-27T23:00",
+               "2024-10-21T00:00:00+02:00", "2024-10-28T00:00:00+01:00");
+    }
+
+    // The first moment of a day and of an hour, whatever the C library's last conversion was (it
+    // remembers whether daylight saving was in force and guesses from that).
+    void dayAndHourStarts_data()
+    {
+        QTest::addColumn<QByteArray>("zone");
+        QTest::addColumn<bool>("day");
+        QTest::addColumn<QString>("moment"); // a local date, or a UTC moment for hours
+        QTest::addColumn<QString>("expected");
+        const auto row = [](const char *name, const char *zone, bool day, const char *moment,
+                            const char *start) {
+            QTest::newRow(name) << QByteArray(zone) << day << QString::fromLatin1(moment)
+                                << QString::fromLatin1(start);
+        };
+        row("two midnights: the first (Havana)", "America/Havana", true, "2024-11-03",
+            "2024-11-03T04:00:00Z");
+        row("two midnights: the first (Azores)", "Atlantic/Azores", true, "2024-10-27",
+            "2024-10-27T00:00:00Z");
+        row("no midnight: the end of the gap", "Atlantic/Azores", true, "2024-03-31", "2024-03-31T01:00:00Z");
+        row("a skipped day: where the next begins", "Pacific/Apia", true, "2011-12-30",
+            "2011-12-30T10:00:00Z");
+        row("TZ by path", "/usr/share/zoneinfo/Europe/Berlin", true, "2024-03-31", "2024-03-30T23:00:00Z");
+        row("TZ as a POSIX rule", "CET-1CEST,M3.5.0,M10.5.0/3", true, "2024-03-31", "2024-03-30T23:00:00Z");
+        row("30-minute gap: the hour begins after it", "Australia/Lord_Howe", false, "2024-10-05T15:40:00Z",
+            "2024-10-05T15:30:00Z");
+        row("half-hour zone", "Asia/Kolkata", false, "2024-01-01T05:10:00Z", "2024-01-01T04:30:00Z");
+        row("repeated hour, first time", "Europe/Berlin", false, "2024-10-27T00:40:00Z",
+            "2024-10-27T00:00:00Z");
+        row("repeated hour, second time", "Europe/Berlin", false, "2024-10-27T01:40:00Z",
+            "2024-10-27T01:00:00Z");
+    }
+
+    void dayAndHourStarts()
+    {
+        QFETCH(QByteArray, zone);
+        QFETCH(bool, day);
+        QFETCH(QString, moment);
+        QFETCH(QString, expected);
+        ZoneScope tz(zone);
+        for (const char *before :
+             {"2024-07-01T12:00", "2024-01-01T12:00", "2011-07-01T12:00", "2012-01-01T12:00"}) {
+            (void)local(QString::fromLatin1(before))
+                .toMSecsSinceEpoch(); // a local time through the C library
+            const QDateTime got = day ? LocalTime::dayStart(QDate::fromString(moment, Qt::ISODate))
+                                      : LocalTime::hourStart(QDateTime::fromString(moment, Qt::ISODate));
+            QCOMPARE(got.toUTC().toString(Qt::ISODate), expected);
+            if (day)
+                QCOMPARE(LocalTime::midnightOf(got.addSecs(1799)), got);
+        }
     }
 
     // Whatever a hand-edited file holds, the period is a real one around the date.
