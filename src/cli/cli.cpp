@@ -1,6 +1,7 @@
 #include "cli.h"
 
 #include "arguments.h"
+#include "core/usagestore.h"
 
 #include <cstdio>
 
@@ -69,9 +70,16 @@ int run(const QStringList &args, Environment &env)
         return 0;
     }
     try {
-        for (const auto &[name, command] : commands)
-            if (args.first() == name)
-                return command(args.mid(1), env);
+        for (const auto &[name, command] : commands) {
+            if (args.first() != name)
+                continue;
+            const int code = command(args.mid(1), env);
+            // An answer built on a store that could not be read is no answer.
+            if (const QString failure = UsageStore::takeFailure();
+                !failure.isEmpty() && (code == 0 || code == kExitNoData))
+                throw Failure(failure);
+            return code;
+        }
         throw UsageError(QStringLiteral("unknown command \"%1\" (try tallymo --help)").arg(args.first()));
     } catch (const Failure &e) {
         printError(QStringLiteral("tallymo: %1\n").arg(e.message()));

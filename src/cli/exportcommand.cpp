@@ -2,6 +2,7 @@
 #include "arguments.h"
 #include "cli.h"
 #include "core/settingskeys.h"
+#include "core/usagestore.h"
 #include "history/exportcontroller.h"
 #include "services/usagemonitor.h"
 
@@ -69,6 +70,10 @@ ExportController::Outcome exportCycles(ExportController &controller, qint64 cycl
 // Says how the export ended; returns the exit status (130 when it was cancelled).
 int reportOutcome(const ExportController::Outcome &outcome, const QString &path)
 {
+    // Records that could not be read make no export, whatever the writer made of their absence.
+    if (const QString failure = UsageStore::takeFailure();
+        !failure.isEmpty() && outcome.kind != ExportController::Outcome::Cancelled)
+        throw Failure(failure);
     switch (outcome.kind) {
     case ExportController::Outcome::Finished:
         print(QStringLiteral("%1: %2 cycles, %3 records\n").arg(path).arg(outcome.cycles).arg(outcome.rows));

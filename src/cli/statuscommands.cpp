@@ -132,6 +132,8 @@ int status(const QStringList &args, Environment &env)
     const QString plan =
         a.has(QStringLiteral("plan")) ? requirePlan(s.shared, a.option(QStringLiteral("plan"))) : QString();
     const Figures f = readFigures(s, plan);
+    if (const QString failure = UsageStore::takeFailure(); !failure.isEmpty())
+        throw Failure(failure); // no figures rather than figures that read as no usage
     print(a.flag(QStringLiteral("json")) ? QString::fromUtf8(jsonText(figuresJson(f), false))
                                          : humanStatus(s, f, plan));
     return 0;

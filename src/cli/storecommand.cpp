@@ -56,7 +56,11 @@ int store(const QStringList &args, Environment &env)
         QString line = QStringLiteral("%1 (%2): integrity %3; %4 hours checked")
                            .arg(label, context->path(), ok ? QStringLiteral("ok") : c.integrity)
                            .arg(c.hours);
-        if (c.wrongHours.isEmpty())
+        if (!c.integrityAfterRepair.isEmpty())
+            line += QStringLiteral(
+                        ", the damaged hourly totals were repaired from the records (integrity now %1)\n")
+                        .arg(c.integrityAfterRepair);
+        else if (c.wrongHours.isEmpty())
             line += QStringLiteral(", every hourly total matches its records\n");
         else
             line += QStringLiteral(", %1 hourly totals did not match their records (%2)%3\n")
@@ -64,7 +68,7 @@ int store(const QStringList &args, Environment &env)
                         .arg(isoWithOffset(c.wrongHours.first()) +
                              (c.wrongHours.size() > 1 ? QStringLiteral(", …") : QString()))
                         .arg(c.repaired ? QStringLiteral(": repaired from the records")
-                                        : QStringLiteral(": not repaired (the store is busy or read-only)"));
+                                        : QStringLiteral(": not repaired (%1)").arg(c.repairError));
         print(line);
     }
     if (a.flag(QStringLiteral("json")))

@@ -82,10 +82,10 @@ QList<HourSums> StoreContext::hourlySums(const QDateTime &start, const QDateTime
     return m_store ? m_store->hourlySums(start, end) : QList<HourSums>();
 }
 
-QList<HourTotal> StoreContext::hourTotals(const QDateTime &start, const QDateTime &end) const
+std::optional<QList<HourTotal>> StoreContext::hourTotals(const QDateTime &start, const QDateTime &end) const
 {
     Q_ASSERT(isCurrent());
-    return m_store ? m_store->hourTotals(start, end) : QList<HourTotal>();
+    return m_store ? m_store->hourTotals(start, end) : std::nullopt;
 }
 
 QList<PlaceSums> StoreContext::placeSums(const QDateTime &start, const QDateTime &end) const

@@ -46,7 +46,7 @@ public:
     // Queries; a failed fetch (or no store) reads as no data.
     std::optional<UsageSums> sum(const QDateTime &start, const QDateTime &end) const;
     QList<HourSums> hourlySums(const QDateTime &start, const QDateTime &end) const;
-    QList<HourTotal> hourTotals(const QDateTime &start, const QDateTime &end) const;
+    std::optional<QList<HourTotal>> hourTotals(const QDateTime &start, const QDateTime &end) const;
     QList<PlaceSums> placeSums(const QDateTime &start, const QDateTime &end) const;
     QList<Netevent> addressSums(const QDateTime &start, const QDateTime &end) const;
     QList<Event> events(const QDateTime &start, const QDateTime &end) const;

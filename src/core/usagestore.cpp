@@ -7,6 +7,7 @@
 
 #include <QElapsedTimer>
 #include <QFile>
+#include <QMutex>
 #include <QThread>
 
 #include <algorithm>
@@ -15,8 +16,32 @@
 #include <sqlite3.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
 using namespace StoreSql;
+
+namespace {
+
+QMutex g_failureMutex;
+QString g_failure;
+
+} // namespace
+
+QString UsageStore::takeFailure()
+{
+    QMutexLocker locker(&g_failureMutex);
+    return std::exchange(g_failure, QString());
+}
+
+void UsageStore::noteFailure(const char *doing, const QString &why)
+{
+    const QString line = QStringLiteral("cannot %1 the usage store %2: %3")
+                             .arg(QLatin1String(doing), QString::fromUtf8(sqlite3_db_filename(m_db, "main")),
+                                  why.isEmpty() ? lastError() : why);
+    QMutexLocker locker(&g_failureMutex);
+    if (g_failure.isEmpty())
+        g_failure = line;
+}
 
 sqlite3_stmt *UsageStore::statement(int slot, const char *sql)
 {
@@ -41,7 +66,9 @@ std::optional<UsageSums> UsageStore::sum(const QDateTime &start, const QDateTime
             return std::nullopt;
         bindRange(s, a, b);
         if (sqlite3_step(s) != SQLITE_ROW) {
-            qCWarning(lcCore, "usage sum failed: %s", sqlite3_errmsg(m_db));
+            qCInfo(lcCore, "usage sum failed: %s", sqlite3_errmsg(m_db));
+            if (slot != RollupSumSlot) // a failure of the totals is answered from the records
+                noteFailure("read");
             return std::nullopt;
         }
         return sumsAt(s, 0);
@@ -60,6 +87,10 @@ std::optional<UsageSums> UsageStore::sum(const QDateTime &start, const QDateTime
              "SELECT total(cellIn), total(cellOut), total(wifiIn), total(wifiOut) "
              "FROM EventHour WHERE hour >= ?1 AND hour < ?2",
              wholeFrom, wholeTo);
+    if (!sums && isDamaged()) {
+        noteDamage(true); // built again when the snapshot ends; this answer comes from the records
+        return records(from, to);
+    }
     const std::optional<UsageSums> head = records(from, wholeFrom), tail = records(wholeTo, to);
     if (!sums || !head || !tail)
         return std::nullopt;
@@ -69,7 +100,7 @@ std::optional<UsageSums> UsageStore::sum(const QDateTime &start, const QDateTime
     return sums;
 }
 
-QList<HourTotal> UsageStore::hourTotals(const QDateTime &start, const QDateTime &end)
+std::optional<QList<HourTotal>> UsageStore::hourTotals(const QDateTime &start, const QDateTime &end)
 {
     sqlite3_stmt *s =
         statement(HourTotalsSlot, "SELECT hour, records, cellIn, cellOut, wifiIn, wifiOut "
@@ -77,15 +108,16 @@ QList<HourTotal> UsageStore::hourTotals(const QDateTime &start, const QDateTime 
     Reset reset{s};
     QList<HourTotal> rows;
     if (!s)
-        return rows;
+        return std::nullopt;
     bindRange(s, start, end);
     int rc;
     while ((rc = sqlite3_step(s)) == SQLITE_ROW)
         rows.append(
             HourTotal{fromSeconds(sqlite3_column_double(s, 0)), sqlite3_column_int64(s, 1), sumsAt(s, 2)});
     if (rc != SQLITE_DONE) {
-        qCWarning(lcCore, "hourly totals failed: %s", sqlite3_errmsg(m_db));
-        return {};
+        qCInfo(lcCore, "hourly totals failed: %s", sqlite3_errmsg(m_db));
+        noteDamage(true);
+        return std::nullopt;
     }
     return rows;
 }
@@ -98,8 +130,10 @@ std::optional<double> UsageStore::sumNetBytes(const QDateTime &start, const QDat
     if (!s)
         return std::nullopt;
     bindRange(s, start, end);
-    if (sqlite3_step(s) != SQLITE_ROW)
+    if (sqlite3_step(s) != SQLITE_ROW) {
+        noteFailure("read");
         return std::nullopt;
+    }
     return sqlite3_column_double(s, 0);
 }
 
@@ -118,7 +152,8 @@ QList<HourSums> UsageStore::hourlySums(const QDateTime &start, const QDateTime &
     while ((rc = sqlite3_step(s)) == SQLITE_ROW)
         rows.append(HourSums{fromSeconds(sqlite3_column_double(s, 0)), sumsAt(s, 1)});
     if (rc != SQLITE_DONE) {
-        qCWarning(lcCore, "hourly sums failed: %s", sqlite3_errmsg(m_db));
+        qCInfo(lcCore, "hourly sums failed: %s", sqlite3_errmsg(m_db));
+        noteFailure("read");
         return {};
     }
     return rows;
@@ -142,7 +177,8 @@ QList<PlaceSums> UsageStore::placeSums(const QDateTime &start, const QDateTime &
         rows.append(PlaceSums{fromSeconds(sqlite3_column_double(s, 0)), sqlite3_column_double(s, 1),
                               sqlite3_column_double(s, 2), sumsAt(s, 3)});
     if (rc != SQLITE_DONE) {
-        qCWarning(lcCore, "located sums failed: %s", sqlite3_errmsg(m_db));
+        qCInfo(lcCore, "located sums failed: %s", sqlite3_errmsg(m_db));
+        noteFailure("read");
         return {};
     }
     return rows;
@@ -164,7 +200,8 @@ QList<Netevent> UsageStore::addressSums(const QDateTime &start, const QDateTime 
                              QString::fromUtf8(reinterpret_cast<const char *>(sqlite3_column_text(s, 1))),
                              sqlite3_column_double(s, 2)});
     if (rc != SQLITE_DONE) {
-        qCWarning(lcCore, "per-address sums failed: %s", sqlite3_errmsg(m_db));
+        qCInfo(lcCore, "per-address sums failed: %s", sqlite3_errmsg(m_db));
+        noteFailure("read");
         return {};
     }
     return rows;
@@ -187,7 +224,8 @@ QList<Event> UsageStore::events(const QDateTime &start, const QDateTime &end)
                           sqlite3_column_double(s, 5), sqlite3_column_double(s, 6)});
     }
     if (rc != SQLITE_DONE) {
-        qCWarning(lcCore, "event fetch failed: %s", sqlite3_errmsg(m_db));
+        qCInfo(lcCore, "event fetch failed: %s", sqlite3_errmsg(m_db));
+        noteFailure("read");
         return {};
     }
     return rows;
@@ -209,6 +247,8 @@ bool UsageStore::forEachEvent(const QDateTime &start, const QDateTime &end,
         if (!visit(sqlite3_column_double(s, 0), counters))
             return true;
     }
+    if (rc != SQLITE_DONE)
+        noteFailure("read");
     return rc == SQLITE_DONE;
 }
 
@@ -224,7 +264,13 @@ std::optional<TimeStampRange> UsageStore::timeStampRange()
     sqlite3_stmt *s =
         statement(RangeSlot, "SELECT (SELECT min(timeStamp) FROM Event), (SELECT max(timeStamp) FROM Event)");
     Reset reset{s};
-    if (!s || sqlite3_step(s) != SQLITE_ROW || sqlite3_column_type(s, 0) == SQLITE_NULL)
+    if (!s)
+        return std::nullopt;
+    if (sqlite3_step(s) != SQLITE_ROW) {
+        noteFailure("read");
+        return std::nullopt;
+    }
+    if (sqlite3_column_type(s, 0) == SQLITE_NULL)
         return std::nullopt;
     return TimeStampRange{fromSeconds(sqlite3_column_double(s, 0)), fromSeconds(sqlite3_column_double(s, 1))};
 }
@@ -235,9 +281,16 @@ bool UsageStore::apply(const QList<Change> &changes, QString *error)
         return false;
     for (const Change &change : changes) {
         if (!applyOne(change)) {
+            const QString why = lastError();
             if (error)
-                *error = lastError();
+                *error = why;
+            const bool damaged = isDamaged();
             exec("ROLLBACK", nullptr);
+            // A damaged page of the hourly totals is built again from the records, and the changes
+            // tried once more; records that cannot be written stay an error.
+            if (damaged && !m_totalsRebuilt && rebuildTotals())
+                return apply(changes, error);
+            noteFailure("write", why);
             return false;
         }
     }

@@ -74,6 +74,8 @@ struct StoreCheck
     qint64 hours = 0;  // hours compared
     QList<QDateTime> wrongHours;
     bool repaired = false;
+    QString repairError;          // why the wrong hours were not repaired
+    QString integrityAfterRepair; // SQLite's verdict once damaged totals were built again
 };
 
 struct TimeStampRange
@@ -109,8 +111,8 @@ public:
     // from their totals, the cut hours at either end from their records.
     std::optional<UsageSums> sum(const QDateTime &start, const QDateTime &end);
     // The hourly totals of the hours starting in [start, end), in order, hours without records
-    // left out. Empty when the fetch failed.
-    QList<HourTotal> hourTotals(const QDateTime &start, const QDateTime &end);
+    // left out. Nothing when the fetch failed.
+    std::optional<QList<HourTotal>> hourTotals(const QDateTime &start, const QDateTime &end);
     // Compares every hour's totals with its records, runs SQLite's integrity check, and with
     // `repair` puts the wrong hours right from their records.
     StoreCheck check(bool repair);
@@ -155,6 +157,11 @@ public:
         UsageStore *m_store = nullptr;
     };
 
+    // The first read or write of any store in this process that failed, as one line ("cannot read
+    // the usage store PATH: why"), and forgets it; empty when none failed. A command that answered
+    // from the stores asks this before it calls its answer good.
+    static QString takeFailure();
+
     static double toSeconds(const QDateTime &t);
     static QDateTime fromSeconds(double seconds);
 
@@ -170,7 +177,16 @@ private:
     sqlite3_stmt *statement(int slot, const char *sql);
     bool exec(const char *sql, QString *error);
     QString lastError() const;
+    // After a failed call: whether SQLite found a page of the file damaged. With `totals`, the
+    // failure was reading the hourly totals, which are then built again when no transaction is open.
+    void noteDamage(bool totals = false);
+    bool isDamaged() const;
+    bool rebuildTotals();
+    void noteFailure(const char *doing, const QString &why = {});
+    void forgetTable(const char *name);
 
     sqlite3 *m_db = nullptr;
+    bool m_totalsDamaged = false;
+    bool m_totalsRebuilt = false; // once per open: a second failure is the records' own
     sqlite3_stmt *m_statements[16] = {};
 };

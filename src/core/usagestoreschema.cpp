@@ -48,12 +48,8 @@ const char *const kMigrations[] = {
 
     // The hourly totals; a store with records builds them after the migration, from the first
     // record on (the row in EventHourBuild says how far it got).
-    "CREATE TABLE EventHour ("
-    " hour INTEGER PRIMARY KEY,"
-    " records INTEGER NOT NULL,"
-    " cellIn REAL NOT NULL, cellOut REAL NOT NULL, wifiIn REAL NOT NULL, wifiOut REAL NOT NULL);"
-    "CREATE TABLE EventHourBuild (builtBelow REAL NOT NULL);"
-    "INSERT INTO EventHourBuild SELECT timeStamp FROM Event ORDER BY timeStamp LIMIT 1;",
+    EVENT_HOUR_TABLE "CREATE TABLE EventHourBuild (builtBelow REAL NOT NULL);"
+                     "INSERT INTO EventHourBuild SELECT timeStamp FROM Event ORDER BY timeStamp LIMIT 1;",
 };
 static_assert(std::size(kMigrations) == UsageStore::kSchemaVersion);
 
@@ -132,6 +128,81 @@ UsageStore::ReadTransaction::~ReadTransaction()
 {
     if (m_store && !m_store->exec("COMMIT", nullptr))
         m_store->exec("ROLLBACK", nullptr);
+    if (m_store && m_store->m_totalsDamaged)
+        m_store->rebuildTotals();
+}
+
+void UsageStore::noteDamage(bool totals)
+{
+    const int code = sqlite3_errcode(m_db) & 0xff;
+    if (code == SQLITE_CORRUPT || code == SQLITE_NOTADB)
+        m_totalsDamaged = m_totalsDamaged || totals;
+}
+
+bool UsageStore::isDamaged() const
+{
+    const int code = sqlite3_errcode(m_db) & 0xff;
+    return code == SQLITE_CORRUPT || code == SQLITE_NOTADB;
+}
+
+// The hourly totals are derived from the records: a damaged page of them is not mended in place,
+// the table is made again from the records, once per open. SQLite cannot drop a table whose pages
+// it cannot read, so the damaged one is renamed out of the way first, and when it cannot be dropped
+// it is taken out of the schema and the file rewritten without it.
+bool UsageStore::rebuildTotals()
+{
+    if (m_totalsRebuilt || !sqlite3_get_autocommit(m_db))
+        return false;
+    m_totalsRebuilt = true;
+    m_totalsDamaged = false;
+    const QString path = QString::fromUtf8(sqlite3_db_filename(m_db, "main"));
+    QString error;
+    forgetTable("EventHourDamaged");
+    const bool rebuilt =
+        exec("BEGIN IMMEDIATE", &error) && exec("ALTER TABLE EventHour RENAME TO EventHourDamaged", &error) &&
+        exec(EVENT_HOUR_TABLE, &error) &&
+        exec("INSERT INTO EventHour(hour, records, cellIn, cellOut, wifiIn, wifiOut) "
+             "SELECT " HOUR_OF " AS h, count(*), total(cellIn), total(cellOut), total(wifiIn), "
+             "total(wifiOut) FROM Event GROUP BY h",
+             &error) &&
+        exec("COMMIT", &error);
+    if (!rebuilt) {
+        exec("ROLLBACK", nullptr);
+        qCInfo(lcCore, "the hourly totals of %s are damaged and cannot be built again from the records: %s",
+               qPrintable(path), qPrintable(error));
+        return false;
+    }
+    forgetTable("EventHourDamaged");
+    qCWarning(lcCore, "the hourly totals of %s were damaged; built again from the records", qPrintable(path));
+    return true;
+}
+
+void UsageStore::forgetTable(const char *name)
+{
+    const QByteArray drop = QByteArray("DROP TABLE IF EXISTS ") + name;
+    if (exec(drop.constData(), nullptr))
+        return;
+    sqlite3_stmt *s = nullptr;
+    int version = 0;
+    if (sqlite3_prepare_v2(m_db, "PRAGMA schema_version", -1, &s, nullptr) == SQLITE_OK &&
+        sqlite3_step(s) == SQLITE_ROW)
+        version = sqlite3_column_int(s, 0);
+    sqlite3_finalize(s);
+    const QByteArray forget =
+        QByteArray("BEGIN IMMEDIATE; PRAGMA writable_schema=ON; DELETE FROM sqlite_schema "
+                   "WHERE type = 'table' AND name = '") +
+        name + "'; PRAGMA schema_version=" + QByteArray::number(version + 1) +
+        "; PRAGMA writable_schema=OFF; COMMIT;";
+    QString error;
+    if (!exec(forget.constData(), &error)) {
+        exec("ROLLBACK", nullptr);
+        qCWarning(lcCore, "cannot take the damaged table %s out of the store: %s", name, qPrintable(error));
+        return;
+    }
+    // Its pages belong to no table now: rewriting the file gives them back.
+    if (!exec("VACUUM", &error))
+        qCInfo(lcCore, "the store keeps the pages of a damaged table until it can be vacuumed: %s",
+               qPrintable(error));
 }
 
 // Builds the hourly totals of a store that had records before it kept them, one month per
@@ -344,17 +415,33 @@ StoreCheck UsageStore::check(bool repair)
     }
     sqlite3_finalize(fromRecords);
     sqlite3_finalize(kept);
+    if (repair && result.integrity != QLatin1String("ok")) {
+        // Damage SQLite found may lie in the totals, which are built again from the records; what
+        // is still wrong after that is the records' own.
+        m_totalsRebuilt = false;
+        if (rebuildTotals()) {
+            const StoreCheck after = check(false);
+            result.integrityAfterRepair = after.integrity;
+            result.hours = after.hours;
+            result.wrongHours = after.wrongHours;
+            result.repaired = true;
+            return result;
+        }
+        result.repairError = QStringLiteral("the records themselves are damaged");
+    }
     if (!repair || result.wrongHours.isEmpty())
         return result;
-    if (!exec("BEGIN IMMEDIATE", nullptr))
+    if (!exec("BEGIN IMMEDIATE", &result.repairError))
         return result;
     for (const QDateTime &hour : std::as_const(result.wrongHours)) {
-        const double h = toSeconds(hour);
+        // A row kept for a moment that does not start a UTC hour goes with the hour it lies in.
+        const double h = hourOf(toSeconds(hour));
         if (!rebuildHours(h, h + kHour)) {
+            result.repairError = lastError();
             exec("ROLLBACK", nullptr);
             return result;
         }
     }
-    result.repaired = exec("COMMIT", nullptr) || (exec("ROLLBACK", nullptr), false);
+    result.repaired = exec("COMMIT", &result.repairError) || (exec("ROLLBACK", nullptr), false);
     return result;
 }

@@ -36,6 +36,13 @@ static_assert(SlotCount <= 16, "one prepared statement each");
     "((CAST(timeStamp / 3600 AS INTEGER) - (timeStamp < 0 AND timeStamp / 3600 != CAST(timeStamp / 3600 AS " \
     "INTEGER))) * 3600)"
 
+// The hourly totals' table, as the schema makes it and as it is built again from the records.
+#define EVENT_HOUR_TABLE                                                                                     \
+    "CREATE TABLE EventHour ("                                                                               \
+    " hour INTEGER PRIMARY KEY,"                                                                             \
+    " records INTEGER NOT NULL,"                                                                             \
+    " cellIn REAL NOT NULL, cellOut REAL NOT NULL, wifiIn REAL NOT NULL, wifiOut REAL NOT NULL);"
+
 inline double hourOf(double seconds)
 {
     return std::floor(seconds / double(UsageStore::kHour)) * double(UsageStore::kHour);

@@ -122,7 +122,12 @@ void addHours(ChartBuckets &buckets, StoreContext &context, Bucket bucket, const
 {
     LocalTime::refresh();             // once for the hundreds of hours below
     QHash<qint64, QDateTime> dayKeys; // local day number → its key, made once per day
-    for (const HourTotal &h : context.hourTotals(first, last)) {
+    const std::optional<QList<HourTotal>> totals = context.hourTotals(first, last);
+    if (!totals) { // the totals cannot be read: the records answer
+        addRecords(buckets, context, bucket, first, last);
+        return;
+    }
+    for (const HourTotal &h : *totals) {
         if (const std::optional<QDateTime> key = wholeHourBucket(h.hour, bucket, dayKeys))
             addSums(buckets, *key, h.sums);
         else

@@ -3,6 +3,7 @@ resumed after a kill -9 in the middle), kept right by every command that writes 
 and repaired by `tallymo store check`."""
 import json
 import os
+import random
 import signal
 import sqlite3
 import subprocess
@@ -40,6 +41,88 @@ def records_by_hour(path):
 
 def kept_totals(path):
     return read(path, "SELECT hour, records, cellIn, cellOut, wifiIn, wifiOut FROM EventHour ORDER BY hour")
+
+
+def fill(path, days=150):
+    """A record every ten minutes up to now, written straight into the store with its hourly totals."""
+    now = time.time()
+    rows = [(now - i * 600, 1000 + i, 10, 5000, 50) for i in range(days * 144)]
+    db = sqlite3.connect(path)
+    db.executemany("INSERT INTO Event(timeStamp, cellIn, cellOut, wifiIn, wifiOut) VALUES (?, ?, ?, ?, ?)", rows)
+    db.execute("DELETE FROM EventHour")
+    db.execute("INSERT INTO EventHour SELECT CAST(timeStamp / 3600 AS INTEGER) * 3600 AS h, count(*), total(cellIn), "
+               "total(cellOut), total(wifiIn), total(wifiOut) FROM Event GROUP BY h")
+    db.commit()
+    db.close()
+
+
+def damage(path, names, seed=7):
+    """Noise over leaf pages of the named tables and indexes, as a bad sector or a torn write leaves:
+    all of them, or for one name the last (rows are added in time order, so its newest rows)."""
+    db = sqlite3.connect(path)
+    db.execute("PRAGMA wal_checkpoint(TRUNCATE)")
+    size = db.execute("PRAGMA page_size").fetchone()[0]
+    pages = [p for (p,) in db.execute(f"SELECT pageno FROM dbstat WHERE pagetype = 'leaf' AND name IN "
+                                      f"({','.join('?' * len(names))})", names)]
+    db.close()
+    rng = random.Random(seed)
+    with open(path, "r+b") as f:
+        for page in pages if len(names) > 1 else [max(pages)]:  # the newest rows
+            f.seek((page - 1) * size)
+            f.write(rng.randbytes(size))
+    return len(pages)
+
+
+class DamagedStore(unittest.TestCase):
+    """The hourly totals are derived from the records: a damaged page of them is built again from the
+    records, and nothing reads as 0. Records that cannot be read are said so, with exit status 1."""
+
+    def setUp(self):
+        self.c = Container()
+        self.c.run("setup", "--bill-day", "1", "--cap", "10GB", "--used", "0")
+        self.store = self.c.store_path()
+        fill(self.store)
+
+    def tearDown(self):
+        self.c.cleanup()
+
+    def test_a_damaged_page_of_totals_is_built_again(self):
+        status = json.loads(self.c.run("status", "--json").stdout)
+        days = self.c.run("history", "days", "--json").stdout
+        self.assertGreater(status["monthCell"], 0)
+        self.assertGreater(damage(self.store, ["EventHour"]), 3)
+        with self.assertRaises(sqlite3.DatabaseError):
+            kept_totals(self.store)
+        self.assertEqual(json.loads(self.c.run("status", "--json").stdout), status)
+        self.assertEqual(self.c.run("history", "days", "--json").stdout, days)
+        self.c.run("plans", "add-usage", "7MB", "--yes")
+        self.assertEqual(kept_totals(self.store), records_by_hour(self.store))
+        after = json.loads(self.c.run("status", "--json").stdout)
+        self.assertEqual(after["monthCell"], status["monthCell"] + 7 * 1024 * 1024)
+        check = json.loads(self.c.run("store", "check", "--json").stdout)[0]
+        self.assertEqual((check["integrity"], check["wrongHours"]), ("ok", []))
+
+    def test_store_check_builds_damaged_totals_again(self):
+        days = self.c.run("history", "days", "--json").stdout
+        damage(self.store, ["EventHour"])
+        p = self.c.run("store", "check", check=False)
+        self.assertEqual(p.returncode, 1, p.stdout)  # what was found is reported, and put right
+        self.assertIn("repaired from the records", p.stdout)
+        check = json.loads(self.c.run("store", "check", "--json").stdout)[0]
+        self.assertEqual((check["integrity"], check["wrongHours"]), ("ok", []))
+        self.assertEqual(kept_totals(self.store), records_by_hour(self.store))
+        self.assertEqual(self.c.run("history", "days", "--json").stdout, days)
+
+    def test_records_that_cannot_be_read_are_an_error(self):
+        damage(self.store, ["Event", "Event_timeStamp", "EventHour"])
+        for command in (["status"], ["status", "--json"], ["history", "days"], ["plans", "add-usage", "7MB", "--yes"],
+                        ["export", "--cycles", "3", "--output", os.path.join(self.c.root, "out.json")]):
+            with self.subTest(command=command):
+                p = self.c.run(*command, check=False)
+                self.assertEqual(p.returncode, 1, p.stdout)
+                lines = p.stderr.strip().splitlines()
+                self.assertEqual(len(lines), 1, p.stderr)
+                self.assertRegex(lines[0], r"^tallymo: cannot (read|write) the usage store .*: ", lines[0])
 
 
 class HourlyTotals(unittest.TestCase):
