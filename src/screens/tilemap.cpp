@@ -1,13 +1,17 @@
 #include "tilemap.h"
 
+#include "core/privatefiles.h"
 #include "map/mapgeometry.h"
+#include "tiledownload.h"
 
+#include <QBuffer>
 #include <QCoreApplication>
 #include <QDir>
+#include <QImageReader>
 #include <QLoggingCategory>
 #include <QNetworkAccessManager>
 #include <QNetworkDiskCache>
-#include <QNetworkReply>
+#include <QNetworkRequest>
 #include <QPainter>
 #include <QStandardPaths>
 
@@ -30,8 +34,13 @@ QNetworkAccessManager &TileMap::network()
     static QNetworkAccessManager *manager = [] {
         auto *m = new QNetworkAccessManager(QCoreApplication::instance());
         auto *cache = new QNetworkDiskCache(m);
-        cache->setCacheDirectory(QStandardPaths::writableLocation(QStandardPaths::CacheLocation) +
-                                 QStringLiteral("/tiles"));
+        // The tiles show the places the user looked at: the folder is the user's alone.
+        const QString folder =
+            QStandardPaths::writableLocation(QStandardPaths::CacheLocation) + QStringLiteral("/tiles");
+        QString error;
+        if (!PrivateFiles::makePrivateFolder(folder, &error))
+            qCWarning(lcTiles) << "no tile cache:" << error;
+        cache->setCacheDirectory(folder);
         cache->setMaximumCacheSize(200 * 1024 * 1024);
         m->setCache(cache);
         return m;
@@ -168,27 +177,45 @@ void TileMap::requestVisible()
                           QStringLiteral("Tallymo/%1 (data usage tracker for Linux)")
                               .arg(QCoreApplication::applicationVersion()));
         request.setAttribute(QNetworkRequest::CacheLoadControlAttribute, QNetworkRequest::PreferCache);
-        request.setTransferTimeout(15000);
         m_pending.insert(key);
-        QNetworkReply *reply = network().get(request);
-        connect(reply, &QNetworkReply::finished, this, [this, reply, key] {
-            reply->deleteLater();
-            m_pending.remove(key);
-            QImage image;
-            if (reply->error() == QNetworkReply::NoError)
-                image.loadFromData(reply->readAll());
-            if (image.isNull()) {
-                qCInfo(lcTiles) << "tile" << key << "not loaded:" << reply->errorString();
-                m_failed.insert(key);
-                setOffline(!m_anyLoaded);
-                return;
-            }
-            m_anyLoaded = true;
-            setOffline(false);
-            m_images.insert(key, new QImage(std::move(image)));
-            update();
-        });
+        auto *download = TileDownload::start(network(), request, this);
+        connect(download, &TileDownload::finished, this,
+                [this, key](const QByteArray &body, const QString &error) {
+                    m_pending.remove(key);
+                    QString why = error;
+                    QImage image = why.isEmpty() ? decodeTile(body, &why) : QImage();
+                    if (image.isNull()) {
+                        qCInfo(lcTiles) << "tile" << key << "not loaded:" << why;
+                        m_failed.insert(key);
+                        setOffline(!m_anyLoaded);
+                        return;
+                    }
+                    m_anyLoaded = true;
+                    setOffline(false);
+                    m_images.insert(key, new QImage(std::move(image)));
+                    update();
+                });
     }
+}
+
+QImage TileMap::decodeTile(const QByteArray &body, QString *why)
+{
+    // A tile is 256 or 512 pixels square; a small file can claim a picture of gigabytes.
+    QBuffer buffer;
+    buffer.setData(body);
+    QImageReader reader(&buffer);
+    const QSize size = reader.size();
+    if (!size.isValid() || size.width() > kMaxTilePixels || size.height() > kMaxTilePixels) {
+        *why =
+            size.isValid()
+                ? QStringLiteral("a picture of %1×%2 pixels is no tile").arg(size.width()).arg(size.height())
+                : reader.errorString();
+        return QImage();
+    }
+    QImage image = reader.read();
+    if (image.isNull())
+        *why = reader.errorString();
+    return image;
 }
 
 void TileMap::setOffline(bool offline)

@@ -12,10 +12,10 @@ class QNetworkAccessManager;
 // A slippy map under the usage map's pins: standard 256-pixel XYZ raster tiles (Web Mercator, the
 // same flat world of 2^28 map points as the map maths) for the rectangle of map points on show,
 // drawn at any fractional zoom by scaling the nearest tile level. Tiles are fetched with the app's
-// User-Agent through one disk cache that honours the server's expiry, and never asked for twice
-// while they are in memory or on their way. Without tiles (offline, refused) it draws nothing and
-// says so through `offline`, over lines of latitude and longitude. A URL template without "{z}"
-// (such as "none") turns the tiles off.
+// User-Agent through one private disk cache that honours the server's expiry, never asked for twice
+// while they are in memory or on their way, and held to a tile's size and time (TileDownload). Without tiles
+// (offline, refused) it draws nothing and says so through `offline`, over lines of latitude and longitude. A
+// URL template without "{z}" (such as "none") turns the tiles off.
 class TileMap : public QQuickPaintedItem
 {
     Q_OBJECT
@@ -30,6 +30,7 @@ class TileMap : public QQuickPaintedItem
 public:
     static constexpr double kWorld = 268435456.0; // map points across the world
     static constexpr int kMaxZoom = 19;
+    static constexpr int kMaxTilePixels = 1024;
     struct Tile
     {
         int z, x, y;
@@ -59,6 +60,9 @@ public:
     // The tiles that cover a rectangle of map points at a level (x wraps around the world).
     static QList<Tile> tilesFor(const QRectF &rect, int zoom);
     static QUrl tileUrl(const QString &urlTemplate, const Tile &tile);
+    // A tile's picture from its bytes, or a null image with *why; pictures larger than a tile can
+    // be are not decoded.
+    static QImage decodeTile(const QByteArray &body, QString *why);
 
     void paint(QPainter *painter) override;
 

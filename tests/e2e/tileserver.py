@@ -1,10 +1,15 @@
 """A map tile server on the loopback address for tests: every /{z}/{x}/{y}.png is a generated
 256x256 PNG (its colour from the tile's numbers), cacheable for a day. Prints its port, then one
-line per request ("GET /z/x/y.png"), flushed, so the test can count them."""
+line per request ("GET /z/x/y.png"), flushed, so the test can count them.
+
+Two hostile kinds of server under the same port, for the limits on a tile: /huge/z/x/y.png sends
+50 MB as fast as it can without saying its length, and /endless/z/x/y.png sends a kilobyte every
+50 ms and never ends."""
 import http.server
 import struct
 import sys
 import threading
+import time
 import zlib
 
 PRINT = threading.Lock()
@@ -26,6 +31,9 @@ class Tiles(http.server.BaseHTTPRequestHandler):
         with PRINT:
             print("GET " + self.path, flush=True)
         parts = self.path.strip("/").removesuffix(".png").split("/")
+        if parts[0] in ("huge", "endless"):
+            self.hostile(parts[0])
+            return
         try:
             z, x, y = (int(p) for p in parts)
         except ValueError:
@@ -38,6 +46,24 @@ class Tiles(http.server.BaseHTTPRequestHandler):
         self.send_header("Cache-Control", "max-age=86400")
         self.end_headers()
         self.wfile.write(body)
+
+    def hostile(self, kind):
+        self.send_response(200)
+        self.send_header("Content-Type", "image/png")
+        self.end_headers()
+        chunk = b"\x89PNG" + bytes(1020)
+        try:
+            if kind == "huge":
+                block = chunk * 1024
+                for _ in range(50):
+                    self.wfile.write(block)
+            else:
+                while True:
+                    self.wfile.write(chunk)
+                    self.wfile.flush()
+                    time.sleep(0.05)
+        except (BrokenPipeError, ConnectionResetError):
+            pass
 
     def log_message(self, *args):
         pass

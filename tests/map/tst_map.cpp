@@ -1,10 +1,16 @@
 #include "core/settingskeys.h"
 #include "day/dayviewcontroller.h"
 #include "map/mapviewcontroller.h"
+#include "screens/tiledownload.h"
+#include "screens/tilemap.h"
 #include "services/usagemonitor.h"
 #include "testsupport.h"
 
 #include <QAbstractItemModelTester>
+#include <QBuffer>
+#include <QNetworkAccessManager>
+#include <QNetworkRequest>
+#include <QProcess>
 #include <QtTest>
 
 namespace {
@@ -159,6 +165,70 @@ private slots:
                  QStringLiteral("No locations. Go to Settings > Advanced > Map Usage to turn on."));
         shared->userPref().setValue(Keys::PREF_GEO_HIDE_HINT, true);
         QCOMPARE(map->noDataText(), QStringLiteral("No Locations"));
+    }
+
+    // A tile server may send forever or send gigabytes: a tile stops at its size or its time, with
+    // one line why, and memory never holds much more than a tile.
+    void tileLimits_data()
+    {
+        QTest::addColumn<QString>("path");
+        QTest::addColumn<QString>("error");
+        QTest::addColumn<int>("atLeastMs");
+        QTest::newRow("a tile") << "3/4/2.png" << QString() << 0;
+        QTest::newRow("50 MB of no stated length")
+            << "huge/3/4/2.png" << QStringLiteral("the tile is larger than 2097152 bytes") << 0;
+        QTest::newRow("a kilobyte every 50 ms, never ending")
+            << "endless/3/4/2.png" << QStringLiteral("no whole tile within 15 s") << TileDownload::kMaxMillis;
+    }
+
+    void tileLimits()
+    {
+        QFETCH(QString, path);
+        QFETCH(QString, error);
+        QFETCH(int, atLeastMs);
+        QProcess server;
+        server.start(QStringLiteral("/usr/bin/python3"), {QStringLiteral(TESTS_DIR "/e2e/tileserver.py")});
+        QVERIFY(server.waitForStarted() && server.waitForReadyRead(5000));
+        auto stop = qScopeGuard([&] {
+            server.kill();
+            server.waitForFinished();
+        });
+        const QString port = QString::fromLatin1(server.readLine()).trimmed();
+        QNetworkAccessManager network;
+        QElapsedTimer took;
+        took.start();
+        QByteArray body;
+        QString why = QStringLiteral("unfinished");
+        auto *download = TileDownload::start(
+            network, QNetworkRequest(QUrl(QStringLiteral("http://127.0.0.1:%1/%2").arg(port, path))),
+            nullptr);
+        connect(download, &TileDownload::finished, this, [&](const QByteArray &b, const QString &e) {
+            body = b;
+            why = e;
+        });
+        QTRY_VERIFY_WITH_TIMEOUT(why != QStringLiteral("unfinished"), TileDownload::kMaxMillis + 5000);
+        QCOMPARE(why, error);
+        QVERIFY(took.elapsed() >= atLeastMs);
+        QVERIFY(took.elapsed() < atLeastMs + 3000);
+        QCOMPARE(body.isEmpty(), !error.isEmpty());
+        if (error.isEmpty()) {
+            QString decodeError;
+            QCOMPARE(TileMap::decodeTile(body, &decodeError).size(), QSize(256, 256));
+        }
+    }
+
+    // A small file can claim a picture of gigabytes: only tile-sized pictures are decoded.
+    void tilePictures()
+    {
+        QByteArray png;
+        QBuffer buffer(&png);
+        buffer.open(QIODevice::WriteOnly);
+        QImage(2048, 8, QImage::Format_RGB32).save(&buffer, "PNG");
+        QString why;
+        QVERIFY(TileMap::decodeTile(png, &why).isNull());
+        QCOMPARE(why, QStringLiteral("a picture of 2048×8 pixels is no tile"));
+        QVERIFY(TileMap::decodeTile("<html>busy</html>", &why).isNull());
+        QVERIFY(!why.isEmpty());
     }
 };
 
