@@ -1,5 +1,6 @@
 // The app: wires the Linux services into the usage monitor, shows the main screen, and runs the
 // lifecycle from the window system's application state.
+#include "core/privatefiles.h"
 #include "core/sharedcode.h"
 #include "desktop/widgetstats.h"
 #include "platform/dbus/applicationinstance.h"
@@ -285,6 +286,7 @@ void onFirstFrame(QQuickWindow *window, Navigator &navigator, bool printTime, co
 
 int main(int argc, char **argv)
 {
+    PrivateFiles::beginPrivateProcess(true);
     QElapsedTimer sinceStart;
     sinceStart.start();
     QGuiApplication app(argc, argv);

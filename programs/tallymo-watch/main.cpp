@@ -14,6 +14,7 @@
 
 #include <cstdio>
 #include <optional>
+#include <sys/stat.h>
 
 namespace {
 
@@ -95,6 +96,7 @@ void reportLook(const WatchFace &face, QQuickWindow *window, const WatchOptions 
 
 int main(int argc, char **argv)
 {
+    ::umask(077); // its pictures show the user's usage: theirs alone
     QGuiApplication app(argc, argv);
     QGuiApplication::setApplicationName(QStringLiteral("tallymo-watch"));
     QGuiApplication::setApplicationDisplayName(QStringLiteral("Tallymo Watch"));

@@ -120,6 +120,7 @@ int followReloads(const std::function<void()> &emitRecord)
 
 int main(int argc, char **argv)
 {
+    PrivateFiles::beginPrivateProcess(false);
     QCoreApplication app(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("tallymo-widget"));
     WidgetOptions options;

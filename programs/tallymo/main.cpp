@@ -1,5 +1,6 @@
 // The command line and background service: wires the Linux services into the core and runs a command.
 #include "cli/cli.h"
+#include "core/privatefiles.h"
 #include "core/sharedcode.h"
 #include "core/usagestore.h"
 #include "desktop/widgetstats.h"
@@ -146,6 +147,7 @@ void CommandServices::finish()
 
 int main(int argc, char **argv)
 {
+    PrivateFiles::beginPrivateProcess(false);
     QCoreApplication app(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("tallymo"));
     QCoreApplication::setApplicationVersion(QStringLiteral(TALLYMO_VERSION));

@@ -2,6 +2,7 @@
 #include "arguments.h"
 #include "cli.h"
 #include "core/sharedcode.h"
+#include "core/usagestore.h"
 #include "desktop/displayformat.h"
 #include "desktop/usageintent.h"
 #include "output.h"
@@ -13,9 +14,35 @@
 #include <QTimer>
 
 #include <cstdio>
+#include <utility>
 
 namespace Cli {
 namespace {
+
+// Why the last check could not read the usage history, if it could not. The service goes on (the
+// next check may read it: a disk back, a repair), and tells the user once, by a notification,
+// until a check reads it again.
+QString storeTrouble(UsageMonitor &monitor)
+{
+    static bool told = false;
+    const QString failure = UsageStore::takeFailure();
+    if (failure.isEmpty()) {
+        told = false;
+        return failure;
+    }
+    UserNotificationCenter *notifications = monitor.services().notifications;
+    if (!std::exchange(told, true) && notifications) {
+        NotificationRequest request;
+        request.identifier = QStringLiteral("storeUnreadable");
+        request.title = QCoreApplication::translate("Service", "Usage History Unreadable");
+        request.body =
+            QCoreApplication::translate("Service", "Tallymo cannot read its usage history (%1). Run "
+                                                   "\"tallymo store check\" in a terminal.")
+                .arg(failure);
+        notifications->addRequest(request);
+    }
+    return failure;
+}
 
 // Prints a line for each wake-up: what triggered it, what the sample recorded, the figures.
 void report(UsageMonitor &monitor, const QString &trigger)
@@ -23,7 +50,9 @@ void report(UsageMonitor &monitor, const QString &trigger)
     const SampleResult r = monitor.figures().lastSample();
     const CurrentValues v = monitor.figures().values();
     QString what;
-    if (!r.failure.isEmpty())
+    if (const QString trouble = storeTrouble(monitor); !trouble.isEmpty())
+        what = QStringLiteral("usage history unreadable: ") + trouble;
+    else if (!r.failure.isEmpty())
         what = QStringLiteral("not recorded: ") + r.failure; // the service goes on with what it has
     else if (!r.locked)
         what = QStringLiteral("skipped (another process is sampling)");

@@ -9,6 +9,8 @@
 #include <QStandardPaths>
 
 #include <cerrno>
+#include <csignal>
+#include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -39,6 +41,26 @@ bool writeAll(int fd, QByteArrayView data)
         left -= n;
     }
     return true;
+}
+
+// Whether the process of that id has ended (a process of another user still counts as running).
+bool ended(const QStringView pid)
+{
+    bool ok = false;
+    const int id = pid.toInt(&ok);
+    return ok && id > 0 && ::kill(id, 0) != 0 && errno == ESRCH;
+}
+
+QString &ownTemporaryFolder()
+{
+    static QString folder;
+    return folder;
+}
+
+void removeOwnTemporaries()
+{
+    if (!ownTemporaryFolder().isEmpty())
+        QDir(ownTemporaryFolder()).removeRecursively();
 }
 
 void syncFolder(const QByteArray &folder)
@@ -123,15 +145,60 @@ QString runtimeFolder()
 int openPrivate(const QString &path, int flags, QString *error)
 {
     const QByteArray p = QFile::encodeName(path);
-    const int fd = ::open(p.constData(), flags | O_CREAT | O_CLOEXEC, 0600);
+    const int fd = ::open(p.constData(), flags | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
     if (fd < 0) {
-        fail(error, path, errno);
+        const int err = errno;
+        if (err == ELOOP && error)
+            *error = QStringLiteral("%1 is a symbolic link, which Tallymo does not follow").arg(path);
+        else
+            fail(error, path, err);
+        errno = err;
         return -1;
     }
     struct stat st;
     if (::fstat(fd, &st) == 0 && (st.st_mode & 077) != 0 && st.st_uid == ::geteuid())
         ::fchmod(fd, st.st_mode & 0600);
     return fd;
+}
+
+void beginPrivateProcess(bool ownTemporaries)
+{
+    ::umask(077);
+    const QString runtime = runtimeFolder();
+    const QString prefix = QStringLiteral("tmp-");
+    for (const QString &name :
+         QDir(runtime).entryList({prefix + QLatin1Char('*')}, QDir::Dirs | QDir::Hidden)) {
+        if (ended(QStringView(name).mid(prefix.size())))
+            QDir(runtime + QLatin1Char('/') + name).removeRecursively();
+    }
+    if (!ownTemporaries)
+        return;
+    const QString own = runtime + QLatin1Char('/') + prefix + QString::number(::getpid());
+    QString error;
+    if (!makePrivateFolder(runtime, &error) || !makePrivateFolder(own, &error)) {
+        qCWarning(lcCore, "temporary files stay where they were: %s", qPrintable(error));
+        return;
+    }
+    ownTemporaryFolder() = own;
+    qputenv("TMPDIR", QFile::encodeName(own));
+    std::atexit(removeOwnTemporaries);
+}
+
+int removeAbandonedWrites(const QString &folder)
+{
+    int removed = 0;
+    const QDir dir(folder);
+    for (const QString &name :
+         dir.entryList({QStringLiteral("*.new-*")}, QDir::Files | QDir::Hidden | QDir::System)) {
+        // "<file>.new-<pid>" or "<file>.new-<pid>-<random>"
+        const QStringView pid =
+            QStringView(name).mid(name.lastIndexOf(QStringLiteral(".new-")) + 5).split(u'-').front();
+        if (ended(pid) && QFile::remove(dir.filePath(name)))
+            ++removed;
+    }
+    if (removed > 0)
+        qCInfo(lcCore, "removed %d unfinished writes in %s", removed, qPrintable(folder));
+    return removed;
 }
 
 } // namespace PrivateFiles

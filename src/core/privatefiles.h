@@ -23,6 +23,17 @@ bool writeFile(const QString &path, QByteArrayView data, QString *error, const Q
 QString runtimeFolder();
 
 // Opens (creating when missing, 0600) a file for appending or rewriting in place; -1 with *error.
+// A symbolic link in its place is refused (ELOOP), never followed.
 int openPrivate(const QString &path, int flags, QString *error);
+
+// For the start of every program: what this process creates is the user's alone (umask 077), and
+// the temporary folders of processes that ended without removing theirs are removed. With
+// `ownTemporaries`, temporary files (Qt's and those of the libraries it loads) go to a folder of
+// this process's own under runtimeFolder(), removed at exit.
+void beginPrivateProcess(bool ownTemporaries);
+
+// Removes the new files writeFile() left in `folder` when its process was killed before putting
+// them in place (no process of theirs runs any more). The number removed.
+int removeAbandonedWrites(const QString &folder);
 
 } // namespace PrivateFiles

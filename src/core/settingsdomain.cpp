@@ -17,17 +17,22 @@
 
 namespace {
 
+bool isSymbolicLink(const QString &path)
+{
+    struct stat st;
+    return ::lstat(QFile::encodeName(path).constData(), &st) == 0 && S_ISLNK(st.st_mode);
+}
+
 // Holds an exclusive flock for the life of the object; released by close().
 class FileLock
 {
 public:
     explicit FileLock(const QString &path)
     {
-        QString error;
-        m_fd = PrivateFiles::openPrivate(path, O_RDWR, &error);
+        m_fd = PrivateFiles::openPrivate(path, O_RDWR, &m_error);
         if (m_fd < 0) {
-            // Then the settings file cannot be written either, which the writer reports.
-            qCInfo(lcCore, "cannot open settings lock %s", qPrintable(error));
+            // Without the lock no process writes: the writer reports this.
+            qCInfo(lcCore, "cannot open settings lock %s", qPrintable(m_error));
             return;
         }
         while (::flock(m_fd, LOCK_EX) != 0 && errno == EINTR) {
@@ -40,9 +45,12 @@ public:
     }
     FileLock(const FileLock &) = delete;
     FileLock &operator=(const FileLock &) = delete;
+    // Why the lock is not held; empty when it is.
+    const QString &error() const { return m_error; }
 
 private:
     int m_fd = -1;
+    QString m_error;
 };
 
 } // namespace
@@ -203,6 +211,10 @@ bool SettingsDomain::synchronize()
         return true;
     }
     FileLock lock(m_path + QStringLiteral(".lock"));
+    if (!lock.error().isEmpty()) {
+        m_lastError = lock.error();
+        return false;
+    }
     if (stampOf() != m_stamp)
         reload(true);
     return writeLocked();
@@ -214,8 +226,8 @@ bool SettingsDomain::transaction(const std::function<void()> &change)
     FileLock lock(m_path + QStringLiteral(".lock"));
     if (stampOf() != m_stamp)
         reload(true);
-    if (!m_loadError.isEmpty()) {
-        m_lastError = m_loadError;
+    if (!m_loadError.isEmpty() || !lock.error().isEmpty()) {
+        m_lastError = m_loadError.isEmpty() ? lock.error() : m_loadError;
         return false;
     }
     change();
@@ -242,9 +254,12 @@ QString SettingsDomain::lastMovedAside() const
 
 std::optional<QVariantMap> SettingsDomain::parse(const QString &path, QString *error) const
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        *error = file.errorString();
+    const int fd = ::open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW);
+    QFile file;
+    if (fd < 0 || !file.open(fd, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle)) {
+        *error = QString::fromLocal8Bit(strerror(fd < 0 ? errno : EIO));
+        if (fd >= 0)
+            ::close(fd);
         return std::nullopt;
     }
     return PropertyList::fromXml(file.readAll(), error);
@@ -279,6 +294,14 @@ void SettingsDomain::reload(bool locked)
     }
     m_stamp = stamp;
     m_diskGood = false;
+    if (isSymbolicLink(m_path)) {
+        m_loadError =
+            QStringLiteral("the settings file %1 is a symbolic link, which Tallymo does not follow; "
+                           "put the file itself there")
+                .arg(m_path);
+        qCInfo(lcCore, "%s", qPrintable(m_loadError));
+        return;
+    }
     if (::access(QFile::encodeName(m_path).constData(), R_OK) != 0) {
         // Not ours to repair: the user has to give the file back.
         m_loadError = QStringLiteral("the settings file %1 cannot be read: %2").arg(m_path, error);

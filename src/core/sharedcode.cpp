@@ -19,6 +19,7 @@ SharedCode::SharedCode(Services services)
       m_settings((PrivateFiles::makePrivateFolder(m_container),
                   m_container + QLatin1Char('/') + kSuiteName + QStringLiteral(".plist")))
 {
+    PrivateFiles::removeAbandonedWrites(m_container);
     migratePlan();
 }
 

@@ -19,7 +19,8 @@ StoreContext::StoreContext(QString name, QString path, OpenFailureHandler onOpen
         QString error;
         m_store = UsageStore::open(m_path, &error);
         if (!m_store) {
-            qCCritical(lcCore, "cannot open usage store %s: %s", qPrintable(m_path), qPrintable(error));
+            // The handler tells the user (by default in one line, and the process ends).
+            qCInfo(lcCore, "cannot open usage store %s: %s", qPrintable(m_path), qPrintable(error));
             onOpenFailure(m_path, error);
         }
     });

@@ -12,6 +12,7 @@
 #include <QThread>
 
 #include <algorithm>
+#include <cerrno>
 #include <cmath>
 #include <fcntl.h>
 #include <sqlite3.h>
@@ -79,13 +80,19 @@ std::unique_ptr<UsageStore> UsageStore::open(const QString &path, QString *error
     // Usage history is private: the file is made 0600 before SQLite sees it, and SQLite gives its
     // journal files the same mode.
     const QByteArray name = QFile::encodeName(path);
-    if (const int fd = PrivateFiles::openPrivate(path, O_RDONLY, nullptr); fd >= 0)
+    QString privateError;
+    if (const int fd = PrivateFiles::openPrivate(path, O_RDONLY, &privateError); fd >= 0) {
         ::close(fd);
+    } else if (errno == ELOOP) {
+        if (error)
+            *error = privateError;
+        return nullptr;
+    }
     for (const char *suffix : {"-wal", "-shm"})
         if (struct stat st; ::stat((name + suffix).constData(), &st) == 0 && (st.st_mode & 077) != 0)
             ::chmod((name + suffix).constData(), st.st_mode & 0600);
     sqlite3 *db = nullptr;
-    const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX;
+    const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_NOFOLLOW;
     const int rc = sqlite3_open_v2(name.constData(), &db, flags, nullptr);
     std::unique_ptr<UsageStore> store(new UsageStore(db));
     if (rc != SQLITE_OK) {

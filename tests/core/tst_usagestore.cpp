@@ -92,7 +92,6 @@ private slots:
             f.write(content);
         }
         QString failedPath, failure;
-        QTest::ignoreMessage(QtCriticalMsg, QRegularExpression(QStringLiteral("cannot open usage store")));
         {
             StoreContext ctx(QStringLiteral("P"), path, [&](const QString &p, const QString &e) {
                 failedPath = p;

@@ -27,6 +27,7 @@ from support import TALLYMO, Container, ip  # noqa: E402
 from test_netns_counters import RECEIVE, RECEIVER, SEND, SENDER  # noqa: E402
 
 SETTINGS = "group.zr.qxnext.plist"
+APP = os.path.join(os.path.dirname(os.path.dirname(TALLYMO)), "tallymo-app", "tallymo-app")
 IDLE = {"wwan0": (1000, 1000), "wlan0": (10, 10)}
 NOBODY = ["setpriv", "--reuid=65534", "--regid=65534", "--clear-groups"]
 # The sender and receiver of the namespace tests (198.18.0.0/15), in namespaces of this test's own.
@@ -408,6 +409,69 @@ class PrivateFiles(Case):
         for path, mode in [(c.path, 0o700), (exported[0], 0o600)] + tree:
             with self.subTest(path=os.path.relpath(path, c.root)):
                 self.assertEqual(oct(os.stat(path).st_mode & 0o777), oct(mode))
+
+    # A process killed while writing leaves its new file, and one killed while running leaves its
+    # temporary folder: the next start of any program removes those of processes that no longer run,
+    # and keeps those of one that does. Whatever the umask, what a program makes is private.
+    def test_the_next_start_removes_what_a_killed_process_left(self):
+        for program in ("cli", "app"):
+            with self.subTest(program=program):
+                c = self.container()
+                c.run("setup", "--bill-day", "1", "--cap", "1GB", "--used", "0")
+                gone = subprocess.Popen(["true"])
+                gone.wait()
+                live = os.getpid()
+                runtime = os.path.join(c.root, "tallymo")
+                planted = {os.path.join(c.path, f"{SETTINGS}.new-{gone.pid}-1f"): False,
+                           os.path.join(c.path, f"{SETTINGS}.last-good.new-{gone.pid}"): False,
+                           os.path.join(c.path, f"{SETTINGS}.new-{live}-2e"): True,
+                           os.path.join(runtime, f"tmp-{gone.pid}", "left"): False,
+                           os.path.join(runtime, f"tmp-{live}", "in-use"): True}
+                for path in planted:
+                    os.makedirs(os.path.dirname(path), mode=0o700, exist_ok=True)
+                    Path(path).write_text("x")
+                    os.chmod(path, 0o600)
+                tmp = os.path.join(c.root, "tmp")
+                os.mkdir(tmp)
+                env = dict(c.env, TMPDIR=tmp, HOME=os.path.join(c.root, "home"), QT_QPA_PLATFORM="offscreen",
+                           XDG_CACHE_HOME=os.path.join(c.root, "cache"))
+                command = [APP, "--first-frame"] if program == "app" else [TALLYMO, "sample"]
+                p = subprocess.run(command, env=env, capture_output=True, text=True, timeout=120,
+                                   preexec_fn=lambda: os.umask(0o022))
+                self.assertEqual(p.returncode, 0, p.stderr)
+                self.assertEqual({path: os.path.exists(path) for path in planted}, planted)
+                self.assertEqual(os.listdir(tmp), [])
+                self.assertEqual(sorted(os.listdir(runtime)), sorted(
+                    n for n in [f"tmp-{live}", "widget.json"] if os.path.exists(os.path.join(runtime, n))))
+                made = [os.path.join(d, n) for top in (c.path, os.path.join(c.root, "cache"), runtime)
+                        for d, dirs, names in os.walk(top) for n in dirs + names]
+                self.assertIn(os.path.join(c.path, SETTINGS), made)
+                for path in made:
+                    with self.subTest(path=os.path.relpath(path, c.root)):
+                        self.assertEqual(os.stat(path).st_mode & 0o777, 0o700 if os.path.isdir(path) else 0o600)
+
+    # A symbolic link in the container, where Tallymo keeps a file, is refused in one line; what it
+    # points at is neither read, written, made private nor created.
+    def test_symbolic_links_in_the_container_are_not_followed(self):
+        for name, command in [(SETTINGS, ("status",)), (SETTINGS + ".lock", ("plans", "add", "--label", "Trip")),
+                              ("flockFile.txt", ("sample",)), ("store", ("status",))]:
+            with self.subTest(file=name):
+                c = self.container()
+                c.run("setup", "--bill-day", "1", "--cap", "1GB", "--used", "0")
+                path = c.store_path() if name == "store" else os.path.join(c.path, name)
+                outside = os.path.join(c.root, "outside")
+                if os.path.exists(path):
+                    shutil.copyfile(path, outside)
+                    os.unlink(path)
+                else:
+                    Path(outside).write_bytes(b"")
+                os.chmod(outside, 0o644)
+                before = Path(outside).read_bytes()
+                os.symlink(outside, path)
+                p = c.run(*command, check=False)
+                one_error_line(self, p, "symbolic link")
+                self.assertTrue(os.path.islink(path))
+                self.assertEqual((Path(outside).read_bytes(), os.stat(outside).st_mode & 0o777), (before, 0o644))
 
     # No runtime directory, and the fallback one under the temporary directory held by another user:
     # the widget record must not land in a shared or root-level place.

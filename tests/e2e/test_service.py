@@ -89,6 +89,26 @@ class BackgroundService(unittest.TestCase):
         self.assertEqual((p.returncode, p.stderr.splitlines()[-1]),
                          (1, "tallymo: no Tallymo background service is running (start one with tallymo daemon)"))
 
+    # Records that cannot be read: every check's line says so and the user is told once, not at
+    # every check, and the service keeps running.
+    def test_an_unreadable_store_is_told_once(self):
+        from test_store import damage, fill
+        self.c.run("setup", "--bill-day", "1", "--cap", "10GB", "--used", "0")
+        fill(self.c.store_path())
+        damage(self.c.store_path(), ["Event", "Event_timeStamp", "EventHour"])
+        daemon = Daemon(self.c.env)
+        try:
+            daemon.wait_for("launch")
+            for count in (1, 2):
+                self.c.run("push")
+                self.assertIn(": usage history unreadable: cannot read the usage store", daemon.wait_for("push", count))
+            told = [c for c in self.session.calls("Notify") if c[3] == "Usage History Unreadable"]
+            self.assertEqual(len(told), 1, told)
+            self.assertIn('Run "tallymo store check" in a terminal.', told[0][4])
+            self.assertIsNone(daemon.proc.poll())
+        finally:
+            daemon.stop()
+
     def test_show_usage_answers_as_the_command_does(self):
         daemon = Daemon(self.c.env)
         try:
