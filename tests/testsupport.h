@@ -21,7 +21,15 @@ public:
 
     std::optional<QList<LinkCounters>> readCounters() override { return counters; }
     QStringList wifiInterfaces() override { return wifi; }
-    bool isCellularLink(const QString &name) override { return cellularLinks.contains(name); }
+    QHash<QString, LinkKind> kinds; // besides `wifi` and `cellularLinks`; absent: virtual
+    std::optional<QList<ManagedLink>> managed;
+    LinkKind linkKind(const QString &name) override
+    {
+        return cellularLinks.contains(name) ? LinkKind::Modem
+               : wifi.contains(name)        ? LinkKind::WiFi
+                                            : kinds.value(name, LinkKind::Virtual);
+    }
+    std::optional<QList<ManagedLink>> managedLinks() override { return managed; }
     int interfaceIndex(const QString &name) override { return indexes.value(name); }
     QString bootId() override { return boot; }
 };

@@ -30,6 +30,7 @@ const char kUsage[] =
     "  setup [--bill-day N] [--cap AMOUNT] [--used AMOUNT]   the first-run setup\n"
     "  demo DIR                                write a demo container to try the app on\n"
     "  store check [--plan ID] [--json]        check the stores; put wrong hourly totals right\n"
+    "  networks [--json] | set NAME mobile|other|ignore|auto   which links count as mobile data\n"
     "\n"
     "Dates are ISO 8601: YYYY-MM-DD (local midnight) or YYYY-MM-DDTHH:MM[+HH:MM].\n"
     "Types: string, int, double, bool, date, json.\n";
@@ -59,6 +60,7 @@ int run(const QStringList &args, Environment &env)
         {QLatin1StringView("map"), map},           {QLatin1StringView("net"), net},
         {QLatin1StringView("setup"), setup},       {QLatin1StringView("demo"), demo},
         {QLatin1StringView("intent"), intent},     {QLatin1StringView("store"), store},
+        {QLatin1StringView("networks"), networks},
     };
     if (args.isEmpty() || args.first() == QLatin1StringView("--help") ||
         args.first() == QLatin1StringView("help")) {

@@ -78,5 +78,6 @@ int net(const QStringList &args, Environment &env);
 int setup(const QStringList &args, Environment &env);
 int demo(const QStringList &args, Environment &env);
 int store(const QStringList &args, Environment &env);
+int networks(const QStringList &args, Environment &env);
 
 } // namespace Cli

@@ -1,8 +1,5 @@
 #include "networkinterfaces.h"
 
-#include <algorithm>
-#include <functional>
-
 namespace InterfaceNames {
 
 bool naturalLess(const QString &a, const QString &b)
@@ -42,39 +39,6 @@ bool hasCellularName(const QString &name)
     // Not ppp*: a PPP link is as often a VPN or a serial line as a modem's.
     return name.startsWith(QLatin1StringView("pdp_ip")) || name.startsWith(QLatin1StringView("ww")) ||
            name.startsWith(QLatin1StringView("rmnet"));
-}
-
-QStringList cellularInterfaces(const QStringList &present, const QStringList &configured,
-                               const std::function<bool(const QString &)> &isCellular)
-{
-    QStringList result;
-    if (!configured.isEmpty()) {
-        for (const QString &name : configured)
-            if (present.contains(name) && !result.contains(name))
-                result.append(name);
-        return result;
-    }
-    for (const QString &name : present)
-        if (hasCellularName(name) || isCellular(name))
-            result.append(name);
-    std::sort(result.begin(), result.end(), naturalLess);
-    return result;
-}
-
-QString primaryCellular(const QStringList &cellular, bool configured, const QString &previous)
-{
-    // Phone-style names keep their roles: pdp_ip0 is the primary link, pdp_ip1... are tethering.
-    if (cellular.contains(QLatin1StringView("pdp_ip0")))
-        return QStringLiteral("pdp_ip0");
-    QStringList candidates;
-    for (const QString &name : cellular)
-        if (!name.startsWith(QLatin1StringView("pdp_ip")))
-            candidates.append(name);
-    if (candidates.isEmpty())
-        return QString();
-    if (!configured && candidates.contains(previous))
-        return previous;
-    return candidates.first();
 }
 
 } // namespace InterfaceNames

@@ -15,6 +15,28 @@ struct LinkCounters
     quint64 sent = 0;
 };
 
+// What kind of link an interface is, as the kernel describes it.
+enum class LinkKind {
+    Unknown,
+    Loopback,
+    Virtual, // bridges, veth, tun/tap, WireGuard and other tunnels: no device of their own
+    WiFi,
+    Ethernet,
+    UsbTethering, // a phone's (or a USB network adapter's) link: rndis, cdc_ether, cdc_ncm, ipheth
+    Bluetooth,    // Bluetooth PAN
+    Modem,        // a WWAN or modem data link
+};
+
+// A link as the connection manager (NetworkManager) sees it.
+struct ManagedLink
+{
+    QString interface;    // where its bytes are counted (a modem's IP interface, not its port)
+    QString connection;   // the active connection's name; empty when none is active
+    QString uuid;         // the active connection's identifier
+    int metered = 0;      // 0 unknown, 1 yes, 2 no, 3 guessed yes, 4 guessed no
+    bool serving = false; // a hotspot this machine serves to others
+};
+
 // The system's network interfaces: their counters and what kind of link each one is.
 class NetworkInterfaces
 {
@@ -25,8 +47,11 @@ public:
     virtual std::optional<QList<LinkCounters>> readCounters() = 0;
     // The Wi-Fi interfaces the system supports, the preferred one first.
     virtual QStringList wifiInterfaces() = 0;
-    // Whether the system describes the interface as a cellular modem link.
-    virtual bool isCellularLink(const QString &name) = 0;
+    // What kind of link the interface is (Unknown when it is not there).
+    virtual LinkKind linkKind(const QString &name) = 0;
+    // The links the connection manager manages, with their connections; nothing when there is no
+    // connection manager or it does not answer in time.
+    virtual std::optional<QList<ManagedLink>> managedLinks() { return std::nullopt; }
     // Which incarnation of the interface this is: the kernel's index of it (0 when unknown). An
     // interface made again (a modem link that dropped and came back) gets a new index and counters
     // that start again from 0.
@@ -46,16 +71,5 @@ bool naturalLess(const QString &a, const QString &b);
 
 // Names that denote a cellular link by themselves (ww*, rmnet*, and pdp_ip* as phones name them).
 bool hasCellularName(const QString &name);
-
-// The cellular interfaces among `present`: those of `configured` in its order when it is not empty,
-// otherwise those that `isCellular` accepts, in natural order.
-QStringList cellularInterfaces(const QStringList &present, const QStringList &configured,
-                               const std::function<bool(const QString &)> &isCellular);
-
-// Which of `cellular` has the primary cellular role: the first of a configured list; otherwise the
-// one that had it before while it is present, so that the role does not move each time another
-// link comes or goes; otherwise the first. Phone-style names keep their roles (pdp_ip0 primary,
-// pdp_ip1... tethering).
-QString primaryCellular(const QStringList &cellular, bool configured, const QString &previous);
 
 } // namespace InterfaceNames

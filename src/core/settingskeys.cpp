@@ -41,6 +41,7 @@ const QList<Key> &all()
         PREF_INTERFACE_NAME,
         PREF_CELL_INTERFACES,
         PREF_CELL_PRIMARY,
+        PREF_NETWORK_CHOICES,
         PREF_LINK_IDS,
         PREF_LINK_COUNTERS,
         PREF_TRACK_TETHER_DB,

@@ -2,6 +2,7 @@
 
 #include "clock.h"
 #include "connections.h"
+#include "linkclassifier.h"
 #include "location.h"
 #include "networkinterfaces.h"
 #include "settingsdomain.h"
@@ -110,6 +111,12 @@ public:
     // The last known position when it is good enough to store with usage (accuracy 0 to 500 m).
     static Coordinate coordinateFromLocationFix(const std::optional<LocationFix> &last);
 
+    // How each of the links present is counted now: its kind, its connection, the user's choice and
+    // which figure its bytes go to.
+    QList<LinkClass> classifyLinks(const QStringList &present) const;
+    // The links there are now, classified; nothing when the interface list cannot be read.
+    std::optional<QList<LinkClass>> presentLinks() const;
+
     // Per-address usage: one connection-table read per protocol, the growth since the previous read
     // stored as Netevent records of the current hour (into the context, unsaved). The previous
     // read is the one stored by any process in this boot; without one, only the baseline is taken.
@@ -125,8 +132,6 @@ private:
     QString currentWifiLink();
     SampleResult recordUsage(StoreContext *context, Coordinate loc);
 
-    QStringList cellularLinks(const QStringList &present) const;
-    QString takePrimaryCellular(const QStringList &cellular);
     void takeOverEarlierBaselines(CounterBook &book, const QList<LinkReading> &now, const QString &boot);
 
     const QString m_container;

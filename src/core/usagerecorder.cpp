@@ -1,11 +1,13 @@
 // The usage recorder: turns two successive counter readings into one stored usage delta.
 #include "counterbook.h"
+#include "linkclassifier.h"
 #include "logging.h"
 #include "privatefiles.h"
 #include "settingskeys.h"
 #include "sharedcode.h"
 
 #include <QFile>
+#include <QHash>
 
 #include <algorithm>
 #include <cerrno>
@@ -129,30 +131,34 @@ SampleResult SharedCode::recordUsage(StoreContext *context, Coordinate loc)
     const QString boot = m_interfaces->bootId();
     CounterBook book = CounterBook::fromVariant(m_settings.value(Keys::PREF_LINK_COUNTERS));
     if (book.isEmpty())
-        takeOverEarlierBaselines(book, readings, boot); // before the roles below move
-    QString wifiName = savedWifiLink();
-    if (!present.contains(wifiName)) {
-        // The interface counted as Wi-Fi is gone, or was only the placeholder: look again.
-        checkWifiLink();
-        wifiName = savedWifiLink();
-    }
-    const QStringList cellular = cellularLinks(present);
-    const QString primary = takePrimaryCellular(cellular);
-    Bytes cell, wifi, tethered;
+        takeOverEarlierBaselines(book, readings, boot);
+    QHash<QString, LinkUse> uses;
+    for (const LinkClass &link : classifyLinks(present))
+        uses.insert(link.name, link.use);
+    Bytes cell, wifi, served;
     for (const LinkMoved &m : book.advance(boot, readings)) {
-        if (m.name == primary)
+        switch (uses.value(m.name, LinkUse::NotCounted)) {
+        case LinkUse::Mobile:
             cell.add(m);
-        else if (cellular.contains(m.name))
-            tethered.add(m);
-        if (m.name == wifiName)
+            break;
+        case LinkUse::Other:
             wifi.add(m);
+            break;
+        case LinkUse::Serving:
+            served.add(m);
+            break;
+        case LinkUse::NotCounted:
+            break;
+        }
     }
     m_settings.setValue(Keys::PREF_LINK_COUNTERS, book.toVariant());
-    result.usage = qxDataUsage{double(cell.in + cell.out), double(wifi.in + wifi.out)};
-    if (isTrackTetherForPlan(QString())) {
-        cell.in += tethered.in;
-        cell.out += tethered.out;
+    if (!isTrackTetherForPlan(QString())) {
+        // What a hotspot sent to its clients came in over the mobile link, and what it received
+        // from them went out over it: not the plan's usage unless tethering counts.
+        cell.in -= std::min(cell.in, served.out);
+        cell.out -= std::min(cell.out, served.in);
     }
+    result.usage = qxDataUsage{double(cell.in + cell.out), double(wifi.in + wifi.out)};
     if (cell.any() || wifi.any()) {
         const Event event{nowAtHour(),      double(cell.in), double(cell.out), double(wifi.in),
                           double(wifi.out), loc.latitude,    loc.longitude};
@@ -160,6 +166,42 @@ SampleResult SharedCode::recordUsage(StoreContext *context, Coordinate loc)
         result.event = event;
     }
     return result;
+}
+
+std::optional<QList<LinkClass>> SharedCode::presentLinks() const
+{
+    const std::optional<QList<LinkCounters>> counters =
+        m_interfaces ? m_interfaces->readCounters() : std::nullopt;
+    if (!counters)
+        return std::nullopt;
+    QStringList names;
+    for (const LinkCounters &c : *counters)
+        names.append(c.name);
+    std::sort(names.begin(), names.end(), InterfaceNames::naturalLess);
+    return classifyLinks(names);
+}
+
+QList<LinkClass> SharedCode::classifyLinks(const QStringList &present) const
+{
+    QStringList configured;
+    for (const QVariant &v : m_settings.arrayForKey(Keys::PREF_CELL_INTERFACES))
+        configured.append(v.toString());
+    QHash<QString, ManagedLink> managed;
+    if (m_interfaces)
+        for (const ManagedLink &link : m_interfaces->managedLinks().value_or(QList<ManagedLink>()))
+            managed.insert(link.interface, link);
+    const QVariantMap choices = m_settings.dictionaryForKey(Keys::PREF_NETWORK_CHOICES);
+    QList<LinkClass> links;
+    for (const QString &name : present) {
+        LinkClassifier::Facts facts;
+        facts.name = name;
+        facts.kind = m_interfaces ? m_interfaces->linkKind(name) : LinkKind::Unknown;
+        if (const auto found = managed.constFind(name); found != managed.cend())
+            facts.managed = *found;
+        facts.listedCellular = configured.contains(name) || InterfaceNames::hasCellularName(name);
+        links.append(LinkClassifier::classify(facts, choices));
+    }
+    return links;
 }
 
 // Settings written before the counters were kept per link identity held them per role: the primary
@@ -200,25 +242,4 @@ void SharedCode::takeOverEarlierBaselines(CounterBook &book, const QList<LinkRea
                                  Keys::PREF_prevCellOut, Keys::PREF_prevWifiIn, Keys::PREF_prevWifiOut})
         m_settings.removeValue(key);
     qCInfo(lcCore, "the saved counters are now kept per link");
-}
-
-QStringList SharedCode::cellularLinks(const QStringList &present) const
-{
-    QStringList configured;
-    for (const QVariant &v : m_settings.arrayForKey(Keys::PREF_CELL_INTERFACES))
-        configured.append(v.toString());
-    return InterfaceNames::cellularInterfaces(
-        present, configured, [this](const QString &name) { return m_interfaces->isCellularLink(name); });
-}
-
-// Which cellular link has the primary role; the role is remembered so that it does not move each
-// time another link comes or goes.
-QString SharedCode::takePrimaryCellular(const QStringList &cellular)
-{
-    const QString before = m_settings.stringForKey(Keys::PREF_CELL_PRIMARY);
-    const QString primary = InterfaceNames::primaryCellular(
-        cellular, !m_settings.arrayForKey(Keys::PREF_CELL_INTERFACES).isEmpty(), before);
-    if (!primary.isEmpty() && primary != before)
-        m_settings.setValue(Keys::PREF_CELL_PRIMARY, primary);
-    return primary;
 }

@@ -1,3 +1,4 @@
+#include "core/linkclassifier.h"
 #include "platform/linux/linuxnetworkinterfaces.h"
 #include "testsupport.h"
 
@@ -65,79 +66,123 @@ private slots:
         QVERIFY(!InterfaceNames::naturalLess(a, a));
     }
 
-    void cellularRoles_data()
-    {
-        QTest::addColumn<QStringList>("present");
-        QTest::addColumn<QStringList>("configured");
-        QTest::addColumn<QStringList>("sysfsCellular");
-        QTest::addColumn<QString>("previous");
-        QTest::addColumn<QStringList>("cellular");
-        QTest::addColumn<QString>("primary");
-        QTest::newRow("by name, natural order")
-            << QStringList{"wlan0", "wwan10", "wwan2", "eth0", "ppp0"} << QStringList() << QStringList()
-            << QString() << QStringList{"wwan2", "wwan10"} << "wwan2";
-        QTest::newRow("by sysfs") << QStringList{"usb0", "enx00", "lo"} << QStringList()
-                                  << QStringList{"enx00"} << QString() << QStringList{"enx00"} << "enx00";
-        QTest::newRow("the role stays while its link is there")
-            << QStringList{"rmnet_data0", "rmnet_data1"} << QStringList() << QStringList() << "rmnet_data1"
-            << QStringList{"rmnet_data0", "rmnet_data1"} << "rmnet_data1";
-        QTest::newRow("and moves when it is gone")
-            << QStringList{"wwan1", "wwan2"} << QStringList() << QStringList() << "wwan0"
-            << QStringList{"wwan1", "wwan2"} << "wwan1";
-        QTest::newRow("a configured list decides, in its order")
-            << QStringList{"wwan0", "ppp0", "eth0"} << QStringList{"ppp0", "eth0", "absent"} << QStringList()
-            << "wwan0" << QStringList{"ppp0", "eth0"} << "ppp0";
-        QTest::newRow("phone names keep their roles")
-            << QStringList{"pdp_ip1", "wwan0", "pdp_ip0"} << QStringList() << QStringList() << "wwan0"
-            << QStringList{"pdp_ip0", "pdp_ip1", "wwan0"} << "pdp_ip0";
-        QTest::newRow("pdp_ip10 alone is tethering")
-            << QStringList{"pdp_ip10"} << QStringList() << QStringList() << QString()
-            << QStringList{"pdp_ip10"} << QString();
-        QTest::newRow("nothing cellular") << QStringList{"lo", "eth0"} << QStringList() << QStringList()
-                                          << "wwan0" << QStringList() << QString();
-    }
-
-    void cellularRoles()
-    {
-        QFETCH(QStringList, present);
-        QFETCH(QStringList, configured);
-        QFETCH(QStringList, sysfsCellular);
-        QFETCH(QString, previous);
-        QFETCH(QStringList, cellular);
-        QFETCH(QString, primary);
-        const QStringList found = InterfaceNames::cellularInterfaces(
-            present, configured, [&](const QString &n) { return sysfsCellular.contains(n); });
-        QCOMPARE(found, cellular);
-        QCOMPARE(InterfaceNames::primaryCellular(found, !configured.isEmpty(), previous), primary);
-    }
-
-    // A stand-in sysfs tree: Wi-Fi by wireless/ or phy80211, cellular by uevent or link type.
+    // A stand-in sysfs tree: each kind of link as the kernel shows it.
     void sysfsClassification()
     {
         QTemporaryDir root;
+        const auto device = [&](const QString &name, const QString &driver) {
+            writeFile(root.filePath(QStringLiteral("drivers/%1/.keep").arg(driver)), "");
+            QDir().mkpath(root.filePath(name + QStringLiteral("/device")));
+            QFile::link(root.filePath(QStringLiteral("drivers/") + driver),
+                        root.filePath(name + QStringLiteral("/device/driver")));
+        };
         writeFile(root.filePath("wlp3s0/wireless/.keep"), "");
         writeFile(root.filePath("wlan1/phy80211/name"), "phy1");
-        writeFile(root.filePath("eth0/uevent"), "INTERFACE=eth0\nIFINDEX=2\n");
+        writeFile(root.filePath("lo/type"), "772\n");
         writeFile(root.filePath("eth0/type"), "1\n");
+        device(QStringLiteral("eth0"), QStringLiteral("e1000e"));
         writeFile(root.filePath("mbim0/uevent"), "DEVTYPE=wwan\nINTERFACE=mbim0\n");
+        writeFile(root.filePath("mbim0/ifindex"), "7\n");
         writeFile(root.filePath("rmnet_data0/type"), "519\n");
         writeFile(root.filePath("modem/type"), "512\n");
         writeFile(root.filePath("vpn/type"), "512\n");
-        writeFile(root.filePath("mbim0/ifindex"), "7\n");
+        for (const char *name : {"usb0", "enx0a1b", "enp0s20u2"}) {
+            writeFile(root.filePath(QStringLiteral("%1/type").arg(QLatin1StringView(name))), "1\n");
+        }
+        device(QStringLiteral("usb0"), QStringLiteral("rndis_host"));
+        device(QStringLiteral("enx0a1b"), QStringLiteral("cdc_ncm"));
+        device(QStringLiteral("enp0s20u2"), QStringLiteral("ipheth"));
+        writeFile(root.filePath("bnep0/type"), "1\n");
+        writeFile(root.filePath("br0/type"), "1\n"); // bridge, veth, tun, WireGuard: no device
+        writeFile(root.filePath("wg0/type"), "65534\n");
         writeFile(root.filePath("boot_id"), "6f1c-42\n");
         LinuxNetworkInterfaces sys(QString(), root.path(), root.filePath("boot_id"));
         QCOMPARE(sys.wifiInterfaces(), (QStringList{"wlan1", "wlp3s0"}));
-        QVERIFY(sys.isCellularLink(QStringLiteral("mbim0")));
-        QVERIFY(sys.isCellularLink(QStringLiteral("rmnet_data0")));
-        QVERIFY(!sys.isCellularLink(QStringLiteral("modem"))); // PPP: only a modem's data link
-        QVERIFY(!sys.isCellularLink(QStringLiteral("eth0")));
-        QVERIFY(!sys.isCellularLink(QStringLiteral("absent")));
-        sys.setModemLinks([] { return QStringList{QStringLiteral("modem")}; });
-        QVERIFY(sys.isCellularLink(QStringLiteral("modem")));
-        QVERIFY(!sys.isCellularLink(QStringLiteral("vpn")));
+        const QList<std::pair<const char *, LinkKind>> kinds{
+            {"wlp3s0", LinkKind::WiFi},          {"wlan1", LinkKind::WiFi},
+            {"lo", LinkKind::Loopback},          {"eth0", LinkKind::Ethernet},
+            {"mbim0", LinkKind::Modem},          {"rmnet_data0", LinkKind::Modem},
+            {"modem", LinkKind::Virtual},        {"usb0", LinkKind::UsbTethering},
+            {"enx0a1b", LinkKind::UsbTethering}, {"enp0s20u2", LinkKind::UsbTethering},
+            {"bnep0", LinkKind::Bluetooth},      {"br0", LinkKind::Virtual},
+            {"wg0", LinkKind::Virtual},          {"absent", LinkKind::Unknown},
+            {"../eth0", LinkKind::Unknown}};
+        for (const auto &[name, kind] : kinds)
+            QVERIFY2(sys.linkKind(QLatin1StringView(name)) == kind, name);
+        sys.setModemLinks([] { return QStringList{QStringLiteral("modem")}; }); // a connected modem's PPP
+        QCOMPARE(sys.linkKind(QStringLiteral("modem")), LinkKind::Modem);
+        QCOMPARE(sys.linkKind(QStringLiteral("vpn")), LinkKind::Virtual);
+        QVERIFY(!sys.managedLinks());
         QCOMPARE(sys.interfaceIndex(QStringLiteral("mbim0")), 7);
         QCOMPARE(sys.interfaceIndex(QStringLiteral("absent")), 0);
         QCOMPARE(sys.bootId(), QStringLiteral("6f1c-42"));
+    }
+
+    // Which figure a link feeds: the user's choice first, then a cellular listing, virtual links,
+    // a served hotspot, NetworkManager's verdict, and the kind of link.
+    void linkUses_data()
+    {
+        QTest::addColumn<int>("kind");
+        QTest::addColumn<int>("metered"); // -1: not managed
+        QTest::addColumn<bool>("serving");
+        QTest::addColumn<bool>("listed");
+        QTest::addColumn<QString>("choice");
+        QTest::addColumn<int>("use");
+        const int mobile = int(LinkUse::Mobile), other = int(LinkUse::Other), none = int(LinkUse::NotCounted);
+        using K = LinkKind;
+        QTest::newRow("phone hotspot over Wi-Fi") << int(K::WiFi) << 3 << false << false << "" << mobile;
+        QTest::newRow("home Wi-Fi") << int(K::WiFi) << 4 << false << false << "" << other;
+        QTest::newRow("Wi-Fi, no manager") << int(K::WiFi) << -1 << false << false << "" << other;
+        QTest::newRow("Wi-Fi the user marked metered") << int(K::WiFi) << 1 << false << false << "" << mobile;
+        QTest::newRow("wired") << int(K::Ethernet) << 4 << false << false << "" << other;
+        QTest::newRow("wired, not activated") << int(K::Ethernet) << 0 << false << false << "" << other;
+        QTest::newRow("USB tethering, no manager")
+            << int(K::UsbTethering) << -1 << false << false << "" << mobile;
+        QTest::newRow("USB adapter NetworkManager calls unmetered")
+            << int(K::UsbTethering) << 4 << false << false << "" << other;
+        QTest::newRow("Bluetooth PAN") << int(K::Bluetooth) << -1 << false << false << "" << mobile;
+        QTest::newRow("modem") << int(K::Modem) << -1 << false << false << "" << mobile;
+        QTest::newRow("modem guessed unmetered still pays")
+            << int(K::Modem) << 4 << false << false << "" << mobile;
+        QTest::newRow("modem set unmetered by the user in NetworkManager")
+            << int(K::Modem) << 2 << false << false << "" << other;
+        QTest::newRow("VPN tunnel on a metered link") << int(K::Virtual) << 3 << false << false << "" << none;
+        QTest::newRow("loopback") << int(K::Loopback) << -1 << false << false << "" << none;
+        QTest::newRow("listed PPP link") << int(K::Virtual) << -1 << false << true << "" << mobile;
+        QTest::newRow("hotspot served") << int(K::WiFi) << 4 << true << false << "" << int(LinkUse::Serving);
+        QTest::newRow("the user's choice decides last")
+            << int(K::WiFi) << 3 << false << false << "other" << other;
+        QTest::newRow("ignore a modem") << int(K::Modem) << -1 << false << true << "ignore" << none;
+        QTest::newRow("count a tunnel") << int(K::Virtual) << -1 << false << false << "mobile" << mobile;
+        QTest::newRow("a word that is no choice is automatic")
+            << int(K::WiFi) << 3 << false << false << "Mobile" << mobile;
+    }
+
+    void linkUses()
+    {
+        QFETCH(int, kind);
+        QFETCH(int, metered);
+        QFETCH(bool, serving);
+        QFETCH(bool, listed);
+        QFETCH(QString, choice);
+        QFETCH(int, use);
+        LinkClassifier::Facts facts{QStringLiteral("link0"), LinkKind(kind), std::nullopt, listed};
+        if (metered >= 0)
+            facts.managed = ManagedLink{QStringLiteral("link0"), QStringLiteral("Pixel"),
+                                        QStringLiteral("u-1"), metered, serving};
+        // A managed link's choice is its connection's, an unmanaged one's its interface's
+        // (by its identifier: a renamed connection keeps it).
+        const QString key = metered >= 0 ? QStringLiteral("u-1") : QStringLiteral("link0");
+        const QVariantMap choices{
+            {key, QVariantMap{{QStringLiteral("choice"), choice},
+                              {QStringLiteral("name"), QStringLiteral("Old")}}},
+            {QStringLiteral("Pixel"),
+             LinkClassifier::storedChoice(LinkChoice::Ignore, QStringLiteral("Pixel"))}};
+        const LinkClass c = LinkClassifier::classify(facts, choices);
+        QCOMPARE(int(c.use), use);
+        QCOMPARE(c.choiceKey, key);
+        QCOMPARE(c.choiceName, metered >= 0 ? QStringLiteral("Pixel") : QStringLiteral("link0"));
+        QVERIFY(!c.reason.isEmpty());
     }
 
     // The saved Wi-Fi name holds until re-detection.

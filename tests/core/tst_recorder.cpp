@@ -125,24 +125,19 @@ private slots:
                            {{link("wwan0", 300, 300)}, {}, {}, {}, QStringLiteral("boot-2")},
                            {{link("wwan0", 500, 400)}, {}, {200, 100, 0, 0}}}
             << QStringList();
-        QTest::newRow("Wi-Fi counted on the detected interface")
+        QTest::newRow("Wi-Fi counted; a virtual link is not")
             << QList<Step>{{{link("wlan0", 100, 100), link("eth0", 5, 5)}},
                            {{link("wlan0", 300, 150), link("eth0", 900, 900)}, {}, {0, 0, 200, 50}}}
             << QStringList{QStringLiteral("wlan0")};
-        QTest::newRow("tethering first sight counts from 0, then counts when on")
-            << QList<Step>{{{link("pdp_ip0", 1000, 500)}, true},
-                           {{link("pdp_ip0", 1000, 500), link("pdp_ip1", 50, 50)}, true, {50, 50, 0, 0}},
-                           {{link("pdp_ip0", 1000, 500), link("pdp_ip1", 150, 70)}, true, {100, 20, 0, 0}}}
+        QTest::newRow("a second cellular link is mobile data too, tethering or not")
+            << QList<Step>{{{link("pdp_ip0", 1000, 500)}, false},
+                           {{link("pdp_ip0", 1000, 500), link("pdp_ip1", 50, 50)}, false, {50, 50, 0, 0}},
+                           {{link("pdp_ip0", 1010, 500), link("pdp_ip1", 150, 70)}, true, {110, 20, 0, 0}}}
             << QStringList();
-        QTest::newRow("tethering off: tracked but not added; on: counts from then on")
-            << QList<Step>{{{link("pdp_ip0", 1000, 500), link("pdp_ip1", 50, 50)}, false},
-                           {{link("pdp_ip0", 1000, 500), link("pdp_ip1", 150, 70)}, false},
-                           {{link("pdp_ip0", 1010, 500), link("pdp_ip1", 160, 90)}, true, {20, 20, 0, 0}}}
-            << QStringList();
-        QTest::newRow("pdp_ip10 is tethering, not the primary interface")
-            << QList<Step>{{{link("pdp_ip10", 100, 100)}, true},
-                           {{link("pdp_ip10", 50, 300)}, true, {50, 200, 0, 0}}}
-            << QStringList();
+        QTest::newRow("every Wi-Fi link is the second figure")
+            << QList<Step>{{{link("wlan0", 100, 100), link("wlan1", 5, 5)}},
+                           {{link("wlan0", 300, 150), link("wlan1", 905, 5)}, {}, {0, 0, 1100, 50}}}
+            << QStringList{QStringLiteral("wlan0"), QStringLiteral("wlan1")};
     }
 
     void samples()
@@ -304,22 +299,51 @@ private slots:
         QCOMPARE(qint64(sums->wifiIn + sums->wifiOut), wifi);
     }
 
-    void resultExcludesTethering()
+    // A hotspot this machine serves: what it sent its clients came in over the mobile link, and what
+    // it received from them went out over it. The plan counts those bytes only with tethering on,
+    // never below zero, and the home Wi-Fi beside them stays the second figure.
+    void servedHotspot_data()
     {
+        QTest::addColumn<bool>("tethering");
+        QTest::addColumn<quint64>("servedIn");
+        QTest::addColumn<quint64>("servedOut");
+        QTest::addColumn<QList<double>>("event");
+        QTest::newRow("tethering off")
+            << false << quint64(100) << quint64(700) << QList<double>{300, 200, 40, 4};
+        QTest::newRow("tethering on")
+            << true << quint64(100) << quint64(700) << QList<double>{1000, 300, 40, 4};
+        QTest::newRow("never below zero")
+            << false << quint64(900) << quint64(5000) << QList<double>{0, 0, 40, 4};
+    }
+
+    void servedHotspot()
+    {
+        QFETCH(bool, tethering);
+        QFETCH(quint64, servedIn);
+        QFETCH(quint64, servedOut);
+        QFETCH(QList<double>, event);
         TestContainer c;
         auto shared = c.openPlan();
-        shared->setForPlan(QString(), Keys::PREF_TRACK_TETHER, true);
+        shared->setForPlan(QString(), Keys::PREF_TRACK_TETHER, tethering);
+        c.interfaces.kinds = {{QStringLiteral("wlp1s0"), LinkKind::WiFi},
+                              {QStringLiteral("wlp2s0"), LinkKind::WiFi}};
+        c.interfaces.managed =
+            QList<ManagedLink>{{QStringLiteral("wlp1s0"), QStringLiteral("Hotspot"), {}, 4, true},
+                               {QStringLiteral("wlp2s0"), QStringLiteral("Home"), {}, 4, false}};
         auto context = shared->activeStore();
-        c.interfaces.counters = QList<LinkCounters>{link("pdp_ip0", 10, 10), link("pdp_ip1", 10, 10)};
+        c.interfaces.counters =
+            QList<LinkCounters>{link("wwan0", 10, 10), link("wlp1s0", 0, 0), link("wlp2s0", 0, 0)};
         onQueue(*context, [&] { return shared->sampleUsage(context.get(), {}); });
-        c.interfaces.counters = QList<LinkCounters>{link("pdp_ip0", 20, 15), link("pdp_ip1", 110, 10)};
+        c.interfaces.counters = QList<LinkCounters>{
+            link("wwan0", 1010, 310), link("wlp1s0", servedIn, servedOut), link("wlp2s0", 40, 4)};
         const SampleResult r = onQueue(*context, [&] {
             return shared->sampleUsage(context.get(), {45.5, 7.25});
         });
-        QCOMPARE(r.usage.cell, 15.0);
-        QCOMPARE(r.event->cellIn, 110.0);
+        QVERIFY(r.event);
+        QCOMPARE((QList<double>{r.event->cellIn, r.event->cellOut, r.event->wifiIn, r.event->wifiOut}),
+                 event);
+        QCOMPARE(r.usage.cell, event[0] + event[1]);
         QCOMPARE(r.event->latitude, 45.5);
-        QCOMPARE(r.event->longitude, 7.25);
     }
 
     // Another holder of the lock: the sample is skipped and nothing moves.

@@ -1,5 +1,7 @@
 #include "linuxnetworkinterfaces.h"
 
+#include "desktopmodule.h"
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -11,13 +13,37 @@ Q_LOGGING_CATEGORY(lcPlatform, "tallymo.platform", QtWarningMsg)
 
 namespace {
 
+constexpr int kArphrdEther = 1;
 constexpr int kArphrdPpp = 512;
 constexpr int kArphrdRawIp = 519;
+constexpr int kArphrdLoopback = 772;
 
 QByteArray readSmallFile(const QString &path)
 {
     QFile f(path);
     return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
+}
+
+// NetworkManager's view, from its module, loaded the first time and only where NetworkManager runs
+// (its runtime folder) or a system bus is named: a router without it pays nothing.
+std::optional<QList<ManagedLink>> askNetworkManager()
+{
+    using Read = bool (*)(QList<ManagedLink> *);
+    static const Read read = []() -> Read {
+        if (!QFileInfo::exists(QStringLiteral("/run/NetworkManager")) &&
+            qEnvironmentVariableIsEmpty("DBUS_SYSTEM_BUS_ADDRESS"))
+            return nullptr;
+        QString errors;
+        const auto f = reinterpret_cast<Read>(DesktopModule::resolve(QStringLiteral("tallymo_networkmanager"),
+                                                                     "tallymo_managed_links", &errors));
+        if (!f)
+            qCWarning(lcPlatform, "NetworkManager cannot be asked:%s", qPrintable(errors));
+        return f;
+    }();
+    QList<ManagedLink> links;
+    if (!read || !read(&links))
+        return std::nullopt;
+    return links;
 }
 
 } // namespace
@@ -33,7 +59,9 @@ LinuxNetworkInterfaces LinuxNetworkInterfaces::fromEnvironment()
     const QString sysfs = qEnvironmentVariable("TALLYMO_SYSFS_NET", QStringLiteral("/sys/class/net"));
     const QString boot =
         qEnvironmentVariable("TALLYMO_BOOT_ID_FILE", QStringLiteral("/proc/sys/kernel/random/boot_id"));
-    return LinuxNetworkInterfaces(proc, sysfs, boot);
+    LinuxNetworkInterfaces interfaces(proc, sysfs, boot);
+    interfaces.setManagedLinks(askNetworkManager);
+    return interfaces;
 }
 
 std::optional<QList<LinkCounters>> LinuxNetworkInterfaces::parseProcNetDev(const QByteArray &text)
@@ -90,17 +118,42 @@ QStringList LinuxNetworkInterfaces::wifiInterfaces()
     return names;
 }
 
-bool LinuxNetworkInterfaces::isCellularLink(const QString &name)
+LinkKind LinuxNetworkInterfaces::linkKind(const QString &name)
 {
     const QString base = m_sysfsNet + QLatin1Char('/') + name;
-    const QByteArray uevent = readSmallFile(base + QStringLiteral("/uevent"));
-    for (const QByteArray &line : uevent.split('\n'))
-        if (line.trimmed() == "DEVTYPE=wwan")
-            return true;
+    if (name.isEmpty() || name.contains(QLatin1Char('/')) || !QFileInfo(base).isDir())
+        return LinkKind::Unknown;
+    QByteArray devtype;
+    for (const QByteArray &line : readSmallFile(base + QStringLiteral("/uevent")).split('\n'))
+        if (line.startsWith("DEVTYPE="))
+            devtype = line.mid(8).trimmed();
     const int type = readSmallFile(base + QStringLiteral("/type")).trimmed().toInt();
-    if (type == kArphrdRawIp)
-        return true;
-    return type == kArphrdPpp && m_modemLinks && m_modemLinks().contains(name);
+    if (type == kArphrdLoopback || name == QLatin1StringView("lo"))
+        return LinkKind::Loopback;
+    if (devtype == "wwan" || type == kArphrdRawIp)
+        return LinkKind::Modem;
+    if (type == kArphrdPpp) // also a VPN's or a serial line's: cellular when it is a connected modem's
+        return m_modemLinks && m_modemLinks().contains(name) ? LinkKind::Modem : LinkKind::Virtual;
+    if (devtype == "wlan" || QFileInfo::exists(base + QStringLiteral("/wireless")) ||
+        QFileInfo::exists(base + QStringLiteral("/phy80211")))
+        return LinkKind::WiFi;
+    if (devtype == "bluetooth" || name.startsWith(QLatin1StringView("bnep")))
+        return LinkKind::Bluetooth;
+    // A link of hardware has its device; bridges, veth, tun/tap and tunnels have none.
+    if (!QFileInfo::exists(base + QStringLiteral("/device")))
+        return LinkKind::Virtual;
+    static const QStringList tethering{QStringLiteral("rndis_host"), QStringLiteral("cdc_ether"),
+                                       QStringLiteral("cdc_ncm"), QStringLiteral("ipheth"),
+                                       QStringLiteral("cdc_eem")};
+    if (tethering.contains(
+            QFileInfo(QFile::symLinkTarget(base + QStringLiteral("/device/driver"))).fileName()))
+        return LinkKind::UsbTethering;
+    return type == kArphrdEther ? LinkKind::Ethernet : LinkKind::Unknown;
+}
+
+std::optional<QList<ManagedLink>> LinuxNetworkInterfaces::managedLinks()
+{
+    return m_managedLinks ? m_managedLinks() : std::nullopt;
 }
 
 int LinuxNetworkInterfaces::interfaceIndex(const QString &name)

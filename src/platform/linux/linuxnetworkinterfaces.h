@@ -8,9 +8,11 @@
 // kind of each link from sysfs. Every path can point at a stand-in: TALLYMO_PROC_NET_DEV,
 // TALLYMO_SYSFS_NET and TALLYMO_BOOT_ID_FILE.
 //
-// A link is cellular when the kernel says it is a modem's (DEVTYPE=wwan, raw-IP links), or when it
-// is a PPP link that the modem manager reports as the data link of a connected modem. Other PPP
-// links (VPNs, serial lines) are not, unless listed in PREF_CELL_INTERFACES.
+// A link is a modem's when the kernel says so (DEVTYPE=wwan, raw-IP links), or when it is a PPP link
+// that the modem manager reports as the data link of a connected modem; other PPP links (VPNs,
+// serial lines) are virtual. A link with no device of its own (bridge, veth, tun/tap, tunnels) is
+// virtual; one whose USB driver is a phone's tethering (rndis, cdc_ether, cdc_ncm, ipheth) is
+// USB tethering. What NetworkManager says of the links comes from setManagedLinks().
 class LinuxNetworkInterfaces : public NetworkInterfaces
 {
 public:
@@ -21,13 +23,19 @@ public:
 
     std::optional<QList<LinkCounters>> readCounters() override;
     QStringList wifiInterfaces() override;
-    bool isCellularLink(const QString &name) override;
+    LinkKind linkKind(const QString &name) override;
+    std::optional<QList<ManagedLink>> managedLinks() override;
     int interfaceIndex(const QString &name) override;
     QString networkNamespace() override;
     QString bootId() override;
 
     // The data links of connected modems, asked only when a PPP link is present (none by default).
     void setModemLinks(std::function<QStringList()> modemLinks) { m_modemLinks = std::move(modemLinks); }
+    // The connection manager's view of the links (none by default).
+    void setManagedLinks(std::function<std::optional<QList<ManagedLink>>()> managedLinks)
+    {
+        m_managedLinks = std::move(managedLinks);
+    }
 
     // Parses the text of /proc/net/dev; nothing when it is not in that format.
     static std::optional<QList<LinkCounters>> parseProcNetDev(const QByteArray &text);
@@ -37,4 +45,5 @@ private:
     QString m_sysfsNet;
     QString m_bootIdFile;
     std::function<QStringList()> m_modemLinks;
+    std::function<std::optional<QList<ManagedLink>>()> m_managedLinks;
 };

@@ -1,0 +1,166 @@
+"""Which figure each link feeds, with NetworkManager as the python3-dbusmock template on a private
+bus posing as the system bus, counters from a stand-in /proc/net/dev and the kinds of link from a
+stand-in sysfs tree: a phone's hotspot, USB tethering and a VPN over a hotspot, each to the byte."""
+import json
+import os
+import subprocess
+import sys
+import time
+import unittest
+
+sys.path.insert(0, os.path.dirname(__file__))
+from support import require  # noqa: E402
+require("dbus-daemon", "python:dbus", "python:dbusmock")
+import dbus  # noqa: E402
+from session import SessionBus  # noqa: E402
+from support import Container  # noqa: E402
+
+NM = "org.freedesktop.NetworkManager"
+NM_PATH = "/org/freedesktop/NetworkManager"
+MOCK = "org.freedesktop.DBus.Mock"
+DEVICE = "org.freedesktop.NetworkManager.Device"
+MiB = 1048576
+
+
+def sysfs_link(c, name, driver=None, kind_type=1):
+    """A link in the stand-in sysfs tree: with a device bound to `driver`, or virtual without one."""
+    base = os.path.join(c.sysfs, name)
+    os.makedirs(base, exist_ok=True)
+    with open(os.path.join(base, "type"), "w") as f:
+        f.write(f"{kind_type}\n")
+    if driver:
+        os.makedirs(os.path.join(c.root, "drivers", driver), exist_ok=True)
+        os.makedirs(os.path.join(base, "device"), exist_ok=True)
+        os.symlink(os.path.join(c.root, "drivers", driver), os.path.join(base, "device", "driver"))
+
+
+class NetworkManagerMock:
+    """The networkmanager template on its own bus; `hotspot` brings up a Wi-Fi connection."""
+
+    def __init__(self):
+        self.bus = SessionBus(notification_server=False).__enter__()
+        self.proc = subprocess.Popen(["/usr/bin/python3", "-m", "dbusmock", "--system", "--template", "networkmanager"],
+                                     env=dict(os.environ, DBUS_SYSTEM_BUS_ADDRESS=self.bus.address),
+                                     stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        deadline = time.time() + 10
+        while not self.bus.bus.name_has_owner(NM):
+            if time.time() > deadline:
+                raise RuntimeError("the NetworkManager mock did not start")
+            time.sleep(0.05)
+        self.nm = dbus.Interface(self.bus.bus.get_object(NM, NM_PATH), MOCK)
+
+    def close(self):
+        if self.proc.poll() is not None:
+            return
+        self.proc.terminate()
+        self.proc.wait()
+        self.bus.__exit__(None, None, None)
+
+    def wifi(self, interface, ssid, metered):
+        dev = self.nm.AddWiFiDevice(f"dev_{interface}", interface, 100)
+        ap = self.nm.AddAccessPoint(dev, f"ap_{interface}", ssid, "00:11:22:33:44:55", 2, 2437, 5400, 80, 0x100)
+        conn = self.nm.AddWiFiConnection(dev, f"c_{interface}", ssid, "wpa-psk")
+        active = self.nm.AddActiveConnection([dev], conn, ap, f"a_{interface}", 2)
+        dbus.Interface(self.bus.bus.get_object(NM, dev), MOCK).AddProperty(DEVICE, "Metered", dbus.UInt32(metered))
+        return dev, active
+
+
+class Links(unittest.TestCase):
+    def setUp(self):
+        self.mock = NetworkManagerMock()
+        self.addCleanup(lambda: self.mock.close())
+
+    def container(self, system_bus=None):
+        c = Container(wifi=("wlan0",))
+        self.addCleanup(c.cleanup)
+        c.env.update(DBUS_SYSTEM_BUS_ADDRESS=system_bus or self.mock.bus.address,
+                     DBUS_SESSION_BUS_ADDRESS="unix:path=/nonexistent")
+        sysfs_link(c, "usb0", "rndis_host")
+        sysfs_link(c, "eth0", "e1000e")
+        sysfs_link(c, "tun0", kind_type=65534)
+        c.run("setup", "--bill-day", "1", "--cap", "10GB", "--used", "0")
+        return c
+
+    def replay(self, c, readings):
+        for table in readings:
+            c.write_counters(table)
+            c.run("sample")
+        t = c.totals()
+        return [t["cellIn"], t["cellOut"], t["wifiIn"], t["wifiOut"]]
+
+    # Sessions of a laptop, each recorded in the right column to the byte: the first sample takes a
+    # baseline; a link that comes up between two samples counts all it moved.
+    def test_sessions(self):
+        base = {"lo": (500, 500), "eth0": (1000, 1000), "wlan0": (2000, 2000)}
+        later = {"lo": (9000, 9000), "eth0": (1000 + 300_000, 1000 + 30_000), "wlan0": (2000 + 5 * MiB, 2000 + MiB)}
+        cases = [
+            # name, metered verdict of the Wi-Fi, user's choice, links up later, expected
+            ("phone hotspot", 3, None, {}, [5 * MiB, MiB, 300_000, 30_000]),
+            ("VPN over the hotspot: the tunnel is not counted again", 3, None,
+             {"tun0": (4 * MiB, 900_000)}, [5 * MiB, MiB, 300_000, 30_000]),
+            ("home Wi-Fi", 4, None, {}, [0, 0, 300_000 + 5 * MiB, 30_000 + MiB]),
+            ("hotspot the user counts as other", 3, "other", {}, [0, 0, 300_000 + 5 * MiB, 30_000 + MiB]),
+            ("Wi-Fi the user counts as mobile", 4, "mobile", {}, [5 * MiB, MiB, 300_000, 30_000]),
+            ("USB tethering plugged in between samples, at 40 MiB", 4, None,
+             {"usb0": (40 * MiB, MiB)}, [40 * MiB, MiB, 300_000 + 5 * MiB, 30_000 + MiB]),
+        ]
+        for name, metered, choice, up, expected in cases:
+            with self.subTest(name):
+                self.mock.close()
+                self.mock = NetworkManagerMock()
+                c = self.container()
+                self.mock.wifi("wlan0", "Pixel hotspot", metered)
+                if choice:
+                    c.write_counters(base)
+                    c.run("networks", "set", "Pixel hotspot", choice)
+                self.assertEqual(self.replay(c, [base, dict(later, **up)]), expected)
+
+    def test_the_list_and_a_renamed_connection(self):
+        c = self.container()
+        dev, active = self.mock.wifi("wlan0", "Pixel hotspot", 3)
+        c.write_counters({"wlan0": (10, 10), "usb0": (10, 10), "tun0": (10, 10), "eth0": (10, 10)})
+        rows = {r["interface"]: r for r in json.loads(c.run("networks", "--json").stdout)}
+        self.assertEqual({name: (r["name"], r["kind"], r["metered"], r["countedAs"]) for name, r in rows.items()}, {
+            "wlan0": ("Pixel hotspot", "wifi", "guess-yes", "mobile"),
+            "usb0": ("usb0", "usb", "-", "mobile"),
+            "tun0": ("tun0", "virtual", "-", "ignored"),
+            "eth0": ("eth0", "ethernet", "-", "other")})
+        c.run("networks", "set", "Pixel hotspot", "ignore")
+        # Renamed in NetworkManager: the choice follows the connection.
+        dbus.Interface(self.mock.bus.bus.get_object(NM, active), MOCK).UpdateProperties(
+            "org.freedesktop.NetworkManager.Connection.Active", {"Id": "Travel phone"})
+        row = [r for r in json.loads(c.run("networks", "--json").stdout) if r.get("interface") == "wlan0"][0]
+        self.assertEqual((row["name"], row["choice"], row["countedAs"]), ("Travel phone", "ignore", "ignored"))
+        for args, message in [(["set", "Nowhere", "mobile"], 'no network named "Nowhere"'),
+                              (["set", "usb0", "metered"], '"metered" is not a choice'),
+                              (["set", "usb0"], "usage: tallymo networks")]:
+            p = c.run("networks", *args, check=False)
+            self.assertEqual(p.returncode, 2, p.stderr)
+            self.assertEqual(len(p.stderr.splitlines()), 1, p.stderr)
+            self.assertIn(message, p.stderr)
+
+    # Without NetworkManager, or with one that never answers, the links are told apart by their kind,
+    # and a sample waits at most a tenth of a second for it.
+    def test_without_an_answering_network_manager(self):
+        hung = SessionBus(notification_server=False).__enter__()
+        self.addCleanup(hung.__exit__, None, None, None)
+        squatter = subprocess.Popen(
+            ["/usr/bin/python3", "-c", "import dbus, sys, time; b = dbus.bus.BusConnection(sys.argv[1]); "
+             f"b.request_name('{NM}'); print('up', flush=True); time.sleep(600)", hung.address],
+            stdout=subprocess.PIPE, text=True)
+        self.addCleanup(squatter.kill)
+        self.assertEqual(squatter.stdout.readline().strip(), "up")
+        for name, address in [("absent", "unix:path=/nonexistent"), ("hung", hung.address)]:
+            with self.subTest(name):
+                c = self.container(system_bus=address)
+                c.write_counters({"wlan0": (10, 10), "usb0": (10, 10)})
+                c.run("sample")
+                c.write_counters({"wlan0": (1010, 10), "usb0": (510, 10)})
+                started = time.monotonic()
+                c.run("sample")
+                self.assertLess(time.monotonic() - started, 0.6)
+                self.assertEqual([c.totals()[k] for k in ("cellIn", "wifiIn")], [500, 1000])
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)
