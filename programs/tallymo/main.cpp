@@ -85,6 +85,9 @@ void CommandServices::attachTo(Cli::Environment &env)
         return startBackgroundService(std::move(handlers));
     };
     env.pushToBackgroundService = [this] { return m_desktop && m_desktop->pushToBackgroundService(); };
+    env.watchNetworkChanges = [this](std::function<void()> changed) {
+        return m_desktop && m_desktop->watchNetworkChanges(std::move(changed));
+    };
     env.startWatchCompanion = [this](bool follow, bool complication, auto report, QString *error) {
         return m_desktop && m_desktop->startWatchCompanion(follow, complication, std::move(report), error);
     };

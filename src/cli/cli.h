@@ -35,6 +35,9 @@ struct Environment
     std::function<bool(DesktopServices::BackgroundHandlers handlers)> startBackgroundService;
     // Asks the running background service for a silent push; false when none runs.
     std::function<bool()> pushToBackgroundService;
+    // Runs the function whenever what a link counts as may have changed (NetworkManager's signals);
+    // false when nothing can be listened to.
+    std::function<bool(std::function<void()>)> watchNetworkChanges;
     // A terminal companion of the watch session (see DesktopServices::startWatchCompanion).
     std::function<bool(bool follow, bool complication,
                        std::function<void(const QString &kind, const QVariantMap &record)> report,

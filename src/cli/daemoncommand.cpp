@@ -155,6 +155,13 @@ int daemon(const QStringList &args, Environment &env)
         connections->watchClosedConnections(); // short connections between two samples still count
     // On the bus first, so the push registration made at launch names a service that answers.
     startOnBus(env, monitor);
+    // A connection change splits the interval: what the links moved up to it is sampled at once,
+    // under what they counted as before it.
+    if (env.watchNetworkChanges)
+        env.watchNetworkChanges([&monitor] {
+            monitor.shared().attributeNextSampleToEarlierUses();
+            checkUsageOnWakeUp(monitor, QStringLiteral("network"));
+        });
     launchInBackground(monitor);
     QTimer timer;
     timer.setInterval(int(interval * 1000));

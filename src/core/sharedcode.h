@@ -8,9 +8,11 @@
 #include "settingsdomain.h"
 #include "storecontext.h"
 
+#include <QHash>
 #include <QMutex>
 
 #include <array>
+#include <atomic>
 #include <memory>
 #include <optional>
 
@@ -114,6 +116,10 @@ public:
     // How each of the links present is counted now: its kind, its connection, the user's choice and
     // which figure its bytes go to.
     QList<LinkClass> classifyLinks(const QStringList &present) const;
+    // The next sample in this process puts each link's bytes under the use it had at this
+    // process's previous sample: what a link moved before a connection change that was just
+    // announced belongs to its connection before the change.
+    void attributeNextSampleToEarlierUses() { m_earlierUses = true; }
     // The links there are now, classified; nothing when the interface list cannot be read.
     std::optional<QList<LinkClass>> presentLinks() const;
 
@@ -141,6 +147,8 @@ private:
     const Clock *const m_clock;
     const StoreContext::OpenFailureHandler m_onStoreOpenFailure;
     SettingsDomain m_settings;
+    std::atomic<bool> m_earlierUses{false};
+    QHash<QString, LinkUse> m_lastUses; // per link identity, at this process's last sample
     mutable QMutex m_contextMutex;
     std::shared_ptr<StoreContext> m_activeStore;
 };

@@ -135,9 +135,17 @@ SampleResult SharedCode::recordUsage(StoreContext *context, Coordinate loc)
     QHash<QString, LinkUse> uses;
     for (const LinkClass &link : classifyLinks(present))
         uses.insert(link.name, link.use);
+    // After a connection change, the interval up to it is the links' earlier use.
+    const bool earlier = m_earlierUses.exchange(false);
+    QHash<QString, LinkUse> usesNow;
     Bytes cell, wifi, served;
-    for (const LinkMoved &m : book.advance(boot, readings)) {
-        switch (uses.value(m.name, LinkUse::NotCounted)) {
+    const QList<LinkMoved> moved = book.advance(boot, readings);
+    for (qsizetype i = 0; i < moved.size(); ++i) {
+        const LinkMoved &m = moved.at(i);
+        const QString &identity = readings.at(i).identity;
+        const LinkUse now = uses.value(m.name, LinkUse::NotCounted);
+        usesNow.insert(identity, now);
+        switch (earlier ? m_lastUses.value(identity, now) : now) {
         case LinkUse::Mobile:
             cell.add(m);
             break;
@@ -151,6 +159,7 @@ SampleResult SharedCode::recordUsage(StoreContext *context, Coordinate loc)
             break;
         }
     }
+    m_lastUses = std::move(usesNow);
     m_settings.setValue(Keys::PREF_LINK_COUNTERS, book.toVariant());
     if (!isTrackTetherForPlan(QString())) {
         // What a hotspot sent to its clients came in over the mobile link, and what it received

@@ -161,6 +161,10 @@ public:
     // The data links (interface names) of the modems that are connected now, as the modem manager
     // reports them; empty when none or when it cannot be asked. Safe on any thread.
     virtual QStringList modemDataLinks() = 0;
+    // Runs `changed` (on this thread) whenever what a link counts as may have changed: the
+    // connection manager's devices, connections or metered verdicts. False when nothing can be
+    // listened to.
+    virtual bool watchNetworkChanges(std::function<void()> changed) = 0;
     // Widget reloads; the record is computed from the shared code's active plan.
     virtual WidgetCenter *widgetCenter(SharedCode &shared) = 0;
     // A terminal companion of the watch session: registers, asks once (`report` gets "reply" and

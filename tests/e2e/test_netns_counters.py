@@ -119,11 +119,11 @@ class NamespaceCounters(unittest.TestCase):
         return subprocess.run(["ip", "netns", "exec", ns, os.environ["TALLYMO_BIN"], "sample", "--json"],
                               env=c.env, capture_output=True, text=True, check=True).stdout
 
-    def transfer(self, size):
-        receiver = subprocess.Popen(["ip", "netns", "exec", NS_B, sys.executable, "-c", RECEIVE],
+    def transfer(self, size, sender=NS_A, receiving=NS_B):
+        receiver = subprocess.Popen(["ip", "netns", "exec", receiving, sys.executable, "-c", RECEIVE],
                                     stdout=subprocess.PIPE, text=True)
         self.assertEqual(receiver.stdout.readline().strip(), "ready")
-        subprocess.run(["ip", "netns", "exec", NS_A, sys.executable, "-c", SEND, str(size)], check=True,
+        subprocess.run(["ip", "netns", "exec", sender, sys.executable, "-c", SEND, str(size)], check=True,
                        timeout=60)
         self.assertEqual(int(receiver.stdout.readline()), size)
         receiver.wait(timeout=10)
@@ -158,6 +158,33 @@ class NamespaceCounters(unittest.TestCase):
             self.assertLessEqual(abs(t["cellIn"] - t["wifiOut"]), 150)
         finally:
             c.cleanup()
+
+    # A modem link made while sampling (a real `ip link add` between two samples) that moves 40 MiB
+    # before the next one: all of it is mobile data, though the link was not there at the previous
+    # sample and its counters started at 0.
+    def test_a_link_that_comes_up_between_samples_counts_in_full(self):
+        ns_c, ns_d = f"tmC{os.getpid()}", f"tmD{os.getpid()}"
+        self.addCleanup(drop_namespaces, ns_c, ns_d)
+        for ns in (ns_c, ns_d):
+            self.assertEqual(ip("netns", "add", ns).returncode, 0)
+            ip("-n", ns, "link", "set", "lo", "up")
+        c = Container(wifi=("wlan0",))
+        self.addCleanup(c.cleanup)
+        del c.env["TALLYMO_PROC_NET_DEV"]
+        self.sample(c, ns_c)  # the first sample: a baseline of the loopback alone
+        for step in [("link", "add", "wwan1", "netns", ns_c, "type", "veth", "peer", "name", "wlan1", "netns", ns_d),
+                     ("-n", ns_c, "addr", "add", f"{SENDER}/30", "dev", "wwan1"),
+                     ("-n", ns_d, "addr", "add", f"{RECEIVER}/30", "dev", "wlan1"),
+                     ("-n", ns_c, "link", "set", "wwan1", "up"), ("-n", ns_d, "link", "set", "wlan1", "up")]:
+            r = ip(*step)
+            self.assertEqual(r.returncode, 0, r.stderr)
+        self.transfer(40 * 1048576, ns_c, ns_d)
+        self.sample(c, ns_c)
+        t = c.totals()
+        print(f"\n  40 MiB over a new link: cellOut {t['cellOut']:.0f} cellIn {t['cellIn']:.0f}", file=sys.stderr)
+        self.assertGreaterEqual(t["cellOut"], 40 * 1048576)
+        self.assertLessEqual(t["cellOut"], 40 * 1048576 * 1.07)
+        self.assertEqual((t["wifiIn"], t["wifiOut"]), (0, 0))
 
     # Per-address usage from the kernel's socket lists: the growth of both connections after the
     # service's first sample, as Netevent records for the one peer address.

@@ -139,6 +139,31 @@ class Links(unittest.TestCase):
             self.assertEqual(len(p.stderr.splitlines()), 1, p.stderr)
             self.assertIn(message, p.stderr)
 
+    # The service splits the interval at NetworkManager's signal: what the Wi-Fi moved on the home
+    # network before the hotspot was joined stays the second figure, what it moved after is mobile.
+    def test_the_service_splits_at_a_connection_change(self):
+        from test_service import Daemon
+        c = self.container()
+        dev, _ = self.mock.wifi("wlan0", "Home", 4)
+        session = SessionBus(notification_server=False).__enter__()
+        self.addCleanup(session.__exit__, None, None, None)
+        c.env.update(DBUS_SESSION_BUS_ADDRESS=session.address)
+        c.write_counters({"wlan0": (1000, 1000)})
+        daemon = Daemon(c.env)
+        try:
+            daemon.wait_for("launch")
+            c.write_counters({"wlan0": (1000 + MiB, 1000 + 100_000)})
+            dbus.Interface(self.mock.bus.bus.get_object(NM, dev), MOCK).UpdateProperties(
+                DEVICE, {"Metered": dbus.UInt32(3)})
+            self.assertIn("+cell 0.0 KB +wifi 1.1 MB", daemon.wait_for("network"))
+            c.write_counters({"wlan0": (1000 + 3 * MiB, 1000 + 300_000)})
+            c.run("push")
+            self.assertIn("+cell 2.2 MB +wifi 0.0 KB", daemon.wait_for("push"))
+        finally:
+            daemon.stop()
+        t = c.totals()
+        self.assertEqual([t["cellIn"], t["cellOut"], t["wifiIn"], t["wifiOut"]], [2 * MiB, 200_000, MiB, 100_000])
+
     # Without NetworkManager, or with one that never answers, the links are told apart by their kind,
     # and a sample waits at most a tenth of a second for it.
     def test_without_an_answering_network_manager(self):

@@ -82,6 +82,12 @@ DesktopServices *tallymo_desktop_services(const QString &container, const Clock 
     return new SessionDesktop(container, clock);
 }
 
+bool SessionDesktop::watchNetworkChanges(std::function<void()> changed)
+{
+    m_networkWatch = std::make_unique<NetworkManagerWatch>(QDBusConnection::systemBus(), std::move(changed));
+    return m_networkWatch->listening();
+}
+
 QStringList SessionDesktop::modemDataLinks()
 {
     return ModemManagerLinks::connected(QDBusConnection::systemBus());

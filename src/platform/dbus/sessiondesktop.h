@@ -2,6 +2,7 @@
 
 #include "freedesktopnotifications.h"
 #include "lazyservices.h"
+#include "networkmanagerwatch.h"
 #include "services/applicationservices.h"
 #include "sessionservices.h"
 #include "unifiedpush.h"
@@ -30,6 +31,7 @@ public:
     WatchSession *watch() override { return &m_watch; }
     HostNameResolver *hostNames() override { return &m_hostNames; }
     QStringList modemDataLinks() override;
+    bool watchNetworkChanges(std::function<void()> changed) override;
     WidgetCenter *widgetCenter(SharedCode &shared) override;
     bool startWatchCompanion(bool follow, bool complication,
                              std::function<void(const QString &, const QVariantMap &)> report,
@@ -47,6 +49,7 @@ private:
     LazyHostNames m_hostNames;
     std::unique_ptr<DBusWidgetCenter> m_widgetCenter;
     std::unique_ptr<WatchCompanion> m_companion;
+    std::unique_ptr<NetworkManagerWatch> m_networkWatch;
 };
 
 // The entry point of the loadable desktop module.
