@@ -4,7 +4,7 @@
 <context>
     <name>AboutController</name>
     <message>
-        <location filename="../src/screens/advancedcontrollers.cpp" line="+143"/>
+        <location filename="../src/screens/advancedcontrollers.cpp" line="+141"/>
         <source>About</source>
         <translation>Über</translation>
     </message>
@@ -24,7 +24,7 @@
         <translation>%1 gefällt mir</translation>
     </message>
     <message>
-        <location line="+11"/>
+        <location line="+12"/>
         <source>No web browser opened %1.</source>
         <translation>Kein Webbrowser hat %1 geöffnet.</translation>
     </message>
@@ -32,7 +32,7 @@
 <context>
     <name>AddController</name>
     <message>
-        <location filename="../src/screens/plancontrollers.cpp" line="+172"/>
+        <location filename="../src/screens/plancontrollers.cpp" line="+170"/>
         <location line="+32"/>
         <source>Add Usage</source>
         <translation>Verbrauch hinzufügen</translation>
@@ -53,7 +53,7 @@
         <translation>Abbrechen</translation>
     </message>
     <message>
-        <location filename="../src/screens/plancontrollers.h" line="+128"/>
+        <location filename="../src/screens/plancontrollers.h" line="+146"/>
         <source>Add</source>
         <translation>Hinzufügen</translation>
     </message>
@@ -79,7 +79,7 @@
         <translation>Du hast %1% verbraucht.</translation>
     </message>
     <message>
-        <location line="+0"/>
+        <location line="+1"/>
         <source>Usage Alert</source>
         <translation>Verbrauchswarnung</translation>
     </message>
@@ -198,7 +198,7 @@
 <context>
     <name>ByteController</name>
     <message>
-        <location filename="../src/screens/plancontrollers.h" line="-29"/>
+        <location filename="../src/screens/plancontrollers.h" line="-32"/>
         <source>MB</source>
         <translation>MB</translation>
     </message>
@@ -224,7 +224,7 @@
 <context>
     <name>ChartList</name>
     <message>
-        <location filename="../src/qml/ChartList.qml" line="+56"/>
+        <location filename="../src/qml/ChartList.qml" line="+59"/>
         <source>Cellular</source>
         <translation>Mobilfunk</translation>
     </message>
@@ -242,7 +242,7 @@
 <context>
     <name>ChartPage</name>
     <message>
-        <location filename="../src/qml/ChartPage.qml" line="+16"/>
+        <location filename="../src/qml/ChartPage.qml" line="+14"/>
         <source>Bill Cycles</source>
         <translation>Abrechnungszeiträume</translation>
     </message>
@@ -266,17 +266,9 @@
     </message>
 </context>
 <context>
-    <name>UsageMonitor</name>
-    <message>
-        <location filename="../src/services/lifecycle.cpp" line="+205"/>
-        <source>😊 What&apos;s New</source>
-        <translation>😊 Neuigkeiten</translation>
-    </message>
-</context>
-<context>
     <name>DatePage</name>
     <message>
-        <location filename="../src/qml/DatePage.qml" line="+40"/>
+        <location filename="../src/qml/DatePage.qml" line="+43"/>
         <source>Previous Month</source>
         <translation>Vorheriger Monat</translation>
     </message>
@@ -289,7 +281,7 @@
 <context>
     <name>DatePickerController</name>
     <message>
-        <location filename="../src/screens/planpickers.h" line="+58"/>
+        <location filename="../src/screens/planpickers.h" line="+64"/>
         <source>Start Date</source>
         <translation>Startdatum</translation>
     </message>
@@ -302,7 +294,7 @@
 <context>
     <name>DayCountController</name>
     <message>
-        <location filename="../src/screens/planpickers.cpp" line="+10"/>
+        <location filename="../src/screens/planpickers.cpp" line="+11"/>
         <source>N</source>
         <translation>N</translation>
     </message>
@@ -315,7 +307,7 @@
 <context>
     <name>DayPage</name>
     <message>
-        <location filename="../src/qml/DayPage.qml" line="+18"/>
+        <location filename="../src/qml/DayPage.qml" line="+19"/>
         <source>Back</source>
         <translation>Zurück</translation>
     </message>
@@ -328,7 +320,7 @@
 <context>
     <name>DayViewController</name>
     <message>
-        <location filename="../src/day/dayviewcontroller.h" line="+37"/>
+        <location filename="../src/day/dayviewcontroller.h" line="+46"/>
         <source>Time</source>
         <translation>Zeit</translation>
     </message>
@@ -387,7 +379,7 @@
 <context>
     <name>ExportController</name>
     <message>
-        <location filename="../src/history/exportcontroller.cpp" line="+126"/>
+        <location filename="../src/history/exportcontroller.cpp" line="+272"/>
         <source>Most Recent</source>
         <translation>Aktuellster</translation>
     </message>
@@ -422,7 +414,7 @@
         <translation>Exportiere die Verbrauchsstatistik im JSON-Format und versende die Datei per E-Mail.</translation>
     </message>
     <message>
-        <location line="+47"/>
+        <location line="+39"/>
         <source>Export file creation error.</source>
         <translation>Die Exportdatei konnte nicht angelegt werden.</translation>
     </message>
@@ -432,7 +424,7 @@
         <translation>Keine Statistik zum Exportieren.</translation>
     </message>
     <message>
-        <location line="+78"/>
+        <location line="+10"/>
         <source>Export file error.</source>
         <translation>Fehler in der Exportdatei.</translation>
     </message>
@@ -453,7 +445,7 @@
 <context>
     <name>ExportPage</name>
     <message>
-        <location filename="../src/qml/ExportPage.qml" line="+14"/>
+        <location filename="../src/qml/ExportPage.qml" line="+18"/>
         <source>Cancel</source>
         <translation>Abbrechen</translation>
     </message>
@@ -466,7 +458,7 @@
 <context>
     <name>Face</name>
     <message>
-        <location filename="../programs/tallymo-watch/Face.qml" line="+21"/>
+        <location filename="../programs/tallymo-watch/Face.qml" line="+24"/>
         <source>Tallymo Watch</source>
         <translation>Tallymo-Uhr</translation>
     </message>
@@ -621,7 +613,7 @@
 <context>
     <name>Main</name>
     <message>
-        <location filename="../src/qml/Main.qml" line="+16"/>
+        <location filename="../src/qml/Main.qml" line="+17"/>
         <source>Tallymo</source>
         <translation>Tallymo</translation>
     </message>
@@ -629,7 +621,7 @@
 <context>
     <name>MainScreen</name>
     <message>
-        <location filename="../src/qml/MainScreen.qml" line="+13"/>
+        <location filename="../src/qml/MainScreen.qml" line="+14"/>
         <source>Data usage</source>
         <translation>Datenverbrauch</translation>
     </message>
@@ -663,29 +655,29 @@
     </message>
     <message>
         <location line="+25"/>
-        <location line="+154"/>
+        <location line="+189"/>
         <source>used</source>
         <translation>genutzt</translation>
     </message>
     <message>
-        <location line="-89"/>
+        <location line="-124"/>
         <source>download %1, upload %2</source>
         <translation>Download %1, Upload %2</translation>
     </message>
     <message>
-        <location line="+43"/>
+        <location line="+69"/>
         <source>%1 left</source>
         <translation>%1 übrig</translation>
     </message>
     <message>
-        <location line="+5"/>
+        <location line="+4"/>
         <source>%1
 %2 - %3</source>
         <translation>%1
 %2 – %3</translation>
     </message>
     <message>
-        <location line="+13"/>
+        <location line="+17"/>
         <source>Cellular %1, %2</source>
         <translation>Mobilfunk %1, %2</translation>
     </message>
@@ -695,7 +687,7 @@
         <translation>WLAN %1, %2</translation>
     </message>
     <message>
-        <location line="+30"/>
+        <location line="+36"/>
         <source>forecast</source>
         <translation>Prognose</translation>
     </message>
@@ -703,7 +695,7 @@
 <context>
     <name>MapPane</name>
     <message>
-        <location filename="../src/qml/MapPane.qml" line="+114"/>
+        <location filename="../src/qml/MapPane.qml" line="+115"/>
         <source>Place: %1</source>
         <translation>Ort: %1</translation>
     </message>
@@ -744,15 +736,38 @@
         <translation>Zum Schließen nach unten ziehen.</translation>
     </message>
     <message>
-        <location filename="../src/history/historycontrollers.h" line="+203"/>
+        <location filename="../src/history/historycontrollers.h" line="+211"/>
         <source>Bill Cycles</source>
         <translation>Abrechnungszeiträume</translation>
     </message>
 </context>
 <context>
+    <name>Navigator</name>
+    <message>
+        <location filename="../src/screens/navigator.cpp" line="+220"/>
+        <source>Exported to %1</source>
+        <translation>Exportiert nach %1</translation>
+    </message>
+    <message>
+        <location line="+1"/>
+        <source>Show in Files</source>
+        <translation>In Dateien zeigen</translation>
+    </message>
+    <message>
+        <location line="+1"/>
+        <source>OK</source>
+        <translation>OK</translation>
+    </message>
+    <message>
+        <location line="+8"/>
+        <source>No file manager opened %1.</source>
+        <translation>Kein Dateimanager hat %1 geöffnet.</translation>
+    </message>
+</context>
+<context>
     <name>NetList</name>
     <message>
-        <location filename="../src/qml/NetList.qml" line="+49"/>
+        <location filename="../src/qml/NetList.qml" line="+52"/>
         <source>%1, cellular %2, Wi-Fi %3</source>
         <translation>%1, Mobilfunk %2, WLAN %3</translation>
     </message>
@@ -763,6 +778,162 @@
         <location filename="../src/connections/netviewcontroller.h" line="+38"/>
         <source>No IP Addresses</source>
         <translation>Keine IP-Adressen</translation>
+    </message>
+</context>
+<context>
+    <name>NetworkChoiceController</name>
+    <message>
+        <location filename="../src/screens/networkcontrollers.cpp" line="+142"/>
+        <source>Automatic</source>
+        <translation>Automatisch</translation>
+    </message>
+    <message>
+        <location line="+2"/>
+        <source>Mobile Data</source>
+        <translation>Mobile Daten</translation>
+    </message>
+    <message>
+        <location line="+0"/>
+        <source>Wi-Fi &amp; Wired</source>
+        <translation>WLAN &amp; Kabel</translation>
+    </message>
+    <message>
+        <location line="+1"/>
+        <source>Not Counted</source>
+        <translation>Nicht gezählt</translation>
+    </message>
+    <message>
+        <location line="+2"/>
+        <source>Not connected now. The choice holds when it is back.</source>
+        <translation>Gerade nicht verbunden. Die Wahl gilt wieder, sobald es zurück ist.</translation>
+    </message>
+    <message>
+        <location line="+3"/>
+        <source>%1 on %2.</source>
+        <translation>%1 an %2.</translation>
+    </message>
+    <message>
+        <location line="+3"/>
+        <source>NetworkManager does not know whether it is metered.</source>
+        <translation>NetworkManager weiß nicht, ob es getaktet ist.</translation>
+    </message>
+    <message>
+        <location line="+1"/>
+        <source>NetworkManager says it is metered.</source>
+        <translation>Laut NetworkManager getaktet.</translation>
+    </message>
+    <message>
+        <location line="+0"/>
+        <source>NetworkManager says it is not metered.</source>
+        <translation>Laut NetworkManager nicht getaktet.</translation>
+    </message>
+    <message>
+        <location line="+1"/>
+        <source>NetworkManager guesses it is metered.</source>
+        <translation>NetworkManager vermutet: getaktet.</translation>
+    </message>
+    <message>
+        <location line="+1"/>
+        <source>NetworkManager guesses it is not metered.</source>
+        <translation>NetworkManager vermutet: nicht getaktet.</translation>
+    </message>
+    <message>
+        <location line="+4"/>
+        <source>This computer serves a hotspot on it: what it forwards counts against the plan only with Tethering on.</source>
+        <translation>Dieser Computer betreibt darauf einen Hotspot: Was er weiterleitet, zählt nur mit eingeschaltetem Tethering zum Tarif.</translation>
+    </message>
+    <message>
+        <location line="+19"/>
+        <source>The choice cannot be saved: %1</source>
+        <translation>Die Wahl kann nicht gespeichert werden: %1</translation>
+    </message>
+</context>
+<context>
+    <name>NetworksController</name>
+    <message>
+        <location line="-141"/>
+        <source>Networks</source>
+        <translation>Netzwerke</translation>
+    </message>
+    <message>
+        <location line="+9"/>
+        <source>Mobile Data</source>
+        <translation>Mobile Daten</translation>
+    </message>
+    <message>
+        <location line="+2"/>
+        <source>Wi-Fi &amp; Wired</source>
+        <translation>WLAN &amp; Kabel</translation>
+    </message>
+    <message>
+        <location line="+2"/>
+        <source>Hotspot</source>
+        <translation>Hotspot</translation>
+    </message>
+    <message>
+        <location line="+4"/>
+        <source>Not Counted</source>
+        <translation>Nicht gezählt</translation>
+    </message>
+    <message>
+        <location line="+7"/>
+        <source>Wi-Fi</source>
+        <translation>WLAN</translation>
+    </message>
+    <message>
+        <location line="+2"/>
+        <source>Ethernet</source>
+        <translation>Ethernet</translation>
+    </message>
+    <message>
+        <location line="+2"/>
+        <source>USB tethering</source>
+        <translation>USB-Tethering</translation>
+    </message>
+    <message>
+        <location line="+2"/>
+        <source>Bluetooth</source>
+        <translation>Bluetooth</translation>
+    </message>
+    <message>
+        <location line="+2"/>
+        <source>Modem</source>
+        <translation>Modem</translation>
+    </message>
+    <message>
+        <location line="+2"/>
+        <source>Virtual link</source>
+        <translation>Virtuelle Verbindung</translation>
+    </message>
+    <message>
+        <location line="+2"/>
+        <source>Loopback</source>
+        <translation>Loopback</translation>
+    </message>
+    <message>
+        <location line="+4"/>
+        <source>Unknown kind</source>
+        <translation>Unbekannte Art</translation>
+    </message>
+    <message>
+        <location line="+31"/>
+        <source>Mobile data counts against your plan: modems, tethering and every connection marked metered. Everything else is Wi-Fi &amp; wired. Choose a network to decide yourself.</source>
+        <translation>Mobile Daten zählen zu deinem Tarif: Modems, Tethering und jede als getaktet markierte Verbindung. Alles andere ist WLAN &amp; Kabel. Wähle ein Netzwerk, um selbst zu entscheiden.</translation>
+    </message>
+    <message>
+        <location line="+3"/>
+        <source>The network links cannot be read.</source>
+        <translation>Die Netzwerkverbindungen können nicht gelesen werden.</translation>
+    </message>
+    <message>
+        <location line="+1"/>
+        <source>Virtual links (VPN tunnels, bridges, containers) carry traffic that is counted on the link beneath them.</source>
+        <translation>Virtuelle Verbindungen (VPN-Tunnel, Bridges, Container) tragen Verkehr, der auf der Verbindung darunter gezählt wird.</translation>
+    </message>
+    <message>
+        <location line="+2"/>
+        <source>Not connected now. The choice holds when they are back.</source>
+        <translation>Gerade nicht verbunden. Die Wahl gilt wieder, sobald sie zurück sind.</translation>
     </message>
 </context>
 <context>
@@ -802,7 +973,7 @@
 <context>
     <name>PlanController</name>
     <message>
-        <location filename="../src/screens/plancontrollers.cpp" line="-207"/>
+        <location filename="../src/screens/plancontrollers.cpp" line="-205"/>
         <source>New Plan</source>
         <translation>Neuer Tarif</translation>
     </message>
@@ -817,7 +988,7 @@
         <translation>Name</translation>
     </message>
     <message>
-        <location line="+2"/>
+        <location line="+1"/>
         <source>Plan Type</source>
         <translation>Tarifart</translation>
     </message>
@@ -852,7 +1023,7 @@
         <translation>Statistik exportieren</translation>
     </message>
     <message>
-        <location line="+23"/>
+        <location line="+22"/>
         <source>Do you want to delete this plan?</source>
         <translation>Möchtest du diesen Tarif löschen?</translation>
     </message>
@@ -870,7 +1041,7 @@
 <context>
     <name>PlanPage</name>
     <message>
-        <location filename="../src/qml/PlanPage.qml" line="+14"/>
+        <location filename="../src/qml/PlanPage.qml" line="+17"/>
         <source>Cancel</source>
         <translation>Abbrechen</translation>
     </message>
@@ -885,7 +1056,7 @@
         <translation>Sichern</translation>
     </message>
     <message>
-        <location line="+48"/>
+        <location line="+39"/>
         <location line="+5"/>
         <source>Delete</source>
         <translation>Löschen</translation>
@@ -932,12 +1103,12 @@
 <context>
     <name>PlansPage</name>
     <message>
-        <location filename="../src/qml/PlansPage.qml" line="+20"/>
+        <location filename="../src/qml/PlansPage.qml" line="+21"/>
         <source>Add Plan</source>
         <translation>Tarif hinzufügen</translation>
     </message>
     <message>
-        <location line="+70"/>
+        <location line="+71"/>
         <source>Plan Details</source>
         <translation>Tarifdetails</translation>
     </message>
@@ -951,12 +1122,12 @@
     </message>
     <message>
         <location line="+11"/>
-        <location line="+8"/>
+        <location line="+9"/>
         <source>Monthly</source>
         <translation>Monatlich</translation>
     </message>
     <message>
-        <location line="-8"/>
+        <location line="-9"/>
         <source>30 Days</source>
         <translation>30 Tage</translation>
     </message>
@@ -971,7 +1142,7 @@
         <translation>Wöchentlich</translation>
     </message>
     <message>
-        <location line="+9"/>
+        <location line="+10"/>
         <source>N Days</source>
         <translation>N Tage</translation>
     </message>
@@ -1042,12 +1213,12 @@
         <translation>Verbrauchskarte nutzt nur stromsparende Ortungsdienste, um den Akku zu schonen. Der Ortungsdienst des Desktops muss Tallymo erlauben.</translation>
     </message>
     <message>
-        <location line="+4"/>
+        <location line="+3"/>
         <source>Background App Refresh</source>
         <translation>Hintergrundaktualisierung</translation>
     </message>
     <message>
-        <location line="+0"/>
+        <location line="+1"/>
         <source>On</source>
         <translation>Ein</translation>
     </message>
@@ -1057,7 +1228,7 @@
         <translation>Aus</translation>
     </message>
     <message>
-        <location line="+2"/>
+        <location line="+1"/>
         <source>Percentage Badge</source>
         <translation>Prozent-Kennzeichen</translation>
     </message>
@@ -1067,7 +1238,7 @@
         <translation>Verbrauchskarte</translation>
     </message>
     <message>
-        <location line="+1"/>
+        <location line="+2"/>
         <location line="+25"/>
         <source>Keyboard Shortcut</source>
         <translation>Tastenkürzel</translation>
@@ -1141,42 +1312,6 @@ tallymo intent show-usage --speak</translation>
     </message>
 </context>
 <context>
-    <name>Screens</name>
-    <message>
-        <location filename="../src/screens/screens.cpp" line="+196"/>
-        <source>Exported to %1</source>
-        <translation>Exportiert nach %1</translation>
-    </message>
-    <message>
-        <location line="+1"/>
-        <source>Show in Files</source>
-        <translation>In Dateien zeigen</translation>
-    </message>
-    <message>
-        <location line="+1"/>
-        <source>OK</source>
-        <translation>OK</translation>
-    </message>
-    <message>
-        <location line="+8"/>
-        <source>No file manager opened %1.</source>
-        <translation>Kein Dateimanager hat %1 geöffnet.</translation>
-    </message>
-</context>
-<context>
-    <name>ScreenshotRun</name>
-    <message>
-        <location filename="../src/screens/screenshots.cpp" line="+223"/>
-        <source>cannot make the folder %1</source>
-        <translation>der Ordner %1 kann nicht angelegt werden</translation>
-    </message>
-    <message>
-        <location line="+21"/>
-        <source>cannot write %1</source>
-        <translation>%1 kann nicht geschrieben werden</translation>
-    </message>
-</context>
-<context>
     <name>SearchItem</name>
     <message>
         <location filename="../src/desktop/searchitem.cpp" line="-167"/>
@@ -1215,14 +1350,19 @@ tallymo intent show-usage --speak</translation>
 <context>
     <name>SettingsController</name>
     <message>
-        <location filename="../src/screens/settingscontrollers.cpp" line="+8"/>
+        <location filename="../src/screens/settingscontrollers.cpp" line="+7"/>
         <source>Settings</source>
         <translation>Einstellungen</translation>
     </message>
     <message>
-        <location line="+13"/>
+        <location line="+12"/>
         <source>Data Plan</source>
         <translation>Datentarif</translation>
+    </message>
+    <message>
+        <location line="+0"/>
+        <source>Networks</source>
+        <translation>Netzwerke</translation>
     </message>
     <message>
         <location line="+1"/>
@@ -1230,7 +1370,7 @@ tallymo intent show-usage --speak</translation>
         <translation>Erweitert</translation>
     </message>
     <message>
-        <location line="+0"/>
+        <location line="+1"/>
         <source>Usage Alerts</source>
         <translation>Verbrauchswarnungen</translation>
     </message>
@@ -1258,7 +1398,7 @@ tallymo intent show-usage --speak</translation>
 <context>
     <name>SetupController</name>
     <message>
-        <location filename="../src/screens/setupcontroller.cpp" line="+39"/>
+        <location filename="../src/screens/setupcontroller.cpp" line="+23"/>
         <source>Finish</source>
         <translation>Fertig</translation>
     </message>
@@ -1291,7 +1431,7 @@ tallymo intent show-usage --speak</translation>
 <context>
     <name>SetupFlow</name>
     <message>
-        <location filename="../src/qml/SetupFlow.qml" line="+22"/>
+        <location filename="../src/qml/SetupFlow.qml" line="+21"/>
         <source>Back</source>
         <translation>Zurück</translation>
     </message>
@@ -1377,7 +1517,7 @@ tallymo intent show-usage --speak</translation>
 <context>
     <name>SharePage</name>
     <message>
-        <location filename="../src/qml/SharePage.qml" line="+40"/>
+        <location filename="../src/qml/SharePage.qml" line="+39"/>
         <source>Screenshot</source>
         <translation>Bildschirmfoto</translation>
     </message>
@@ -1421,7 +1561,7 @@ tallymo intent show-usage --speak</translation>
 <context>
     <name>StyledLine</name>
     <message>
-        <location filename="../src/qml/StyledLine.qml" line="+22"/>
+        <location filename="../src/qml/StyledLine.qml" line="+23"/>
         <source>Cellular</source>
         <translation>Mobilfunk</translation>
     </message>
@@ -1532,6 +1672,14 @@ tallymo intent show-usage --speak</translation>
         <location filename="../src/desktop/usageintent.cpp" line="+12"/>
         <source>Call Tallymo</source>
         <translation>Tallymo aufrufen</translation>
+    </message>
+</context>
+<context>
+    <name>UsageMonitor</name>
+    <message>
+        <location filename="../src/services/lifecycle.cpp" line="+177"/>
+        <source>😊 What&apos;s New</source>
+        <translation>😊 Neuigkeiten</translation>
     </message>
 </context>
 <context>
@@ -1648,7 +1796,7 @@ tallymo intent show-usage --speak</translation>
         <translation>Farben</translation>
     </message>
     <message>
-        <location line="+1"/>
+        <location line="+0"/>
         <source>Style</source>
         <translation>Stil</translation>
     </message>
@@ -1720,7 +1868,7 @@ Prognose: %5</translation>
 <context>
     <name>WidgetStyleController</name>
     <message>
-        <location filename="../src/screens/themecontrollers.cpp" line="-100"/>
+        <location filename="../src/screens/themecontrollers.cpp" line="-99"/>
         <source>Style</source>
         <translation>Stil</translation>
     </message>

@@ -48,9 +48,13 @@ LinkClass classify(const Facts &facts, const QVariantMap &choices)
     c.choice = choiceOf(choices.value(c.choiceKey)).value_or(LinkChoice::Automatic);
     const auto decide = [&c](LinkUse use, const QString &reason) {
         c.use = use;
+        if (c.choice == LinkChoice::Automatic)
+            c.automaticUse = use;
         c.reason = reason;
         return c;
     };
+    if (c.choice != LinkChoice::Automatic)
+        c.automaticUse = classify(facts, {}).use;
     switch (c.choice) {
     case LinkChoice::Mobile:
         return decide(LinkUse::Mobile, QStringLiteral("your choice"));

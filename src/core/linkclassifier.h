@@ -31,7 +31,8 @@ struct LinkClass
     QString choiceKey;  // what the choice is stored under: the connection's identifier (a renamed
                         // connection keeps its choice), or the interface's name
     LinkUse use = LinkUse::NotCounted;
-    QString reason; // why, in a few words
+    LinkUse automaticUse = LinkUse::NotCounted; // what it would count as without the user's choice
+    QString reason;                             // why, in a few words
 };
 
 namespace LinkClassifier {

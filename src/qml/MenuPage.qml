@@ -16,6 +16,7 @@ ScreenPage {
     Connections {
         target: page.controller
         function onOpen(screen) { page.navigator.open(screen, page.argument) }
+        function onOpenFor(screen, argument) { page.navigator.open(screen, argument) }
         function onAsk(question) { dialog.ask(question) }
         function onMessage(text) { page.say(text) }
         function onGoBack() { page.close() }

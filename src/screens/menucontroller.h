@@ -51,6 +51,8 @@ public:
 signals:
     void titleChanged();
     void open(Navigator::Screen screen);
+    // A screen for one thing of this one (a network of the list, say).
+    void openFor(Navigator::Screen screen, const QString &argument);
     // A question as AlertValue::toMap gives it.
     void ask(const QVariantMap &question);
     // A line for the user about what was just done (or why it could not be).

@@ -6,6 +6,7 @@
 #include "desktopshell.h"
 #include "history/exportcontroller.h"
 #include "mainscreencontroller.h"
+#include "networkcontrollers.h"
 #include "notificationcenter.h"
 #include "planeditors.h"
 #include "planpickers.h"
@@ -131,6 +132,12 @@ const Entry kScreens[] = {
     {Navigator::Tethering, "MenuPage.qml", false,
      [](Navigator &s, const QString &plan) -> QObject * {
          return new TetheringController(sharedOf(s), plan);
+     }},
+    {Navigator::Networks, "MenuPage.qml", true,
+     [](Navigator &s, const QString &) -> QObject * { return new NetworksController(sharedOf(s)); }},
+    {Navigator::NetworkChoice, "MenuPage.qml", false,
+     [](Navigator &s, const QString &key) -> QObject * {
+         return key.isEmpty() ? nullptr : new NetworkChoiceController(sharedOf(s), key);
      }},
     {Navigator::Advanced, "MenuPage.qml", true,
      [](Navigator &s, const QString &) -> QObject * {

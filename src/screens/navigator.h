@@ -62,6 +62,8 @@ public:
         Day,
         Period,
         Periods,
+        Networks,
+        NetworkChoice,
         NoScreen
     };
     Q_ENUM(Screen)

@@ -7,6 +7,7 @@
 #include "screens/fonttable.h"
 #include "screens/mainscreencontroller.h"
 #include "screens/navigator.h"
+#include "screens/networkcontrollers.h"
 #include "screens/settingscontrollers.h"
 #include "screens/setupcontroller.h"
 #include "screens/themecontrollers.h"
@@ -335,12 +336,67 @@ private slots:
         for (const MenuController::Row &r : c.menuRows())
             QVERIFY2(std::unique_ptr<QObject>(navigator.create(r.opens)), qPrintable(r.title));
         QSignalSpy open(&c, &MenuController::open);
-        c.tapRow(4);
+        c.tapRow(5);
         QCOMPARE(open.size(), 1);
         QCOMPARE(open.at(0).at(0).value<Navigator::Screen>(), Navigator::Theme);
         s.shared->setForPlan(QString(), Keys::PREF_PLAN_LABEL, QStringLiteral("Travel"));
         c.aboutToShow();
         QCOMPARE(c.menuRows()[0].detail, QStringLiteral("Travel"));
+    }
+
+    // The networks: counted ones first (the connections up now before the bare links), then those
+    // never counted, then the choices for networks not connected now; a choice is in the file at once,
+    // follows the connection, and the list says what it gives.
+    void networksScreens()
+    {
+        Screen s;
+        FakeInterfaces &links = s.container.interfaces;
+        links.counters = QList<LinkCounters>{{QStringLiteral("lo")},
+                                             {QStringLiteral("eth0")},
+                                             {QStringLiteral("tun0")},
+                                             {QStringLiteral("usb0")},
+                                             {QStringLiteral("wlan0")}};
+        links.kinds = {{QStringLiteral("lo"), LinkKind::Loopback},
+                       {QStringLiteral("eth0"), LinkKind::Ethernet},
+                       {QStringLiteral("usb0"), LinkKind::UsbTethering},
+                       {QStringLiteral("wlan0"), LinkKind::WiFi}};
+        links.managed =
+            QList<ManagedLink>{{QStringLiteral("wlan0"), QStringLiteral("Pixel"), QStringLiteral("u-7"), 3}};
+        s.shared->userPref().setValue(
+            Keys::PREF_NETWORK_CHOICES,
+            QVariantMap{{QStringLiteral("u-9"),
+                         LinkClassifier::storedChoice(LinkChoice::Mobile, QStringLiteral("Van"))}});
+        NetworksController list(*s.shared);
+        const auto shown = [&list] {
+            QStringList rows;
+            for (const MenuController::Row &r : list.menuRows())
+                rows.append(QStringLiteral("%1 %2: %3").arg(r.section).arg(r.title, r.detail));
+            return rows;
+        };
+        QCOMPARE(shown(), (QStringList{"0 Pixel: Mobile Data", "0 usb0: Mobile Data", "0 eth0: Wi-Fi & Wired",
+                                       "1 tun0: Not Counted", "2 Van: Mobile Data"}));
+        QSignalSpy openFor(&list, &MenuController::openFor);
+        list.tapRow(0);
+        QCOMPARE(openFor.at(0).at(1).toString(), QStringLiteral("u-7"));
+
+        NetworkChoiceController choice(*s.shared, QStringLiteral("u-7"));
+        QCOMPARE(choice.title(), QStringLiteral("Pixel"));
+        QCOMPARE(choice.menuRows()[0].detail, QStringLiteral("Mobile Data")); // what automatic gives
+        QVERIFY(choice.menuRows()[0].on);
+        choice.tapRow(2); // Wi-Fi & wired
+        QVERIFY(choice.menuRows()[2].on && !choice.menuRows()[0].on);
+        const QVariantMap onDisk =
+            SettingsDomain(s.shared->userPref().filePath()).dictionaryForKey(Keys::PREF_NETWORK_CHOICES);
+        QCOMPARE(LinkClassifier::choiceOf(onDisk.value(QStringLiteral("u-7"))), LinkChoice::Other);
+        links.managed =
+            QList<ManagedLink>{{QStringLiteral("wlan0"), QStringLiteral("Travel"), QStringLiteral("u-7"), 3}};
+        list.aboutToShow();
+        QCOMPARE(shown().at(1), QStringLiteral("0 Travel: Wi-Fi & Wired"));
+        choice.tapRow(0); // back to automatic: the choice is gone
+        QVERIFY(!SettingsDomain(s.shared->userPref().filePath())
+                     .dictionaryForKey(Keys::PREF_NETWORK_CHOICES)
+                     .contains(QStringLiteral("u-7")));
+        QCOMPARE(NetworkChoiceController(*s.shared, QStringLiteral("u-9")).menuRows()[1].on, true);
     }
 
     void exportScreen()

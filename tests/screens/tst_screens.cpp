@@ -337,8 +337,8 @@ private slots:
         QCOMPARE(g_warnings, QStringList());
     }
 
-    // Without a mouse: the settings by the arrow key, Advanced by Down and Enter, the reset by
-    // Enter on its question.
+    // Without a mouse: the settings by the arrow key, Advanced by Down (past Networks) and Enter,
+    // the reset by Enter on its question.
     void resettingByKeyboard()
     {
         App app(true);
@@ -347,7 +347,7 @@ private slots:
         app.key(Qt::Key_Left);
         QCOMPARE(app.pages(), 1);
         QTRY_VERIFY(app.top());
-        app.key(Qt::Key_Down);
+        app.key(Qt::Key_Down, 2);
         app.key(Qt::Key_Return);
         QTRY_COMPARE(app.pages(), 2);
         QTRY_COMPARE(app.topName(), QStringLiteral("menuPage"));

@@ -5,6 +5,7 @@
 #include "day/dayviewcontroller.h"
 #include "screens/advancedcontrollers.h"
 #include "screens/mainscreencontroller.h"
+#include "screens/networkcontrollers.h"
 #include "screens/setupcontroller.h"
 #include "services/usagemonitor.h"
 
@@ -71,6 +72,14 @@ ScreenshotRun::ScreenshotRun(Navigator &navigator, QQuickWindow &window, QString
                            if (auto *advanced =
                                    qobject_cast<ResetController *>(openAlone(Navigator::Advanced)))
                                advanced->tapRow(ResetController::ResetRow);
+                       },
+                       400});
+    // One network's choice, opened from the list as the user gets there.
+    m_shots.push_back({QStringLiteral("screen-network-choice.png"),
+                       [this] {
+                           if (auto *networks =
+                                   qobject_cast<NetworksController *>(openAlone(Navigator::Networks)))
+                               networks->tapRow(0);
                        },
                        400});
     addSettingsShots();

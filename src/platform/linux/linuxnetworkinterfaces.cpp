@@ -121,6 +121,8 @@ QStringList LinuxNetworkInterfaces::wifiInterfaces()
 LinkKind LinuxNetworkInterfaces::linkKind(const QString &name)
 {
     const QString base = m_sysfsNet + QLatin1Char('/') + name;
+    if (name == QLatin1StringView("lo"))
+        return LinkKind::Loopback;
     if (name.isEmpty() || name.contains(QLatin1Char('/')) || !QFileInfo(base).isDir())
         return LinkKind::Unknown;
     QByteArray devtype;
@@ -128,7 +130,7 @@ LinkKind LinuxNetworkInterfaces::linkKind(const QString &name)
         if (line.startsWith("DEVTYPE="))
             devtype = line.mid(8).trimmed();
     const int type = readSmallFile(base + QStringLiteral("/type")).trimmed().toInt();
-    if (type == kArphrdLoopback || name == QLatin1StringView("lo"))
+    if (type == kArphrdLoopback)
         return LinkKind::Loopback;
     if (devtype == "wwan" || type == kArphrdRawIp)
         return LinkKind::Modem;
