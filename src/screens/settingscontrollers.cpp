@@ -17,8 +17,7 @@ void SettingsController::reload()
     };
     const QString label = m_shared.getForPlan(QString(), Keys::PREF_PLAN_LABEL).toString();
     setRows({row(0, tr("Data Plan"), Navigator::PlanList, label), row(1, tr("Networks"), Navigator::Networks),
-             row(1, tr("Advanced"), Navigator::Advanced),
-             row(1, tr("Usage Alerts"), Navigator::Alerts),
+             row(1, tr("Advanced"), Navigator::Advanced), row(1, tr("Usage Alerts"), Navigator::Alerts),
              row(1, tr("Export Statistics"), Navigator::Export), row(1, tr("Theme"), Navigator::Theme),
              row(2, tr("Share Screenshot"), Navigator::Share), row(2, tr("About"), Navigator::About)});
 }
