@@ -95,12 +95,13 @@ std::optional<QList<LinkCounters>> LinuxNetworkInterfaces::readCounters()
 {
     QFile file(m_procNetDev);
     if (!file.open(QIODevice::ReadOnly)) {
-        qCWarning(lcPlatform, "cannot read %s: %s", qPrintable(m_procNetDev), qPrintable(file.errorString()));
+        // The caller says so where it matters (a sample, the networks list).
+        qCInfo(lcPlatform, "cannot read %s: %s", qPrintable(m_procNetDev), qPrintable(file.errorString()));
         return std::nullopt;
     }
     std::optional<QList<LinkCounters>> counters = parseProcNetDev(file.readAll());
     if (!counters)
-        qCWarning(lcPlatform, "%s is not an interface statistics table", qPrintable(m_procNetDev));
+        qCInfo(lcPlatform, "%s is not an interface statistics table", qPrintable(m_procNetDev));
     return counters;
 }
 
