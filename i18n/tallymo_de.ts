@@ -783,7 +783,7 @@
 <context>
     <name>NetworkChoiceController</name>
     <message>
-        <location filename="../src/screens/networkcontrollers.cpp" line="+142"/>
+        <location filename="../src/screens/networkcontrollers.cpp" line="+145"/>
         <source>Automatic</source>
         <translation>Automatisch</translation>
     </message>
@@ -823,7 +823,7 @@
         <translation>Laut NetworkManager getaktet.</translation>
     </message>
     <message>
-        <location line="+0"/>
+        <location line="+1"/>
         <source>NetworkManager says it is not metered.</source>
         <translation>Laut NetworkManager nicht getaktet.</translation>
     </message>
@@ -838,7 +838,7 @@
         <translation>NetworkManager vermutet: nicht getaktet.</translation>
     </message>
     <message>
-        <location line="+4"/>
+        <location line="+5"/>
         <source>This computer serves a hotspot on it: what it forwards counts against the plan only with Tethering on.</source>
         <translation>Dieser Computer betreibt darauf einen Hotspot: Was er weiterleitet, zählt nur mit eingeschaltetem Tethering zum Tarif.</translation>
     </message>
@@ -851,7 +851,7 @@
 <context>
     <name>NetworksController</name>
     <message>
-        <location line="-141"/>
+        <location line="-146"/>
         <source>Networks</source>
         <translation>Netzwerke</translation>
     </message>
@@ -916,7 +916,7 @@
         <translation>Unbekannte Art</translation>
     </message>
     <message>
-        <location line="+31"/>
+        <location line="+33"/>
         <source>Mobile data counts against your plan: modems, tethering and every connection marked metered. Everything else is Wi-Fi &amp; wired. Choose a network to decide yourself.</source>
         <translation>Mobile Daten zählen zu deinem Tarif: Modems, Tethering und jede als getaktet markierte Verbindung. Alles andere ist WLAN &amp; Kabel. Wähle ein Netzwerk, um selbst zu entscheiden.</translation>
     </message>
@@ -1370,7 +1370,7 @@ tallymo intent show-usage --speak</translation>
         <translation>Erweitert</translation>
     </message>
     <message>
-        <location line="+1"/>
+        <location line="+0"/>
         <source>Usage Alerts</source>
         <translation>Verbrauchswarnungen</translation>
     </message>
@@ -1398,7 +1398,7 @@ tallymo intent show-usage --speak</translation>
 <context>
     <name>SetupController</name>
     <message>
-        <location filename="../src/screens/setupcontroller.cpp" line="+23"/>
+        <location filename="../src/screens/setupcontroller.cpp" line="+32"/>
         <source>Finish</source>
         <translation>Fertig</translation>
     </message>
@@ -1419,11 +1419,16 @@ tallymo intent show-usage --speak</translation>
     </message>
     <message>
         <location line="+5"/>
-        <source>Tallymo counts the cellular data you use and tells you whether your data cap will last until the end of the billing period. Three questions and you are ready.</source>
-        <translation>Tallymo zählt deine Mobilfunkdaten und sagt dir, ob dein Datenvolumen bis zum Ende des Abrechnungszeitraums reicht. Drei Fragen, und es kann losgehen.</translation>
+        <source>Tallymo counts the mobile data you use and tells you whether your data cap will last until the end of the billing period. Three questions and you are ready.</source>
+        <translation>Tallymo zählt deine mobilen Daten und sagt dir, ob dein Datenvolumen bis zum Ende des Abrechnungszeitraums reicht. Drei Fragen, und es kann losgehen.</translation>
     </message>
     <message>
-        <location line="+42"/>
+        <location line="+5"/>
+        <source>You are on mobile data now (%1): it counts against your plan. Settings &gt; Networks decides which connections count.</source>
+        <translation>Du nutzt gerade mobile Daten (%1): Sie zählen zu deinem Tarif. Unter Einstellungen &gt; Netzwerke legst du fest, welche Verbindungen zählen.</translation>
+    </message>
+    <message>
+        <location line="+43"/>
         <source>Could not save the settings: %1</source>
         <translation>Die Einstellungen konnten nicht gespeichert werden: %1</translation>
     </message>

@@ -1,5 +1,6 @@
 #include "setupcontroller.h"
 
+#include "core/sharedcode.h"
 #include "services/firstrunsetup.h"
 #include "services/usagemonitor.h"
 
@@ -8,7 +9,15 @@ SetupController::SetupController(UsageMonitor &monitor, QObject *parent)
       m_billdate(new BilldateController(monitor.shared(), QString(), this)),
       m_allow(new CapController(monitor.shared(), QString(), this)),
       m_existing(new AddExistingController(this))
-{}
+{
+    // A metered connection up now (a phone's hotspot, tethering, a modem) is said to count.
+    for (const LinkClass &link : monitor.shared().presentLinks().value_or(QList<LinkClass>())) {
+        const bool up = !link.connection.isEmpty() || link.kind == LinkKind::Modem ||
+                        link.kind == LinkKind::UsbTethering || link.kind == LinkKind::Bluetooth;
+        if (link.use == LinkUse::Mobile && up)
+            m_onMobileData.append(link.choiceName);
+    }
+}
 
 QString SetupController::title() const
 {
@@ -33,8 +42,15 @@ QString SetupController::button() const
 
 QString SetupController::intro() const
 {
-    return tr("Tallymo counts the cellular data you use and tells you whether your data cap will last "
-              "until the end of the billing period. Three questions and you are ready.");
+    const QString intro =
+        tr("Tallymo counts the mobile data you use and tells you whether your data cap will "
+           "last until the end of the billing period. Three questions and you are ready.");
+    if (m_onMobileData.isEmpty())
+        return intro;
+    return intro + QStringLiteral("\n\n") +
+           tr("You are on mobile data now (%1): it counts against your plan. Settings > Networks decides "
+              "which connections count.")
+               .arg(m_onMobileData.join(QStringLiteral(", ")));
 }
 
 void SetupController::setStep(int step)

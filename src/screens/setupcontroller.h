@@ -54,6 +54,7 @@ private:
     UsageMonitor &m_monitor;
     int m_step = Intro;
     QString m_error;
+    QStringList m_onMobileData; // the connections counted as mobile data when the setup began
     BilldateController *m_billdate;
     CapController *m_allow;
     AddExistingController *m_existing;

@@ -366,6 +366,8 @@ private slots:
             Keys::PREF_NETWORK_CHOICES,
             QVariantMap{{QStringLiteral("u-9"),
                          LinkClassifier::storedChoice(LinkChoice::Mobile, QStringLiteral("Van"))}});
+        // The first-run setup says which connection counts as mobile data now.
+        QVERIFY(SetupController(s.monitor).intro().contains(QStringLiteral("mobile data now (usb0, Pixel)")));
         NetworksController list(*s.shared);
         const auto shown = [&list] {
             QStringList rows;
