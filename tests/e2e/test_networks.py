@@ -17,7 +17,7 @@ from support import Container  # noqa: E402
 
 NM = "org.freedesktop.NetworkManager"
 NM_PATH = "/org/freedesktop/NetworkManager"
-MOCK = "org.freedesktop.DBus.Mock"
+CONTROL = "org.freedesktop.DBus.Mock"  # python3-dbusmock's interface for adding objects and properties
 DEVICE = "org.freedesktop.NetworkManager.Device"
 MiB = 1048576
 
@@ -47,7 +47,7 @@ class NetworkManagerMock:
             if time.time() > deadline:
                 raise RuntimeError("the NetworkManager mock did not start")
             time.sleep(0.05)
-        self.nm = dbus.Interface(self.bus.bus.get_object(NM, NM_PATH), MOCK)
+        self.nm = dbus.Interface(self.bus.bus.get_object(NM, NM_PATH), CONTROL)
 
     def close(self):
         if self.proc.poll() is not None:
@@ -61,7 +61,7 @@ class NetworkManagerMock:
         ap = self.nm.AddAccessPoint(dev, f"ap_{interface}", ssid, "00:11:22:33:44:55", 2, 2437, 5400, 80, 0x100)
         conn = self.nm.AddWiFiConnection(dev, f"c_{interface}", ssid, "wpa-psk")
         active = self.nm.AddActiveConnection([dev], conn, ap, f"a_{interface}", 2)
-        dbus.Interface(self.bus.bus.get_object(NM, dev), MOCK).AddProperty(DEVICE, "Metered", dbus.UInt32(metered))
+        dbus.Interface(self.bus.bus.get_object(NM, dev), CONTROL).AddProperty(DEVICE, "Metered", dbus.UInt32(metered))
         return dev, active
 
 
@@ -127,7 +127,7 @@ class Links(unittest.TestCase):
             "eth0": ("eth0", "ethernet", "-", "other")})
         c.run("networks", "set", "Pixel hotspot", "ignore")
         # Renamed in NetworkManager: the choice follows the connection.
-        dbus.Interface(self.mock.bus.bus.get_object(NM, active), MOCK).UpdateProperties(
+        dbus.Interface(self.mock.bus.bus.get_object(NM, active), CONTROL).UpdateProperties(
             "org.freedesktop.NetworkManager.Connection.Active", {"Id": "Travel phone"})
         row = [r for r in json.loads(c.run("networks", "--json").stdout) if r.get("interface") == "wlan0"][0]
         self.assertEqual((row["name"], row["choice"], row["countedAs"]), ("Travel phone", "ignore", "ignored"))
@@ -153,7 +153,7 @@ class Links(unittest.TestCase):
         try:
             daemon.wait_for("launch")
             c.write_counters({"wlan0": (1000 + MiB, 1000 + 100_000)})
-            dbus.Interface(self.mock.bus.bus.get_object(NM, dev), MOCK).UpdateProperties(
+            dbus.Interface(self.mock.bus.bus.get_object(NM, dev), CONTROL).UpdateProperties(
                 DEVICE, {"Metered": dbus.UInt32(3)})
             self.assertIn("+cell 0.0 KB +wifi 1.1 MB", daemon.wait_for("network"))
             c.write_counters({"wlan0": (1000 + 3 * MiB, 1000 + 300_000)})
