@@ -55,16 +55,8 @@ LinkClass classify(const Facts &facts, const QVariantMap &choices)
     };
     if (c.choice != LinkChoice::Automatic)
         c.automaticUse = classify(facts, {}).use;
-    switch (c.choice) {
-    case LinkChoice::Mobile:
-        return decide(LinkUse::Mobile, QStringLiteral("your choice"));
-    case LinkChoice::Other:
-        return decide(LinkUse::Other, QStringLiteral("your choice"));
-    case LinkChoice::Ignore:
-        return decide(LinkUse::NotCounted, QStringLiteral("your choice"));
-    case LinkChoice::Automatic:
-        break;
-    }
+    if (const std::optional<LinkUse> chosen = chosenUse(c.choice))
+        return decide(*chosen, QStringLiteral("your choice"));
     // Listed before anything else: a PPP link of a modem is virtual to the kernel.
     if (facts.listedCellular)
         return decide(LinkUse::Mobile, QStringLiteral("a cellular interface"));
@@ -88,6 +80,21 @@ LinkClass classify(const Facts &facts, const QVariantMap &choices)
         break;
     }
     return decide(byKind(c.kind).first, byKind(c.kind).second);
+}
+
+std::optional<LinkUse> chosenUse(LinkChoice choice)
+{
+    switch (choice) {
+    case LinkChoice::Mobile:
+        return LinkUse::Mobile;
+    case LinkChoice::Other:
+        return LinkUse::Other;
+    case LinkChoice::Ignore:
+        return LinkUse::NotCounted;
+    case LinkChoice::Automatic:
+        break;
+    }
+    return std::nullopt;
 }
 
 QVariantMap storedChoice(LinkChoice choice, const QString &name)

@@ -54,6 +54,9 @@ QVariantMap storedChoice(LinkChoice choice, const QString &name);
 std::optional<LinkChoice> choiceOf(const QVariant &stored);
 QString nameOf(const QVariant &stored, const QString &key);
 
+// The use a choice sets; nothing for automatic.
+std::optional<LinkUse> chosenUse(LinkChoice choice);
+
 // The words of the choices ("auto", "mobile", "other", "ignore") and back.
 QString choiceWord(LinkChoice choice);
 std::optional<LinkChoice> choiceFromWord(const QString &word);

@@ -100,9 +100,7 @@ void NetworksController::reload()
         const std::optional<LinkChoice> choice = LinkClassifier::choiceOf(it.value());
         if (!choice || m_keys.contains(it.key()))
             continue;
-        const LinkUse use = *choice == LinkChoice::Mobile  ? LinkUse::Mobile
-                            : *choice == LinkChoice::Other ? LinkUse::Other
-                                                           : LinkUse::NotCounted;
+        const LinkUse use = LinkClassifier::chosenUse(*choice).value_or(LinkUse::NotCounted);
         rows.push_back(
             {2, LinkClassifier::nameOf(it.value(), it.key()), Navigator::NetworkChoice, useText(use)});
         m_keys.append(it.key());
