@@ -39,6 +39,9 @@ class NetworkManagerMock:
 
     def __init__(self):
         self.bus = SessionBus(notification_server=False).__enter__()
+        self.start()
+
+    def start(self):
         self.proc = subprocess.Popen(["/usr/bin/python3", "-m", "dbusmock", "--system", "--template", "networkmanager"],
                                      env=dict(os.environ, DBUS_SYSTEM_BUS_ADDRESS=self.bus.address),
                                      stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
@@ -48,6 +51,12 @@ class NetworkManagerMock:
                 raise RuntimeError("the NetworkManager mock did not start")
             time.sleep(0.05)
         self.nm = dbus.Interface(self.bus.bus.get_object(NM, NM_PATH), CONTROL)
+
+    def restart(self):
+        """NetworkManager stops and comes back on the same bus, as after an upgrade, without devices."""
+        self.proc.terminate()
+        self.proc.wait()
+        self.start()
 
     def close(self):
         if self.proc.poll() is not None:
@@ -63,6 +72,14 @@ class NetworkManagerMock:
         active = self.nm.AddActiveConnection([dev], conn, ap, f"a_{interface}", 2)
         dbus.Interface(self.bus.bus.get_object(NM, dev), CONTROL).AddProperty(DEVICE, "Metered", dbus.UInt32(metered))
         return dev, active
+
+    def shared(self, interface):
+        """A wired connection this machine shares with others (NetworkManager's IPv4 method "shared")."""
+        dev = self.nm.AddEthernetDevice(f"dev_{interface}", interface, 100)
+        settings = dbus.Interface(self.bus.bus.get_object(NM, NM_PATH + "/Settings"), NM + ".Settings")
+        conn = settings.AddConnection({"connection": {"id": "Shared to the desk", "type": "802-3-ethernet"},
+                                       "ipv4": {"method": "shared"}})
+        self.nm.AddActiveConnection([dev], conn, "/", f"a_{interface}", 2)
 
 
 class Links(unittest.TestCase):
@@ -96,6 +113,8 @@ class Links(unittest.TestCase):
         cases = [
             # name, metered verdict of the Wi-Fi, user's choice, links up later, expected
             ("phone hotspot", 3, None, {}, [5 * MiB, MiB, 300_000, 30_000]),
+            ("the hotspot shared on over Ethernet: what the desk moved is not this machine's", 3, "shared eth0",
+             {}, [5 * MiB - 30_000, MiB - 300_000, 0, 0]),
             ("VPN over the hotspot: the tunnel is not counted again", 3, None,
              {"tun0": (4 * MiB, 900_000)}, [5 * MiB, MiB, 300_000, 30_000]),
             ("home Wi-Fi", 4, None, {}, [0, 0, 300_000 + 5 * MiB, 30_000 + MiB]),
@@ -110,7 +129,9 @@ class Links(unittest.TestCase):
                 self.mock = NetworkManagerMock()
                 c = self.container()
                 self.mock.wifi("wlan0", "Pixel hotspot", metered)
-                if choice:
+                if choice == "shared eth0":
+                    self.mock.shared("eth0")
+                elif choice:
                     c.write_counters(base)
                     c.run("networks", "set", "Pixel hotspot", choice)
                 self.assertEqual(self.replay(c, [base, dict(later, **up)]), expected)
@@ -141,6 +162,7 @@ class Links(unittest.TestCase):
 
     # The service splits the interval at NetworkManager's signal: what the Wi-Fi moved on the home
     # network before the hotspot was joined stays the second figure, what it moved after is mobile.
+    # When NetworkManager restarts, what moved before it went is counted as it was then.
     def test_the_service_splits_at_a_connection_change(self):
         from test_service import Daemon
         c = self.container()
@@ -159,10 +181,26 @@ class Links(unittest.TestCase):
             c.write_counters({"wlan0": (1000 + 3 * MiB, 1000 + 300_000)})
             c.run("push")
             self.assertIn("+cell 2.2 MB +wifi 0.0 KB", daemon.wait_for("push"))
+            c.write_counters({"wlan0": (1000 + 4 * MiB, 1000 + 300_000)})
+            self.mock.restart()
+            self.assertIn("+cell 1.0 MB +wifi 0.0 KB", daemon.wait_for("network", count=2))
+            self.mock.wifi("wlan0", "Home", 4)
+            self.settled(daemon)
+            c.write_counters({"wlan0": (1000 + 6 * MiB, 1000 + 300_000)})
+            c.run("push")
+            self.assertIn("+cell 0.0 KB +wifi 2.0 MB", daemon.wait_for("push", count=2))
         finally:
             daemon.stop()
         t = c.totals()
-        self.assertEqual([t["cellIn"], t["cellOut"], t["wifiIn"], t["wifiOut"]], [2 * MiB, 200_000, MiB, 100_000])
+        self.assertEqual([t["cellIn"], t["cellOut"], t["wifiIn"], t["wifiOut"]], [3 * MiB, 200_000, 3 * MiB, 100_000])
+
+    @staticmethod
+    def settled(daemon, quiet=0.6):
+        """Waits until the service has taken no sample for `quiet` seconds."""
+        seen = -1
+        while seen != len(daemon.lines):
+            seen = len(daemon.lines)
+            time.sleep(quiet)
 
     # Without NetworkManager, or with one that never answers, the links are told apart by their kind,
     # and a sample waits at most a tenth of a second for it.

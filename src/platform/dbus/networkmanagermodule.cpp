@@ -4,7 +4,7 @@
 
 extern "C" Q_DECL_EXPORT bool tallymo_managed_links(QList<ManagedLink> *links)
 {
-    std::optional<QList<ManagedLink>> read = NetworkManagerLinks::read(QDBusConnection::systemBus());
+    std::optional<QList<ManagedLink>> read = NetworkManagerLinks::read();
     if (!read)
         return false;
     *links = std::move(*read);

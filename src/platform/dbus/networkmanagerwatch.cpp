@@ -3,7 +3,7 @@
 #include <QDBusError>
 #include <QLoggingCategory>
 
-Q_DECLARE_LOGGING_CATEGORY(lcNetworkManager)
+Q_LOGGING_CATEGORY(lcNetworkManagerWatch, "tallymo.platform.networkmanager", QtWarningMsg)
 
 namespace {
 
@@ -37,7 +37,7 @@ NetworkManagerWatch::NetworkManagerWatch(const QDBusConnection &bus, std::functi
                       QStringLiteral("org.freedesktop.DBus"), QStringLiteral("NameOwnerChanged"), {kService},
                       QString(), this, SLOT(deviceChanged()));
     if (!m_listening)
-        qCInfo(lcNetworkManager, "NetworkManager's signals cannot be listened to: %s",
+        qCInfo(lcNetworkManagerWatch, "NetworkManager's signals cannot be listened to: %s",
                qPrintable(m_bus.lastError().message()));
 }
 
