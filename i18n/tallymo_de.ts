@@ -655,17 +655,17 @@
     </message>
     <message>
         <location line="+25"/>
-        <location line="+189"/>
+        <location line="+195"/>
         <source>used</source>
         <translation>genutzt</translation>
     </message>
     <message>
-        <location line="-124"/>
+        <location line="-130"/>
         <source>download %1, upload %2</source>
         <translation>Download %1, Upload %2</translation>
     </message>
     <message>
-        <location line="+69"/>
+        <location line="+71"/>
         <source>%1 left</source>
         <translation>%1 übrig</translation>
     </message>
@@ -677,7 +677,12 @@
 %2 – %3</translation>
     </message>
     <message>
-        <location line="+17"/>
+        <location line="+18"/>
+        <source>On mobile data: %1</source>
+        <translation>Mobile Daten über: %1</translation>
+    </message>
+    <message>
+        <location line="+3"/>
         <source>Cellular %1, %2</source>
         <translation>Mobilfunk %1, %2</translation>
     </message>
@@ -783,7 +788,7 @@
 <context>
     <name>NetworkChoiceController</name>
     <message>
-        <location filename="../src/screens/networkcontrollers.cpp" line="+145"/>
+        <location filename="../src/screens/networkcontrollers.cpp" line="+143"/>
         <source>Automatic</source>
         <translation>Automatisch</translation>
     </message>
@@ -851,7 +856,7 @@
 <context>
     <name>NetworksController</name>
     <message>
-        <location line="-146"/>
+        <location line="-144"/>
         <source>Networks</source>
         <translation>Netzwerke</translation>
     </message>
@@ -916,7 +921,7 @@
         <translation>Unbekannte Art</translation>
     </message>
     <message>
-        <location line="+33"/>
+        <location line="+31"/>
         <source>Mobile data counts against your plan: modems, tethering and every connection marked metered. Everything else is Wi-Fi &amp; wired. Choose a network to decide yourself.</source>
         <translation>Mobile Daten zählen zu deinem Tarif: Modems, Tethering und jede als getaktet markierte Verbindung. Alles andere ist WLAN &amp; Kabel. Wähle ein Netzwerk, um selbst zu entscheiden.</translation>
     </message>
@@ -1398,7 +1403,7 @@ tallymo intent show-usage --speak</translation>
 <context>
     <name>SetupController</name>
     <message>
-        <location filename="../src/screens/setupcontroller.cpp" line="+32"/>
+        <location filename="../src/screens/setupcontroller.cpp" line="+27"/>
         <source>Finish</source>
         <translation>Fertig</translation>
     </message>
@@ -1418,7 +1423,7 @@ tallymo intent show-usage --speak</translation>
         <translation>Weiter</translation>
     </message>
     <message>
-        <location line="+5"/>
+        <location line="+6"/>
         <source>Tallymo counts the mobile data you use and tells you whether your data cap will last until the end of the billing period. Three questions and you are ready.</source>
         <translation>Tallymo zählt deine mobilen Daten und sagt dir, ob dein Datenvolumen bis zum Ende des Abrechnungszeitraums reicht. Drei Fragen, und es kann losgehen.</translation>
     </message>

@@ -174,4 +174,16 @@ QString useWord(LinkUse use)
     return QStringLiteral("ignored");
 }
 
+QStringList onMobileData(const QList<LinkClass> &links)
+{
+    QStringList names;
+    for (const LinkClass &link : links) {
+        const bool up = !link.connection.isEmpty() || link.kind == LinkKind::Modem ||
+                        link.kind == LinkKind::UsbTethering || link.kind == LinkKind::Bluetooth;
+        if (link.use == LinkUse::Mobile && up && !names.contains(link.choiceName))
+            names.append(link.choiceName);
+    }
+    return names;
+}
+
 } // namespace LinkClassifier

@@ -49,6 +49,10 @@ struct Facts
 };
 LinkClass classify(const Facts &facts, const QVariantMap &choices);
 
+// What the user calls each link counted as mobile data that is in use now: one with an active
+// connection, or a modem or tethered phone (up whenever it is there).
+QStringList onMobileData(const QList<LinkClass> &links);
+
 // The choices are stored per key as {choice: word, name: what the user called it}.
 QVariantMap storedChoice(LinkChoice choice, const QString &name);
 std::optional<LinkChoice> choiceOf(const QVariant &stored);

@@ -132,6 +132,23 @@ Item {
         }
     }
 
+    Text {
+        id: lMobileData
+        objectName: "lMobileData"
+        anchors.top: blocks.bottom
+        anchors.topMargin: 12
+        anchors.horizontalCenter: parent.horizontalCenter
+        width: Math.min(parent.width - 40, implicitWidth)
+        visible: text !== ""
+        horizontalAlignment: Text.AlignHCenter
+        elide: Text.ElideRight
+        color: "white"
+        font.pixelSize: 14
+        text: root.controller.mobileDataText
+        Accessible.role: Accessible.StaticText
+        Accessible.name: text
+    }
+
     Row {
         anchors.horizontalCenter: parent.horizontalCenter
         anchors.bottom: parent.bottom

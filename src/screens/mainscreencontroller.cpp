@@ -259,6 +259,9 @@ QString MainScreenController::getUsageStringType(int type) const
 void MainScreenController::reloadValues()
 {
     UsageFiguresController::reloadValues();
+    if (UsageMonitor *d = monitor())
+        m_onMobileData =
+            LinkClassifier::onMobileData(d->shared().presentLinks().value_or(QList<LinkClass>()));
     render();
 }
 
@@ -324,8 +327,12 @@ void MainScreenController::renderNetworks(const CurrentValues &v, bool minimal)
         m_wifi.clear();
         m_cellSpoken.clear();
         m_wifiSpoken.clear();
+        m_onMobileText.clear();
         return;
     }
+    m_onMobileText = m_onMobileData.isEmpty()
+                         ? QString()
+                         : tr("On mobile data: %1").arg(m_onMobileData.join(QStringLiteral(", ")));
     m_cell = getUsageStringType(0);
     m_wifi = getUsageStringType(1);
     m_cellSpoken = tr("Cellular %1, %2")

@@ -26,6 +26,7 @@ class MainScreenController : public UsageFiguresController
     Q_PROPERTY(QString wifiGlyph READ wifiGlyph NOTIFY rendered)
     Q_PROPERTY(QString cellAccessible READ cellAccessible NOTIFY rendered)
     Q_PROPERTY(QString wifiAccessible READ wifiAccessible NOTIFY rendered)
+    Q_PROPERTY(QString mobileDataText READ mobileDataText NOTIFY rendered)
     Q_PROPERTY(QString percentText READ percentText NOTIFY rendered)
     Q_PROPERTY(QString percentAccessible READ percentAccessible NOTIFY rendered)
     Q_PROPERTY(QFont percentFont READ percentFont NOTIFY layoutChanged)
@@ -70,6 +71,8 @@ public:
     QString wifiGlyph() const { return glyphFor(1); }
     QString cellAccessible() const { return m_cellSpoken; }
     QString wifiAccessible() const { return m_wifiSpoken; }
+    // Which connections count as mobile data now ("On mobile data: Pixel hotspot"); empty when none.
+    QString mobileDataText() const { return m_onMobileText; }
     QString percentText() const { return m_percent; }
     QString percentAccessible() const;
     QFont percentFont() const;
@@ -179,6 +182,8 @@ private:
     bool m_parallax = false;
     bool m_still = false;
     QString m_days, m_cell, m_wifi, m_cellSpoken, m_wifiSpoken, m_percent, m_used;
+    QStringList m_onMobileData; // read at each reload: the links are asked once per refresh
+    QString m_onMobileText;
     QString m_forecastCaption, m_forecastIcon;
     bool m_forecastVisible = false;
     QColor m_percentColor = Qt::white;

@@ -11,12 +11,8 @@ SetupController::SetupController(UsageMonitor &monitor, QObject *parent)
       m_existing(new AddExistingController(this))
 {
     // A metered connection up now (a phone's hotspot, tethering, a modem) is said to count.
-    for (const LinkClass &link : monitor.shared().presentLinks().value_or(QList<LinkClass>())) {
-        const bool up = !link.connection.isEmpty() || link.kind == LinkKind::Modem ||
-                        link.kind == LinkKind::UsbTethering || link.kind == LinkKind::Bluetooth;
-        if (link.use == LinkUse::Mobile && up)
-            m_onMobileData.append(link.choiceName);
-    }
+    m_onMobileData =
+        LinkClassifier::onMobileData(monitor.shared().presentLinks().value_or(QList<LinkClass>()));
 }
 
 QString SetupController::title() const

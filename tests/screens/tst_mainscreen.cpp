@@ -368,6 +368,9 @@ private slots:
                          LinkClassifier::storedChoice(LinkChoice::Mobile, QStringLiteral("Van"))}});
         // The first-run setup says which connection counts as mobile data now.
         QVERIFY(SetupController(s.monitor).intro().contains(QStringLiteral("mobile data now (usb0, Pixel)")));
+        // So does the main screen, under the figures.
+        s.use(0);
+        QCOMPARE(s.show().mobileDataText(), QStringLiteral("On mobile data: usb0, Pixel"));
         NetworksController list(*s.shared);
         const auto shown = [&list] {
             QStringList rows;
