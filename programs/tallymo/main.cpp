@@ -86,7 +86,11 @@ void CommandServices::attachTo(Cli::Environment &env)
     };
     env.pushToBackgroundService = [this] { return m_desktop && m_desktop->pushToBackgroundService(); };
     env.watchNetworkChanges = [this](std::function<void()> changed) {
-        return m_desktop && m_desktop->watchNetworkChanges(std::move(changed));
+        // While the service follows NetworkManager's changes, its view is current: it shares it
+        // with the one-shot samples, which then need not ask themselves.
+        const bool listening = m_desktop && m_desktop->watchNetworkChanges(std::move(changed));
+        m_interfaces.shareManagedLinks(listening);
+        return listening;
     };
     env.startWatchCompanion = [this](bool follow, bool complication, auto report, QString *error) {
         return m_desktop && m_desktop->startWatchCompanion(follow, complication, std::move(report), error);
@@ -144,6 +148,7 @@ void CommandServices::finish()
     if (m_monitor)
         m_monitor->setServices({});
     m_desktop.reset();
+    m_interfaces.shareManagedLinks(false);
 }
 
 } // namespace

@@ -117,6 +117,71 @@ private slots:
         QCOMPARE(sys.bootId(), QStringLiteral("6f1c-42"));
     }
 
+    // The running service's view of NetworkManager stands in for asking it, but only while that
+    // service runs and for the same system bus; when it stops sharing, the file goes.
+    void sharedView()
+    {
+        QTemporaryDir dir;
+        const QString path = dir.filePath(QStringLiteral("run/networkmanager-view.json"));
+        const QList<ManagedLink> hotspot{
+            {QStringLiteral("wlan0"), QStringLiteral("Pixel"), QStringLiteral("u-7"), 3}};
+        std::optional<QList<ManagedLink>> said = hotspot;
+        LinuxNetworkInterfaces service{QString(), QString()};
+        service.setManagedLinks([&said] { return said; });
+        service.setSharedViewPath(path);
+        service.shareManagedLinks(true);
+        int asked = 0;
+        LinuxNetworkInterfaces sample{QString(), QString()};
+        sample.setManagedLinks([&asked] {
+            ++asked;
+            return std::optional<QList<ManagedLink>>(QList<ManagedLink>());
+        });
+        sample.setSharedViewPath(path);
+        QProcess ended;
+        ended.start(QStringLiteral("true"));
+        QVERIFY(ended.waitForFinished());
+        const auto edited = [&](const char *key, const QJsonValue &value) {
+            service.managedLinks();
+            QFile f(path);
+            QVERIFY(f.open(QIODevice::ReadOnly));
+            QJsonObject view = QJsonDocument::fromJson(f.readAll()).object();
+            f.close();
+            view.insert(QLatin1StringView(key), value);
+            writeFile(path, QJsonDocument(view).toJson());
+        };
+        struct Case
+        {
+            const char *name;
+            std::function<void()> arrange;
+            bool viewUsed;
+        };
+        const QList<Case> cases{
+            {"a running service's view", [&] { service.managedLinks(); }, true},
+            {"NetworkManager absent, as the service saw it", [&] { said.reset(), service.managedLinks(); },
+             true},
+            {"left by a process that ended", [&] { edited("pid", qint64(ended.processId())); }, false},
+            {"the same process id, started later", [&] { edited("start", QStringLiteral("1")); }, false},
+            {"read on another system bus", [&] { edited("bus", QStringLiteral("unix:path=/elsewhere")); },
+             false},
+            {"a damaged file", [&] { writeFile(path, "{\"pid\": "); }, false},
+        };
+        for (const Case &c : cases) {
+            said = hotspot;
+            c.arrange();
+            asked = 0;
+            const auto links = sample.managedLinks();
+            QVERIFY2(asked == (c.viewUsed ? 0 : 1), c.name);
+            if (c.viewUsed)
+                QVERIFY2(links.has_value() == said.has_value() &&
+                             (!links ||
+                              (links->size() == 1 && links->at(0).connection == QStringLiteral("Pixel") &&
+                               links->at(0).metered == 3)),
+                         c.name);
+        }
+        service.shareManagedLinks(false);
+        QVERIFY(!QFile::exists(path));
+    }
+
     // Which figure a link feeds: the user's choice first, then a cellular listing, virtual links,
     // a served hotspot, NetworkManager's verdict, and the kind of link.
     void linkUses_data()

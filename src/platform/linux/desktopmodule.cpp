@@ -3,7 +3,9 @@
 #include "services/applicationservices.h"
 
 #include <QCoreApplication>
-#include <QLibrary>
+#include <QFile>
+
+#include <dlfcn.h>
 
 QFunctionPointer DesktopModule::resolve(const QString &name, const char *symbol, QString *errors)
 {
@@ -11,11 +13,14 @@ QFunctionPointer DesktopModule::resolve(const QString &name, const char *symbol,
     const QString file = QStringLiteral("/lib%1.so").arg(name);
     for (const QString &path : {dir + file, dir + QStringLiteral("/../tallymo") + file,
                                 dir + QStringLiteral("/../" TALLYMO_LIBDIR "/tallymo") + file}) {
-        QLibrary module(path);
-        if (const QFunctionPointer f = module.resolve(symbol))
-            return f;
+        // The loader itself rather than QLibrary, which costs a short command another quarter
+        // of a millisecond; the module stays loaded.
+        void *module = ::dlopen(QFile::encodeName(path).constData(), RTLD_LAZY | RTLD_LOCAL);
+        if (module)
+            if (const auto f = reinterpret_cast<QFunctionPointer>(::dlsym(module, symbol)))
+                return f;
         if (errors)
-            *errors += QStringLiteral("\n  ") + module.errorString();
+            *errors += QStringLiteral("\n  ") + QString::fromLocal8Bit(::dlerror());
     }
     return nullptr;
 }

@@ -1,6 +1,9 @@
 #include "linuxnetworkinterfaces.h"
 
 #include "desktopmodule.h"
+#include "sharedlinkview.h"
+
+#include "core/privatefiles.h"
 
 #include <QDir>
 #include <QFile>
@@ -61,6 +64,7 @@ LinuxNetworkInterfaces LinuxNetworkInterfaces::fromEnvironment()
         qEnvironmentVariable("TALLYMO_BOOT_ID_FILE", QStringLiteral("/proc/sys/kernel/random/boot_id"));
     LinuxNetworkInterfaces interfaces(proc, sysfs, boot);
     interfaces.setManagedLinks(askNetworkManager);
+    interfaces.setSharedViewPath(PrivateFiles::runtimeFolder() + QStringLiteral("/networkmanager-view.json"));
     return interfaces;
 }
 
@@ -156,7 +160,25 @@ LinkKind LinuxNetworkInterfaces::linkKind(const QString &name)
 
 std::optional<QList<ManagedLink>> LinuxNetworkInterfaces::managedLinks()
 {
-    return m_managedLinks ? m_managedLinks() : std::nullopt;
+    if (!m_managedLinks)
+        return std::nullopt;
+    if (!m_sharing && !m_viewPath.isEmpty())
+        if (auto view = SharedLinkView::read(m_viewPath))
+            return *view;
+    std::optional<QList<ManagedLink>> links = m_managedLinks();
+    if (m_sharing)
+        SharedLinkView::write(m_viewPath, links, &m_viewWritten);
+    return links;
+}
+
+void LinuxNetworkInterfaces::shareManagedLinks(bool on)
+{
+    if (m_viewPath.isEmpty() || on == m_sharing)
+        return;
+    m_sharing = on;
+    m_viewWritten.clear();
+    if (!on)
+        QFile::remove(m_viewPath);
 }
 
 int LinuxNetworkInterfaces::interfaceIndex(const QString &name)

@@ -37,6 +37,11 @@ public:
         m_managedLinks = std::move(managedLinks);
     }
 
+    // The running service shares the view it reads with the one-shot samples through the file at
+    // `path` (see SharedLinkView), which they read instead of asking; off removes the file.
+    void setSharedViewPath(const QString &path) { m_viewPath = path; }
+    void shareManagedLinks(bool on);
+
     // Parses the text of /proc/net/dev; nothing when it is not in that format.
     static std::optional<QList<LinkCounters>> parseProcNetDev(const QByteArray &text);
 
@@ -46,4 +51,7 @@ private:
     QString m_bootIdFile;
     std::function<QStringList()> m_modemLinks;
     std::function<std::optional<QList<ManagedLink>>()> m_managedLinks;
+    QString m_viewPath;
+    bool m_sharing = false;
+    QByteArray m_viewWritten;
 };
