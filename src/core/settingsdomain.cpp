@@ -138,6 +138,7 @@ bool SettingsDomain::setValue(const QString &key, const QVariant &value)
         return false;
     }
     QMutexLocker locker(&m_mutex);
+    const bool first = m_pending.isEmpty();
     if (!m_pending.contains(key))
         m_base.insert(key, m_disk.value(key));
     if (value.isNull()) {
@@ -147,6 +148,10 @@ bool SettingsDomain::setValue(const QString &key, const QVariant &value)
         m_values.insert(key, value);
         m_pending.insert(key, value);
     }
+    const std::function<void()> changed = first ? m_changed : nullptr;
+    locker.unlock();
+    if (changed)
+        changed();
     return true;
 }
 
@@ -199,6 +204,12 @@ QVariantMap SettingsDomain::dictionaryForKey(const QString &key) const
 {
     const QVariant v = value(key);
     return v.typeId() == QMetaType::QVariantMap ? v.toMap() : QVariantMap();
+}
+
+void SettingsDomain::setChangeListener(std::function<void()> listener)
+{
+    QMutexLocker locker(&m_mutex);
+    m_changed = std::move(listener);
 }
 
 bool SettingsDomain::synchronize()

@@ -50,6 +50,10 @@ public:
     QVariantList arrayForKey(const QString &key) const;
     QVariantMap dictionaryForKey(const QString &key) const;
 
+    // Called on the changing thread, with no lock held, when a change becomes pending while none
+    // was: the owner arranges the synchronize() that writes it through.
+    void setChangeListener(std::function<void()> listener);
+
     // Writes pending changes and picks up other processes' changes. False when the file could not
     // be written (the pending changes are kept for the next attempt; lastError() says why).
     bool synchronize();
@@ -93,6 +97,7 @@ private:
     QString m_loadError;
     QString m_lastError;
     QString m_movedAside;
+    std::function<void()> m_changed;
 };
 
 // Converts a stored value the way the typed readers do; shared with plan-scoped reads.

@@ -6,6 +6,7 @@
 #include "settingskeys.h"
 
 #include <QDir>
+#include <QTimer>
 #include <QUuid>
 
 #include <algorithm>
@@ -21,9 +22,41 @@ SharedCode::SharedCode(Services services)
 {
     PrivateFiles::removeAbandonedWrites(m_container);
     migratePlan();
+    writeSettingsThrough();
 }
 
-SharedCode::~SharedCode() = default;
+SharedCode::~SharedCode()
+{
+    m_settings.setChangeListener(nullptr);
+}
+
+// A change made on any thread starts the timer on this one; when it runs, the change reaches the
+// file. A failed write is tried again every few seconds and said once.
+void SharedCode::writeSettingsThrough()
+{
+    constexpr int kCoalesceMs = 300, kRetryMs = 5000;
+    m_writeThrough = std::make_unique<QTimer>();
+    QTimer *timer = m_writeThrough.get();
+    timer->setSingleShot(true);
+    QObject::connect(timer, &QTimer::timeout, timer, [this, timer, failing = false]() mutable {
+        if (m_settings.synchronize()) {
+            failing = false;
+            return;
+        }
+        if (!std::exchange(failing, true))
+            qCWarning(lcCore, "settings not written, trying again: %s", qPrintable(m_settings.lastError()));
+        timer->start(kRetryMs);
+    });
+    m_settings.setChangeListener([timer] {
+        QMetaObject::invokeMethod(
+            timer,
+            [timer] {
+                if (!timer->isActive())
+                    timer->start(kCoalesceMs);
+            },
+            Qt::QueuedConnection);
+    });
+}
 
 QString SharedCode::activePlanID() const
 {

@@ -17,6 +17,7 @@
 #include <optional>
 
 class CounterBook;
+class QTimer;
 struct LinkReading;
 
 struct Coordinate
@@ -135,6 +136,7 @@ public:
 private:
     static void checkAndSetObjectForKey(const QString &key, QVariantMap &dict, const SettingsDomain &pref);
     void migratePlan();
+    void writeSettingsThrough();
     QString currentWifiLink();
     SampleResult recordUsage(StoreContext *context, Coordinate loc);
 
@@ -147,6 +149,9 @@ private:
     const Clock *const m_clock;
     const StoreContext::OpenFailureHandler m_onStoreOpenFailure;
     SettingsDomain m_settings;
+    // Writes every settings change through to the file shortly after it is made (coalesced), so
+    // that no edit lives only in this process's memory; see writeSettingsThrough().
+    std::unique_ptr<QTimer> m_writeThrough;
     std::atomic<bool> m_earlierUses{false};
     QHash<QString, LinkUse> m_lastUses; // per link identity, at this process's last sample
     mutable QMutex m_contextMutex;

@@ -19,11 +19,21 @@ void PlanService::removePlan(const QString &plan)
 {
     if (plan.isEmpty() || plan == m_shared.activePlanID())
         return;
-    QFile::remove(m_shared.sqliteURLForPlan(plan)); // the store first, then the settings
+    // The plan leaves the settings first, in the file: no process goes on using (or making again)
+    // the store of a plan that is gone. Its store goes only when that is written.
     SettingsDomain &pref = m_shared.userPref();
+    const QString store = m_shared.sqliteURLForPlan(plan);
     QVariantMap plans = pref.dictionaryForKey(Keys::PREF_ALL_PLANS);
     plans.remove(plan);
     pref.setValue(Keys::PREF_ALL_PLANS, plans);
+    if (!pref.synchronize()) {
+        qCWarning(lcApp, "plan %s not removed from the settings: %s", qPrintable(plan),
+                  qPrintable(pref.lastError()));
+        return;
+    }
+    if (!store.endsWith(QLatin1Char('/')))
+        for (const QString &suffix : {QString(), QStringLiteral("-wal"), QStringLiteral("-shm")})
+            QFile::remove(store + suffix);
 }
 
 void PlanService::switchPlan(const QString &plan, std::function<void()> done)

@@ -1,4 +1,5 @@
 """The app as a user starts it: headless (offscreen), on a private session bus, on real containers."""
+import json
 import os
 import subprocess
 import sys
@@ -92,6 +93,40 @@ class Screens(unittest.TestCase):
         self.assertEqual(p.returncode, 0, p.stderr)
         self.assertEqual(problems(p.stderr), [])
         self.assertIn("theme-winter-wonderland.png", [os.path.basename(f) for f in p.stdout.split()])
+
+    # Every edit made on the screens is in the file within two seconds while the app stays open in
+    # the foreground, and still there after the app is killed: no edit lives only in its memory.
+    def test_edits_reach_the_file_while_the_app_runs(self):
+        c = self.c
+        c.run("setup", "--bill-day", "1", "--cap", "5GB", "--used", "0")
+        old = c.run("plans", "add", "--label", "Old SIM").stdout.strip()
+        store = os.path.join(c.path, old + ".sqlite")
+        c.run("status", "--plan", old)
+        self.assertTrue(os.path.exists(store))
+        app = subprocess.Popen([SHOTS, "--edits"], env=self.env, stdout=subprocess.PIPE, stderr=subprocess.PIPE,
+                               text=True)
+        self.addCleanup(app.wait)
+        self.addCleanup(app.kill)
+        self.assertEqual(app.stdout.readline().strip(), "edited", app.stderr.read() if app.poll() else "")
+
+        def stored():
+            plan = json.loads(c.run("plans", "show", "--json").stdout)
+            labels = sorted(line[2:].split(None, 1)[1].rsplit(" (", 1)[0].strip() for line in
+                            c.run("plans", "list").stdout.splitlines())
+            second = c.run("alerts", "show").stdout.splitlines()[1].split()[-1]
+            return (plan["PREF_THRES_MONTHLY"], plan["PREF_PLAN_LABEL"], second, labels, os.path.exists(store))
+
+        wanted = (9 * 1024 ** 3, "Work SIM", "60%", ["Plan", "Work SIM"], False)
+        deadline = time.monotonic() + 2
+        while stored() != wanted and time.monotonic() < deadline:
+            time.sleep(0.1)
+        self.assertEqual(stored(), wanted)
+        self.assertIsNone(app.poll())  # still open: nothing waited for the app to leave
+        app.kill()
+        app.wait()
+        self.assertEqual(stored(), wanted)
+        p = c.run("status", "--plan", old, check=False)
+        self.assertEqual((p.returncode, os.path.exists(store)), (2, False), p.stderr)
 
     def test_bad_size_is_refused_in_one_line(self):
         p = subprocess.run([SHOTS, self.c.root, "--size", "big"], env=self.env, capture_output=True,

@@ -1,6 +1,7 @@
 // Drives the app's window from outside, on the data in $TALLYMO_CONTAINER: pictures of every screen
 // state (on a copy of the data, since the states change settings), the main screen's texts, or the
 // milliseconds a history view takes to its first frame with its rows.
+#include "core/settingskeys.h"
 #include "core/sharedcode.h"
 #include "day/dayviewcontroller.h"
 #include "platform/dbus/systemdusermanager.h"
@@ -10,9 +11,12 @@
 #include "platform/linux/paths.h"
 #include "platform/linux/replayclock.h"
 #include "platform/linux/sockdiag.h"
+#include "screens/alertscontrollers.h"
 #include "screens/appwindow.h"
 #include "screens/mainscreencontroller.h"
 #include "screens/navigator.h"
+#include "screens/plancontrollers.h"
+#include "screens/planeditors.h"
 #include "screens/translations.h"
 #include "screenshotrun.h"
 #include "services/backgroundtasks.h"
@@ -156,10 +160,47 @@ void timeView(QQuickWindow &window, Navigator &navigator, const QString &view)
     });
 }
 
+// Edits as a user makes them on the screens, the pages closing as the back button closes them: the
+// first plan other than the active one deleted, a new plan saved, the active plan's cap (9 GB) and
+// label ("Work SIM"), and the second alert at 60 %. Prints "edited" when done; the app then stays open.
+void makeEdits(Navigator &navigator)
+{
+    SharedCode &shared = navigator.monitor().shared();
+    const QString active = shared.activePlanID();
+    QString other;
+    for (const QString &id : shared.userPref().dictionaryForKey(Keys::PREF_ALL_PLANS).keys())
+        if (id != active && other.isEmpty())
+            other = id;
+    // Plans first: removing one writes the settings at once, which must not be what writes the rest.
+    if (!other.isEmpty())
+        if (auto *plan = qobject_cast<PlanController *>(navigator.open(Navigator::Plan, other, false)))
+            plan->confirmDelete();
+    navigator.closeAll();
+    navigator.open(Navigator::Settings, QString(), false); // each editor over it, as the user gets there
+    if (auto *plan = qobject_cast<PlanController *>(navigator.open(Navigator::Plan, QString(), false)))
+        plan->save();
+    navigator.back();
+    if (auto *cap = qobject_cast<CapController *>(navigator.open(Navigator::Cap, active, false))) {
+        cap->setUnitIndex(int(AmountEntry::GB));
+        cap->setText(QStringLiteral("9"));
+    }
+    navigator.back();
+    if (auto *label = qobject_cast<LabelController *>(navigator.open(Navigator::Label, active, false)))
+        label->setText(QStringLiteral("Work SIM"));
+    navigator.back();
+    if (auto *alert = qobject_cast<ThresholdController *>(
+            navigator.open(Navigator::Threshold, QStringLiteral("1"), false)))
+        alert->chooseRow(int((60 - alert->minlevel()) / 5));
+    navigator.closeAll();
+    std::printf("edited\n");
+    std::fflush(stdout);
+}
+
 struct Options
 {
     QSize windowSize;
     bool dumpMain = false;
+    bool edits = false;
     QString timedView; // day or periods
     QString folder;    // for pictures
 };
@@ -182,15 +223,20 @@ Options parseOptions(const QGuiApplication &app)
         QStringLiteral("VIEW"));
     const QCommandLineOption dark(QStringLiteral("dark"),
                                   QStringLiteral("Picture the screens on a dark desktop."));
-    parser.addOptions({size, dump, timed, dark});
+    const QCommandLineOption edits(
+        QStringLiteral("edits"),
+        QStringLiteral("Make a fixed set of plan and alert edits through the screens on "
+                       "the data itself, print \"edited\" and stay open."));
+    parser.addOptions({size, dump, timed, dark, edits});
     parser.process(app);
-    Options o{parseSize(parser.value(size)), parser.isSet(dump), parser.value(timed), QString()};
+    Options o{parseSize(parser.value(size)), parser.isSet(dump), parser.isSet(edits), parser.value(timed),
+              QString()};
     if (parser.isSet(dark))
         QGuiApplication::setPalette(darkPalette());
     if (!o.timedView.isEmpty() && o.timedView != QLatin1StringView("day") &&
         o.timedView != QLatin1StringView("periods"))
         fail(QStringLiteral("--first-frame-of takes day or periods, not \"%1\"").arg(o.timedView), 2);
-    if (!o.dumpMain && o.timedView.isEmpty()) {
+    if (!o.dumpMain && !o.edits && o.timedView.isEmpty()) {
         if (parser.positionalArguments().size() != 1)
             fail(QStringLiteral("name the folder for the pictures (see --help)"), 2);
         o.folder = parser.positionalArguments().constFirst();
@@ -254,7 +300,9 @@ int main(int argc, char **argv)
         if (!std::exchange(first, false))
             return;
         tallymo.navigator.main()->becameVisible();
-        if (options.dumpMain) {
+        if (options.edits) {
+            QTimer::singleShot(0, window, [&] { makeEdits(tallymo.navigator); });
+        } else if (options.dumpMain) {
             dumpMain(*window);
             QTimer::singleShot(0, &app, &QCoreApplication::quit);
         } else if (!options.timedView.isEmpty()) {
