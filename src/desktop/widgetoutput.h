@@ -11,7 +11,7 @@ namespace WidgetOutput {
 
 enum class Format { Json, Waybar, I3blocks, Text };
 // The widget styles (the widget-appearance setting): what the short text holds.
-enum Style { Standard = 0, Mini = 1, Complete = 2 };
+enum Style { Standard = 0, Complete = 1, Mini = 2 }; // as the settings store PREF_THEME_WIDGET
 
 std::optional<Format> formatNamed(const QString &name);
 // The forecast key ("safe", "caution", "danger", "over") in the user's language.

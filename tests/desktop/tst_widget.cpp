@@ -185,11 +185,11 @@ private slots:
 
     void statusBarText_data()
     {
-        QTest::addColumn<int>("style");
+        QTest::addColumn<int>("style"); // as the app's Style screen stores it
         QTest::addColumn<QString>("text");
         QTest::newRow("standard") << 0 << "42% · 1.32 GB left · 9 days";
-        QTest::newRow("mini") << 1 << "42%";
-        QTest::newRow("complete") << 2 << "700.0 MB used · 1.32 GB left · 42% · 9 days · Caution";
+        QTest::newRow("mini") << 2 << "42%";
+        QTest::newRow("complete") << 1 << "700.0 MB used · 1.32 GB left · 42% · 9 days · Caution";
     }
 
     void statusBarText()
