@@ -9,8 +9,9 @@ ApplicationWindow {
     required property Navigator navigator
     readonly property MainScreenController main: navigator.main
 
+    // A phone's proportions that fit a 1280×800 screen with its panels.
     width: 420
-    height: 820
+    height: Math.max(minimumHeight, Math.min(820, Screen.desktopAvailableHeight - 40))
     minimumWidth: 320
     minimumHeight: 480
     visible: true
