@@ -80,6 +80,7 @@ private:
 void CommandServices::attachTo(Cli::Environment &env)
 {
     env.services = [this]() -> Cli::Services & { return services(); };
+    env.clock = m_replayClock ? m_replayClock : &Clock::system();
     env.desktopServices = [this]() -> Cli::Services & { return desktopServices(); };
     env.startBackgroundService = [this](DesktopServices::BackgroundHandlers handlers) {
         return startBackgroundService(std::move(handlers));

@@ -7,6 +7,7 @@
 
 #include <functional>
 
+class Clock;
 class SharedCode;
 class UsageMonitor;
 class MailComposer;
@@ -45,6 +46,9 @@ struct Environment
         startWatchCompanion;
     // The user's mail program, for an export sent by mail.
     MailComposer *mail = nullptr;
+    // The clock the services use (a replayed one in tests), for commands that work on a container
+    // of their own and must not open the user's.
+    const Clock *clock = nullptr;
 };
 
 // `tallymo refresh` when the fetch found no new data (0 is new data, 1 a failure).

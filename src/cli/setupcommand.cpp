@@ -228,7 +228,7 @@ int demo(const QStringList &args, Environment &env)
     const QString dir = makeDemoFolder(args);
     SharedCode::Services services;
     services.containerPath = dir;
-    services.clock = &env.services().shared.clock();
+    services.clock = env.clock ? env.clock : &Clock::system(); // the user's own container stays unopened
     SharedCode shared(services);
     UsageMonitor monitor(shared);
     monitor.plans().setUpNewInstall();

@@ -39,6 +39,7 @@ class Screens(unittest.TestCase):
     def test_pictures_of_every_state_from_the_demo_data(self):
         demo = os.path.join(self.c.root, "demo")
         self.c.run("demo", demo)
+        self.assertFalse(os.path.exists(self.c.path))  # the user's own data is not touched
         shots = os.path.join(self.c.root, "shots")
         before = open(os.path.join(demo, "group.zr.qxnext.plist"), "rb").read()
         p = subprocess.run([SHOTS, shots, "--size", "360x720"], env=dict(self.env, TALLYMO_CONTAINER=demo),
