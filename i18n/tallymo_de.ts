@@ -24,7 +24,12 @@
         <translation>%1 gefällt mir</translation>
     </message>
     <message>
-        <location line="+12"/>
+        <location line="+5"/>
+        <source>Tallymo %1</source>
+        <translation>Tallymo %1</translation>
+    </message>
+    <message>
+        <location line="+9"/>
         <source>No web browser opened %1.</source>
         <translation>Kein Webbrowser hat %1 geöffnet.</translation>
     </message>
@@ -185,7 +190,7 @@
 <context>
     <name>BilldateController</name>
     <message>
-        <location filename="../src/screens/plancontrollers.cpp" line="+63"/>
+        <location filename="../src/screens/plancontrollers.cpp" line="+65"/>
         <source>Start Date</source>
         <translation>Startdatum</translation>
     </message>
@@ -211,7 +216,7 @@
 <context>
     <name>CapController</name>
     <message>
-        <location filename="../src/screens/plancontrollers.cpp" line="-49"/>
+        <location filename="../src/screens/plancontrollers.cpp" line="-51"/>
         <source>Data Cap</source>
         <translation>Datenvolumen</translation>
     </message>
@@ -613,7 +618,7 @@
 <context>
     <name>Main</name>
     <message>
-        <location filename="../src/qml/Main.qml" line="+17"/>
+        <location filename="../src/qml/Main.qml" line="+18"/>
         <source>Tallymo</source>
         <translation>Tallymo</translation>
     </message>
@@ -655,17 +660,17 @@
     </message>
     <message>
         <location line="+25"/>
-        <location line="+195"/>
+        <location line="+196"/>
         <source>used</source>
         <translation>genutzt</translation>
     </message>
     <message>
-        <location line="-130"/>
+        <location line="-131"/>
         <source>download %1, upload %2</source>
         <translation>Download %1, Upload %2</translation>
     </message>
     <message>
-        <location line="+71"/>
+        <location line="+72"/>
         <source>%1 left</source>
         <translation>%1 übrig</translation>
     </message>
@@ -1188,7 +1193,7 @@
 <context>
     <name>ResetController</name>
     <message>
-        <location filename="../src/screens/advancedcontrollers.cpp" line="-123"/>
+        <location filename="../src/screens/advancedcontrollers.cpp" line="-125"/>
         <source>Advanced</source>
         <translation>Erweitert</translation>
     </message>
@@ -1403,7 +1408,7 @@ tallymo intent show-usage --speak</translation>
 <context>
     <name>SetupController</name>
     <message>
-        <location filename="../src/screens/setupcontroller.cpp" line="+27"/>
+        <location filename="../src/screens/setupcontroller.cpp" line="+28"/>
         <source>Finish</source>
         <translation>Fertig</translation>
     </message>
@@ -1454,7 +1459,7 @@ tallymo intent show-usage --speak</translation>
 <context>
     <name>ShareController</name>
     <message>
-        <location filename="../src/screens/advancedcontrollers.cpp" line="+41"/>
+        <location filename="../src/screens/advancedcontrollers.cpp" line="+43"/>
         <source>My data usage. Beautifully tracked by Tallymo.</source>
         <translation>Mein Datenverbrauch. Schön erfasst von Tallymo.</translation>
     </message>
@@ -1666,6 +1671,14 @@ tallymo intent show-usage --speak</translation>
         <location filename="../src/screens/alertscontrollers.cpp" line="+66"/>
         <source>Alert you when you&apos;ve used more than %1% of your data cap.</source>
         <translation>Warnt dich, wenn du mehr als %1% deines Datenvolumens verbraucht hast.</translation>
+    </message>
+</context>
+<context>
+    <name>TileMap</name>
+    <message>
+        <location filename="../src/screens/tilemap.cpp" line="+34"/>
+        <source>Map tiles: %1</source>
+        <translation>Kartenkacheln: %1</translation>
     </message>
 </context>
 <context>

@@ -120,7 +120,7 @@ Item {
         objectName: "attribution"
         anchors.right: map.right
         anchors.bottom: map.bottom
-        visible: map.visible
+        visible: map.visible && text !== ""
         padding: 3
         text: tiles.attribution
         font.pixelSize: Theme.smallPrint

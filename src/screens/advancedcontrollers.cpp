@@ -145,7 +145,9 @@ AboutController::AboutController(DesktopShell *shell, QObject *parent)
                        shell != nullptr, Button}},
                      parent),
       m_shell(shell)
-{}
+{
+    setFooters({QString(), tr("Tallymo %1").arg(QStringLiteral(TALLYMO_VERSION))});
+}
 
 void AboutController::tapRow(int row)
 {

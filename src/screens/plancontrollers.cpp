@@ -261,6 +261,8 @@ CapController::CapController(SharedCode &shared, const QString &plan, QObject *p
     if (shown.size() == 2) {
         setText(shown.at(0).toString());
         setUnitIndex(int(SettingsValue::toInteger(shown.at(1))));
+    } else {
+        setUnitIndex(int(AmountEntry::GB)); // no cap typed yet: plans are sold in gigabytes
     }
 }
 

@@ -24,9 +24,15 @@ TileMap::TileMap(QQuickItem *parent) : QQuickPaintedItem(parent)
     setOpaquePainting(false);
 }
 
-QString TileMap::attribution()
+QString TileMap::attribution() const
 {
-    return QStringLiteral("© OpenStreetMap contributors");
+    if (!m_anyLoaded)
+        return {};
+    const QString host = QUrl(m_template).host();
+    if (host == QLatin1StringView("openstreetmap.org") ||
+        host.endsWith(QLatin1StringView(".openstreetmap.org")))
+        return QStringLiteral("© OpenStreetMap contributors");
+    return tr("Map tiles: %1").arg(host);
 }
 
 QNetworkAccessManager &TileMap::network()
@@ -66,7 +72,9 @@ void TileMap::setUrlTemplate(const QString &url)
     m_template = url;
     m_images.clear();
     m_failed.clear();
+    m_anyLoaded = false;
     emit urlTemplateChanged();
+    emit attributionChanged();
     requestVisible();
     update();
 }
@@ -190,7 +198,8 @@ void TileMap::requestVisible()
                         setOffline(!m_anyLoaded);
                         return;
                     }
-                    m_anyLoaded = true;
+                    if (!std::exchange(m_anyLoaded, true))
+                        emit attributionChanged();
                     setOffline(false);
                     m_images.insert(key, new QImage(std::move(image)));
                     update();

@@ -25,7 +25,7 @@ class TileMap : public QQuickPaintedItem
     Q_PROPERTY(bool offline READ offline NOTIFY offlineChanged)
     Q_PROPERTY(int tileZoom READ tileZoom NOTIFY viewChanged)
     Q_PROPERTY(int revision READ revision NOTIFY viewChanged)
-    Q_PROPERTY(QString attribution READ attribution CONSTANT)
+    Q_PROPERTY(QString attribution READ attribution NOTIFY attributionChanged)
 
 public:
     static constexpr double kWorld = 268435456.0; // map points across the world
@@ -46,7 +46,9 @@ public:
     bool offline() const { return m_offline; }
     int tileZoom() const { return tileZoomFor(width(), m_rect.width()); }
     int revision() const { return m_revision; }
-    static QString attribution();
+    // Whose tiles are drawn: OpenStreetMap's credit for its servers, the tile server's name for
+    // another; empty while no tile is drawn.
+    QString attribution() const;
 
     // Points in the item for a coordinate (the rectangle may reach past the 180th meridian).
     Q_INVOKABLE QPointF project(double latitude, double longitude) const;
@@ -70,6 +72,7 @@ signals:
     void viewChanged();
     void urlTemplateChanged();
     void offlineChanged();
+    void attributionChanged();
 
 protected:
     void geometryChange(const QRectF &newGeometry, const QRectF &oldGeometry) override;
