@@ -384,7 +384,7 @@
 <context>
     <name>ExportController</name>
     <message>
-        <location filename="../src/history/exportcontroller.cpp" line="+272"/>
+        <location filename="../src/history/exportcontroller.cpp" line="+273"/>
         <source>Most Recent</source>
         <translation>Aktuellster</translation>
     </message>
@@ -419,7 +419,7 @@
         <translation>Exportiere die Verbrauchsstatistik im JSON-Format und versende die Datei per E-Mail.</translation>
     </message>
     <message>
-        <location line="+39"/>
+        <location line="+51"/>
         <source>Export file creation error.</source>
         <translation>Die Exportdatei konnte nicht angelegt werden.</translation>
     </message>
@@ -450,7 +450,7 @@
 <context>
     <name>ExportPage</name>
     <message>
-        <location filename="../src/qml/ExportPage.qml" line="+18"/>
+        <location filename="../src/qml/ExportPage.qml" line="+19"/>
         <source>Cancel</source>
         <translation>Abbrechen</translation>
     </message>
@@ -754,7 +754,8 @@
 <context>
     <name>Navigator</name>
     <message>
-        <location filename="../src/screens/navigator.cpp" line="+220"/>
+        <location filename="../src/screens/navigator.cpp" line="+218"/>
+        <location line="+4"/>
         <source>Exported to %1</source>
         <translation>Exportiert nach %1</translation>
     </message>
@@ -1676,7 +1677,7 @@ tallymo intent show-usage --speak</translation>
 <context>
     <name>TileMap</name>
     <message>
-        <location filename="../src/screens/tilemap.cpp" line="+34"/>
+        <location filename="../src/screens/tilemap.cpp" line="+35"/>
         <source>Map tiles: %1</source>
         <translation>Kartenkacheln: %1</translation>
     </message>

@@ -11,6 +11,7 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QStandardPaths>
 
 #include <cerrno>
@@ -293,6 +294,18 @@ QString ExportController::exportFilePath()
            QStringLiteral("/tallymo/Library/exportFile.json");
 }
 
+QString ExportController::savedExportPath() const
+{
+    // The documents folder, else the downloads folder when only that one exists.
+    QString folder = QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation);
+    const QString downloads = QStandardPaths::writableLocation(QStandardPaths::DownloadLocation);
+    if (!QFileInfo(folder).isDir() && QFileInfo(downloads).isDir())
+        folder = downloads;
+    QDir().mkpath(folder);
+    const QString stamp = m_shared.clock().now().toString(QStringLiteral("yyyy-MM-dd HH.mm.ss"));
+    return QDir(folder).filePath(QStringLiteral("Tallymo export %1.json").arg(stamp));
+}
+
 QString ExportController::dateText(double seconds)
 {
     const time_t t = time_t(seconds);
@@ -409,8 +422,9 @@ void ExportController::tapRow(int row)
             emit progressChanged();
         });
     };
-    const QString path = exportFilePath();
-    processExport(quint32(row), path, m_mail, [this, path](const Outcome &outcome) {
+    MailComposer *mail = m_mail && m_mail->canSendMail() ? m_mail : nullptr;
+    const QString path = mail ? exportFilePath() : savedExportPath();
+    processExport(quint32(row), path, mail, [this, path](const Outcome &outcome) {
         m_runningRow = -1;
         emit runningChanged();
         emit progressChanged();

@@ -74,7 +74,10 @@ public:
     std::function<void(qint64 rows)> progress;
 
     // The screen: four rows; a tapped row exports to exportFilePath() and hands the file to the mail
-    // program (when one is set); then the screen is left, with a message when the export failed.
+    // program; without a mail program that can send, the file is saved in the user's documents
+    // (savedExportPath()) and exported() says where. Then the screen is left, with a message when
+    // the export failed.
+    QString savedExportPath() const;
     void setMail(MailComposer *mail) { m_mail = mail; }
     QStringList rowTexts() const;
     int runningRow() const { return m_runningRow; }

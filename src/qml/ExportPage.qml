@@ -6,7 +6,8 @@ import QtQuick
 import QtQuick.Controls
 import Tallymo
 
-// The export: how many periods, then the file goes to the mail program. While it runs the rows are
+// The export: how many periods, then the file goes to the mail program (without one, into the
+// documents folder, and the app says where). While it runs the rows are
 // dimmed, the chosen one turns, and Cancel takes the place of Back.
 ScreenPage {
     id: page

@@ -214,8 +214,10 @@ bool Navigator::showFile(const QString &path)
 
 void Navigator::offerFile(const QString &path)
 {
-    if (!m_platform.shell)
+    if (!m_platform.shell) {
+        emit message(tr("Exported to %1").arg(path));
         return;
+    }
     m_offered = path;
     AlertValue a = AlertService::alertControllerWithTitle(QString(), tr("Exported to %1").arg(path));
     a.actions = {AlertAction{tr("Show in Files"), AlertAction::Default},
