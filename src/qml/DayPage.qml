@@ -64,11 +64,16 @@ ScreenPage {
             Layout.alignment: Qt.AlignHCenter
             Layout.topMargin: 8
             currentIndex: page.day.activeIndex
+            // Left and Right on a segment reached by Tab choose the segment next to it.
+            onCurrentIndexChanged: if (currentIndex !== page.day.activeIndex) page.day.setSegment(currentIndex)
             Repeater {
                 model: page.day.segments
                 TabButton {
                     required property int index
                     required property string modelData
+                    objectName: "segment" + index
+                    // A click leaves the keyboard with the page: the arrows go on moving the day.
+                    focusPolicy: Qt.TabFocus
                     text: modelData
                     width: implicitWidth + 24
                     onClicked: page.day.setSegment(index)

@@ -75,6 +75,11 @@ ApplicationWindow {
     }
     Connections {
         target: window.main
+        // The setup has gone: the keyboard is the main screen's again.
+        function onWhatToPopChanged() {
+            if (window.main.whatToPop === 0 && pages.depth === 0)
+                mainScreen.forceActiveFocus()
+        }
         function onDismissPresented() {
             pages.clear(StackView.Immediate)
             alert.close()
@@ -112,6 +117,12 @@ ApplicationWindow {
         standardButtons: Dialog.Ok
         onOpened: window.main.presenting = true
         onClosed: window.main.presenting = pages.depth > 0
+        // Return or Enter closes it, as its OK button does.
+        Shortcut {
+            sequences: ["Return", "Enter"]
+            enabled: alert.opened
+            onActivated: alert.accept()
+        }
         Label {
             width: parent.width
             wrapMode: Text.Wrap

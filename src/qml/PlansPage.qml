@@ -87,7 +87,7 @@ ScreenPage {
                     anchors.verticalCenter: parent.verticalCenter
                     text: "\u24D8"
                     font.pixelSize: Theme.largeTitle
-                    focusPolicy: Qt.NoFocus
+                    focusPolicy: Qt.TabFocus // Tab reaches each plan's details; Space opens them
                     palette.buttonText: Theme.accent
                     Accessible.name: qsTr("Plan Details") + ", " + row.label
                     onClicked: page.navigator.open(Navigator.Plan, row.planID)

@@ -44,6 +44,9 @@ ScreenPage {
         }
     }
 
+    // The keyboard is the setup's from its first frame: Return goes on without a click first.
+    focus: true
+    Component.onCompleted: forceActiveFocus()
     Keys.onReturnPressed: page.controller.next()
     Keys.onEnterPressed: page.controller.next()
 

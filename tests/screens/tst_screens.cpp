@@ -386,6 +386,17 @@ private slots:
         app.key(Qt::Key_Escape);
         QTRY_COMPARE(app.topName(), QStringLiteral("planPage"));
         QCOMPARE(app.shared->getForPlan(QString(), Keys::PREF_PLAN_LABEL).toString(), QStringLiteral("Work"));
+        app.key(Qt::Key_Escape);
+        QTRY_COMPARE(app.topName(), QStringLiteral("plansPage"));
+        // By keyboard: Space opens a plan's details and stays on it; Tab reaches its details button.
+        app.key(Qt::Key_Space);
+        QTRY_COMPARE(app.topName(), QStringLiteral("planPage"));
+        app.key(Qt::Key_Escape);
+        QTRY_COMPARE(app.topName(), QStringLiteral("plansPage"));
+        app.key(Qt::Key_Tab);
+        QTRY_VERIFY(app.item("planDetails")->hasActiveFocus());
+        app.key(Qt::Key_Space);
+        QTRY_COMPARE(app.topName(), QStringLiteral("planPage"));
         QCOMPARE(g_warnings, QStringList());
     }
 
@@ -408,12 +419,17 @@ private slots:
         QTest::qWait(350);
         app.key(Qt::Key_Left);
         QCOMPARE(day->property("title").toString(), today);
-        for (int segment = 0; segment < 3; ++segment) {
-            QMetaObject::invokeMethod(day, "setSegment", Q_ARG(int, segment));
+        for (int segment : {2, 0, 1}) {
+            QVERIFY(app.click(qPrintable(QStringLiteral("segment%1").arg(segment))));
             QTRY_COMPARE(day->property("activeIndex").toInt(), segment);
             QTest::qWait(50);
         }
-        QCOMPARE(app.shared->userPref().integerForKey(Keys::PREF_DAYVIEW_TYPE), 2);
+        QCOMPARE(app.shared->userPref().integerForKey(Keys::PREF_DAYVIEW_TYPE), 1);
+        // After a click on a segment the arrows still move the day, and the segment stays.
+        app.key(Qt::Key_Right);
+        QTRY_COMPARE(day->property("title").toString(), tomorrow);
+        QCOMPARE(day->property("activeIndex").toInt(), 1);
+        QCOMPARE(app.item("segments")->property("currentIndex").toInt(), 1);
         QCOMPARE(g_warnings, QStringList());
     }
 
@@ -770,6 +786,41 @@ private slots:
                                     .arg(r.width())
                                     .arg(r.height())));
         }
+        QCOMPARE(g_warnings, QStringList());
+    }
+
+    // From the first start to the history with the keyboard alone: no key waits for a click first.
+    void setupAndMainScreenByKeyboardAlone()
+    {
+        App app(false);
+        QVERIFY(app.item("setupFlow"));
+        app.key(Qt::Key_Return); // intro → bill day
+        QTRY_VERIFY(app.item("billdayPicker")->isVisible());
+        app.key(Qt::Key_Down, 4); // day 5
+        app.key(Qt::Key_Return);
+        QTRY_VERIFY(app.item("numberField")->hasActiveFocus());
+        app.type("5");
+        app.key(Qt::Key_Return);
+        QTRY_COMPARE(app.item("setupTitle")->property("text").toString(), QStringLiteral("Existing Usage"));
+        app.key(Qt::Key_Return);
+        QTRY_COMPARE(app.item("setupTitle")->property("text").toString(), QStringLiteral("Finish"));
+        app.key(Qt::Key_Return); // Done
+        QTRY_COMPARE(app.navigator->main()->whatToPop(), 0);
+        QCOMPARE(app.shared->getForPlan(QString(), Keys::PREF_BILLDAY).toLongLong(), 5);
+        QCOMPARE(app.shared->getForPlan(QString(), Keys::PREF_THRES_MONTHLY).toDouble(), 5.0 * 1073741824);
+        app.key(Qt::Key_Up); // today's hours
+        QTRY_COMPARE(app.topName(), QStringLiteral("dayPage"));
+        app.key(Qt::Key_Escape);
+        QTRY_COMPARE(app.pages(), 0);
+        app.key(Qt::Key_Left); // the settings
+        QTRY_VERIFY(app.item("menuPage"));
+        // A message closes with Return.
+        app.navigator->main()->showMessage(QStringLiteral("Saved."));
+        QObject *alert = app.window->findChild<QObject *>(QStringLiteral("alert"));
+        QVERIFY(alert);
+        QTRY_VERIFY(alert->property("opened").toBool());
+        app.key(Qt::Key_Return);
+        QTRY_VERIFY(!alert->property("visible").toBool());
         QCOMPARE(g_warnings, QStringList());
     }
 
