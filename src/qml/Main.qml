@@ -17,6 +17,29 @@ ApplicationWindow {
     visible: true
     title: qsTr("Tallymo")
     color: "black"
+    // The controls in the pages' own colours, light or dark as the desktop is: a dark desktop's
+    // palette otherwise gives dark fields and buttons to pages drawn in the light colours, or the
+    // other way round.
+    palette {
+        window: Theme.pageBackground
+        windowText: Theme.text
+        base: Theme.rowBackground
+        alternateBase: Theme.pageBackground
+        text: Theme.text
+        button: Theme.rowBackground
+        buttonText: Theme.accent
+        light: Theme.rowBackground
+        midlight: Theme.rowPressed
+        mid: Theme.rowPressed
+        dark: Theme.separator
+        shadow: Theme.separator
+        highlight: Theme.accent
+        highlightedText: "white"
+        brightText: Theme.text // a checked button's text
+        placeholderText: Theme.secondaryText
+        toolTipBase: Theme.dialogBackground
+        toolTipText: Theme.text
+    }
 
     MainScreen {
         id: mainScreen
