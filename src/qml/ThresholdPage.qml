@@ -27,6 +27,7 @@ ScreenPage {
             objectName: "thresholdPicker"
             Layout.alignment: Qt.AlignHCenter
             Layout.preferredHeight: 200
+            Layout.preferredWidth: 200
             model: page.controller.pickerRows
             currentIndex: page.controller.selectedRow
             visibleItemCount: 5
@@ -35,8 +36,20 @@ ScreenPage {
             onMovingChanged: if (!moving) page.controller.chooseRow(currentIndex)
             Keys.onUpPressed: page.controller.chooseRow(Math.max(0, currentIndex - 1))
             Keys.onDownPressed: page.controller.chooseRow(Math.min(count - 1, currentIndex + 1))
+            // The chosen row's band, behind the rows.
+            background: Item {
+                Rectangle {
+                    anchors.centerIn: parent
+                    width: parent.width
+                    height: levels.availableHeight / levels.visibleItemCount
+                    radius: 8
+                    color: Theme.rowPressed
+                }
+            }
             delegate: Label {
+                required property int index
                 required property string modelData
+                width: levels.availableWidth
                 text: modelData
                 font.pixelSize: Theme.largeTitle
                 horizontalAlignment: Text.AlignHCenter
