@@ -91,6 +91,11 @@ Item {
         anchors.horizontalCenter: parent.horizontalCenter
         anchors.verticalCenter: parent.verticalCenter
         anchors.verticalCenterOffset: -parent.height * 0.06
+        // Far over the cap ("2000") the number shrinks to the screen's width rather than run off it.
+        width: Math.min(implicitWidth, parent.width - 24)
+        horizontalAlignment: Text.AlignHCenter
+        fontSizeMode: Text.HorizontalFit
+        minimumPixelSize: 24
         text: root.controller.percentText
         font: root.controller.percentFont
         color: root.controller.percentColor
