@@ -1,5 +1,7 @@
 #include "watchface.h"
 
+#include "desktop/bytestext.h"
+
 #include <QCoreApplication>
 #include <QDBusArgument>
 #include <QDBusConnectionInterface>
@@ -172,14 +174,14 @@ QString WatchFace::forecastText() const
 QString WatchFace::usedText() const
 {
     return m_state == QLatin1StringView("ready")
-               ? tr("%1 used").arg(bytesText(m_record.value(kUsed).toDouble()))
+               ? tr("%1 used").arg(::bytesText(m_record.value(kUsed).toDouble()))
                : QString();
 }
 
 QString WatchFace::leftText() const
 {
     return m_state == QLatin1StringView("ready")
-               ? tr("%1 left").arg(bytesText(m_record.value(kLeft).toDouble()))
+               ? tr("%1 left").arg(::bytesText(m_record.value(kLeft).toDouble()))
                : QString();
 }
 
@@ -229,19 +231,6 @@ QString WatchFace::messageText() const
     if (m_state == QLatin1StringView("connecting"))
         return tr("Connecting…");
     return QString();
-}
-
-QString WatchFace::bytesText(double bytes)
-{
-    static const char *const units[] = {"B", "KB", "MB", "GB", "TB"};
-    int unit = 0;
-    bytes = std::max(bytes, 0.0);
-    while (bytes >= 1024 && unit < 4) {
-        bytes /= 1024;
-        ++unit;
-    }
-    const int decimals = unit == 0 || bytes >= 100 ? 0 : 1;
-    return QStringLiteral("%1 %2").arg(bytes, 0, 'f', decimals).arg(QLatin1StringView(units[unit]));
 }
 
 QVariantMap WatchFace::shown() const

@@ -53,8 +53,6 @@ public:
     QColor textColor() const;
     QString messageText() const;
 
-    // "12.5 MB": the watch's own short form of a byte count.
-    static QString bytesText(double bytes);
     // What the face shows, for logs and tests.
     QVariantMap shown() const;
 

