@@ -11,9 +11,11 @@ ScreenPage {
     readonly property bool adds: controller.button !== ""
     objectName: "amountPage"
     header: PageHeader {
+        trailingWidth: trailing.visible ? trailing.width : 0
         title: page.controller.title
         onBack: page.close()
         ToolButton {
+            id: trailing
             objectName: "addButton"
             anchors.right: parent.right
             anchors.verticalCenter: parent.verticalCenter

@@ -15,10 +15,12 @@ ScreenPage {
     objectName: "dayPage"
     background: Rectangle { color: Theme.contentBackground }
     header: PageHeader {
+        trailingWidth: trailing.visible ? trailing.width : 0
         title: page.day.title
         backText: qsTr("Back")
         onBack: page.openPeriods()
         ToolButton {
+            id: trailing
             objectName: "closeHistory"
             anchors.right: parent.right
             anchors.verticalCenter: parent.verticalCenter

@@ -134,6 +134,10 @@ Item {
         anchors.top: map.top
         anchors.topMargin: 6
         visible: map.visible && tiles.offline
+        // Within the map, on two lines where one does not fit.
+        width: Math.min(implicitWidth, map.width - 16)
+        wrapMode: Text.Wrap
+        horizontalAlignment: Text.AlignHCenter
         padding: 6
         text: qsTr("The map cannot be loaded; the places are shown without it.")
         font.pixelSize: Theme.caption

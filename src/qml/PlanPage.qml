@@ -13,10 +13,12 @@ ScreenPage {
     objectName: "planPage"
     header: PageHeader {
         id: bar
+        trailingWidth: trailing.visible ? trailing.width : 0
         title: page.controller.title
         backText: page.controller.newPlanMode ? qsTr("Cancel") : qsTr("Back")
         onBack: page.controller.newPlanMode ? page.controller.cancel() : page.close()
         ToolButton {
+            id: trailing
             objectName: "saveButton"
             anchors.right: parent.right
             anchors.verticalCenter: parent.verticalCenter

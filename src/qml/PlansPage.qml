@@ -9,9 +9,11 @@ ScreenPage {
     required property SelectPlanController controller
     objectName: "plansPage"
     header: PageHeader {
+        trailingWidth: trailing.visible ? trailing.width : 0
         title: page.controller.title
         onBack: page.close()
         ToolButton {
+            id: trailing
             objectName: "addPlanButton"
             anchors.right: parent.right
             anchors.verticalCenter: parent.verticalCenter

@@ -14,6 +14,7 @@ ScreenPage {
         height: 52
         background: Rectangle { color: Theme.pageBackground }
         ToolButton {
+            id: back
             objectName: "setupBack"
             anchors.left: parent.left
             anchors.verticalCenter: parent.verticalCenter
@@ -25,6 +26,12 @@ ScreenPage {
         Label {
             objectName: "setupTitle"
             anchors.centerIn: parent
+            // Clear of the buttons on both sides; a long title shrinks, then is cut.
+            width: parent.width - 2 * Math.max(back.width, next.width) - 16
+            horizontalAlignment: Text.AlignHCenter
+            elide: Text.ElideRight
+            fontSizeMode: Text.HorizontalFit
+            minimumPixelSize: 12
             text: page.controller.title
             font.pixelSize: Theme.body
             font.weight: Theme.heading
