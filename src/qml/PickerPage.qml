@@ -71,7 +71,8 @@ ScreenPage {
                 }
                 Row {
                     visible: page.controller.swatches
-                    anchors.centerIn: parent
+                    anchors.left: parent.left
+                    anchors.verticalCenter: parent.verticalCenter
                     Repeater {
                         model: row.colors
                         Rectangle {
@@ -89,9 +90,7 @@ ScreenPage {
                     text: "\u2713"
                     font.pixelSize: Theme.title
                     font.weight: Font.Bold
-                    color: page.controller.swatches ? "white" : Theme.accent
-                    style: page.controller.swatches ? Text.Outline : Text.Normal
-                    styleColor: Theme.strongSecondaryText
+                    color: Theme.accent
                 }
             }
             onClicked: page.controller.choose(index)

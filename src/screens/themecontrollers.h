@@ -62,7 +62,8 @@ public:
     Q_INVOKABLE void reload();
     Q_INVOKABLE void choose(int row);
     // A swatch of the colour rows (100 high): six side by side in the row's width less 40.
-    Q_INVOKABLE int swatchWidth(double rowWidth) const { return int((rowWidth - 40) / 6); }
+    // Six swatches across the row, leaving room on the right for the check mark.
+    Q_INVOKABLE int swatchWidth(double rowWidth) const { return int((rowWidth - 72) / 6); }
     Q_INVOKABLE int swatchHeight(double rowHeight) const { return int(rowHeight - 32); }
 
 signals:
