@@ -51,6 +51,9 @@ Item {
             width: list.width
             height: chart.controller.headerHeight + 36
             visible: list.count > 0
+            // A header that grows once the rows are in (the "PM" of a 12-hour clock) grows upwards;
+            // unless the list was scrolled past it, it is shown whole again.
+            onHeightChanged: if (list.contentY - list.originY < height) list.positionViewAtBeginning()
             Image {
                 x: list.width / 4 - 28 - 15; y: 2; width: 30; height: 30
                 sourceSize.width: 60; sourceSize.height: 60
