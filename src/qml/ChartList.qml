@@ -16,6 +16,12 @@ Item {
     signal swiped(int step)
     readonly property alias list: list
 
+    // After the layout that grew the header: back to the top unless the list was scrolled past it.
+    function showHeader() {
+        if (list.headerItem && list.contentY - list.originY < list.headerItem.height)
+            list.positionViewAtBeginning()
+    }
+
     BusyIndicator { anchors.centerIn: parent; running: chart.controller.busy; visible: running }
     Label {
         objectName: "noUsage"
@@ -53,7 +59,7 @@ Item {
             visible: list.count > 0
             // A header that grows once the rows are in (the "PM" of a 12-hour clock) grows upwards;
             // unless the list was scrolled past it, it is shown whole again.
-            onHeightChanged: if (list.contentY - list.originY < height) list.positionViewAtBeginning()
+            onHeightChanged: Qt.callLater(chart.showHeader)
             Image {
                 x: list.width / 4 - 28 - 15; y: 2; width: 30; height: 30
                 sourceSize.width: 60; sourceSize.height: 60
