@@ -14,7 +14,7 @@ ScreenPage {
         trailingWidth: trailing.visible ? trailing.width : 0
         title: page.controller.title
         onBack: page.close()
-        ToolButton {
+        HeaderButton {
             id: trailing
             objectName: "addButton"
             anchors.right: parent.right
@@ -22,9 +22,7 @@ ScreenPage {
             visible: page.adds
             enabled: page.controller.buttonEnabled
             text: page.controller.button
-            font.pixelSize: Theme.body
             font.weight: Theme.heading
-            palette.buttonText: enabled ? Theme.accent : Theme.disabledText
             onClicked: page.controller.pressButton()
         }
     }

@@ -8,7 +8,7 @@ import Tallymo
 // A history list (TimeChartViewController): paired bars, cellular to the left of the centre line
 // and Wi-Fi to the right, newest first; the places of each row come from the controller. Pulled
 // down far enough it asks to close the history.
-Item {
+FocusScope {
     id: chart
     required property TimeChartViewController controller
     signal closeRequested()
@@ -52,7 +52,9 @@ Item {
                 chart.swiped(over > 0 ? 1 : -1)
         }
         onContentYChanged: if (chart.controller.pullCloses(dragging, contentY - originY)) chart.closeRequested()
-        Keys.onReturnPressed: if (chart.controller.isSelectable) chart.controller.tapRow(currentIndex)
+        Keys.onReturnPressed: if (chart.controller.isSelectable && currentIndex >= 0) chart.controller.tapRow(currentIndex)
+        // Rows that come after the list was shown: the first is current, for Return and the arrows.
+        onCountChanged: if (count > 0 && currentIndex < 0) currentIndex = 0
         header: Item {
             width: list.width
             height: chart.controller.headerHeight + 36

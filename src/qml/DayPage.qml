@@ -19,15 +19,15 @@ ScreenPage {
         title: page.day.title
         backText: qsTr("Back")
         onBack: page.openPeriods()
-        ToolButton {
+        HeaderButton {
             id: trailing
             objectName: "closeHistory"
+            // Beside the main screen the history stays; there is nothing to close to.
+            visible: !page.navigator.main.beside
             anchors.right: parent.right
             anchors.verticalCenter: parent.verticalCenter
             text: qsTr("Done")
-            font.pixelSize: Theme.body
             font.weight: Theme.heading
-            palette.buttonText: Theme.accent
             onClicked: page.closeHistory()
         }
     }

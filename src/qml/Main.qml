@@ -9,9 +9,11 @@ ApplicationWindow {
     required property Navigator navigator
     readonly property MainScreenController main: navigator.main
 
-    // A phone's proportions that fit a 1280×800 screen with its panels.
-    width: 420
-    height: Math.max(minimumHeight, Math.min(820, Screen.desktopAvailableHeight - 40))
+    // On a laptop's or a desktop's screen the history beside the main screen; on a narrow one a
+    // phone's proportions. Either fits a 1280×800 screen with its panels.
+    width: Screen.desktopAvailableWidth >= 1200 ? 980 : 420
+    height: Math.max(minimumHeight, Math.min(Screen.desktopAvailableWidth >= 1200 ? 720 : 820,
+                                             Screen.desktopAvailableHeight - 40))
     minimumWidth: 320
     minimumHeight: 480
     visible: true
@@ -41,21 +43,54 @@ ApplicationWindow {
         toolTipText: Theme.text
     }
 
+    // A wide window shows the other screens beside the main screen, their content no wider than
+    // reads well; a narrow one shows them over it.
+    readonly property bool wide: width >= 900
+    onWideChanged: followWidth()
+    Component.onCompleted: followWidth()
+    function followWidth() {
+        window.main.beside = wide
+        if (wide)
+            fillLater.restart()
+        else
+            window.main.presenting = pages.depth > 0
+    }
+    // Beside the main screen there is always the history, or what was opened in its place.
+    function fillBeside() {
+        if (wide && pages.depth === 0 && window.main.whatToPop === 0)
+            window.main.showMore(false)
+    }
+    // After what emptied the screens beside: it may be opening another in their place.
+    Timer { id: fillLater; interval: 0; onTriggered: window.fillBeside() }
+
     MainScreen {
         id: mainScreen
         objectName: "mainScreen"
-        anchors.fill: parent
+        width: window.wide ? Math.min(480, Math.round(window.width * 0.4)) : parent.width
+        height: parent.height
         controller: window.main
         // Away under the screens over it, so its swipes never take their drags.
-        visible: window.main.whatToPop === 0 && (pages.depth === 0 || pages.busy)
+        visible: window.main.whatToPop === 0 && (window.wide || pages.depth === 0 || pages.busy)
         focus: pages.depth === 0
     }
 
-    // Screens over the main screen; the main screen is away while any is shown.
+    Rectangle {
+        objectName: "besidePane"
+        visible: window.wide
+        x: mainScreen.width
+        width: parent.width - x
+        height: parent.height
+        color: Theme.pageBackground
+    }
+
+    // Screens over the main screen, or beside it; over it, the main screen is away while any is shown.
     StackView {
         id: pages
         objectName: "pages"
-        anchors.fill: parent
+        x: window.wide ? mainScreen.width + Math.round((parent.width - mainScreen.width - width) / 2) : 0
+        width: window.wide ? Math.min(parent.width - mainScreen.width, 760) : parent.width
+        height: parent.height
+        clip: window.wide
         visible: depth > 0
         focus: depth > 0
         onDepthChanged: {
@@ -63,8 +98,11 @@ ApplicationWindow {
                 window.main.presenting = false
                 window.main.becameVisible()
                 mainScreen.forceActiveFocus()
+                fillLater.restart()
             }
         }
+        // Beside the main screen its figures follow what the screens beside it change.
+        onCurrentItemChanged: if (window.wide && depth > 0) window.main.becameVisible()
     }
     Shortcut {
         // The desktop's Back and Cancel keys: Escape, Alt+Left, a keyboard's Back key.
@@ -84,7 +122,8 @@ ApplicationWindow {
         target: window.navigator
         function onPageRequested(page, controller, argument, animated) {
             if (pages.depth === 0) {
-                window.main.becameHidden()
+                if (!window.wide)
+                    window.main.becameHidden()
                 // The main screen as it is now, for Share Screenshot.
                 mainScreen.grabToImage((result) => window.navigator.setSnapshot(result.image, Screen.devicePixelRatio))
             }
@@ -100,8 +139,10 @@ ApplicationWindow {
         target: window.main
         // The setup has gone: the keyboard is the main screen's again.
         function onWhatToPopChanged() {
-            if (window.main.whatToPop === 0 && pages.depth === 0)
+            if (window.main.whatToPop === 0 && pages.depth === 0) {
                 mainScreen.forceActiveFocus()
+                window.fillBeside()
+            }
         }
         function onDismissPresented() {
             pages.clear(StackView.Immediate)
@@ -121,11 +162,19 @@ ApplicationWindow {
     // The first-run setup over everything while the main screen asks for it.
     Repeater {
         model: window.main.whatToPop === 1 ? 1 : 0
-        SetupFlow {
+        Rectangle {
             width: window.contentItem.width
             height: window.contentItem.height
-            navigator: window.navigator
-            controller: window.navigator.newSetup()
+            color: Theme.pageBackground
+            // In a wide window, a column that reads well in the middle.
+            SetupFlow {
+                x: Math.round((parent.width - width) / 2)
+                width: Math.min(parent.width, 760)
+                height: parent.height
+                focus: true
+                navigator: window.navigator
+                controller: window.navigator.newSetup()
+            }
         }
     }
 
@@ -139,7 +188,7 @@ ApplicationWindow {
         title: value ? value.title : ""
         standardButtons: Dialog.Ok
         onOpened: window.main.presenting = true
-        onClosed: window.main.presenting = pages.depth > 0
+        onClosed: window.main.presenting = !window.wide && pages.depth > 0
         // Return or Enter closes it, as its OK button does.
         Shortcut {
             sequences: ["Return", "Enter"]

@@ -218,4 +218,5 @@ Item {
     Keys.onUpPressed: controller.handlePan(0, -100)
     Keys.onLeftPressed: controller.handlePan(-100, 0)
     Shortcut { sequence: "Ctrl+,"; onActivated: root.controller.handlePan(-100, 0) }
+    Shortcut { sequence: "Ctrl+H"; onActivated: root.controller.handlePan(0, -100) }
 }

@@ -7,7 +7,7 @@ import Tallymo
 
 // The day's remote addresses: a section per hour with its totals, the busiest address first;
 // names replace addresses as lookups answer (the controller is told which rows are in view).
-Item {
+FocusScope {
     id: net
     required property NetViewController controller
     signal closeRequested()

@@ -12,7 +12,7 @@ ToolBar {
     height: 52
     background: Rectangle { color: Theme.pageBackground; Rectangle { anchors.bottom: parent.bottom; width: parent.width; height: 1; color: Theme.separator } }
 
-    ToolButton {
+    HeaderButton {
         id: backButton
         objectName: "backButton"
         anchors.left: parent.left
@@ -20,14 +20,6 @@ ToolBar {
         // A long back text ("‹ Abrechnungszeiträume") is cut rather than cover the title.
         width: Math.min(implicitWidth, bar.width * 0.3)
         text: "\u2039 " + bar.backText
-        font.pixelSize: Theme.body
-        palette.buttonText: Theme.accent
-        // Pressed or focused: the rows' own pressed colour, so the accent stays readable on dark pages.
-        background: Rectangle {
-            visible: backButton.down || backButton.visualFocus
-            color: Theme.rowPressed
-            radius: 4
-        }
         Accessible.name: bar.backText
         onClicked: bar.back()
     }

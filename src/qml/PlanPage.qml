@@ -17,16 +17,14 @@ ScreenPage {
         title: page.controller.title
         backText: page.controller.newPlanMode ? qsTr("Cancel") : qsTr("Back")
         onBack: page.controller.newPlanMode ? page.controller.cancel() : page.close()
-        ToolButton {
+        HeaderButton {
             id: trailing
             objectName: "saveButton"
             anchors.right: parent.right
             anchors.verticalCenter: parent.verticalCenter
             visible: page.controller.newPlanMode
             text: qsTr("Save")
-            font.pixelSize: Theme.body
             font.weight: Theme.heading
-            palette.buttonText: Theme.accent
             onClicked: page.controller.save()
         }
     }

@@ -12,14 +12,13 @@ ScreenPage {
         trailingWidth: trailing.visible ? trailing.width : 0
         title: page.controller.title
         onBack: page.close()
-        ToolButton {
+        HeaderButton {
             id: trailing
             objectName: "addPlanButton"
             anchors.right: parent.right
             anchors.verticalCenter: parent.verticalCenter
             text: "+"
             font.pixelSize: Theme.symbol
-            palette.buttonText: Theme.accent
             Accessible.name: qsTr("Add Plan")
             onClicked: page.navigator.open(Navigator.Plan, "")
         }
@@ -42,7 +41,6 @@ ScreenPage {
         // Enter switches to the plan, Space (or the info button) opens its details.
         Keys.onReturnPressed: page.controller.tapRow(currentIndex)
         Keys.onEnterPressed: page.controller.tapRow(currentIndex)
-        Keys.onSpacePressed: if (currentItem) page.navigator.open(Navigator.Plan, page.controller.planIDs[currentIndex])
         delegate: ItemDelegate {
             id: row
             required property int index
@@ -56,6 +54,9 @@ ScreenPage {
             leftPadding: 16
             rightPadding: 8
             focusPolicy: Qt.NoFocus
+            // The list gives its current row the keyboard; Space on it opens the details rather
+            // than click the row (which switches).
+            Keys.onSpacePressed: page.navigator.open(Navigator.Plan, row.planID)
             highlighted: ListView.isCurrentItem && list.activeFocus && InputMode.keyboard
             background: Rectangle { color: row.down || row.highlighted ? Theme.rowPressed : Theme.rowBackground }
             Accessible.role: Accessible.CheckBox

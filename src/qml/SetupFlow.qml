@@ -13,14 +13,13 @@ ScreenPage {
     header: ToolBar {
         height: 52
         background: Rectangle { color: Theme.pageBackground }
-        ToolButton {
+        HeaderButton {
             id: back
             objectName: "setupBack"
             anchors.left: parent.left
             anchors.verticalCenter: parent.verticalCenter
             visible: page.controller.step > 0 && page.controller.step < 4
             text: "\u2039 " + qsTr("Back")
-            font.pixelSize: Theme.body
             onClicked: page.controller.back()
         }
         Label {
@@ -38,15 +37,13 @@ ScreenPage {
             color: Theme.text
             Accessible.role: Accessible.Heading
         }
-        ToolButton {
+        HeaderButton {
             id: next
             objectName: "setupNext"
             anchors.right: parent.right
             anchors.verticalCenter: parent.verticalCenter
             text: page.controller.button
-            font.pixelSize: Theme.body
             font.weight: Theme.heading
-            palette.buttonText: Theme.accent
             onClicked: page.controller.next()
         }
     }

@@ -400,9 +400,20 @@ void MainScreenController::updateTheme()
     reloadValues();
 }
 
+void MainScreenController::setBeside(bool beside)
+{
+    if (beside == m_beside)
+        return;
+    m_beside = beside;
+    // Beside the main screen nothing covers it: alerts need not wait for the screens to close.
+    if (beside)
+        setPresenting(false);
+    emit besideChanged();
+}
+
 void MainScreenController::handlePan(double dx, double dy)
 {
-    if (isPresenting())
+    if (isPresenting() && !m_beside)
         return;
     if (std::abs(dy) > 10 && dy < 0 && (dx == 0 || std::abs(dy / dx) > 1))
         showMore(true);
@@ -416,7 +427,7 @@ void MainScreenController::handleShortcuts(const QString &type)
         showMore(false);
     } else if (type == QLatin1StringView("SHORTCUTS_THEME") ||
                type == QLatin1StringView("SHORTCUTS_DATAPLAN")) {
-        setPresenting(true);
+        setPresenting(!m_beside);
         emit showSettingsRequested(type == QLatin1StringView("SHORTCUTS_THEME") ? QStringLiteral("theme")
                                                                                 : QStringLiteral("dataplan"),
                                    false);
@@ -425,7 +436,7 @@ void MainScreenController::handleShortcuts(const QString &type)
 
 void MainScreenController::showMore(bool animated)
 {
-    setPresenting(true);
+    setPresenting(!m_beside);
     if (monitor())
         monitor()->plans().showHistoryForPlan(QString(), this, animated);
     emit showMoreRequested(animated);
@@ -433,7 +444,7 @@ void MainScreenController::showMore(bool animated)
 
 void MainScreenController::showSettings()
 {
-    setPresenting(true);
+    setPresenting(!m_beside);
     emit showSettingsRequested(QString(), true);
 }
 

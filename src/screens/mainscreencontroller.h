@@ -46,6 +46,8 @@ class MainScreenController : public UsageFiguresController
     Q_PROPERTY(double parallaxEffectY READ parallaxEffectY NOTIFY layoutChanged)
     Q_PROPERTY(bool parallaxOn READ parallaxOn NOTIFY parallaxChanged)
     Q_PROPERTY(bool stillFrames READ stillFrames CONSTANT)
+    // The window shows the other screens beside the main screen (a wide window), not over it.
+    Q_PROPERTY(bool beside READ beside WRITE setBeside NOTIFY besideChanged)
 
 public:
     enum Display { Standard = 0, Minimal = 1, Complete = 2 };
@@ -109,6 +111,9 @@ public:
     // The percentage size factor for a screen width: 1.3 from 414, 1.2 from 375, else 1.
     static double widthFactor(double width);
 
+    bool beside() const { return m_beside; }
+    void setBeside(bool beside);
+
     // Settings read on each use.
     int fontMode() const;
     int colorMode() const;
@@ -122,7 +127,7 @@ public:
     Q_INVOKABLE void updateTheme();
     // A message over the main screen with an OK button (a screen over it reports a failure).
     Q_INVOKABLE void showMessage(const QString &message);
-    // The user's drag so far, in logical pixels; acts while no other screen is shown.
+    // The user's drag so far, in logical pixels; acts while no other screen is over it.
     Q_INVOKABLE void handlePan(double dx, double dy);
     Q_INVOKABLE void handleShortcuts(const QString &type) override;
     Q_INVOKABLE void showMore(bool animated);
@@ -154,6 +159,7 @@ signals:
     void gradientChanged();
     void animationChanged();
     void parallaxChanged();
+    void besideChanged();
     // What the view shows over the main screen.
     void showMoreRequested(bool animated);
     void showSettingsRequested(const QString &push, bool animated);
@@ -179,6 +185,7 @@ private:
     int m_whatToPop = 0;
     bool m_rendered = false;
     bool m_showing = false;
+    bool m_beside = false;
     bool m_parallax = false;
     bool m_still = false;
     QString m_days, m_cell, m_wifi, m_cellSpoken, m_wifiSpoken, m_percent, m_used;

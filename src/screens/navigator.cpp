@@ -31,13 +31,20 @@ Navigator::Navigator(UsageMonitor &monitor, Platform platform, QObject *parent)
                     m_main->updateTheme();
             });
     m_main->setMonitor(&m_monitor);
-    // The history of a plan (from the main screen or a plan's screen) opens as a page.
+    // The history of a plan (from the main screen or a plan's screen) opens as a page. Beside the
+    // main screen, what the main screen opens takes the place of what was there.
     connect(&m_monitor.plans(), &PlanService::historyRequested, this,
-            [this](const QString &plan, QObject *, bool animated) { open(Day, plan, animated); });
+            [this](const QString &plan, QObject *from, bool animated) {
+                if (from == m_main && m_main->beside())
+                    closeAll();
+                open(Day, plan, animated && !m_main->beside());
+            });
     // The settings from the main screen, and for a quick action the screen it asks for over them.
     connect(m_main, &MainScreenController::showSettingsRequested, this,
             [this](const QString &push, bool animated) {
-                open(Settings, QString(), animated && push.isEmpty());
+                if (m_main->beside())
+                    closeAll();
+                open(Settings, QString(), animated && push.isEmpty() && !m_main->beside());
                 if (!push.isEmpty())
                     open(push == QLatin1StringView("dataplan") ? PlanList : Theme, QString(), false);
             });

@@ -2,6 +2,7 @@
 // named items hold the controller's texts, and the first-run setup and the swipes work by input.
 #include "core/settingskeys.h"
 #include "core/storecontext.h"
+#include "day/dayviewcontroller.h"
 #include "desktop/displayformat.h"
 #include "history/chartdata.h"
 #include "map/mapviewcontroller.h"
@@ -42,24 +43,29 @@ void collect(QtMsgType type, const QMessageLogContext &context, const QString &m
 
 struct App
 {
-    explicit App(bool setUp) : shared(container.open()), monitor(*shared)
+    explicit App(bool setUp, QSize size = QSize(360, 720)) : shared(container.open()), monitor(*shared)
     {
         monitor.plans().setUpNewInstall();
         shared->userPref().setValue(Keys::PREF_SHOWED_SETUP, setUp);
+        addUsage();
+        navigator = std::make_unique<Navigator>(monitor, Navigator::Platform{});
+        navigator->main()->setStillFrames(true);
+        window = loadAppWindow(engine, *navigator, true, nullptr);
+        if (window) {
+            window->resize(size);
+            (void)QTest::qWaitForWindowExposed(window);
+            navigator->main()->becameVisible();
+        }
+    }
+    // 50 MiB cellular and 70 MiB Wi-Fi ten minutes ago, in the active plan's store.
+    void addUsage()
+    {
         if (auto c = shared->activeStore()) {
             c->performAndWait([&] {
                 c->insertEvent({container.clock.now().addSecs(-600), 50 * 1048576.0, 0, 70 * 1048576.0, 0});
                 c->save();
                 monitor.figures().readCurrentValues(c.get());
             });
-        }
-        navigator = std::make_unique<Navigator>(monitor, Navigator::Platform{});
-        navigator->main()->setStillFrames(true);
-        window = loadAppWindow(engine, *navigator, true, nullptr);
-        if (window) {
-            window->resize(360, 720);
-            (void)QTest::qWaitForWindowExposed(window);
-            navigator->main()->becameVisible();
         }
     }
     ~App()
@@ -125,11 +131,36 @@ struct App
                                                 : pages->property("currentItem").value<QQuickItem *>();
     }
     QString topName() const { return top() ? top()->objectName() : QString(); }
-    void key(Qt::Key k, int times = 1)
+    void key(Qt::Key k, int times = 1, Qt::KeyboardModifiers modifiers = {})
     {
         for (int i = 0; i < times; ++i)
-            QTest::keyClick(window, k);
+            QTest::keyClick(window, k, modifiers);
         QTest::qWait(30);
+    }
+    // Tab (forward or back) until the item of that name has the keyboard; false if it never does.
+    bool tabTo(const char *name, bool backwards = false)
+    {
+        for (int i = 0; i < 12; ++i) {
+            if (QQuickItem *focused = window->activeFocusItem();
+                focused && focused->objectName() == QLatin1StringView(name))
+                return true;
+            key(backwards ? Qt::Key_Backtab : Qt::Key_Tab);
+        }
+        return false;
+    }
+    // Down through a list until the current row has that title; false if no row has.
+    bool downTo(const QString &title)
+    {
+        for (int i = 0; i < 12; ++i) {
+            QQuickItem *list = window->activeFocusItem();
+            while (list && !list->inherits("QQuickListView"))
+                list = list->parentItem();
+            QObject *row = list ? list->property("currentItem").value<QObject *>() : nullptr;
+            if (row && row->property("title").toString() == title)
+                return true;
+            key(Qt::Key_Down);
+        }
+        return false;
     }
     void open(Navigator::Screen screen, const QString &argument = QString())
     {
@@ -789,10 +820,19 @@ private slots:
         QCOMPARE(g_warnings, QStringList());
     }
 
-    // From the first start to the history with the keyboard alone: no key waits for a click first.
-    void setupAndMainScreenByKeyboardAlone()
+    // From the first start through every view and back with the keyboard alone, in a phone-sized
+    // window and in a wide one that shows the screens beside the main screen.
+    void keyboardAloneThroughEveryView_data()
     {
-        App app(false);
+        QTest::addColumn<QSize>("size");
+        QTest::newRow("phone") << QSize(360, 720);
+        QTest::newRow("wide") << QSize(1280, 800);
+    }
+    void keyboardAloneThroughEveryView()
+    {
+        QFETCH(QSize, size);
+        const bool wide = size.width() >= 900;
+        App app(false, size);
         QVERIFY(app.item("setupFlow"));
         app.key(Qt::Key_Return); // intro → bill day
         QTRY_VERIFY(app.item("billdayPicker")->isVisible());
@@ -808,12 +848,61 @@ private slots:
         QTRY_COMPARE(app.navigator->main()->whatToPop(), 0);
         QCOMPARE(app.shared->getForPlan(QString(), Keys::PREF_BILLDAY).toLongLong(), 5);
         QCOMPARE(app.shared->getForPlan(QString(), Keys::PREF_THRES_MONTHLY).toDouble(), 5.0 * 1073741824);
-        app.key(Qt::Key_Up); // today's hours
+        // Wide, the history is beside the main screen from the start, and nothing covers the main
+        // screen (alerts need not wait).
+        QTRY_COMPARE(app.pages(), wide ? 1 : 0);
+        QCOMPARE(app.navigator->main()->isPresenting(), false);
+        QVERIFY(app.item("mainScreen")->isVisible());
+        app.addUsage(); // the new period's first day
+
+        // Today's hours; Tab to the segments, then the map and the addresses.
+        if (wide)
+            app.key(Qt::Key_H, 1, Qt::ControlModifier);
+        else
+            app.key(Qt::Key_Up);
+        QTRY_COMPARE(app.topName(), QStringLiteral("dayPage"));
+        auto *day = app.top()->property("controller").value<DayViewController *>();
+        QVERIFY(day);
+        QVERIFY(app.tabTo("segment0"));
+        app.key(Qt::Key_Right);
+        QTRY_COMPARE(day->activeIndex(), 1);
+        QTRY_VERIFY(app.item("map"));
+        app.key(Qt::Key_Right);
+        QTRY_COMPARE(day->activeIndex(), 2);
+        // Back to the period; Return on its current day shows that day again.
+        QVERIFY(app.tabTo("backButton", true));
+        app.key(Qt::Key_Space);
+        QTRY_COMPARE(app.topName(), QStringLiteral("periodPage"));
+        QTRY_VERIFY(app.item("chartList")->property("currentIndex").toInt() >= 0);
+        app.key(Qt::Key_Return);
         QTRY_COMPARE(app.topName(), QStringLiteral("dayPage"));
         app.key(Qt::Key_Escape);
-        QTRY_COMPARE(app.pages(), 0);
-        app.key(Qt::Key_Left); // the settings
-        QTRY_VERIFY(app.item("menuPage"));
+        QTRY_COMPARE(app.pages(), wide ? 1 : 0);
+
+        // The settings, the plan's details and back; the second alert one step higher.
+        app.key(Qt::Key_Comma, 1, Qt::ControlModifier);
+        QTRY_COMPARE(app.topName(), QStringLiteral("menuPage"));
+        QCOMPARE(app.pages(), 1);
+        app.key(Qt::Key_Return); // Data Plan
+        QTRY_COMPARE(app.topName(), QStringLiteral("plansPage"));
+        app.key(Qt::Key_Space);
+        QTRY_COMPARE(app.topName(), QStringLiteral("planPage"));
+        app.key(Qt::Key_Escape, 2);
+        QTRY_COMPARE(app.topName(), QStringLiteral("menuPage"));
+        QVERIFY(app.downTo(QStringLiteral("Usage Alerts")));
+        app.key(Qt::Key_Return);
+        QTRY_COMPARE(app.topName(), QStringLiteral("alertsPage"));
+        app.key(Qt::Key_Down);
+        app.key(Qt::Key_Return);
+        QTRY_COMPARE(app.topName(), QStringLiteral("thresholdPage"));
+        const double before = app.shared->userPref().doubleForKey(Keys::alert(2));
+        app.key(Qt::Key_Down);
+        QTRY_COMPARE(app.shared->userPref().doubleForKey(Keys::alert(2)), before + 5);
+        app.key(Qt::Key_Escape, 3);
+        QTRY_COMPARE(app.pages(), wide ? 1 : 0);
+        if (wide)
+            QTRY_COMPARE(app.topName(), QStringLiteral("dayPage"));
+
         // A message closes with Return.
         app.navigator->main()->showMessage(QStringLiteral("Saved."));
         QObject *alert = app.window->findChild<QObject *>(QStringLiteral("alert"));
