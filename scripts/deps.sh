@@ -10,7 +10,8 @@ packages=(qt6-base-dev qt6-positioning-dev libqt6positioning6-plugins libsqlite3
           # the app: Qt Quick and the QML modules it imports, SVG images, the theme fonts
           qt6-declarative-dev qml6-module-qtquick qml6-module-qtquick-window qml6-module-qtqml-workerscript
           qml6-module-qtquick-controls qml6-module-qtquick-templates qml6-module-qtquick-layouts
-          qml6-module-qtquick-shapes qml6-module-qtquick-particles libqt6svg6 libgl1-mesa-dri qt6-sensors-dev
+          qml6-module-qtquick-shapes qml6-module-qtquick-particles qml6-module-qtquick-dialogs
+          qml6-module-qt-labs-folderlistmodel libqt6svg6 libgl1-mesa-dri qt6-sensors-dev
           # lrelease's CMake functions; the QtQml types qmllint checks the views against
           qt6-tools-dev qml6-module-qtqml
           fonts-dejavu-core fonts-urw-base35 fonts-lato fonts-roboto-unhinted fonts-linuxlibertine

@@ -6,6 +6,7 @@
 #include "core/privatefiles.h"
 #include "logging.h"
 #include "plans/billingcycle.h"
+#include "services/alertservice.h"
 #include "services/usagemonitor.h"
 
 #include <QCoreApplication>
@@ -285,7 +286,7 @@ QString ExportController::title() const
 
 QString ExportController::footer() const
 {
-    return tr("Export usage statistics in JSON format and send the exported file using email.");
+    return tr("Export usage statistics in JSON format and send the exported file by email or save it.");
 }
 
 QString ExportController::exportFilePath()
@@ -410,6 +411,45 @@ void ExportController::tapRow(int row)
 {
     if (m_runningRow >= 0 || row < 0 || row > 3)
         return;
+    if (!m_mail || !m_mail->canSendMail()) {
+        start(row, savedExportPath(), nullptr);
+        return;
+    }
+    AlertValue question = AlertService::alertControllerWithTitle(
+        QString(), tr("Send the export by email, or save it to a file?"));
+    question.actions = {AlertAction{tr("Email"), AlertAction::Default},
+                        AlertAction{tr("Save…"), AlertAction::Default},
+                        AlertAction{tr("Cancel"), AlertAction::Cancel}};
+    emit destinationAsked(row, question.toMap());
+}
+
+void ExportController::mailRow(int row)
+{
+    if (m_runningRow >= 0 || row < 0 || row > 3)
+        return;
+    MailComposer *mail = m_mail && m_mail->canSendMail() ? m_mail : nullptr;
+    start(row, mail ? exportFilePath() : savedExportPath(), mail);
+}
+
+void ExportController::saveRow(int row, const QUrl &file)
+{
+    if (m_runningRow >= 0 || row < 0 || row > 3)
+        return;
+    if (!file.isLocalFile()) {
+        qCWarning(lcHistory) << "export: not a local file:" << file;
+        emit alert(tr("The export can only be saved to a folder on this computer."));
+        return;
+    }
+    start(row, file.toLocalFile(), nullptr);
+}
+
+QUrl ExportController::suggestedFile() const
+{
+    return QUrl::fromLocalFile(savedExportPath());
+}
+
+void ExportController::start(int row, const QString &path, MailComposer *mail)
+{
     m_runningRow = row;
     m_rowsWritten = 0;
     emit runningChanged();
@@ -422,8 +462,6 @@ void ExportController::tapRow(int row)
             emit progressChanged();
         });
     };
-    MailComposer *mail = m_mail && m_mail->canSendMail() ? m_mail : nullptr;
-    const QString path = mail ? exportFilePath() : savedExportPath();
     processExport(quint32(row), path, mail, [this, path](const Outcome &outcome) {
         m_runningRow = -1;
         emit runningChanged();

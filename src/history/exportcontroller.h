@@ -4,6 +4,8 @@
 
 #include <QObject>
 #include <QStringList>
+#include <QUrl>
+#include <QVariantMap>
 
 #include <atomic>
 #include <functional>
@@ -82,7 +84,13 @@ public:
     QStringList rowTexts() const;
     int runningRow() const { return m_runningRow; }
     QString progressText() const;
+    // With a mail program the screen asks where the file goes (destinationAsked): mailRow() or a
+    // file the user chose, saveRow().
     Q_INVOKABLE void tapRow(int row);
+    Q_INVOKABLE void mailRow(int row);
+    Q_INVOKABLE void saveRow(int row, const QUrl &file);
+    // Where the file chooser starts: savedExportPath() as a URL.
+    Q_INVOKABLE QUrl suggestedFile() const;
     // Stops the export (it ends at its next check) and leaves the screen.
     Q_INVOKABLE void cancel();
 
@@ -92,8 +100,13 @@ signals:
     void leave();
     void alert(const QString &message);
     void exported(const QString &path);
+    // The question of where the export of `row` goes: {title, message, actions} with "Email",
+    // "Save…" and "Cancel".
+    void destinationAsked(int row, const QVariantMap &question);
 
 private:
+    void start(int row, const QString &path, MailComposer *mail);
+
     SharedCode &m_shared;
     QString m_planID;
     std::atomic<bool> m_exportCancel{false};

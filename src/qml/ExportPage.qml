@@ -4,10 +4,11 @@
 // footers in 6.4.)
 import QtQuick
 import QtQuick.Controls
+import QtQuick.Dialogs
 import Tallymo
 
-// The export: how many periods, then the file goes to the mail program (without one, into the
-// documents folder, and the app says where). While it runs the rows are
+// The export: how many periods, then the file goes to the mail program or to a file the user
+// chooses (without a mail program, into the documents folder, and the app says where). While it runs the rows are
 // dimmed, the chosen one turns, and Cancel takes the place of Back.
 ScreenPage {
     id: page
@@ -19,14 +20,46 @@ ScreenPage {
         backText: page.running ? qsTr("Cancel") : qsTr("Back")
         onBack: page.running ? page.controller.cancel() : page.close()
     }
-    // Leaving the screen stops a running export.
+    // Leaving the screen stops a running export; the file chooser goes with the screen.
     StackView.onDeactivating: if (page.running) page.controller.cancel()
+    StackView.onRemoved: saveDialog.close()
 
     Connections {
         target: page.controller
         function onLeave() { page.close() }
         function onAlert(message) { page.navigator.main.showMessage(message) }
         function onExported(path) { page.navigator.offerFile(path) }
+        function onDestinationAsked(row, question) {
+            destination.row = row
+            destination.ask(question)
+        }
+    }
+    // Email, Save… or Cancel.
+    QuestionDialog {
+        id: destination
+        property int row: -1
+        objectName: "exportDestination"
+        onAnswered: (index) => {
+            if (index === 0) {
+                page.controller.mailRow(row)
+            } else if (index === 1) {
+                saveDialog.row = row
+                saveDialog.selectedFile = page.controller.suggestedFile()
+                saveDialog.open()
+            }
+        }
+    }
+    // The desktop's own file chooser where it offers one (the portal), else Qt's.
+    FileDialog {
+        id: saveDialog
+        property int row: -1
+        objectName: "exportSaveDialog"
+        title: qsTr("Save Export")
+        fileMode: FileDialog.SaveFile
+        acceptLabel: qsTr("Save")
+        nameFilters: [qsTr("JSON files (*.json)"), qsTr("All files (*)")]
+        defaultSuffix: "json"
+        onAccepted: page.controller.saveRow(row, selectedFile)
     }
 
     ListView {

@@ -15,7 +15,9 @@
 #include "services/usagemonitor.h"
 #include "testsupport.h"
 
+#include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QFontInfo>
 #include <QGuiApplication>
 #include <QSignalSpy>
@@ -435,6 +437,38 @@ private slots:
         QFile file(path);
         QVERIFY(file.open(QIODevice::ReadOnly));
         QVERIFY(file.readAll().contains(",1000,0,2000,0]"));
+
+        // With a mail program the screen asks: Email, Save… or Cancel. Saved to the chosen file,
+        // nothing is mailed; a place that is not on this computer is refused.
+        struct Mail : MailComposer
+        {
+            bool canSendMail() override { return true; }
+            bool compose(const QString &, const QString &, const QString &file, const QString &) override
+            {
+                mailed.append(file);
+                return true;
+            }
+            QStringList mailed;
+        } mail;
+        e->setMail(&mail);
+        QSignalSpy asked(e, &ExportController::destinationAsked);
+        e->tapRow(1);
+        QCOMPARE(asked.size(), 1);
+        QCOMPARE(e->runningRow(), -1);
+        QCOMPARE(asked.at(0).at(1).toMap().value(QStringLiteral("actions")).toList().size(), 3);
+        QVERIFY(e->suggestedFile().toLocalFile().startsWith(data.filePath(QStringLiteral("Documents/"))));
+        e->saveRow(1, QUrl(QStringLiteral("sftp://host/usage.json")));
+        QCOMPARE(alert.size(), 2);
+        const QString chosen = data.filePath(QStringLiteral("chosen/usage.json"));
+        QDir().mkpath(QFileInfo(chosen).path());
+        e->saveRow(1, QUrl::fromLocalFile(chosen));
+        QVERIFY(exported.wait(5000));
+        QCOMPARE(exported.last().at(0).toString(), chosen);
+        QVERIFY(QFile(chosen).size() > 0);
+        QVERIFY(mail.mailed.isEmpty());
+        e->mailRow(1);
+        QVERIFY(exported.wait(5000));
+        QCOMPARE(mail.mailed.size(), 1);
         qunsetenv("XDG_DATA_HOME");
         qputenv("HOME", home);
     }

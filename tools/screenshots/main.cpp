@@ -26,7 +26,10 @@
 #include <QDir>
 #include <QDirIterator>
 #include <QElapsedTimer>
+#include <QFileInfo>
 #include <QGuiApplication>
+#include <QImage>
+#include <QPainter>
 #include <QPalette>
 #include <QQmlApplicationEngine>
 #include <QQmlExtensionPlugin>
@@ -201,6 +204,7 @@ struct Options
     QSize windowSize;
     bool dumpMain = false;
     bool edits = false;
+    bool sheets = false;
     QString timedView; // day or periods
     QString folder;    // for pictures
 };
@@ -227,10 +231,14 @@ Options parseOptions(const QGuiApplication &app)
         QStringLiteral("edits"),
         QStringLiteral("Make a fixed set of plan and alert edits through the screens on "
                        "the data itself, print \"edited\" and stay open."));
-    parser.addOptions({size, dump, timed, dark, edits});
+    const QCommandLineOption sheets(
+        QStringLiteral("sheets"),
+        QStringLiteral("Also put the pictures side by side, named, on contact sheets (sheet-N.png) to look "
+                       "over many at once."));
+    parser.addOptions({size, dump, timed, dark, edits, sheets});
     parser.process(app);
-    Options o{parseSize(parser.value(size)), parser.isSet(dump), parser.isSet(edits), parser.value(timed),
-              QString()};
+    Options o{parseSize(parser.value(size)), parser.isSet(dump),  parser.isSet(edits),
+              parser.isSet(sheets),          parser.value(timed), QString()};
     if (parser.isSet(dark))
         QGuiApplication::setPalette(darkPalette());
     if (!o.timedView.isEmpty() && o.timedView != QLatin1StringView("day") &&
@@ -244,8 +252,43 @@ Options parseOptions(const QGuiApplication &app)
     return o;
 }
 
+// The pictures side by side on sheets 1920 pixels wide (six narrow or three wide ones a row), each
+// named under it; returns the sheets written.
+QStringList makeSheets(const QStringList &files, const QString &folder)
+{
+    QStringList sheets;
+    const QImage first(files.value(0));
+    if (first.isNull())
+        return sheets;
+    const bool narrow = first.width() <= 600 * first.devicePixelRatio();
+    const int columns = narrow ? 6 : 3, rows = narrow ? 2 : 3, cell = 1920 / columns, caption = 22;
+    const int pictureHeight = first.height() * cell / first.width();
+    for (qsizetype at = 0; at < files.size(); at += columns * rows) {
+        QImage sheet(1920, rows * (pictureHeight + caption), QImage::Format_RGB32);
+        sheet.fill(QColor(0x80, 0x80, 0x80));
+        QPainter painter(&sheet);
+        painter.setRenderHint(QPainter::SmoothPixmapTransform);
+        QFont font = painter.font();
+        font.setPixelSize(14);
+        painter.setFont(font);
+        for (int i = 0; i < columns * rows && at + i < files.size(); ++i) {
+            const QRect place((i % columns) * cell, (i / columns) * (pictureHeight + caption), cell,
+                              pictureHeight);
+            painter.drawImage(place.adjusted(2, 2, -2, 0), QImage(files[at + i]));
+            painter.setPen(Qt::white);
+            painter.drawText(QRect(place.left(), place.bottom(), cell, caption), Qt::AlignCenter,
+                             QFileInfo(files[at + i]).fileName());
+        }
+        painter.end();
+        const QString name = QDir(folder).filePath(QStringLiteral("sheet-%1.png").arg(sheets.size() + 1));
+        if (sheet.save(name))
+            sheets.append(name);
+    }
+    return sheets;
+}
+
 // Takes every picture into `folder`, prints the files written and quits (with 1 on a failure).
-void takePictures(QQuickWindow &window, Navigator &navigator, const QString &folder,
+void takePictures(QQuickWindow &window, Navigator &navigator, const QString &folder, bool sheets,
                   std::unique_ptr<ScreenshotRun> &run, int &status)
 {
     const bool particles = window.rendererInterface()->graphicsApi() != QSGRendererInterface::Software;
@@ -253,9 +296,13 @@ void takePictures(QQuickWindow &window, Navigator &navigator, const QString &fol
         std::fprintf(stderr, "tallymo-screenshots: the software renderer cannot draw particles: no picture "
                              "of \"Winter Wonderland\" (run under a display with OpenGL, e.g. xvfb-run)\n");
     run = std::make_unique<ScreenshotRun>(navigator, window, folder, particles);
-    run->start([&status](const QStringList &files, const QString &failure) {
+    run->start([&status, folder, sheets](const QStringList &files, const QString &failure) {
         for (const QString &f : files)
             std::printf("%s\n", qPrintable(f));
+        if (sheets) {
+            for (const QString &f : makeSheets(files, folder))
+                std::printf("%s\n", qPrintable(f));
+        }
         if (!failure.isEmpty()) {
             std::fprintf(stderr, "tallymo-screenshots: %s\n", qPrintable(failure));
             status = 1;
@@ -308,7 +355,7 @@ int main(int argc, char **argv)
         } else if (!options.timedView.isEmpty()) {
             QTimer::singleShot(0, window, [&] { timeView(*window, tallymo.navigator, options.timedView); });
         } else {
-            takePictures(*window, tallymo.navigator, options.folder, run, status);
+            takePictures(*window, tallymo.navigator, options.folder, options.sheets, run, status);
         }
     });
     const int loop = app.exec();

@@ -3,6 +3,7 @@
 #include "core/settingskeys.h"
 #include "core/sharedcode.h"
 #include "day/dayviewcontroller.h"
+#include "history/exportcontroller.h"
 #include "screens/advancedcontrollers.h"
 #include "screens/mainscreencontroller.h"
 #include "screens/networkcontrollers.h"
@@ -28,6 +29,13 @@ QString fileName(Navigator::Screen screen)
     }
     return name;
 }
+
+// A mail program that takes everything, so that the export asks where its file goes.
+struct PicturedMail : MailComposer
+{
+    bool canSendMail() override { return true; }
+    bool compose(const QString &, const QString &, const QString &, const QString &) override { return true; }
+};
 
 } // namespace
 
@@ -85,6 +93,34 @@ ScreenshotRun::ScreenshotRun(Navigator &navigator, QQuickWindow &window, QString
     // The second alert's threshold wheel.
     m_shots.push_back({QStringLiteral("screen-threshold.png"),
                        [this] { openAlone(Navigator::Threshold, QStringLiteral("1")); }});
+    // Where an export goes with a mail program, and the file chooser behind "Save…".
+    m_shots.push_back({QStringLiteral("question-export.png"),
+                       [this] {
+                           static PicturedMail mail;
+                           if (auto *e = qobject_cast<ExportController *>(openAlone(Navigator::Export))) {
+                               e->setMail(&mail);
+                               e->tapRow(0);
+                           }
+                       },
+                       400});
+    m_shots.push_back({QStringLiteral("screen-export-save.png"),
+                       [this] {
+                           // The page is an item of the stack (not its QObject child); the question is the
+                           // page's.
+                           std::function<QObject *(QQuickItem *)> find = [&](QQuickItem *item) -> QObject * {
+                               if (item->objectName() == QLatin1StringView("exportPage"))
+                                   return item->findChild<QObject *>(QStringLiteral("exportDestination"));
+                               for (QQuickItem *child : item->childItems()) {
+                                   if (QObject *found = find(child))
+                                       return found;
+                               }
+                               return nullptr;
+                           };
+                           QObject *question = find(m_window.contentItem());
+                           if (question)
+                               QMetaObject::invokeMethod(question, "answered", Q_ARG(int, 1));
+                       },
+                       800});
     addSettingsShots();
     addHistoryShots();
     const char *steps[] = {"intro", "billdate", "cap", "existing", "finish"};
