@@ -229,7 +229,7 @@
 <context>
     <name>ChartList</name>
     <message>
-        <location filename="../src/qml/ChartList.qml" line="+59"/>
+        <location filename="../src/qml/ChartList.qml" line="+70"/>
         <source>Cellular</source>
         <translation>Mobilfunk</translation>
     </message>
@@ -312,12 +312,12 @@
 <context>
     <name>DayPage</name>
     <message>
-        <location filename="../src/qml/DayPage.qml" line="+19"/>
+        <location filename="../src/qml/DayPage.qml" line="+20"/>
         <source>Back</source>
         <translation>Zurück</translation>
     </message>
     <message>
-        <location line="+6"/>
+        <location line="+9"/>
         <source>Done</source>
         <translation>Fertig</translation>
     </message>
@@ -384,7 +384,7 @@
 <context>
     <name>ExportController</name>
     <message>
-        <location filename="../src/history/exportcontroller.cpp" line="+273"/>
+        <location filename="../src/history/exportcontroller.cpp" line="+274"/>
         <source>Most Recent</source>
         <translation>Aktuellster</translation>
     </message>
@@ -415,11 +415,36 @@
     </message>
     <message>
         <location line="+5"/>
-        <source>Export usage statistics in JSON format and send the exported file using email.</source>
-        <translation>Exportiere die Verbrauchsstatistik im JSON-Format und versende die Datei per E-Mail.</translation>
+        <source>Export usage statistics in JSON format and send the exported file by email or save it.</source>
+        <translation>Exportiere die Nutzungsstatistik im JSON-Format und sende die Datei per E-Mail oder speichere sie.</translation>
     </message>
     <message>
-        <location line="+51"/>
+        <location line="+130"/>
+        <source>Send the export by email, or save it to a file?</source>
+        <translation>Den Export per E-Mail senden oder als Datei speichern?</translation>
+    </message>
+    <message>
+        <location line="+1"/>
+        <source>Email</source>
+        <translation>E-Mail</translation>
+    </message>
+    <message>
+        <location line="+1"/>
+        <source>Save…</source>
+        <translation>Speichern …</translation>
+    </message>
+    <message>
+        <location line="+1"/>
+        <source>Cancel</source>
+        <translation>Abbrechen</translation>
+    </message>
+    <message>
+        <location line="+18"/>
+        <source>The export can only be saved to a folder on this computer.</source>
+        <translation>Der Export kann nur in einem Ordner auf diesem Computer gespeichert werden.</translation>
+    </message>
+    <message>
+        <location line="-100"/>
         <source>Export file creation error.</source>
         <translation>Die Exportdatei konnte nicht angelegt werden.</translation>
     </message>
@@ -450,7 +475,7 @@
 <context>
     <name>ExportPage</name>
     <message>
-        <location filename="../src/qml/ExportPage.qml" line="+19"/>
+        <location filename="../src/qml/ExportPage.qml" line="+20"/>
         <source>Cancel</source>
         <translation>Abbrechen</translation>
     </message>
@@ -458,6 +483,26 @@
         <location line="+0"/>
         <source>Back</source>
         <translation>Zurück</translation>
+    </message>
+    <message>
+        <location line="+37"/>
+        <source>Save Export</source>
+        <translation>Export speichern</translation>
+    </message>
+    <message>
+        <location line="+2"/>
+        <source>Save</source>
+        <translation>Speichern</translation>
+    </message>
+    <message>
+        <location line="+1"/>
+        <source>JSON files (*.json)</source>
+        <translation>JSON-Dateien (*.json)</translation>
+    </message>
+    <message>
+        <location line="+0"/>
+        <source>All files (*)</source>
+        <translation>Alle Dateien (*)</translation>
     </message>
 </context>
 <context>
@@ -484,89 +529,39 @@
 <context>
     <name>FontTable</name>
     <message>
-        <location filename="../src/screens/fonttable.cpp" line="+73"/>
-        <source>San Francisco</source>
-        <translation type="unfinished"></translation>
+        <location filename="../src/screens/fonttable.cpp" line="+76"/>
+        <source>Light</source>
+        <translation>Leicht</translation>
     </message>
     <message>
-        <location line="+1"/>
-        <source>San Francisco Light</source>
-        <translation type="unfinished"></translation>
+        <location line="+3"/>
+        <source>Thin</source>
+        <translation>Dünn</translation>
     </message>
     <message>
-        <location line="+1"/>
-        <source>San Francisco Rounded</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <location line="+1"/>
-        <source>Helvetica Neue</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <location line="+1"/>
-        <source>Helvetica Neue Thin</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <location line="+1"/>
-        <source>Helvetica Neue Condensed</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <location line="+1"/>
-        <source>Avenir</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <location line="+1"/>
-        <source>Avenir Next Condensed</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <location line="+1"/>
-        <source>Optima</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <location line="+1"/>
-        <source>Baskerville</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <location line="+1"/>
-        <source>Gill Sans</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <location line="+1"/>
-        <source>Cochin</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <location line="+1"/>
-        <source>American Typewriter</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <location line="+1"/>
-        <source>Futura</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <location line="+1"/>
-        <source>New York</source>
-        <translation type="unfinished"></translation>
-    </message>
-    <message>
-        <location line="+1"/>
+        <location line="+11"/>
         <source>DONKEY Bounce</source>
-        <translation type="unfinished"></translation>
+        <translation>DONKEY Bounce</translation>
     </message>
     <message>
         <location line="+1"/>
         <source>Winter Wonderland</source>
         <translation>Winterwunderland</translation>
+    </message>
+    <message>
+        <location line="+75"/>
+        <source>%1 (%2)</source>
+        <translation>%1 (%2)</translation>
+    </message>
+    <message>
+        <location line="+3"/>
+        <source>Desktop font, light (%1)</source>
+        <translation>Desktop-Schrift, leicht (%1)</translation>
+    </message>
+    <message>
+        <location line="+1"/>
+        <source>Desktop font (%1)</source>
+        <translation>Desktop-Schrift (%1)</translation>
     </message>
 </context>
 <context>
@@ -618,7 +613,7 @@
 <context>
     <name>Main</name>
     <message>
-        <location filename="../src/qml/Main.qml" line="+18"/>
+        <location filename="../src/qml/Main.qml" line="+20"/>
         <source>Tallymo</source>
         <translation>Tallymo</translation>
     </message>
@@ -710,7 +705,7 @@
         <translation>Ort: %1</translation>
     </message>
     <message>
-        <location line="+23"/>
+        <location line="+27"/>
         <source>The map cannot be loaded; the places are shown without it.</source>
         <translation>Die Karte kann nicht geladen werden; die Orte werden ohne sie gezeigt.</translation>
     </message>
@@ -754,7 +749,7 @@
 <context>
     <name>Navigator</name>
     <message>
-        <location filename="../src/screens/navigator.cpp" line="+218"/>
+        <location filename="../src/screens/navigator.cpp" line="+225"/>
         <location line="+4"/>
         <source>Exported to %1</source>
         <translation>Exportiert nach %1</translation>
@@ -1052,7 +1047,7 @@
 <context>
     <name>PlanPage</name>
     <message>
-        <location filename="../src/qml/PlanPage.qml" line="+17"/>
+        <location filename="../src/qml/PlanPage.qml" line="+18"/>
         <source>Cancel</source>
         <translation>Abbrechen</translation>
     </message>
@@ -1062,12 +1057,12 @@
         <translation>Zurück</translation>
     </message>
     <message>
-        <location line="+7"/>
+        <location line="+8"/>
         <source>Save</source>
         <translation>Sichern</translation>
     </message>
     <message>
-        <location line="+39"/>
+        <location line="+37"/>
         <location line="+5"/>
         <source>Delete</source>
         <translation>Löschen</translation>
@@ -1114,12 +1109,12 @@
 <context>
     <name>PlansPage</name>
     <message>
-        <location filename="../src/qml/PlansPage.qml" line="+21"/>
+        <location filename="../src/qml/PlansPage.qml" line="+22"/>
         <source>Add Plan</source>
         <translation>Tarif hinzufügen</translation>
     </message>
     <message>
-        <location line="+71"/>
+        <location line="+73"/>
         <source>Plan Details</source>
         <translation>Tarifdetails</translation>
     </message>
@@ -1447,12 +1442,12 @@ tallymo intent show-usage --speak</translation>
 <context>
     <name>SetupFlow</name>
     <message>
-        <location filename="../src/qml/SetupFlow.qml" line="+21"/>
+        <location filename="../src/qml/SetupFlow.qml" line="+22"/>
         <source>Back</source>
         <translation>Zurück</translation>
     </message>
     <message>
-        <location line="+73"/>
+        <location line="+79"/>
         <source>You are all set. Swipe up for the history, swipe left for the settings.</source>
         <translation>Alles bereit. Nach oben wischen für den Verlauf, nach links für die Einstellungen.</translation>
     </message>
@@ -1709,7 +1704,7 @@ tallymo intent show-usage --speak</translation>
 <context>
     <name>WatchFace</name>
     <message>
-        <location filename="../programs/tallymo-watch/watchface.cpp" line="+42"/>
+        <location filename="../programs/tallymo-watch/watchface.cpp" line="+44"/>
         <source>No session bus.</source>
         <translation>Kein Sitzungsbus.</translation>
     </message>

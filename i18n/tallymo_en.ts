@@ -4,7 +4,7 @@
 <context>
     <name>ExportController</name>
     <message numerus="yes">
-        <location filename="../src/history/exportcontroller.cpp" line="+406"/>
+        <location filename="../src/history/exportcontroller.cpp" line="+407"/>
         <source>%n records exported</source>
         <translation>
             <numerusform>%n record exported</numerusform>

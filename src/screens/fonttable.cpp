@@ -69,22 +69,24 @@ constexpr Entry kTable[kRows][kRoles] = {
      sys(W::Light, 16, Design::Serif)},
 };
 
+// The picker names what is drawn: the family on this machine, a weight where two rows share one,
+// and for a theme's own font the theme first.
 constexpr PickerRow kPicker[] = {
-    {0, QT_TRANSLATE_NOOP("FontTable", "San Francisco"), sys(W::Medium, 17)},
-    {1, QT_TRANSLATE_NOOP("FontTable", "San Francisco Light"), sys(W::Thin, 17)},
-    {15, QT_TRANSLATE_NOOP("FontTable", "San Francisco Rounded"), sys(W::DemiBold, 17, Design::Rounded)},
-    {2, QT_TRANSLATE_NOOP("FontTable", "Helvetica Neue"), {kNimbus, W::Normal, 17}},
-    {3, QT_TRANSLATE_NOOP("FontTable", "Helvetica Neue Thin"), {kRoboto, W::Thin, 18}},
-    {4, QT_TRANSLATE_NOOP("FontTable", "Helvetica Neue Condensed"), {kNarrow, W::Bold, 18}},
-    {5, QT_TRANSLATE_NOOP("FontTable", "Avenir"), {kLato, W::Normal, 18}},
-    {6, QT_TRANSLATE_NOOP("FontTable", "Avenir Next Condensed"), {kCondensed, W::Medium, 19}},
-    {7, QT_TRANSLATE_NOOP("FontTable", "Optima"), {kBiolinum, W::Normal, 18}},
-    {8, QT_TRANSLATE_NOOP("FontTable", "Baskerville"), {kLibertine, W::Normal, 20}},
-    {9, QT_TRANSLATE_NOOP("FontTable", "Gill Sans"), {kCantarell, W::Normal, 18}},
-    {10, QT_TRANSLATE_NOOP("FontTable", "Cochin"), {kP052, W::Normal, 19}},
-    {11, QT_TRANSLATE_NOOP("FontTable", "American Typewriter"), {kCourier, W::Normal, 18}},
-    {12, QT_TRANSLATE_NOOP("FontTable", "Futura"), {kGothic, W::Medium, 17}},
-    {16, QT_TRANSLATE_NOOP("FontTable", "New York"), sys(W::Normal, 18, Design::Serif)},
+    {0, nullptr, sys(W::Medium, 17)},
+    {1, QT_TRANSLATE_NOOP("FontTable", "Light"), sys(W::Thin, 17)},
+    {15, nullptr, sys(W::DemiBold, 17, Design::Rounded)},
+    {2, nullptr, {kNimbus, W::Normal, 17}},
+    {3, QT_TRANSLATE_NOOP("FontTable", "Thin"), {kRoboto, W::Thin, 18}},
+    {4, nullptr, {kNarrow, W::Bold, 18}},
+    {5, nullptr, {kLato, W::Normal, 18}},
+    {6, nullptr, {kCondensed, W::Medium, 19}},
+    {7, nullptr, {kBiolinum, W::Normal, 18}},
+    {8, nullptr, {kLibertine, W::Normal, 20}},
+    {9, nullptr, {kCantarell, W::Normal, 18}},
+    {10, nullptr, {kP052, W::Normal, 19}},
+    {11, nullptr, {kCourier, W::Normal, 18}},
+    {12, nullptr, {kGothic, W::Medium, 17}},
+    {16, nullptr, sys(W::Normal, 18, Design::Serif)},
     {13, QT_TRANSLATE_NOOP("FontTable", "DONKEY Bounce"), {kB612, W::Bold, 18}},
     {14, QT_TRANSLATE_NOOP("FontTable", "Winter Wonderland"), {kOldStandard, W::Normal, 19}},
 };
@@ -157,8 +159,16 @@ QFont pickerFont(int fontRow)
 QString pickerName(int fontRow)
 {
     for (const PickerRow &r : kPicker) {
-        if (r.fontRow == fontRow)
-            return QCoreApplication::translate("FontTable", r.name);
+        if (r.fontRow != fontRow)
+            continue;
+        const QString family = familyOf(r.preview);
+        if (r.fontRow == 13 || r.fontRow == 14) // a theme's font: "Winter Wonderland (Old Standard TT)"
+            return QCoreApplication::translate("FontTable", "%1 (%2)")
+                .arg(QCoreApplication::translate("FontTable", r.name), family);
+        if (!r.preview.family && r.preview.design == Design::Default) // follows the desktop's font
+            return r.name ? QCoreApplication::translate("FontTable", "Desktop font, light (%1)").arg(family)
+                          : QCoreApplication::translate("FontTable", "Desktop font (%1)").arg(family);
+        return r.name ? family + QLatin1Char(' ') + QCoreApplication::translate("FontTable", r.name) : family;
     }
     return QString();
 }

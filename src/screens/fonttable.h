@@ -33,7 +33,8 @@ QFont makeFont(const QFont &font, int size);
 // The desktop's general font at a weight and size.
 QFont systemFont(QFont::Weight weight, int size);
 
-// The font picker: its rows in the order shown, each with its display name and preview font.
+// The font picker: its rows in the order shown, each with its preview font and, where the family
+// alone does not tell it, a weight ("Thin") or the theme it belongs to.
 struct PickerRow
 {
     int fontRow;
@@ -43,6 +44,8 @@ struct PickerRow
 const PickerRow *pickerRows(int *count);
 // The preview of a row number outside 0–16: the general font, regular, 18.
 QFont pickerFont(int fontRow);
+// The row's name as shown: the family this machine draws it in ("Nimbus Sans", "Desktop font
+// (Cantarell)", "Winter Wonderland (Old Standard TT)").
 QString pickerName(int fontRow);
 
 } // namespace FontTable

@@ -20,6 +20,7 @@
 #include <QFileInfo>
 #include <QFontInfo>
 #include <QGuiApplication>
+#include <QSet>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
@@ -475,6 +476,20 @@ private slots:
 
     void fontsResolveToTheirFamilies()
     {
+        // The picker names the family each row is drawn in, and no two rows alike.
+        int count = 0;
+        const FontTable::PickerRow *rows = FontTable::pickerRows(&count);
+        QSet<QString> names;
+        for (int i = 0; i < count; ++i) {
+            const QString name = FontTable::pickerName(rows[i].fontRow);
+            const QString drawn = QFontInfo(FontTable::pickerFont(rows[i].fontRow))
+                                      .family()
+                                      .remove(QRegularExpression(QStringLiteral("\\s*\\[.*\\]$")));
+            QVERIFY2(name.contains(drawn), qPrintable(name + QStringLiteral(" is drawn in ") + drawn));
+            names.insert(name);
+        }
+        QCOMPARE(names.size(), count);
+
         for (int row = 0; row < FontTable::kRows; ++row) {
             for (int role = 0; role < FontTable::kRoles; ++role) {
                 const FontTable::Entry *e = FontTable::entry(row, role);
