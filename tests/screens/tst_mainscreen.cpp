@@ -252,20 +252,6 @@ private slots:
         QCOMPARE(settingsSpy.size(), settings);
     }
 
-    void shortcuts()
-    {
-        Screen s;
-        MainScreenController &c = s.show();
-        QSignalSpy more(&c, &MainScreenController::showMoreRequested);
-        QSignalSpy settings(&c, &MainScreenController::showSettingsRequested);
-        c.handleShortcuts(QStringLiteral("SHORTCUTS_UNKNOWN"));
-        QCOMPARE(more.size() + settings.size(), 0);
-        QVERIFY(!c.isPresenting());
-        c.handleShortcuts(QStringLiteral("SHORTCUTS_DATAPLAN"));
-        QCOMPARE(settings.size(), 1);
-        QCOMPARE(settings.at(0).at(0).toString(), QStringLiteral("dataplan"));
-    }
-
     void noRenderWithoutPeriod()
     {
         Screen s;
@@ -279,34 +265,6 @@ private slots:
         QCOMPARE(rendered.size(), 1);
         QCOMPARE(c.lastRecord().size(), 5);
         c.setMonitor(nullptr);
-    }
-
-    void setupShowsUntilFinished()
-    {
-        Screen s;
-        s.shared->userPref().setValue(Keys::PREF_SHOWED_SETUP, false);
-        s.use(50 * 1048576.0); // usage before setup: the reset takes it away
-        MainScreenController &c = s.show();
-        QCOMPARE(c.whatToPop(), 1);
-        SetupController setup(s.monitor);
-        QObject::connect(&setup, &SetupController::finished, &c,
-                         &MainScreenController::dismissedSetupMigrate);
-        setup.next();
-        setup.billdate()->selectRow(4);
-        setup.next();
-        setup.allow()->setText(QStringLiteral("2,5"));
-        setup.allow()->setUnitIndex(1);
-        setup.next();
-        setup.existing()->setText(QStringLiteral("300"));
-        setup.next();
-        QCOMPARE(setup.step(), int(SetupController::Finish));
-        setup.next();
-        QCOMPARE(c.whatToPop(), 0);
-        QVERIFY(s.shared->userPref().boolForKey(Keys::PREF_SHOWED_SETUP));
-        QCOMPARE(s.shared->getForPlan(QString(), Keys::PREF_BILLDAY).toLongLong(), 5);
-        QCOMPARE(s.shared->getForPlan(QString(), Keys::PREF_THRES_MONTHLY).toDouble(),
-                 std::floor(2.5 * 1073741824));
-        QCOMPARE(s.monitor.figures().values().monthCell, 300 * 1048576.0);
     }
 
     void pickersStoreTheirValues()
