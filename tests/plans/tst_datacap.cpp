@@ -229,14 +229,6 @@ private slots:
         const auto rollover = AmountEntry::rolloverAmount(text, u);
         QCOMPARE(cap ? cap->bytes : -1.0, capBytes);
         QCOMPARE(rollover ? rollover->bytes : -1.0, rolloverBytes);
-        if (cap) {
-            TestContainer c;
-            auto shared = c.openPlan();
-            AmountEntry::storeCap(*shared, QString(), *cap);
-            QCOMPARE(DataCap::baseDataCapForPlan(*shared, QString()), capBytes);
-            QCOMPARE(shared->getForPlan(QString(), Keys::PREF_DATA_DISPLAY_CAP).toList(),
-                     (QVariantList{DataCap::stringTwoDecimal(text.toDouble()), unit}));
-        }
     }
 };
 
