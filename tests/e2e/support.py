@@ -3,10 +3,13 @@ import importlib.util
 import os
 import plistlib
 import shutil
+import signal
 import sqlite3
 import subprocess
 import sys
 import tempfile
+import threading
+import time
 import unittest
 
 TALLYMO = os.environ.get("TALLYMO_BIN", "tallymo")
@@ -88,26 +91,79 @@ class Container:
                 "integrity": check}
 
 
+class Daemon:
+    """tallymo daemon (inside a namespace when given one), its output lines kept as they come."""
+
+    def __init__(self, env, interval=3600, ns=None):
+        self.proc = subprocess.Popen((["ip", "netns", "exec", ns] if ns else []) + [
+            TALLYMO, "daemon", "--interval", str(interval)], env=env, stdout=subprocess.PIPE,
+            stderr=subprocess.PIPE, text=True)
+        self.lines, self.errors = [], []
+        self.readers = [threading.Thread(target=lambda: self.lines.extend(self.proc.stdout)),
+                        threading.Thread(target=lambda: self.errors.extend(self.proc.stderr))]
+        for r in self.readers:
+            r.start()
+
+    def wait(self, condition, what, timeout=15):
+        deadline = time.time() + timeout
+        while not condition():
+            if time.time() > deadline:
+                raise AssertionError(f"{what}; service output: {self.lines}")
+            time.sleep(0.05)
+
+    def found(self, trigger):
+        return [line for line in self.lines if f"  {trigger}: " in line]
+
+    def wait_for(self, trigger, count=1, timeout=15):
+        """The count-th line of that trigger ("launch", "push", "fetch", ...), once it is there."""
+        self.wait(lambda: len(self.found(trigger)) >= count, f"no {trigger} line", timeout)
+        return self.found(trigger)[count - 1]
+
+    def checks(self, count=1):
+        """Waits for `count` more timed checks."""
+        self.wait_for("fetch", len(self.found("fetch")) + count)
+
+    def stop(self):
+        self.proc.send_signal(signal.SIGCONT)
+        self.proc.terminate()
+        self.proc.wait(timeout=10)
+        for r in self.readers:
+            r.join()
+        self.err = "".join(self.errors)
+        self.proc.stdout.close()
+        self.proc.stderr.close()
+
+
 def ip(*args):
     return subprocess.run(["ip", *args], capture_output=True, text=True)
 
 
+def veth_link(ns_a, ns_b, link_a, address_a, link_b, address_b):
+    """A veth pair between two namespaces (addresses with their prefix length), both ends up; the
+    failed step and its error, or None."""
+    for step in [("link", "add", link_a, "netns", ns_a, "type", "veth", "peer", "name", link_b, "netns", ns_b),
+                 ("-n", ns_a, "addr", "add", address_a, "dev", link_a),
+                 ("-n", ns_b, "addr", "add", address_b, "dev", link_b),
+                 ("-n", ns_a, "link", "set", link_a, "up"), ("-n", ns_b, "link", "set", link_b, "up")]:
+        r = ip(*step)
+        if r.returncode != 0:
+            return f"cannot set up the veth pair: ip {' '.join(step)}: {r.stderr.strip()}"
+    return None
+
+
 def veth_pair(ns_a, ns_b, link_a, address_a, link_b, address_b):
-    """Two namespaces joined by a veth pair (addresses given with their prefix length), both ends and
-    the loopbacks up; skips the calling test class with the reason when the kernel refuses."""
+    """Two namespaces, loopbacks up, joined by a veth pair; skips the calling test class with the
+    reason when the kernel refuses."""
     r = ip("netns", "add", ns_a)
     if r.returncode != 0:
         raise unittest.SkipTest(f"network namespaces refused here: {r.stderr.strip()}")
     ip("netns", "add", ns_b)
-    for step in [("link", "add", link_a, "netns", ns_a, "type", "veth", "peer", "name", link_b, "netns", ns_b),
-                 ("-n", ns_a, "addr", "add", address_a, "dev", link_a),
-                 ("-n", ns_b, "addr", "add", address_b, "dev", link_b),
-                 ("-n", ns_a, "link", "set", link_a, "up"), ("-n", ns_b, "link", "set", link_b, "up"),
-                 ("-n", ns_a, "link", "set", "lo", "up"), ("-n", ns_b, "link", "set", "lo", "up")]:
-        r = ip(*step)
-        if r.returncode != 0:
-            drop_namespaces(ns_a, ns_b)
-            raise unittest.SkipTest(f"cannot set up the veth pair: ip {' '.join(step)}: {r.stderr.strip()}")
+    for ns in (ns_a, ns_b):
+        ip("-n", ns, "link", "set", "lo", "up")
+    error = veth_link(ns_a, ns_b, link_a, address_a, link_b, address_b)
+    if error:
+        drop_namespaces(ns_a, ns_b)
+        raise unittest.SkipTest(error)
 
 
 def drop_namespaces(*names):

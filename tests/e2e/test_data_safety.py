@@ -23,8 +23,8 @@ sys.path.insert(0, os.path.dirname(__file__))
 from support import require  # noqa: E402
 require("ip", "setpriv", "mount", "python:dbus")
 import dbus  # noqa: E402
-from support import TALLYMO, Container, ip  # noqa: E402
-from test_netns_counters import RECEIVE, RECEIVER, SEND, SENDER  # noqa: E402
+from support import TALLYMO, Container, ip, veth_link  # noqa: E402
+from test_netns_counters import RECEIVER, SENDER, transfer  # noqa: E402
 
 SETTINGS = "group.zr.qxnext.plist"
 APP = os.path.join(os.path.dirname(os.path.dirname(TALLYMO)), "tallymo-app", "tallymo-app")
@@ -140,20 +140,6 @@ class CellularLinks(Case):
             with self.subTest(seed=seed):
                 self.replay(seed, ("wwan0", "ppp0"), tether=False, steady=("wwan0",), steps=30, reboots=False)
 
-    def test_the_first_sample_of_a_boot_takes_a_baseline(self):
-        c = self.container()
-        c.env["TALLYMO_BOOT_ID_FILE"] = boot = os.path.join(c.root, "boot_id")
-        for boot_id, counters, total in [("a", (1000, 1000), 0), ("a", (5000, 2000), 5000),
-                                         ("b", (9000, 3000), 5000), ("b", (9500, 3100), 5000 + 600)]:
-            Path(boot).write_text(f"{uuid.uuid5(uuid.NAMESPACE_DNS, boot_id)}\n")
-            c.write_counters({"wwan0": counters, "wlan0": (10, 10)})
-            c.run("sample")
-            try:
-                stored = c.totals()
-            except sqlite3.OperationalError:  # nothing stored yet
-                stored = {"cellIn": 0, "cellOut": 0}
-            self.assertEqual(stored["cellIn"] + stored["cellOut"], total, (boot_id, counters))
-
     def test_wifi_that_appears_after_the_first_sample(self):
         c = self.container(wifi=(), counters={"wwan0": (1000, 1000), "eth0": (1, 1)})
         c.run("sample")
@@ -214,29 +200,13 @@ class RecreatedKernelLink(Case):
     """A real veth link named like a modem, deleted and created again between two transfers."""
 
     def link_up(self):
-        for step in [("link", "add", "wwan0", "netns", NS_A, "type", "veth", "peer", "name", "peer0", "netns", NS_B),
-                     ("-n", NS_A, "addr", "add", f"{SENDER}/30", "dev", "wwan0"),
-                     ("-n", NS_B, "addr", "add", f"{RECEIVER}/30", "dev", "peer0"),
-                     ("-n", NS_A, "link", "set", "wwan0", "up"), ("-n", NS_B, "link", "set", "peer0", "up")]:
-            r = ip(*step)
-            if r.returncode != 0:
-                self.skipTest(f"cannot set up the veth pair: ip {' '.join(step)}: {r.stderr.strip()}")
+        error = veth_link(NS_A, NS_B, "wwan0", f"{SENDER}/30", "peer0", f"{RECEIVER}/30")
+        if error:
+            self.skipTest(error)
 
     def counters(self):
         both = "print(sum(int(open(f'/sys/class/net/wwan0/statistics/{k}_bytes').read()) for k in ('rx', 'tx')))"
         return int(in_namespace(NS_A, sys.executable, "-c", both).stdout)
-
-    def transfer(self, size):
-        receiver = subprocess.Popen(["ip", "netns", "exec", NS_B, sys.executable, "-c", RECEIVE],
-                                    stdout=subprocess.PIPE, text=True)
-        try:
-            self.assertEqual(receiver.stdout.readline().strip(), "ready")
-            in_namespace(NS_A, sys.executable, "-c", SEND, str(size), timeout=60)
-            self.assertEqual(int(receiver.stdout.readline()), size)
-        finally:
-            receiver.wait(timeout=10)
-            receiver.stdout.close()
-        time.sleep(0.3)  # the last acknowledgements
 
     def test_recreated_link_counts_each_life_once(self):
         r = ip("netns", "add", NS_A)
@@ -250,15 +220,15 @@ class RecreatedKernelLink(Case):
             del c.env[key]
         c.run("defaults", "write", "PREF_CELL_INTERFACES", '["wwan0"]', "--type", "json")
         self.link_up()
-        self.transfer(1000)
+        transfer(1000, NS_A, NS_B)
         first = self.counters()
         in_namespace(NS_A, TALLYMO, "sample", env=c.env)  # first sight
-        self.transfer(2_000_000)
+        transfer(2_000_000, NS_A, NS_B)
         in_namespace(NS_A, TALLYMO, "sample", env=c.env)
         seen = self.counters() - first
         ip("-n", NS_A, "link", "del", "wwan0")
         self.link_up()  # the same name, a new ifindex, counters from 0
-        self.transfer(5_000_000)
+        transfer(5_000_000, NS_A, NS_B)
         in_namespace(NS_A, TALLYMO, "sample", env=c.env)
         seen += self.counters()
         t = c.totals()

@@ -12,8 +12,7 @@ from datetime import datetime, timedelta, timezone
 
 sys.path.insert(0, os.path.dirname(__file__))
 from session import SessionBus  # noqa: E402
-from support import Container  # noqa: E402
-from test_service import Daemon  # noqa: E402
+from support import Container, Daemon  # noqa: E402
 
 
 def sentence(body):

@@ -4,15 +4,15 @@ size shows up as cellular bytes sent and Wi-Fi bytes received, within the header
 import os
 import sqlite3
 import subprocess
-import threading
 import sys
 import time
 import unittest
+from contextlib import closing
 
 sys.path.insert(0, os.path.dirname(__file__))
 from support import require  # noqa: E402
 require("ip", "nft")
-from support import Container, drop_namespaces, ip, veth_pair  # noqa: E402
+from support import Container, Daemon, drop_namespaces, ip, veth_link, veth_pair  # noqa: E402
 
 SIZE = 20_000_000
 # Addresses from the benchmarking range, assigned inside the test's own namespaces only.
@@ -62,48 +62,25 @@ for c in conns: c.close()
 """
 
 
-class ServiceInNamespace:
-    """tallymo daemon sampling every second inside a namespace, its report lines collected."""
+def transfer(size, sender=NS_A, receiving=NS_B):
+    """Sends `size` bytes over TCP from one namespace to the other; fails unless all arrived."""
+    receiver = subprocess.Popen(["ip", "netns", "exec", receiving, sys.executable, "-c", RECEIVE],
+                                stdout=subprocess.PIPE, text=True)
+    try:
+        assert receiver.stdout.readline().strip() == "ready"
+        subprocess.run(["ip", "netns", "exec", sender, sys.executable, "-c", SEND, str(size)], check=True,
+                       timeout=60)
+        received = int(receiver.stdout.readline())
+        assert received == size, f"{received} of {size} bytes arrived"
+    finally:
+        receiver.wait(timeout=10)
+        receiver.stdout.close()
+    time.sleep(0.5)  # the last acknowledgements and the closing handshake
 
-    def __init__(self, ns):
-        self.c = Container(wifi=("wlan0",))
-        self.c.env.update(DBUS_SESSION_BUS_ADDRESS="unix:path=/nonexistent", XDG_RUNTIME_DIR=self.c.root)
-        self.ns, self.lines, self.proc = ns, [], None
 
-    def start(self):
-        self.proc = subprocess.Popen(["ip", "netns", "exec", self.ns, os.environ["TALLYMO_BIN"], "daemon",
-                                      "--interval", "1"], env=self.c.env, stdout=subprocess.PIPE,
-                                     stderr=subprocess.DEVNULL, text=True)
-        self.reader = threading.Thread(target=lambda: self.lines.extend(self.proc.stdout))
-        self.reader.start()
-        self.wait(lambda: any("  launch: " in line for line in self.lines))
-
-    def checks(self):
-        return sum("  fetch: " in line for line in self.lines)
-
-    def wait_for_checks(self, count):
-        target = self.checks() + count
-        self.wait(lambda: self.checks() >= target)
-
-    @staticmethod
-    def wait(condition, timeout=15):
-        deadline = time.time() + timeout
-        while not condition() and time.time() < deadline:
-            time.sleep(0.05)
-
-    def stop(self):
-        if self.proc:
-            self.proc.terminate()
-            self.proc.wait(timeout=10)
-            self.reader.join()
-            self.proc.stdout.close()
-
-    def per_address(self):
-        db = sqlite3.connect(self.c.store_path())
-        rows = db.execute("SELECT ipaddress, total(bytes) FROM Netevent GROUP BY ipaddress").fetchall()
-        db.close()
-        return rows
-
+def per_address(c):
+    with closing(sqlite3.connect(c.store_path())) as db:
+        return db.execute("SELECT ipaddress, total(bytes) FROM Netevent GROUP BY ipaddress").fetchall()
 
 
 class NamespaceCounters(unittest.TestCase):
@@ -115,20 +92,15 @@ class NamespaceCounters(unittest.TestCase):
     def tearDownClass(cls):
         drop_namespaces(NS_A, NS_B)
 
+    def service_container(self):
+        c = Container(wifi=("wlan0",))
+        self.addCleanup(c.cleanup)
+        c.env.update(DBUS_SESSION_BUS_ADDRESS="unix:path=/nonexistent", XDG_RUNTIME_DIR=c.root)
+        return c
+
     def sample(self, c, ns):
         return subprocess.run(["ip", "netns", "exec", ns, os.environ["TALLYMO_BIN"], "sample", "--json"],
                               env=c.env, capture_output=True, text=True, check=True).stdout
-
-    def transfer(self, size, sender=NS_A, receiving=NS_B):
-        receiver = subprocess.Popen(["ip", "netns", "exec", receiving, sys.executable, "-c", RECEIVE],
-                                    stdout=subprocess.PIPE, text=True)
-        self.assertEqual(receiver.stdout.readline().strip(), "ready")
-        subprocess.run(["ip", "netns", "exec", sender, sys.executable, "-c", SEND, str(size)], check=True,
-                       timeout=60)
-        self.assertEqual(int(receiver.stdout.readline()), size)
-        receiver.wait(timeout=10)
-        receiver.stdout.close()
-        time.sleep(0.5)  # the last acknowledgements and the closing handshake
 
     def test_transfer_is_recorded(self):
         c = Container(wifi=("wlan0",))
@@ -137,11 +109,11 @@ class NamespaceCounters(unittest.TestCase):
             # Each namespace sees its own end: cellular on one side, Wi-Fi on the other. Interface
             # indexes are numbered per namespace, so both ends may have the same one. The first
             # sample of the other namespace counts what its link moved since it came up.
-            self.transfer(1000)
+            transfer(1000)
             self.sample(c, NS_A)
             self.sample(c, NS_B)
             before = c.totals()
-            self.transfer(SIZE)
+            transfer(SIZE)
             self.sample(c, NS_A)
             self.sample(c, NS_B)
             after = c.totals()
@@ -172,13 +144,8 @@ class NamespaceCounters(unittest.TestCase):
         self.addCleanup(c.cleanup)
         del c.env["TALLYMO_PROC_NET_DEV"]
         self.sample(c, ns_c)  # the first sample: a baseline of the loopback alone
-        for step in [("link", "add", "wwan1", "netns", ns_c, "type", "veth", "peer", "name", "wlan1", "netns", ns_d),
-                     ("-n", ns_c, "addr", "add", f"{SENDER}/30", "dev", "wwan1"),
-                     ("-n", ns_d, "addr", "add", f"{RECEIVER}/30", "dev", "wlan1"),
-                     ("-n", ns_c, "link", "set", "wwan1", "up"), ("-n", ns_d, "link", "set", "wlan1", "up")]:
-            r = ip(*step)
-            self.assertEqual(r.returncode, 0, r.stderr)
-        self.transfer(40 * 1048576, ns_c, ns_d)
+        self.assertIsNone(veth_link(ns_c, ns_d, "wwan1", f"{SENDER}/30", "wlan1", f"{RECEIVER}/30"))
+        transfer(40 * 1048576, ns_c, ns_d)
         self.sample(c, ns_c)
         t = c.totals()
         print(f"\n  40 MiB over a new link: cellOut {t['cellOut']:.0f} cellIn {t['cellIn']:.0f}", file=sys.stderr)
@@ -189,45 +156,43 @@ class NamespaceCounters(unittest.TestCase):
     # Per-address usage from the kernel's socket lists: the growth of both connections after the
     # service's first sample, as Netevent records for the one peer address.
     def test_usage_per_address(self):
-        service = ServiceInNamespace(NS_A)
-        half = 3_000_000
+        c, half = self.service_container(), 3_000_000
         receiver = subprocess.Popen(["ip", "netns", "exec", NS_B, sys.executable, "-c", RECEIVE_TWO],
                                     stdout=subprocess.PIPE, text=True)
-        sender = None
+        sender, daemon = None, None
         try:
             self.assertEqual(receiver.stdout.readline().strip(), "ready")
             sender = subprocess.Popen(["ip", "netns", "exec", NS_A, sys.executable, "-c", SEND_TWO, str(half)],
                                       stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
             self.assertEqual(sender.stdout.readline().strip(), "open")
             time.sleep(0.2)  # the first 1,000 bytes of each are acknowledged before the baseline
-            service.start()
+            daemon = Daemon(c.env, 1, NS_A)
+            daemon.wait_for("launch")
             sender.stdin.write("go\n")
             sender.stdin.flush()
             self.assertEqual(sender.stdout.readline().strip(), "sent")
-            service.wait_for_checks(3)
+            daemon.checks(3)
             # A connection that opens and closes between two samples counts with its final total.
-            self.transfer(500_000)
-            service.wait_for_checks(2)
+            transfer(500_000)
+            daemon.checks(2)
             sender.stdin.write("close\n")
             sender.stdin.flush()
         finally:
-            service.stop()
+            if daemon:
+                daemon.stop()
             if sender:
                 sender.wait(timeout=10)
                 sender.stdin.close()
                 sender.stdout.close()
             receiver.wait(timeout=10)
             receiver.stdout.close()
-        try:
-            rows = service.per_address()
-            print(f"\n  per address after 2 x {half} bytes: {rows}", file=sys.stderr)
-            self.assertEqual([r[0] for r in rows], [RECEIVER])
-            # Acknowledged payload (a closing FIN counts one): the baseline's 2,000 bytes left out, the
-            # short connection in.
-            self.assertGreaterEqual(rows[0][1], 2 * half + 500_000)
-            self.assertLessEqual(rows[0][1], 2 * half + 500_000 + 8)
-        finally:
-            service.c.cleanup()
+        rows = per_address(c)
+        print(f"\n  per address after 2 x {half} bytes: {rows}", file=sys.stderr)
+        self.assertEqual([r[0] for r in rows], [RECEIVER])
+        # Acknowledged payload (a closing FIN counts one): the baseline's 2,000 bytes left out, the
+        # short connection in.
+        self.assertGreaterEqual(rows[0][1], 2 * half + 500_000)
+        self.assertLessEqual(rows[0][1], 2 * half + 500_000 + 8)
 
     # UDP from connection tracking with accounting: switched on in the sender's namespace, with a
     # ruleset that tracks its flows. Datagrams to a peer count with their IP and UDP headers.
@@ -240,24 +205,23 @@ class NamespaceCounters(unittest.TestCase):
             r = subprocess.run(["ip", "netns", "exec", NS_A, *step], capture_output=True, text=True)
             if r.returncode != 0:
                 self.skipTest(f"connection tracking cannot be set up here: {' '.join(step)}: {r.stderr.strip()}")
-        service = ServiceInNamespace(NS_A)
+        c = self.service_container()
+        daemon = Daemon(c.env, 1, NS_A)
         try:
-            service.start()
+            daemon.wait_for("launch")
             send = (f"import socket\ns = socket.socket(socket.AF_INET, socket.SOCK_DGRAM)\n"
                     f"s.bind(('{SENDER}', 0))\n"
                     f"for _ in range(200): s.sendto(b'u' * 1000, ('{RECEIVER}', {PORT + 2}))\n")
             subprocess.run(["ip", "netns", "exec", NS_A, sys.executable, "-c", send], check=True, timeout=30)
-            service.wait_for_checks(3)
+            daemon.checks(3)
         finally:
-            service.stop()
-        try:
-            rows = service.per_address()
-            print(f"\n  UDP per address after 200 x 1000 bytes: {rows}", file=sys.stderr)
-            self.assertEqual([r[0] for r in rows], [RECEIVER])
-            self.assertGreaterEqual(rows[0][1], 200 * 1028)  # 20 bytes IP, 8 bytes UDP each
-            self.assertLessEqual(rows[0][1], 200 * 1028 + 5000)  # and the peer's unreachable answers
-        finally:
-            service.c.cleanup()
+            daemon.stop()
+        rows = per_address(c)
+        print(f"\n  UDP per address after 200 x 1000 bytes: {rows}", file=sys.stderr)
+        self.assertEqual([r[0] for r in rows], [RECEIVER])
+        self.assertGreaterEqual(rows[0][1], 200 * 1028)  # 20 bytes IP, 8 bytes UDP each
+        self.assertLessEqual(rows[0][1], 200 * 1028 + 5000)  # and the peer's unreachable answers
+
 
 if __name__ == "__main__":
     unittest.main(verbosity=2)

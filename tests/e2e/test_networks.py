@@ -13,7 +13,7 @@ from support import require  # noqa: E402
 require("dbus-daemon", "python:dbus", "python:dbusmock")
 import dbus  # noqa: E402
 from session import SessionBus  # noqa: E402
-from support import Container  # noqa: E402
+from support import Container, Daemon  # noqa: E402
 
 NM = "org.freedesktop.NetworkManager"
 NM_PATH = "/org/freedesktop/NetworkManager"
@@ -164,7 +164,6 @@ class Links(unittest.TestCase):
     # network before the hotspot was joined stays the second figure, what it moved after is mobile.
     # When NetworkManager restarts, what moved before it went is counted as it was then.
     def test_the_service_splits_at_a_connection_change(self):
-        from test_service import Daemon
         c = self.container()
         dev, _ = self.mock.wifi("wlan0", "Home", 4)
         session = SessionBus(notification_server=False).__enter__()

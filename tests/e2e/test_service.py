@@ -7,7 +7,6 @@ import sqlite3
 import subprocess
 import sys
 import tempfile
-import threading
 import time
 import unittest
 
@@ -16,38 +15,10 @@ from support import require  # noqa: E402
 require("python:dbus")
 import dbus  # noqa: E402
 from session import SessionBus  # noqa: E402
-from support import TALLYMO, Container  # noqa: E402
+from support import TALLYMO, Container, Daemon  # noqa: E402
 
 SERVICE = "org.tallymo.Tallymo.Background"
 PATH = "/org/tallymo/Tallymo/Background"
-
-
-class Daemon:
-    """tallymo daemon, its output read line by line."""
-
-    def __init__(self, env):
-        self.proc = subprocess.Popen([TALLYMO, "daemon", "--interval", "3600"], env=env, stdout=subprocess.PIPE,
-                                     stderr=subprocess.PIPE, text=True)
-        self.lines = []
-        self.reader = threading.Thread(target=lambda: self.lines.extend(self.proc.stdout))
-        self.reader.start()
-
-    def wait_for(self, trigger, count=1, timeout=10):
-        deadline = time.time() + timeout
-        while time.time() < deadline:
-            found = [line for line in self.lines if f"  {trigger}: " in line]
-            if len(found) >= count:
-                return found[count - 1]
-            time.sleep(0.05)
-        raise AssertionError(f"no {trigger} line; output: {self.lines}")
-
-    def stop(self):
-        self.proc.send_signal(signal.SIGTERM)
-        self.proc.wait(timeout=10)
-        self.reader.join()
-        self.err = self.proc.stderr.read()
-        self.proc.stdout.close()
-        self.proc.stderr.close()
 
 
 class BackgroundService(unittest.TestCase):

@@ -8,7 +8,6 @@ import signal
 import sqlite3
 import subprocess
 import sys
-import threading
 import time
 import unittest
 
@@ -16,52 +15,29 @@ sys.path.insert(0, os.path.dirname(__file__))
 from support import require  # noqa: E402
 require("ip")
 from session import SessionBus  # noqa: E402
-from support import TALLYMO, Container, drop_namespaces, ip, veth_pair  # noqa: E402
+from support import TALLYMO, Container, Daemon, drop_namespaces, veth_pair  # noqa: E402
 
 WIDGET = os.path.join(os.path.dirname(os.path.dirname(TALLYMO)), "tallymo-widget", "tallymo-widget")
 REPORT = re.compile(r"  (\w+): .* \| period \S+ → \S+: cell (.+) \((\d+)%\) wifi .*, level (\d+)$")
 MB = 1_048_576
 
 
-class Service:
-    """tallymo daemon checking every second (in a namespace when given one), its report lines kept."""
+def service(env, ns=None):
+    """tallymo daemon checking every second, once it has launched."""
+    daemon = Daemon(env, 1, ns)
+    try:
+        daemon.wait_for("launch")
+    except AssertionError:
+        daemon.stop()
+        raise
+    return daemon
 
-    def __init__(self, env, ns=None):
-        self.proc = subprocess.Popen((["ip", "netns", "exec", ns] if ns else []) + [TALLYMO, "daemon", "--interval",
-                                     "1"], env=env, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True)
-        self.lines = []
-        self.reader = threading.Thread(target=lambda: self.lines.extend(self.proc.stdout))
-        self.reader.start()
-        try:
-            self.wait(lambda: self.reports("launch"), "no launch line")
-        except AssertionError:
-            self.stop()
-            raise
 
-    def reports(self, trigger=None, since=0):
-        """(trigger, cell, percent, level, line) of each report line from `since` on."""
-        found = [(m[1], m[2], int(m[3]), int(m[4]), line) for line in self.lines[since:]
-                 if (m := REPORT.search(line.rstrip("\n")))]
-        return [r for r in found if trigger in (None, r[0])]
-
-    def wait(self, condition, what, timeout=15):
-        deadline = time.time() + timeout
-        while not condition():
-            if time.time() > deadline:
-                raise AssertionError(f"{what}; service output: {self.lines}")
-            time.sleep(0.05)
-
-    def checks(self, count=1):
-        """Waits for `count` more timed checks to report."""
-        target = len(self.reports("fetch")) + count
-        self.wait(lambda: len(self.reports("fetch")) >= target, f"fewer than {count} checks")
-
-    def stop(self):
-        self.proc.send_signal(signal.SIGCONT)
-        self.proc.terminate()
-        self.proc.wait(timeout=10)
-        self.reader.join()
-        self.proc.stdout.close()
+def reports(daemon, trigger=None, since=0):
+    """(trigger, cell, percent, level, line) of each report line from `since` on."""
+    found = [(m[1], m[2], int(m[3]), int(m[4]), line) for line in daemon.lines[since:]
+             if (m := REPORT.search(line.rstrip("\n")))]
+    return [r for r in found if trigger in (None, r[0])]
 
 
 def cell_total(path):
@@ -88,13 +64,13 @@ class PlanSwitch(unittest.TestCase):
             plan_b = c.run("plans", "add", "--label", "B").stdout.strip()
             c.run("plans", "set", "PREF_THRES_MONTHLY", "100000000", "--type", "double", "--plan", plan_b)
             store_a = c.store_path()
-            service = Service(c.env)
+            daemon = service(c.env)
             try:
                 cell += 80_000_000
                 c.write_counters({"wwan0": (cell, 1000)})
-                service.wait(lambda: cell_total(store_a) == 80_000_000, "A's usage not recorded")
+                daemon.wait(lambda: cell_total(store_a) == 80_000_000, "A's usage not recorded")
                 c.run("plans", "switch", plan_b)
-                store_b, since = c.store_path(), len(service.lines)
+                store_b, since = c.store_path(), len(daemon.lines)
                 self.assertNotEqual(store_b, store_a)
                 widget = json.loads(subprocess.run([WIDGET, "--format", "json"], env=c.env, capture_output=True,
                                                    text=True, check=True).stdout)
@@ -103,18 +79,18 @@ class PlanSwitch(unittest.TestCase):
                 for step in range(1, 6):
                     cell += MB
                     c.write_counters({"wwan0": (cell, 1000)})
-                    service.wait(lambda: cell_total(store_b) == step * MB, f"B holds not {step} MB")
-                service.checks(2)  # room for a late sample into A
+                    daemon.wait(lambda: cell_total(store_b) == step * MB, f"B holds not {step} MB")
+                daemon.checks(2)  # room for a late sample into A
             finally:
-                service.stop()
+                daemon.stop()
             self.assertEqual((cell_total(store_a), cell_total(store_b)), (80_000_000, 5 * MB))
-            after = service.reports(since=since)
+            after = reports(daemon, since=since)
             recorded = [i for i, r in enumerate(after) if "+cell" in r[4]]
             self.assertTrue(recorded, after)
             # From the first check that recorded B's traffic on, B's figures: at most 5.2 MB of 100 MB.
             self.assertEqual({(r[2] <= 5, r[3]) for r in after[recorded[0]:]}, {(True, 0)}, after)
             self.assertEqual(after[-1][:4], ("terminate", "5.0 MB", 5, 0))
-            self.assertEqual({r[3] for r in service.reports()}, {0})
+            self.assertEqual({r[3] for r in reports(daemon)}, {0})
             self.assertEqual([n[4] for n in session.calls("Notify") if n[3] == "Usage Alert"], [])
             widget = json.loads(subprocess.run([WIDGET, "--format", "json"], env=c.env, capture_output=True,
                                                text=True, check=True).stdout)
@@ -158,7 +134,7 @@ class BillCycleReminders(unittest.TestCase):
                     c.run("refresh", env=clock(*before))
                     self.assertEqual(self.pending(c), {H21: "2026-11-30T21:00:00.000Z",
                                                        H23: "2026-11-30T23:00:00.000Z"})
-                service = Service(clock(*start))
+                daemon = service(clock(*start))
                 try:
                     if request:
                         c.run("refresh", env=clock(*request))
@@ -168,7 +144,7 @@ class BillCycleReminders(unittest.TestCase):
                         time.sleep(0.1)
                     time.sleep(1.5)  # room for a second, wrong, delivery
                 finally:
-                    service.stop()
+                    daemon.stop()
                 bills = [n[4] for n in session.calls("Notify") if n[3] == "Bill Cycle"]
                 self.assertEqual(bills, shown)
                 self.assertEqual(self.pending(c), pending)
@@ -275,20 +251,20 @@ class PerAddress(unittest.TestCase):
         self.assertEqual(list(self.stored()), [PEER])
         self.assertGrew(0, 2 * CHUNK)
         before = self.stored()[PEER]
-        service = Service(self.c.env, NS_A)
+        daemon = service(self.c.env, NS_A)
         try:
             self.me("send", "long", CHUNK)
-            service.checks(2)
+            daemon.checks(2)
             # Held between two of its checks, the service leaves the next bytes to the hand-run refresh.
-            service.checks(1)
-            service.proc.send_signal(signal.SIGSTOP)
+            daemon.checks(1)
+            daemon.proc.send_signal(signal.SIGSTOP)
             self.me("send", "long", CHUNK)
             self.refresh()
             self.assertGrew(before, 2 * CHUNK)  # counted from the service's last read
-            service.proc.send_signal(signal.SIGCONT)
-            service.checks(2)
+            daemon.proc.send_signal(signal.SIGCONT)
+            daemon.checks(2)
         finally:
-            service.stop()
+            daemon.stop()
         self.assertGrew(before, 2 * CHUNK)
 
     # A dual-stack socket's IPv4 peer is that IPv4 address; a dual-stack loopback peer is not counted.
@@ -299,13 +275,13 @@ class PerAddress(unittest.TestCase):
         self.me("connect", "loop", "::ffff:127.0.0.1", PORT + 2)
         for name in ("mapped", "loop"):
             self.me("send", name, CHUNK)
-        service = Service(self.c.env, NS_A)
+        daemon = service(self.c.env, NS_A)
         try:
             for name in ("mapped", "loop"):
                 self.me("send", name, 2 * CHUNK)
-            service.checks(2)
+            daemon.checks(2)
         finally:
-            service.stop()
+            daemon.stop()
         self.assertEqual(list(self.stored()), [PEER])
         self.assertGrew(0, 2 * CHUNK)
 

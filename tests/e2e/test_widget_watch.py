@@ -11,8 +11,7 @@ import unittest
 
 sys.path.insert(0, os.path.dirname(__file__))
 from session import SessionBus  # noqa: E402
-from support import TALLYMO, Container  # noqa: E402
-from test_service import Daemon  # noqa: E402
+from support import TALLYMO, Container, Daemon  # noqa: E402
 
 WIDGET = os.path.join(os.path.dirname(os.path.dirname(TALLYMO)), "tallymo-widget", "tallymo-widget")
 FACE = os.path.join(os.path.dirname(os.path.dirname(TALLYMO)), "tallymo-watch", "tallymo-watch")
