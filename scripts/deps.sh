@@ -11,7 +11,7 @@ packages=(qt6-base-dev qt6-positioning-dev libqt6positioning6-plugins libsqlite3
           qt6-declarative-dev qml6-module-qtquick qml6-module-qtquick-window qml6-module-qtqml-workerscript
           qml6-module-qtquick-controls qml6-module-qtquick-templates qml6-module-qtquick-layouts
           qml6-module-qtquick-shapes qml6-module-qtquick-particles qml6-module-qtquick-dialogs
-          qml6-module-qt-labs-folderlistmodel libqt6svg6 libgl1-mesa-dri qt6-sensors-dev
+          qml6-module-qt-labs-folderlistmodel qt6-translations-l10n libqt6svg6 libgl1-mesa-dri qt6-sensors-dev
           # lrelease's CMake functions; the QtQml types qmllint checks the views against
           qt6-tools-dev qml6-module-qtqml
           fonts-dejavu-core fonts-urw-base35 fonts-lato fonts-roboto-unhinted fonts-linuxlibertine

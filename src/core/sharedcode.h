@@ -123,6 +123,8 @@ public:
     void attributeNextSampleToEarlierUses() { m_earlierUses = true; }
     // The links there are now, classified; nothing when the interface list cannot be read.
     std::optional<QList<LinkClass>> presentLinks() const;
+    // The links as this process's last sample classified them; nothing before the first.
+    std::optional<QList<LinkClass>> lastSampledLinks() const;
 
     // Per-address usage: one connection-table read per protocol, the growth since the previous read
     // stored as Netevent records of the current hour (into the context, unsaved). The previous
@@ -154,6 +156,8 @@ private:
     std::unique_ptr<QTimer> m_writeThrough;
     std::atomic<bool> m_earlierUses{false};
     QHash<QString, LinkUse> m_lastUses; // per link identity, at this process's last sample
+    mutable QMutex m_sampledMutex;
+    std::optional<QList<LinkClass>> m_sampledLinks; // the last sample's classes (any thread)
     mutable QMutex m_contextMutex;
     std::shared_ptr<StoreContext> m_activeStore;
 };

@@ -133,8 +133,13 @@ SampleResult SharedCode::recordUsage(StoreContext *context, Coordinate loc)
     if (book.isEmpty())
         takeOverEarlierBaselines(book, readings, boot);
     QHash<QString, LinkUse> uses;
-    for (const LinkClass &link : classifyLinks(present))
+    const QList<LinkClass> classes = classifyLinks(present);
+    for (const LinkClass &link : classes)
         uses.insert(link.name, link.use);
+    {
+        const QMutexLocker lock(&m_sampledMutex);
+        m_sampledLinks = classes;
+    }
     // After a connection change, the interval up to it is the links' earlier use.
     const bool earlier = m_earlierUses.exchange(false);
     QHash<QString, LinkUse> usesNow;
@@ -188,6 +193,12 @@ std::optional<QList<LinkClass>> SharedCode::presentLinks() const
         names.append(c.name);
     std::sort(names.begin(), names.end(), InterfaceNames::naturalLess);
     return classifyLinks(names);
+}
+
+std::optional<QList<LinkClass>> SharedCode::lastSampledLinks() const
+{
+    const QMutexLocker lock(&m_sampledMutex);
+    return m_sampledLinks;
 }
 
 QList<LinkClass> SharedCode::classifyLinks(const QStringList &present) const

@@ -32,7 +32,7 @@ ScreenPage {
             Accessible.name: row.model.text + ", " + row.model.detail
             contentItem: Item {
                 Label { anchors.verticalCenter: parent.verticalCenter; text: row.model.text; font.pixelSize: Theme.body; color: Theme.text }
-                Label { anchors.right: parent.right; anchors.verticalCenter: parent.verticalCenter; text: row.model.detail + "  \u203A"; font.pixelSize: Theme.body; color: Theme.disabledText }
+                Label { anchors.right: parent.right; anchors.verticalCenter: parent.verticalCenter; text: row.model.detail + "  \u203A"; font.pixelSize: Theme.body; color: Theme.secondaryText }
             }
             function openIt() {
                 page.controller.tapRow(row.index)

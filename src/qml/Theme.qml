@@ -4,7 +4,8 @@ import QtQuick
 // The colours, text sizes and weights of every screen over the main screen. They follow the
 // desktop's palette: light pages on a light desktop, dark pages on a dark one. The main screen,
 // the watch and the widget draw in the plan's own colour scheme instead, and the map in the
-// colours of its tiles.
+// colours of its tiles. Text keeps 4.5:1 or more against every background here, light and dark,
+// a pressed or keyboard-current row included (the text of what cannot be used now aside).
 QtObject {
     readonly property SystemPalette desktop: SystemPalette { colorGroup: SystemPalette.Active }
     readonly property bool dark: desktop.window.hslLightness < 0.5
@@ -20,14 +21,14 @@ QtObject {
     readonly property color dim: "#66000000"
 
     readonly property color text: dark ? "#f2f2f7" : "#111111"
-    readonly property color secondaryText: dark ? "#a1a1a6" : "#6d6d72"
+    readonly property color secondaryText: dark ? "#a5a5aa" : "#65656a"
     readonly property color disabledText: "#8e8e93"
     readonly property color unavailableText: dark ? "#5a5a5e" : "#b0b0b5"
     readonly property color strongSecondaryText: dark ? "#d1d1d6" : "#333333"
-    readonly property color accent: dark ? "#4c9bff" : "#0a60d0"
+    readonly property color accent: dark ? "#63a8ff" : "#0a60d0"
     readonly property color accentPressed: Qt.rgba(accent.r, accent.g, accent.b, 0.5)
-    readonly property color destructive: dark ? "#ff453a" : "#d70015"
-    readonly property color error: dark ? "#ff6961" : "#c0001a"
+    readonly property color destructive: dark ? "#ff7f77" : "#ce0014"
+    readonly property color error: dark ? "#ff8078" : "#c0001a"
     readonly property color switchOn: dark ? "#30d158" : "#248a3d"
     readonly property color switchKnobBorder: dark ? "#48484a" : "#c7c7cc"
     // A line of news over a page, on any background.

@@ -259,9 +259,14 @@ QString MainScreenController::getUsageStringType(int type) const
 void MainScreenController::reloadValues()
 {
     UsageFiguresController::reloadValues();
-    if (UsageMonitor *d = monitor())
-        m_onMobileData =
-            LinkClassifier::onMobileData(d->shared().presentLinks().value_or(QList<LinkClass>()));
+    // The links as the sample behind these figures found them; only before the first sample are
+    // they asked for here (on this thread, where NetworkManager can keep us waiting).
+    if (UsageMonitor *d = monitor()) {
+        std::optional<QList<LinkClass>> links = d->shared().lastSampledLinks();
+        if (!links)
+            links = d->shared().presentLinks();
+        m_onMobileData = LinkClassifier::onMobileData(links.value_or(QList<LinkClass>()));
+    }
     render();
 }
 

@@ -189,7 +189,7 @@ private:
     bool m_parallax = false;
     bool m_still = false;
     QString m_days, m_cell, m_wifi, m_cellSpoken, m_wifiSpoken, m_percent, m_used;
-    QStringList m_onMobileData; // read at each reload: the links are asked once per refresh
+    QStringList m_onMobileData; // from the last sample's links, at each reload
     QString m_onMobileText;
     QString m_forecastCaption, m_forecastIcon;
     bool m_forecastVisible = false;

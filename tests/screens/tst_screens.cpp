@@ -18,6 +18,7 @@
 #include <QPalette>
 #include <QProcess>
 #include <QQmlApplicationEngine>
+#include <QQmlComponent>
 #include <QQmlExtensionPlugin>
 #include <QQuickItem>
 #include <QQuickWindow>
@@ -179,6 +180,19 @@ struct App
     QQuickWindow *window = nullptr;
 };
 
+// The contrast ratio of two colours as WCAG defines it, from 1 to 21.
+double contrast(const QColor &a, const QColor &b)
+{
+    const auto luminance = [](const QColor &c) {
+        const auto channel = [](double v) {
+            return v <= 0.03928 ? v / 12.92 : std::pow((v + 0.055) / 1.055, 2.4);
+        };
+        return 0.2126 * channel(c.redF()) + 0.7152 * channel(c.greenF()) + 0.0722 * channel(c.blueF());
+    };
+    const double la = luminance(a), lb = luminance(b);
+    return (std::max(la, lb) + 0.05) / (std::min(la, lb) + 0.05);
+}
+
 QString plain(QString html)
 {
     return html.replace(QStringLiteral("<br>"), QStringLiteral("\n"))
@@ -335,6 +349,28 @@ private slots:
             // Below the last group: the page itself.
             const QColor page = shot.pixelColor(shot.width() / 2, shot.height() - 20);
             QCOMPARE(page.lightnessF() < 0.5, dark);
+            // Every text colour reads at 4.5:1 or more on every background, a pressed or
+            // keyboard-current row too (text of what cannot be used now aside).
+            QQmlComponent probe(&app.engine);
+            probe.setData(
+                "import QtQuick\nimport Tallymo\nQtObject { readonly property QtObject theme: Theme }",
+                QUrl());
+            const std::unique_ptr<QObject> probed(probe.create());
+            QObject *theme = probed ? probed->property("theme").value<QObject *>() : nullptr;
+            QVERIFY(theme);
+            for (const char *text :
+                 {"text", "secondaryText", "strongSecondaryText", "accent", "destructive", "error"}) {
+                for (const char *back : {"pageBackground", "rowBackground", "rowPressed", "contentBackground",
+                                         "dialogBackground"}) {
+                    const double ratio = contrast(theme->property(text).value<QColor>(),
+                                                  theme->property(back).value<QColor>());
+                    QVERIFY2(ratio >= 4.5,
+                             qPrintable(QStringLiteral("%1 on %2 (%3): %4:1")
+                                            .arg(QLatin1StringView(text), QLatin1StringView(back),
+                                                 dark ? QStringLiteral("dark") : QStringLiteral("light"))
+                                            .arg(ratio, 0, 'f', 2)));
+                }
+            }
         }
     }
 
