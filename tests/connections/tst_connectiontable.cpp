@@ -1,4 +1,5 @@
 #include "connections/connectiontable.h"
+#include "platform/linux/conntrack.h"
 
 #include <QtTest>
 
@@ -167,6 +168,55 @@ private slots:
             ConnectionTables::parsePcbList(ListBuilder(10, 17).add({17, 3, "198.18.0.3", 9}).finish(), 17)
                 ->size(),
             1);
+    }
+
+    // Whether the connection table is walked at all: only with accounting on and something tracked.
+    void conntrackOutlook_data()
+    {
+        QTest::addColumn<QString>("accounting"); // "": no such file (connection tracking not loaded)
+        QTest::addColumn<QString>("count");
+        QTest::addColumn<int>("outlook");
+        using O = ConntrackFlows::Outlook;
+        QTest::newRow("not loaded") << ""
+                                    << "" << int(O::NoTracking);
+        QTest::newRow("accounting off") << "0\n"
+                                        << "12\n"
+                                        << int(O::AccountingOff);
+        QTest::newRow("nothing tracked") << "1\n"
+                                         << "0\n"
+                                         << int(O::NothingTracked);
+        QTest::newRow("flows to count") << "1\n"
+                                        << "10000\n"
+                                        << int(O::Dump);
+        QTest::newRow("count unreadable") << "1\n"
+                                          << "" << int(O::Dump);
+        QTest::newRow("garbage") << "on\n"
+                                 << "0\n"
+                                 << int(O::NoTracking);
+    }
+    void conntrackOutlook()
+    {
+        QFETCH(QString, accounting);
+        QFETCH(QString, count);
+        QFETCH(int, outlook);
+        QTemporaryDir dir;
+        const auto write = [&](const char *name, const QString &text) {
+            if (text.isEmpty())
+                return;
+            QFile f(dir.filePath(QLatin1StringView(name)));
+            QVERIFY(f.open(QIODevice::WriteOnly));
+            f.write(text.toLatin1());
+        };
+        write("nf_conntrack_acct", accounting);
+        write("nf_conntrack_count", count);
+        ConntrackFlows flows(QStringLiteral("boot"), dir.path());
+        QCOMPARE(int(flows.outlook()), outlook);
+        // Nothing tracked: an empty table, known without asking the kernel; off: no table at all.
+        if (outlook == int(ConntrackFlows::Outlook::NothingTracked))
+            QCOMPARE(flows.udp(), ConnectionTable());
+        if (outlook == int(ConntrackFlows::Outlook::AccountingOff) ||
+            outlook == int(ConntrackFlows::Outlook::NoTracking))
+            QVERIFY(!flows.udp());
     }
 };
 

@@ -1,8 +1,10 @@
 #include "conntrack.h"
 
+#include <QFile>
 #include <QLoggingCategory>
 #include <QtEndian>
 
+#include <fcntl.h>
 #include <linux/netfilter/nfnetlink.h>
 #include <linux/netfilter/nfnetlink_conntrack.h>
 #include <linux/netlink.h>
@@ -11,6 +13,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 
 Q_DECLARE_LOGGING_CATEGORY(lcSockDiag)
@@ -202,11 +205,39 @@ DumpRead readMessages(const char *buffer, int length, const QString &bootId, Udp
     return read;
 }
 
+// A small number a sysctl file holds; nothing when it cannot be read.
+std::optional<long long> readSysctl(const QString &path)
+{
+    const int fd = ::open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0)
+        return std::nullopt;
+    char text[32];
+    const ssize_t n = ::read(fd, text, sizeof text - 1);
+    ::close(fd);
+    if (n <= 0)
+        return std::nullopt;
+    text[n] = '\0';
+    char *end = nullptr;
+    const long long value = std::strtoll(text, &end, 10);
+    return end != text ? std::optional<long long>(value) : std::nullopt;
+}
+
 } // namespace
+
+ConntrackFlows::Outlook ConntrackFlows::outlook() const
+{
+    const std::optional<long long> accounting = readSysctl(m_sysctls + QStringLiteral("/nf_conntrack_acct"));
+    if (!accounting)
+        return Outlook::NoTracking;
+    if (*accounting == 0)
+        return Outlook::AccountingOff;
+    const std::optional<long long> tracked = readSysctl(m_sysctls + QStringLiteral("/nf_conntrack_count"));
+    return tracked && *tracked == 0 ? Outlook::NothingTracked : Outlook::Dump;
+}
 
 std::optional<ConnectionTable> ConntrackFlows::udp()
 {
-    const int fd = ::socket(AF_NETLINK, SOCK_DGRAM | SOCK_CLOEXEC, NETLINK_NETFILTER);
+    int fd = -1;
     const auto fail = [&](const char *why) -> std::optional<ConnectionTable> {
         if (!m_logged)
             qCInfo(lcSockDiag, "UDP is not counted per address: connection tracking %s", why);
@@ -215,6 +246,17 @@ std::optional<ConnectionTable> ConntrackFlows::udp()
             ::close(fd);
         return std::nullopt;
     };
+    switch (outlook()) {
+    case Outlook::NoTracking:
+        return fail("is not loaded");
+    case Outlook::AccountingOff:
+        return fail("accounting is off (net.netfilter.nf_conntrack_acct=0)");
+    case Outlook::NothingTracked:
+        return ConnectionTable(); // nothing to count, known without a dump
+    case Outlook::Dump:
+        break;
+    }
+    fd = ::socket(AF_NETLINK, SOCK_DGRAM | SOCK_CLOEXEC, NETLINK_NETFILTER);
     if (fd < 0 || !requestFlowDump(fd))
         return fail(std::strerror(errno));
     UdpFlows udpFlows;

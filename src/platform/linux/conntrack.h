@@ -9,10 +9,21 @@
 class ConntrackFlows
 {
 public:
-    explicit ConntrackFlows(QString bootId) : m_bootId(std::move(bootId)) {}
+    // `netfilterSysctls`: where this network namespace's nf_conntrack_* settings are read.
+    explicit ConntrackFlows(QString bootId,
+                            QString netfilterSysctls = QStringLiteral("/proc/sys/net/netfilter"))
+        : m_bootId(std::move(bootId)), m_sysctls(std::move(netfilterSysctls))
+    {}
     std::optional<ConnectionTable> udp();
+
+    // Whether a dump of the table can count anything, from two sysctls and without walking the
+    // table (which costs milliseconds even when it is empty): connection tracking loaded, its
+    // accounting on, and something tracked.
+    enum class Outlook { Dump, NoTracking, AccountingOff, NothingTracked };
+    Outlook outlook() const;
 
 private:
     QString m_bootId;
+    QString m_sysctls;
     bool m_logged = false;
 };
