@@ -249,7 +249,7 @@
     <message>
         <location filename="../src/qml/ChartPage.qml" line="+14"/>
         <source>Bill Cycles</source>
-        <translation>Abrechnungszeiträume</translation>
+        <translation>Zeiträume</translation>
     </message>
     <message>
         <location line="+0"/>

@@ -30,7 +30,7 @@ ToolBar {
         elide: Text.ElideRight
         // Long titles (a weekday and a month) shrink before they are cut.
         fontSizeMode: Text.HorizontalFit
-        minimumPixelSize: 12
+        minimumPixelSize: 11
         text: bar.title
         font.pixelSize: Theme.body
         font.weight: Theme.heading
