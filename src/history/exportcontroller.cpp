@@ -425,16 +425,12 @@ void ExportController::tapRow(int row)
 
 void ExportController::mailRow(int row)
 {
-    if (m_runningRow >= 0 || row < 0 || row > 3)
-        return;
     MailComposer *mail = m_mail && m_mail->canSendMail() ? m_mail : nullptr;
     start(row, mail ? exportFilePath() : savedExportPath(), mail);
 }
 
 void ExportController::saveRow(int row, const QUrl &file)
 {
-    if (m_runningRow >= 0 || row < 0 || row > 3)
-        return;
     if (!file.isLocalFile()) {
         qCWarning(lcHistory) << "export: not a local file:" << file;
         emit alert(tr("The export can only be saved to a folder on this computer."));
@@ -450,6 +446,8 @@ QUrl ExportController::suggestedFile() const
 
 void ExportController::start(int row, const QString &path, MailComposer *mail)
 {
+    if (m_runningRow >= 0 || row < 0 || row > 3)
+        return;
     m_runningRow = row;
     m_rowsWritten = 0;
     emit runningChanged();

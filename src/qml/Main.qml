@@ -11,9 +11,9 @@ ApplicationWindow {
 
     // On a laptop's or a desktop's screen the history beside the main screen; on a narrow one a
     // phone's proportions. Either fits a 1280×800 screen with its panels.
-    width: Screen.desktopAvailableWidth >= 1200 ? 980 : 420
-    height: Math.max(minimumHeight, Math.min(Screen.desktopAvailableWidth >= 1200 ? 720 : 820,
-                                             Screen.desktopAvailableHeight - 40))
+    readonly property bool roomyScreen: Screen.desktopAvailableWidth >= 1200
+    width: roomyScreen ? 980 : 420
+    height: Math.max(minimumHeight, Math.min(roomyScreen ? 720 : 820, Screen.desktopAvailableHeight - 40))
     minimumWidth: 320
     minimumHeight: 480
     visible: true
