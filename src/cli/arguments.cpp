@@ -1,5 +1,6 @@
 #include "arguments.h"
 
+#include "commandsyntax.h"
 #include "core/localtime.h"
 
 #include <QJsonArray>
@@ -10,8 +11,12 @@
 
 namespace Cli {
 
-Arguments::Arguments(const QStringList &words, const QStringList &withValue, const QStringList &flags)
+Arguments::Arguments(const QStringList &words, const QString &command)
 {
+    const CommandSyntax &syntax = commandSyntax(command);
+    const QStringList &withValue = syntax.valueOptions;
+    const QStringList &flags = syntax.flags;
+    m_usage = oneLineUsage(syntax);
     for (qsizetype i = 0; i < words.size(); ++i) {
         const QString &w = words.at(i);
         if (!w.startsWith(QLatin1StringView("--")) || w == QLatin1StringView("--")) {
@@ -40,13 +45,14 @@ Arguments::Arguments(const QStringList &words, const QStringList &withValue, con
         } else if (flags.contains(name) && !inlineValue) {
             m_flags.append(name);
         } else {
-            throw UsageError(QStringLiteral("unknown option --%1").arg(name));
+            throw UsageError(QStringLiteral("unknown option --%1; usage: %2").arg(name, m_usage));
         }
     }
 }
 
-void Arguments::expectPositional(qsizetype min, qsizetype max, const QString &usage) const
+void Arguments::expectPositional(qsizetype min, qsizetype max) const
 {
+    const QString &usage = m_usage;
     if (positional.size() < min)
         throw UsageError(QStringLiteral("missing arguments; usage: %1").arg(usage));
     if (positional.size() > max)

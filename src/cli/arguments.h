@@ -30,22 +30,25 @@ public:
     using UsageError::UsageError;
 };
 
-// The words after a command: positional arguments and --options. Options named in `withValue`
-// take the next word (or --name=value); the others are flags.
+// The words after a command: positional arguments and --options, as the command's syntax allows
+// them. An option with a value takes the next word (or --name=value); the others are flags.
 class Arguments
 {
 public:
-    Arguments(const QStringList &words, const QStringList &withValue, const QStringList &flags);
+    Arguments(const QStringList &words, const QString &command);
 
     QStringList positional;
     bool flag(const QString &name) const { return m_flags.contains(name); }
     QString option(const QString &name) const { return m_values.value(name); }
     bool has(const QString &name) const { return m_values.contains(name); }
+    // The command's forms on one line, for error messages.
+    const QString &usage() const { return m_usage; }
 
     // Fails unless there are between min and max positional arguments.
-    void expectPositional(qsizetype min, qsizetype max, const QString &usage) const;
+    void expectPositional(qsizetype min, qsizetype max) const;
 
 private:
+    QString m_usage;
     QHash<QString, QString> m_values;
     QStringList m_flags;
 };

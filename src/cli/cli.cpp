@@ -1,41 +1,12 @@
 #include "cli.h"
 
 #include "arguments.h"
+#include "commandsyntax.h"
 #include "core/usagestore.h"
 
 #include <cstdio>
 
 namespace Cli {
-namespace {
-
-const char kUsage[] =
-    "usage: tallymo <command> [options]\n"
-    "\n"
-    "commands:\n"
-    "  sample [--json]                         take one locked sample\n"
-    "  period [--date D] [--plan ID] [--json]  the billing period containing D\n"
-    "  defaults read [KEY] | write KEY VALUE [--type T] | delete KEY\n"
-    "  plans list | add [--label L] | show [ID] | set KEY VALUE [--type T] [--plan ID]\n"
-    "  status [--json] [--plan ID]             the current period's figures\n"
-    "  intent show-usage [--json] [--speak]    the usage as the voice intent answers it\n"
-    "  refresh                                 one usage check: sample, figures, alerts\n"
-    "  alerts show | set N PERCENT             the four usage alert thresholds\n"
-    "  daemon [--interval SECONDS]             sample on a timer until stopped\n"
-    "  push                                    wake the running service (a silent push)\n"
-    "  export (--cycles N | --row R) [--plan ID] [-o FILE] [--mail]   usage as JSON\n"
-    "  history hours [--day D] | days [--date D] | cycles [--plan ID] [--json]\n"
-    "  map [--day D] [--plan ID] [--json]      where the day's usage happened\n"
-    "  net [--day D] [--plan ID] [--json]      traffic per remote address and hour\n"
-    "  watch [--follow] [--complication]       be the watch: ask once, then print pushes\n"
-    "  setup [--bill-day N] [--cap AMOUNT] [--used AMOUNT]   the first-run setup\n"
-    "  demo DIR                                write a demo container to try the app on\n"
-    "  store check [--plan ID] [--json]        check the stores; put wrong hourly totals right\n"
-    "  networks [--json] | set NAME mobile|other|ignore|auto   which links count as mobile data\n"
-    "\n"
-    "Dates are ISO 8601: YYYY-MM-DD (local midnight) or YYYY-MM-DDTHH:MM[+HH:MM].\n"
-    "Types: string, int, double, bool, date, json.\n";
-
-} // namespace
 
 void print(const QString &text)
 {
@@ -60,11 +31,12 @@ int run(const QStringList &args, Environment &env)
         {QLatin1StringView("map"), map},           {QLatin1StringView("net"), net},
         {QLatin1StringView("setup"), setup},       {QLatin1StringView("demo"), demo},
         {QLatin1StringView("intent"), intent},     {QLatin1StringView("store"), store},
-        {QLatin1StringView("networks"), networks},
+        {QLatin1StringView("networks"), networks}, {QLatin1StringView("metrics"), metrics},
     };
     if (args.isEmpty() || args.first() == QLatin1StringView("--help") ||
-        args.first() == QLatin1StringView("help")) {
-        std::fputs(kUsage, args.isEmpty() ? stderr : stdout);
+        args.first() == QLatin1StringView("-h") || args.first() == QLatin1StringView("help")) {
+        const QString text = programHelp();
+        (args.isEmpty() ? printError : print)(text);
         return args.isEmpty() ? 2 : 0;
     }
     if (args.first() == QLatin1StringView("--version")) {
@@ -75,6 +47,15 @@ int run(const QStringList &args, Environment &env)
         for (const auto &[name, command] : commands) {
             if (args.first() != name)
                 continue;
+            // `tallymo COMMAND --help`, anywhere before a "--".
+            const QStringList rest = args.mid(1);
+            const qsizetype words =
+                rest.contains(QStringLiteral("--")) ? rest.indexOf(QStringLiteral("--")) : rest.size();
+            if (rest.first(words).contains(QStringLiteral("--help")) ||
+                rest.first(words).contains(QStringLiteral("-h"))) {
+                print(commandHelp(commandSyntax(args.first())));
+                return 0;
+            }
             const int code = command(args.mid(1), env);
             // An answer built on a store that could not be read is no answer.
             if (const QString failure = UsageStore::takeFailure();

@@ -86,5 +86,6 @@ int setup(const QStringList &args, Environment &env);
 int demo(const QStringList &args, Environment &env);
 int store(const QStringList &args, Environment &env);
 int networks(const QStringList &args, Environment &env);
+int metrics(const QStringList &args, Environment &env);
 
 } // namespace Cli

@@ -99,8 +99,8 @@ int synchronized(SharedCode &shared)
 
 int sample(const QStringList &args, Environment &env)
 {
-    const Arguments a(args, {}, {QStringLiteral("json")});
-    a.expectPositional(0, 0, QStringLiteral("tallymo sample [--json]"));
+    const Arguments a(args, QStringLiteral("sample"));
+    a.expectPositional(0, 0);
     Services &s = env.services();
     const std::shared_ptr<StoreContext> context = s.shared.activeStore();
     SampleResult r;
@@ -143,8 +143,8 @@ int sample(const QStringList &args, Environment &env)
 
 int period(const QStringList &args, Environment &env)
 {
-    const Arguments a(args, {QStringLiteral("date"), QStringLiteral("plan")}, {QStringLiteral("json")});
-    a.expectPositional(0, 0, QStringLiteral("tallymo period [--date D] [--plan ID] [--json]"));
+    const Arguments a(args, QStringLiteral("period"));
+    a.expectPositional(0, 0);
     const std::optional<QDateTime> date = a.has(QStringLiteral("date"))
                                               ? std::optional(parseDate(a.option(QStringLiteral("date"))))
                                               : std::nullopt;
@@ -167,13 +167,12 @@ int period(const QStringList &args, Environment &env)
 
 int defaults(const QStringList &args, Environment &env)
 {
-    const Arguments a(args, {QStringLiteral("type")}, {});
-    const QString usage =
-        QStringLiteral("tallymo defaults read [KEY] | write KEY VALUE [--type T] | delete KEY");
-    a.expectPositional(1, 3, usage);
+    const Arguments a(args, QStringLiteral("defaults"));
+    const QString &usage = a.usage();
+    a.expectPositional(1, 3);
     const QString verb = a.positional.first();
     if (verb == QLatin1StringView("read")) {
-        a.expectPositional(1, 2, usage);
+        a.expectPositional(1, 2);
         Services &s = env.services();
         if (a.positional.size() == 1) {
             print(QString::fromUtf8(jsonText(toJson(s.shared.userPref().dictionaryRepresentation()))));
@@ -188,7 +187,7 @@ int defaults(const QStringList &args, Environment &env)
         return 0;
     }
     if (verb == QLatin1StringView("write")) {
-        a.expectPositional(3, 3, usage);
+        a.expectPositional(3, 3);
         const QString &key = a.positional.at(1);
         const QVariant value = parseValue(key, a.positional.at(2), a.option(QStringLiteral("type")));
         checkValue(key, value);
@@ -197,7 +196,7 @@ int defaults(const QStringList &args, Environment &env)
         return synchronized(s.shared);
     }
     if (verb == QLatin1StringView("delete")) {
-        a.expectPositional(2, 2, usage);
+        a.expectPositional(2, 2);
         Services &s = env.services();
         s.shared.userPref().removeValue(a.positional.at(1));
         return synchronized(s.shared);
@@ -243,9 +242,9 @@ void drainActiveQueue(SharedCode &shared)
 }
 
 // plans switch ID. When the active plan's store cannot be opened there is no last sample to take.
-int switchActivePlan(const Arguments &a, Environment &env, const QString &usage)
+int switchActivePlan(const Arguments &a, Environment &env)
 {
-    a.expectPositional(2, 2, usage);
+    a.expectPositional(2, 2);
     Services &s = env.services();
     const QString id = requirePlan(s.shared, a.positional.at(1));
     QString error;
@@ -270,9 +269,9 @@ int switchActivePlan(const Arguments &a, Environment &env, const QString &usage)
 }
 
 // plans remove ID, once confirmed; the active plan stays.
-int removePlan(const Arguments &a, Environment &env, const QString &usage)
+int removePlan(const Arguments &a, Environment &env)
 {
-    a.expectPositional(2, 2, usage);
+    a.expectPositional(2, 2);
     Services &s = env.services();
     const QString id = requirePlan(s.shared, a.positional.at(1));
     if (id == s.shared.activePlanID())
@@ -284,9 +283,9 @@ int removePlan(const Arguments &a, Environment &env, const QString &usage)
 }
 
 // plans reset: the current period's usage goes, once confirmed.
-int resetPeriod(const Arguments &a, Environment &env, const QString &usage)
+int resetPeriod(const Arguments &a, Environment &env)
 {
-    a.expectPositional(1, 1, usage);
+    a.expectPositional(1, 1);
     Services &s = env.services();
     if (!confirm(
             a, QCoreApplication::translate("ResetController", "This will delete current usage statistics.")))
@@ -298,9 +297,9 @@ int resetPeriod(const Arguments &a, Environment &env, const QString &usage)
 }
 
 // plans add-usage AMOUNT: adds to the current period's cellular usage, once confirmed.
-int addUsage(const Arguments &a, Environment &env, const QString &usage)
+int addUsage(const Arguments &a, Environment &env)
 {
-    a.expectPositional(2, 2, usage);
+    a.expectPositional(2, 2);
     const std::optional<AmountEntry::Amount> amount = parseAmount(a.positional.at(1), 0.001);
     if (!amount)
         throw UsageError(
@@ -318,17 +317,17 @@ int addUsage(const Arguments &a, Environment &env, const QString &usage)
 }
 
 // switch, remove, reset and add-usage; -1 for another verb.
-int planChange(const Arguments &a, Environment &env, const QString &usage)
+int planChange(const Arguments &a, Environment &env)
 {
     const QString verb = a.positional.first();
     if (verb == QLatin1StringView("switch"))
-        return switchActivePlan(a, env, usage);
+        return switchActivePlan(a, env);
     if (verb == QLatin1StringView("remove"))
-        return removePlan(a, env, usage);
+        return removePlan(a, env);
     if (verb == QLatin1StringView("reset"))
-        return resetPeriod(a, env, usage);
+        return resetPeriod(a, env);
     if (verb == QLatin1StringView("add-usage"))
-        return addUsage(a, env, usage);
+        return addUsage(a, env);
     return -1;
 }
 
@@ -366,20 +365,17 @@ int listPlans(UsageMonitor &monitor, bool json)
 
 int plans(const QStringList &args, Environment &env)
 {
-    const Arguments a(args, {QStringLiteral("label"), QStringLiteral("type"), QStringLiteral("plan")},
-                      {QStringLiteral("json"), QStringLiteral("yes")});
-    const QString usage = QStringLiteral("tallymo plans list | add [--label L] | show [ID] | set KEY VALUE "
-                                         "[--type T] [--plan ID] | switch ID | remove ID | reset | "
-                                         "add-usage AMOUNT[MB|GB] [--yes]");
-    a.expectPositional(1, 3, usage);
+    const Arguments a(args, QStringLiteral("plans"));
+    const QString &usage = a.usage();
+    a.expectPositional(1, 3);
     const QString verb = a.positional.first();
     const bool json = a.flag(QStringLiteral("json"));
     if (verb == QLatin1StringView("list")) {
-        a.expectPositional(1, 1, usage);
+        a.expectPositional(1, 1);
         return listPlans(env.services().monitor, json);
     }
     if (verb == QLatin1StringView("add")) {
-        a.expectPositional(1, 1, usage);
+        a.expectPositional(1, 1);
         Services &s = env.services();
         QVariantMap plan = s.monitor.plans().makeNewPlan();
         if (a.has(QStringLiteral("label")))
@@ -392,7 +388,7 @@ int plans(const QStringList &args, Environment &env)
         return 0;
     }
     if (verb == QLatin1StringView("show")) {
-        a.expectPositional(1, 2, usage);
+        a.expectPositional(1, 2);
         Services &s = env.services();
         const QString id =
             a.positional.size() == 2 ? requirePlan(s.shared, a.positional.at(1)) : s.shared.activePlanID();
@@ -406,7 +402,7 @@ int plans(const QStringList &args, Environment &env)
         return 0;
     }
     if (verb == QLatin1StringView("set")) {
-        a.expectPositional(3, 3, usage);
+        a.expectPositional(3, 3);
         const QString &key = a.positional.at(1);
         const QVariant value = parseValue(key, a.positional.at(2), a.option(QStringLiteral("type")));
         checkPlanValue(key, value);
@@ -414,7 +410,7 @@ int plans(const QStringList &args, Environment &env)
         store(s.shared, planOption(s.shared, a), key, value, true);
         return synchronized(s.shared);
     }
-    if (const int rc = planChange(a, env, usage); rc >= 0)
+    if (const int rc = planChange(a, env); rc >= 0)
         return rc;
     throw UsageError(QStringLiteral("unknown plans command \"%1\"; usage: %2").arg(verb, usage));
 }

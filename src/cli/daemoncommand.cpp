@@ -5,10 +5,13 @@
 #include "core/usagestore.h"
 #include "desktop/displayformat.h"
 #include "desktop/usageintent.h"
+#include "metrics.h"
 #include "output.h"
+#include "services/logging.h"
 #include "services/usagemonitor.h"
 
 #include <QCoreApplication>
+#include <QFileInfo>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QTimer>
@@ -44,6 +47,35 @@ QString storeTrouble(UsageMonitor &monitor)
     return failure;
 }
 
+// The file the service rewrites after every check for node_exporter's textfile collector, if any.
+struct MetricsFile
+{
+    QString path;
+    Services *services = nullptr;
+    bool failing = false;
+    bool written = false;
+
+    void update()
+    {
+        if (path.isEmpty())
+            return;
+        const bool gone = written && !QFileInfo::exists(path);
+        QString error;
+        if (!writeMetricsFile(path, metricsText(*services, MetricsFormat::PrometheusText), &error)) {
+            if (!std::exchange(failing, true))
+                qCWarning(lcApp, "the metrics file %s cannot be written: %s", qPrintable(path),
+                          qPrintable(error));
+            return;
+        }
+        written = true;
+        if (std::exchange(failing, false))
+            qCInfo(lcApp, "the metrics file %s is written again", qPrintable(path));
+        else if (gone)
+            qCWarning(lcApp, "the metrics file %s had gone; made anew", qPrintable(path));
+    }
+};
+MetricsFile metricsFile;
+
 // Prints a line for each wake-up: what triggered it, what the sample recorded, the figures.
 void report(UsageMonitor &monitor, const QString &trigger)
 {
@@ -72,22 +104,34 @@ void report(UsageMonitor &monitor, const QString &trigger)
               .arg(DisplayFormat::getDataBytesStr(v.monthWifi))
               .arg(monitor.alerts().currentThresholdLevel()));
     std::fflush(stdout);
+    metricsFile.update();
 }
 
-// The seconds between two samples: 300 unless --interval says otherwise.
-double sampleInterval(const QStringList &args)
+struct DaemonOptions
+{
+    double interval = 300; // seconds between two samples
+    QString metricsFile;
+};
+
+DaemonOptions daemonOptions(const QStringList &args)
 {
     // --foreground is accepted for service managers that pass it: the service never detaches.
-    const Arguments a(args, {QStringLiteral("interval")}, {QStringLiteral("foreground")});
-    a.expectPositional(0, 0, QStringLiteral("tallymo daemon [--interval SECONDS] [--foreground]"));
-    double interval = 300;
+    const Arguments a(args, QStringLiteral("daemon"));
+    a.expectPositional(0, 0);
+    DaemonOptions o;
     if (a.has(QStringLiteral("interval"))) {
         bool ok = false;
-        interval = a.option(QStringLiteral("interval")).toDouble(&ok);
-        if (!ok || !(interval >= 1 && interval <= 86400))
+        o.interval = a.option(QStringLiteral("interval")).toDouble(&ok);
+        if (!ok || !(o.interval >= 1 && o.interval <= 86400))
             throw UsageError(QStringLiteral("--interval takes a number of seconds from 1 to 86400"));
     }
-    return interval;
+    if (a.has(QStringLiteral("metrics-file"))) {
+        o.metricsFile = a.option(QStringLiteral("metrics-file"));
+        // Refused at start: a service that runs without the file it was asked for would look healthy.
+        if (const QString why = checkMetricsFile(o.metricsFile); !why.isEmpty())
+            throw UsageError(QStringLiteral("--metrics-file: %1").arg(why));
+    }
+    return o;
 }
 
 // Every wake-up runs the usage check; one that comes while a check runs is answered at once.
@@ -147,8 +191,9 @@ void launchInBackground(UsageMonitor &monitor)
 
 int daemon(const QStringList &args, Environment &env)
 {
-    const double interval = sampleInterval(args);
+    const DaemonOptions options = daemonOptions(args);
     Services &s = env.desktopServices();
+    metricsFile = {options.metricsFile, &s};
     UsageMonitor &monitor = s.monitor;
     reportVisits(monitor);
     if (ConnectionSource *connections = s.shared.connections())
@@ -164,7 +209,7 @@ int daemon(const QStringList &args, Environment &env)
         });
     launchInBackground(monitor);
     QTimer timer;
-    timer.setInterval(int(interval * 1000));
+    timer.setInterval(int(options.interval * 1000));
     QObject::connect(&timer, &QTimer::timeout,
                      [&monitor] { checkUsageOnWakeUp(monitor, QStringLiteral("fetch")); });
     env.onTerminationRequest([&] {
@@ -180,8 +225,8 @@ int daemon(const QStringList &args, Environment &env)
 
 int push(const QStringList &args, Environment &env)
 {
-    const Arguments a(args, {}, {});
-    a.expectPositional(0, 0, QStringLiteral("tallymo push"));
+    const Arguments a(args, QStringLiteral("push"));
+    a.expectPositional(0, 0);
     env.desktopServices();
     if (env.pushToBackgroundService && env.pushToBackgroundService())
         return 0;
@@ -196,8 +241,8 @@ namespace Cli {
 
 int watch(const QStringList &args, Environment &env)
 {
-    const Arguments a(args, {}, {QStringLiteral("follow"), QStringLiteral("complication")});
-    a.expectPositional(0, 0, QStringLiteral("tallymo watch [--follow] [--complication]"));
+    const Arguments a(args, QStringLiteral("watch"));
+    a.expectPositional(0, 0);
     env.desktopServices();
     const auto report = [](const QString &kind, const QVariantMap &record) {
         print(QString::fromUtf8(QJsonDocument(QJsonObject{{kind, QJsonObject::fromVariantMap(record)}})

@@ -21,16 +21,14 @@ Arguments exportArguments(const QStringList &rawArgs)
 {
     QStringList args = rawArgs;
     args.replaceInStrings(QRegularExpression(QStringLiteral("^-o$")), QStringLiteral("--output"));
-    return Arguments(
-        args,
-        {QStringLiteral("cycles"), QStringLiteral("row"), QStringLiteral("plan"), QStringLiteral("output")},
-        {QStringLiteral("mail")});
+    return Arguments(args, QStringLiteral("export"));
 }
 
 // The number given with --cycles (1 up) or with --row (0 to 3); exactly one of them must be there.
-qint64 cyclesOrRow(const Arguments &a, const QString &usage)
+qint64 cyclesOrRow(const Arguments &a)
 {
-    a.expectPositional(0, 0, usage);
+    const QString &usage = a.usage();
+    a.expectPositional(0, 0);
     if (a.has(QStringLiteral("cycles")) == a.has(QStringLiteral("row")))
         throw UsageError(QStringLiteral("give either --cycles N or --row R; usage: %1").arg(usage));
     bool ok = false;
@@ -95,9 +93,7 @@ int reportOutcome(const ExportController::Outcome &outcome, const QString &path)
 int exportUsage(const QStringList &rawArgs, Environment &env)
 {
     const Arguments a = exportArguments(rawArgs);
-    const QString usage =
-        QStringLiteral("tallymo export (--cycles N | --row R) [--plan ID] [-o FILE] [--mail]");
-    const qint64 number = cyclesOrRow(a, usage);
+    const qint64 number = cyclesOrRow(a);
     if (a.flag(QStringLiteral("mail")) &&
         QStandardPaths::findExecutable(QStringLiteral("xdg-email")).isEmpty()) {
         printError(QStringLiteral("tallymo: cannot mail the export: xdg-email is not installed "

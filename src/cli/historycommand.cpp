@@ -31,9 +31,10 @@ struct HistoryRequest
 };
 
 // Each view takes its own date option (--day for hours, --date for days) and no other.
-HistoryRequest parseRequest(const Arguments &a, const QString &usage)
+HistoryRequest parseRequest(const Arguments &a)
 {
-    a.expectPositional(1, 1, usage);
+    const QString &usage = a.usage();
+    a.expectPositional(1, 1);
     const QString view = a.positional.first();
     if (view != QLatin1StringView("hours") && view != QLatin1StringView("days") &&
         view != QLatin1StringView("cycles"))
@@ -156,11 +157,8 @@ void printChart(const HistoryList &h, const QList<ChartRow> &rows)
 
 int history(const QStringList &args, Environment &env)
 {
-    const Arguments a(args, {QStringLiteral("day"), QStringLiteral("date"), QStringLiteral("plan")},
-                      {QStringLiteral("json")});
-    const QString usage = QStringLiteral("tallymo history hours [--day D] | days [--date D] | cycles "
-                                         "[--plan ID] [--json]");
-    const HistoryRequest request = parseRequest(a, usage);
+    const Arguments a(args, QStringLiteral("history"));
+    const HistoryRequest request = parseRequest(a);
     Services &s = env.services();
     const QString plan = a.has(QStringLiteral("plan"))
                              ? requirePlan(s.shared, a.option(QStringLiteral("plan")))

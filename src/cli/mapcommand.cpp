@@ -25,10 +25,10 @@ struct DayCommand
     bool json;
 };
 
-DayCommand openDay(const QStringList &args, Environment &env, const QString &usage, bool lookups)
+DayCommand openDay(const QStringList &args, Environment &env, const QString &command, bool lookups)
 {
-    const Arguments a(args, {QStringLiteral("day"), QStringLiteral("plan")}, {QStringLiteral("json")});
-    a.expectPositional(0, 0, usage);
+    const Arguments a(args, command);
+    a.expectPositional(0, 0);
     const std::optional<QDateTime> date = a.has(QStringLiteral("day"))
                                               ? std::optional(parseDate(a.option(QStringLiteral("day"))))
                                               : std::nullopt;
@@ -49,8 +49,7 @@ DayCommand openDay(const QStringList &args, Environment &env, const QString &usa
 
 int map(const QStringList &args, Environment &env)
 {
-    const DayCommand c =
-        openDay(args, env, QStringLiteral("tallymo map [--day D] [--plan ID] [--json]"), false);
+    const DayCommand c = openDay(args, env, QStringLiteral("map"), false);
     DayViewController &day = *c.day;
     auto *map = qobject_cast<MapViewController *>(day.child(1));
     if (map->busy()) {
@@ -101,8 +100,7 @@ int map(const QStringList &args, Environment &env)
 int net(const QStringList &args, Environment &env)
 {
     // The desktop services bring the host-name lookups.
-    const DayCommand c =
-        openDay(args, env, QStringLiteral("tallymo net [--day D] [--plan ID] [--json]"), true);
+    const DayCommand c = openDay(args, env, QStringLiteral("net"), true);
     DayViewController &day = *c.day;
     auto *net = qobject_cast<NetViewController *>(day.child(2));
     QEventLoop loop;

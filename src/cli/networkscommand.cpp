@@ -11,8 +11,6 @@
 namespace Cli {
 namespace {
 
-const QString kUsage = QStringLiteral("tallymo networks [--json] | set NAME mobile|other|ignore|auto");
-
 QString meteredWord(const LinkClass &link)
 {
     if (link.connection.isEmpty() && link.metered == 0)
@@ -114,12 +112,12 @@ int set(SharedCode &shared, const QString &name, const QString &word)
 
 int networks(const QStringList &args, Environment &env)
 {
-    const Arguments a(args, {}, {QStringLiteral("json")});
-    a.expectPositional(0, 3, kUsage);
+    const Arguments a(args, QStringLiteral("networks"));
+    a.expectPositional(0, 3);
     if (a.positional.isEmpty())
         return list(env.services().shared, a.flag(QStringLiteral("json")));
     if (a.positional.first() != QLatin1StringView("set") || a.positional.size() != 3)
-        throw UsageError(QStringLiteral("usage: %1").arg(kUsage));
+        throw UsageError(QStringLiteral("usage: %1").arg(a.usage()));
     return set(env.services().shared, a.positional.at(1), a.positional.at(2));
 }
 

@@ -55,9 +55,8 @@ QString ask(const QString &question)
 
 int setup(const QStringList &args, Environment &env)
 {
-    const QString usage = QStringLiteral("setup [--bill-day N] [--cap AMOUNT] [--used AMOUNT]");
-    const Arguments a(args, {QStringLiteral("bill-day"), QStringLiteral("cap"), QStringLiteral("used")}, {});
-    a.expectPositional(0, 0, usage);
+    const Arguments a(args, QStringLiteral("setup"));
+    a.expectPositional(0, 0);
     const bool terminal = ::isatty(STDIN_FILENO);
     const bool complete = a.has(QStringLiteral("bill-day")) && a.has(QStringLiteral("cap"));
     if (!complete && !terminal)
@@ -135,9 +134,8 @@ double activity(int hour, QRandomGenerator &random)
 // The demo's folder, made; it must be new or empty.
 QString makeDemoFolder(const QStringList &args)
 {
-    const QString usage = QStringLiteral("demo DIR");
-    const Arguments a(args, {}, {});
-    a.expectPositional(1, 1, usage);
+    const Arguments a(args, QStringLiteral("demo"));
+    a.expectPositional(1, 1);
     const QString dir = QFileInfo(a.positional.at(0)).absoluteFilePath();
     if (QFileInfo::exists(dir) && !QDir(dir).isEmpty(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot))
         throw UsageError(

@@ -7,6 +7,7 @@
 #include "desktop/usageintent.h"
 #include "desktop/widgetstats.h"
 #include "output.h"
+#include "planfigures.h"
 #include "plans/billingcycle.h"
 #include "plans/colorscheme.h"
 #include "plans/datacap.h"
@@ -23,18 +24,6 @@
 #include <unistd.h>
 
 namespace Cli {
-namespace {
-
-struct Figures
-{
-    CurrentValues v;
-    double cap = 0;
-    double ratio = 0;
-    QString forecast;
-    quint32 color = 0;
-    qint64 level = 0;
-    std::pair<qint64, QString> timeLeft;
-};
 
 Figures readFigures(Services &s, const QString &plan)
 {
@@ -52,6 +41,8 @@ Figures readFigures(Services &s, const QString &plan)
     f.timeLeft = s.monitor.figures().timeLeft(f.v, plan);
     return f;
 }
+
+namespace {
 
 QJsonObject figuresJson(const Figures &f)
 {
@@ -126,8 +117,8 @@ QString humanStatus(Services &s, const Figures &f, const QString &planId)
 
 int status(const QStringList &args, Environment &env)
 {
-    const Arguments a(args, {QStringLiteral("plan")}, {QStringLiteral("json")});
-    a.expectPositional(0, 0, QStringLiteral("tallymo status [--json] [--plan ID]"));
+    const Arguments a(args, QStringLiteral("status"));
+    a.expectPositional(0, 0);
     Services &s = env.services();
     const QString plan =
         a.has(QStringLiteral("plan")) ? requirePlan(s.shared, a.option(QStringLiteral("plan"))) : QString();
@@ -141,9 +132,9 @@ int status(const QStringList &args, Environment &env)
 
 int intent(const QStringList &args, Environment &env)
 {
-    const Arguments a(args, {}, {QStringLiteral("json"), QStringLiteral("speak")});
-    const QString usage = QStringLiteral("tallymo intent show-usage [--json] [--speak]");
-    a.expectPositional(1, 1, usage);
+    const Arguments a(args, QStringLiteral("intent"));
+    const QString &usage = a.usage();
+    a.expectPositional(1, 1);
     if (a.positional.first() != QLatin1StringView("show-usage"))
         throw UsageError(QStringLiteral("unknown intent \"%1\"; usage: %2").arg(a.positional.first(), usage));
     Services &s = env.services();
@@ -168,8 +159,8 @@ int intent(const QStringList &args, Environment &env)
 
 int refresh(const QStringList &args, Environment &env)
 {
-    const Arguments a(args, {}, {});
-    a.expectPositional(0, 0, QStringLiteral("tallymo refresh"));
+    const Arguments a(args, QStringLiteral("refresh"));
+    a.expectPositional(0, 0);
     Services &s = env.desktopServices();
     s.monitor.prepareLaunch();
     s.monitor.completeLaunch();
@@ -204,12 +195,12 @@ int refresh(const QStringList &args, Environment &env)
 
 int alerts(const QStringList &args, Environment &env)
 {
-    const Arguments a(args, {}, {});
-    const QString usage = QStringLiteral("tallymo alerts show | set N PERCENT");
-    a.expectPositional(1, 3, usage);
+    const Arguments a(args, QStringLiteral("alerts"));
+    const QString &usage = a.usage();
+    a.expectPositional(1, 3);
     const QString &verb = a.positional.first();
     if (verb == QLatin1StringView("show")) {
-        a.expectPositional(1, 1, usage);
+        a.expectPositional(1, 1);
         Services &s = env.services();
         for (int n = 1; n <= 4; ++n)
             print(QStringLiteral("%1 %2  %3\n")
@@ -221,7 +212,7 @@ int alerts(const QStringList &args, Environment &env)
     }
     if (verb != QLatin1StringView("set"))
         throw UsageError(QStringLiteral("unknown alerts command \"%1\"; usage: %2").arg(verb, usage));
-    a.expectPositional(3, 3, usage);
+    a.expectPositional(3, 3);
     bool ok = false;
     const int n = a.positional.at(1).toInt(&ok);
     if (!ok || n < 1 || n > 4)

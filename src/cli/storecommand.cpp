@@ -16,9 +16,9 @@ namespace Cli {
 
 int store(const QStringList &args, Environment &env)
 {
-    const Arguments a(args, {QStringLiteral("plan")}, {QStringLiteral("json")});
-    const QString usage = QStringLiteral("tallymo store check [--plan ID] [--json]");
-    a.expectPositional(1, 1, usage);
+    const Arguments a(args, QStringLiteral("store"));
+    const QString &usage = a.usage();
+    a.expectPositional(1, 1);
     if (a.positional.first() != QLatin1StringView("check"))
         throw UsageError(
             QStringLiteral("unknown store command \"%1\"; usage: %2").arg(a.positional.first(), usage));

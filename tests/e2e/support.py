@@ -94,9 +94,9 @@ class Container:
 class Daemon:
     """tallymo daemon (inside a namespace when given one), its output lines kept as they come."""
 
-    def __init__(self, env, interval=3600, ns=None):
+    def __init__(self, env, interval=3600, ns=None, args=()):
         self.proc = subprocess.Popen((["ip", "netns", "exec", ns] if ns else []) + [
-            TALLYMO, "daemon", "--interval", str(interval)], env=env, stdout=subprocess.PIPE,
+            TALLYMO, "daemon", "--interval", str(interval), *args], env=env, stdout=subprocess.PIPE,
             stderr=subprocess.PIPE, text=True)
         self.lines, self.errors = [], []
         self.readers = [threading.Thread(target=lambda: self.lines.extend(self.proc.stdout)),

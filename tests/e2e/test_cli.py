@@ -2,10 +2,12 @@
 processes, stores and settings that cannot be read, and the service's start and stop."""
 import json
 import random
+import re
 import sqlite3
 from datetime import datetime
 from urllib.parse import unquote
 import os
+import pathlib
 import signal
 import subprocess
 import sys
@@ -14,7 +16,9 @@ import time
 import unittest
 
 sys.path.insert(0, os.path.dirname(__file__))
-from support import TALLYMO, Container  # noqa: E402
+from support import TALLYMO, Container, Daemon, require  # noqa: E402
+
+MAN_PAGE = os.path.join(os.path.dirname(__file__), "..", "..", "docs", "man", "tallymo.1.scd")
 
 
 class CommandLine(unittest.TestCase):
@@ -271,6 +275,91 @@ class CommandLine(unittest.TestCase):
         d.stderr.close()
         self.assertIn("+cell 120.6 KB", lines[-1])
         self.assertEqual(self.c.totals()["cellIn"], 123456)
+
+    def test_help_the_parser_and_the_manual_agree(self):
+        """Every form `tallymo --help` lists is what `tallymo COMMAND --help` prints, every option in
+        it is one the parser takes, and the manual has every command and option."""
+        program = self.c.run("--help").stdout
+        commands = sorted(set(re.findall(r"^  tallymo ([a-z]+)", program, re.M)))
+        self.assertGreaterEqual(len(commands), 20)
+        with open(MAN_PAGE) as f:
+            manual = f.read()
+        for command in commands:
+            with self.subTest(command=command):
+                help_ = self.c.run(command, "--help").stdout
+                forms = [line.split("usage: ")[-1].strip() for line in help_.split("\n\n")[0].splitlines()]
+                self.assertEqual(self.c.run(command, "-h").stdout, help_)
+                for form in forms:
+                    self.assertIn("  " + form + "\n", program)
+                self.assertIn(f"*tallymo {command}*", manual)
+                # "--plan ID" takes a value, "--json]" is a flag.
+                for option, value in sorted(set(re.findall(r"(--[a-z-]+)( [a-zA-Z])?", "\n".join(forms)))):
+                    self.assertIn(f"*{option}*", manual)
+                    # Taken by the parser: an option with a value asks for it; after a flag, the next
+                    # word is the one refused.
+                    p = self.c.run(command, option, *([] if value else ["--not-an-option"]), check=False)
+                    self.assertEqual(p.returncode, 2, p.stderr)
+                    self.assertEqual(p.stderr, f"tallymo: option {option} needs a value\n" if value else
+                                     f"tallymo: unknown option --not-an-option; usage: {forms[0]}"
+                                     + "".join(" | " + f.split(" ", 2)[2] for f in forms[1:]) + "\n")
+
+    def test_metrics_for_prometheus(self):
+        require("promtool", "python:prometheus_client")
+        from prometheus_client.openmetrics.parser import text_string_to_metric_families
+        self.c.run("setup", "--bill-day", "1", "--cap", "2GB")
+        self.c.run("plans", "add", "--label", 'Travel "EU"\\2')
+        self.c.run("sample")
+        self.c.write_counters({"wwan0": (1000 + 5_000_000, 1000 + 70_000), "wlan0": (10 + 9_000, 10)})
+        self.c.run("sample")
+        status = json.loads(self.c.run("status", "--json").stdout)
+        active = json.loads(self.c.run("plans", "show", "--json").stdout)["PREF_PLAN_ID"]
+        families = {f.name: f for f in text_string_to_metric_families(self.c.run("metrics").stdout)}
+
+        def value(family, **labels):
+            found = [s.value for s in families[family].samples if labels.items() <= s.labels.items()]
+            self.assertEqual(len(found), 1, (family, labels))
+            return found[0]
+        self.assertEqual(families["tallymo_mobile_bytes"].type, "counter")
+        self.assertEqual(families["tallymo_mobile_bytes"].unit, "bytes")
+        expected = [("tallymo_mobile_bytes", {"direction": "received"}, 5_000_000),
+                    ("tallymo_mobile_bytes", {"direction": "sent"}, 70_000),
+                    ("tallymo_other_bytes", {"direction": "received"}, 9_000),
+                    ("tallymo_period_used_bytes", {}, status["monthCell"]),
+                    ("tallymo_period_cap_bytes", {}, status["effectiveDataCap"]),
+                    ("tallymo_period_rollover_bytes", {}, 0),
+                    ("tallymo_forecast_state", {"state": status["forecast"]}, 1),
+                    ("tallymo_period_end_timestamp_seconds", {},
+                     datetime.fromisoformat(status["monthEndDate"]).timestamp())]
+        for family, labels, want in expected:
+            with self.subTest(family=family, labels=labels):
+                self.assertEqual(value(family, plan=active, **labels), want)
+        self.assertEqual(sorted(s.labels["label"] for s in families["tallymo_plan_active"].samples
+                                if s.value == 0), ['Travel "EU"\\2'])
+        text = self.c.run("metrics", "--format", "prometheus").stdout
+        p = subprocess.run(["promtool", "check", "metrics"], input=text, capture_output=True, text=True)
+        self.assertEqual((p.returncode, p.stdout + p.stderr), (0, ""))
+        self.assertIn('tallymo_mobile_bytes_total{plan="%s",direction="received"} 5000000\n' % active, text)
+
+    def test_the_service_keeps_its_metrics_file(self):
+        self.c.run("setup", "--bill-day", "1", "--cap", "2GB")
+        path = os.path.join(self.c.root, "textfile", "tallymo.prom")
+        for bad, why in [(os.path.join(self.c.root, "missing", "t.prom"), "does not exist"),
+                         (self.c.root, "is a folder")]:
+            p = self.c.run("daemon", "--metrics-file", bad, check=False)
+            self.assertEqual(p.returncode, 2)
+            self.assertEqual(len(p.stderr.splitlines()), 1, p.stderr)
+            self.assertIn(why, p.stderr)
+        os.makedirs(os.path.dirname(path))
+        d = Daemon(self.c.env, interval=1, args=("--metrics-file", path))
+        try:
+            d.wait(lambda: os.path.exists(path), "no metrics file")
+            os.remove(path)
+            self.c.write_counters({"wwan0": (1000 + 4096, 1000), "wlan0": (10, 10)})
+            d.wait(lambda: os.path.exists(path) and "} 4096\n" in pathlib.Path(path).read_text(), "not made anew")
+        finally:
+            d.stop()
+        self.assertEqual(d.err.count("had gone; made anew"), 1, d.err)
+        self.assertEqual(os.listdir(os.path.dirname(path)), ["tallymo.prom"])  # no temporary left
 
 
 if __name__ == "__main__":
