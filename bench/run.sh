@@ -4,17 +4,24 @@
 #   bench/run.sh quick            the in-process benchmarks only (no vnStat comparison)
 #   bench/run.sh service [SECS]   the service's memory over an hour (or SECS) of 10-second samples,
 #                                 beside vnstatd
+#   bench/run.sh allday [SECS]    what a machine pays all day (bench/allday.sh; SECS idle, default 600)
+# The whole run prints every row of the README's performance table: the all-day costs, the app's
+# animated themes (bench/app.sh) and the commands on five and ten years of records.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-scripts/deps.sh vnstat hyperfine time iproute2 util-linux
+scripts/deps.sh vnstat hyperfine time iproute2 util-linux linux-perf
 cmake -S . -B build-bench -DCMAKE_BUILD_TYPE=Release -DTALLYMO_TESTS=OFF -DTALLYMO_BENCH=ON >/dev/null
-cmake --build build-bench -j"$(nproc)" --target tallymo_bench tallymo tallymo-widget >/dev/null
+cmake --build build-bench -j"$(nproc)" --target tallymo_bench tallymo tallymo-widget tallymo-app tallymo-screenshots >/dev/null
 echo "== in-process"
 build-bench/bench/tallymo_bench
 echo "== connection table with 10,000 open TCP sockets"
 bench/connections.sh build-bench/bench/tallymo_bench
 [ "${1:-}" = quick ] && exit 0
 [ "${1:-}" = service ] && exec bench/service.sh build-bench/programs/tallymo/tallymo "${2:-3600}"
+bench/allday.sh build-bench "${2:-600}"
+[ "${1:-}" = allday ] && exit 0
+echo "== the app (bench/app.sh)"
+bench/app.sh build-bench
 
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
