@@ -385,11 +385,34 @@ void SettingsDomain::adopt(QVariantMap disk)
     m_values = std::move(values);
 }
 
+namespace {
+
+// Equal value for value and of the same types: what would be written is what the file holds.
+bool sameContent(const QVariantMap &a, const QVariantMap &b)
+{
+    if (a.size() != b.size())
+        return false;
+    for (auto i = a.cbegin(), j = b.cbegin(); i != a.cend(); ++i, ++j)
+        if (i.key() != j.key() || i.value().metaType() != j.value().metaType() || i.value() != j.value())
+            return false;
+    return true;
+}
+
+} // namespace
+
 bool SettingsDomain::writeLocked()
 {
     if (!m_loadError.isEmpty()) {
         m_lastError = m_loadError;
         return false;
+    }
+    // Changes that leave every value as the file has it (a figure set again to what it was) write
+    // nothing: no new file, no fsync.
+    if (m_diskGood && m_stamp && sameContent(m_values, m_disk)) {
+        m_pending.clear();
+        m_base.clear();
+        m_lastError.clear();
+        return true;
     }
     QString error;
     if (!PrivateFiles::writeFile(m_path, PropertyList::toXml(m_values), &error,

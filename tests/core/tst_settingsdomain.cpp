@@ -114,6 +114,25 @@ private slots:
         }
     }
 
+    // A write that changes nothing leaves the file alone; a change of type is a change.
+    void unchangedValuesAreNotWrittenAgain()
+    {
+        SettingsDomain a(path());
+        a.setValue(QStringLiteral("level"), qlonglong(2));
+        QVERIFY(a.synchronize());
+        // Every write keeps the file it replaces as the last good copy: its absence says none was made.
+        QFile::remove(path() + QStringLiteral(".last-good"));
+        a.setValue(QStringLiteral("level"), qlonglong(2));
+        a.removeValue(QStringLiteral("absent"));
+        QVERIFY(a.synchronize());
+        QVERIFY(!QFile::exists(path() + QStringLiteral(".last-good"))); // no write: no last-good copy
+        a.setValue(QStringLiteral("level"), 2.0);
+        QVERIFY(a.synchronize());
+        QVERIFY(QFile::exists(path() + QStringLiteral(".last-good")));
+        SettingsDomain b(path());
+        QCOMPARE(b.value(QStringLiteral("level")).metaType(), QMetaType::fromType<double>());
+    }
+
     // Processes that each change different plans inside the one plans dictionary keep each other's
     // plans; a plan removed by one is not brought back by another's later write.
     void dictionaryChangesMergeEntryByEntry()
