@@ -4,8 +4,11 @@
 
 namespace Cli {
 
+struct Environment;
+
 // One command of `tallymo`: how it is written, what it does, and the options its parser takes.
-// The help texts and the parser both read this table, so what the help shows is what is accepted.
+// The dispatcher, the help texts and the parser all read this table, so what the help shows is what
+// is accepted.
 struct CommandSyntax
 {
     QString name;
@@ -13,6 +16,7 @@ struct CommandSyntax
     QString summary;
     QStringList valueOptions; // --name VALUE
     QStringList flags;        // --name
+    int (*run)(const QStringList &args, Environment &env) = nullptr;
 };
 
 const QList<CommandSyntax> &commandSyntaxes();
