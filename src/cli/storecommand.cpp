@@ -43,6 +43,9 @@ int store(const QStringList &args, Environment &env)
         QJsonArray wrong;
         for (const QDateTime &hour : std::as_const(c.wrongHours))
             wrong.append(isoWithOffset(hour));
+        QJsonArray wrongDays;
+        for (const QDateTime &day : std::as_const(c.wrongDays))
+            wrongDays.append(isoWithOffset(day));
         const QString label = s.shared.getForPlan(id, Keys::PREF_PLAN_LABEL).toString();
         rows.append(QJsonObject{{QStringLiteral("plan"), id},
                                 {QStringLiteral("label"), label},
@@ -50,6 +53,8 @@ int store(const QStringList &args, Environment &env)
                                 {QStringLiteral("integrity"), c.integrity},
                                 {QStringLiteral("hours"), c.hours},
                                 {QStringLiteral("wrongHours"), wrong},
+                                {QStringLiteral("days"), c.days},
+                                {QStringLiteral("wrongDays"), wrongDays},
                                 {QStringLiteral("repaired"), c.repaired}});
         if (a.flag(QStringLiteral("json")))
             continue;
@@ -68,6 +73,13 @@ int store(const QStringList &args, Environment &env)
                         .arg(isoWithOffset(c.wrongHours.first()) +
                              (c.wrongHours.size() > 1 ? QStringLiteral(", …") : QString()))
                         .arg(c.repaired ? QStringLiteral(": repaired from the records")
+                                        : QStringLiteral(": not repaired (%1)").arg(c.repairError));
+        if (!c.wrongDays.isEmpty())
+            line += QStringLiteral("%1 daily totals did not match their hours (%2)%3\n")
+                        .arg(c.wrongDays.size())
+                        .arg(isoWithOffset(c.wrongDays.first()) +
+                             (c.wrongDays.size() > 1 ? QStringLiteral(", …") : QString()))
+                        .arg(c.repaired ? QStringLiteral(": summed again from the hours")
                                         : QStringLiteral(": not repaired (%1)").arg(c.repairError));
         print(line);
     }

@@ -58,13 +58,16 @@ std::optional<UsageSums> UsageStore::sum(const QDateTime &start, const QDateTime
     const double from = toSeconds(start), to = toSeconds(end);
     const double wholeFrom = hourAfter(from), wholeTo = hourOf(to);
     // One statement per part: the records before the first whole hour, the totals of the whole
-    // hours, the records after the last.
-    const auto part = [this](int slot, const char *sql, double a, double b) -> std::optional<UsageSums> {
+    // hours and days, the records after the last.
+    const auto part = [this](int slot, const char *sql,
+                             std::initializer_list<double> bounds) -> std::optional<UsageSums> {
         sqlite3_stmt *s = statement(slot, sql);
         Reset reset{s};
         if (!s)
             return std::nullopt;
-        bindRange(s, a, b);
+        int i = 0;
+        for (double bound : bounds)
+            sqlite3_bind_double(s, ++i, bound);
         if (sqlite3_step(s) != SQLITE_ROW) {
             qCInfo(lcCore, "usage sum failed: %s", sqlite3_errmsg(m_db));
             if (slot != RollupSumSlot) // a failure of the totals is answered from the records
@@ -77,16 +80,21 @@ std::optional<UsageSums> UsageStore::sum(const QDateTime &start, const QDateTime
         return part(SumSlot,
                     "SELECT total(cellIn), total(cellOut), total(wifiIn), total(wifiOut) "
                     "FROM Event WHERE timeStamp >= ?1 AND timeStamp < ?2",
-                    a, b);
+                    {a, b});
     };
     if (!(wholeFrom < wholeTo))
         return records(from, to);
     ReadTransaction snapshot(this);
-    std::optional<UsageSums> sums =
-        part(RollupSumSlot,
-             "SELECT total(cellIn), total(cellOut), total(wifiIn), total(wifiOut) "
-             "FROM EventHour WHERE hour >= ?1 AND hour < ?2",
-             wholeFrom, wholeTo);
+    // The whole hours before the first whole UTC day, the whole days, the whole hours after them.
+    const double firstDay = dayAfter(wholeFrom), lastDay = dayOf(wholeTo);
+    const bool days = firstDay < lastDay;
+    std::optional<UsageSums> sums = part(
+        RollupSumSlot,
+        "SELECT total(cellIn), total(cellOut), total(wifiIn), total(wifiOut) FROM ("
+        "SELECT cellIn, cellOut, wifiIn, wifiOut FROM EventHour WHERE hour >= ?1 AND hour < ?2 UNION ALL "
+        "SELECT cellIn, cellOut, wifiIn, wifiOut FROM EventDay WHERE day >= ?2 AND day < ?3 UNION ALL "
+        "SELECT cellIn, cellOut, wifiIn, wifiOut FROM EventHour WHERE hour >= ?3 AND hour < ?4)",
+        {wholeFrom, days ? firstDay : wholeTo, days ? lastDay : wholeTo, wholeTo});
     if (!sums && isDamaged()) {
         noteDamage(true); // built again when the snapshot ends; this answer comes from the records
         return records(from, to);

@@ -73,6 +73,8 @@ struct StoreCheck
     QString integrity; // "ok" when SQLite finds nothing wrong
     qint64 hours = 0;  // hours compared
     QList<QDateTime> wrongHours;
+    qint64 days = 0; // days compared with their hours
+    QList<QDateTime> wrongDays;
     bool repaired = false;
     QString repairError;          // why the wrong hours were not repaired
     QString integrityAfterRepair; // SQLite's verdict once damaged totals were built again
@@ -88,13 +90,14 @@ struct TimeStampRange
 // Every range is half-open: timeStamp >= start AND timeStamp < end.
 //
 // Beside the records (Event) the store keeps their totals per UTC hour (EventHour), changed in the
-// same transaction as every insert and deletion, so that a sum over months reads hundreds of rows
-// instead of every sample. A store from before the totals gets them on its first open, a month of
+// same transaction as every insert and deletion, and the hours' totals per UTC day (EventDay,
+// kept by triggers on the hours), so that a sum over months reads tens of rows instead of every
+// sample. A store from before the totals gets them on its first open, a month of
 // records per transaction: an interrupted build resumes where it stopped.
 class UsageStore
 {
 public:
-    static constexpr int kSchemaVersion = 2;
+    static constexpr int kSchemaVersion = 3;
     static constexpr qint64 kHour = 3600;
 
     // Opens (creating when missing) and migrates the store. On failure returns nothing and says
@@ -107,14 +110,14 @@ public:
     UsageStore(const UsageStore &) = delete;
     UsageStore &operator=(const UsageStore &) = delete;
 
-    // A failed fetch yields nothing; a range without events yields zero sums. Whole hours are read
-    // from their totals, the cut hours at either end from their records.
+    // A failed fetch yields nothing; a range without events yields zero sums. Whole days and hours
+    // are read from their totals, the cut hours at either end from their records.
     std::optional<UsageSums> sum(const QDateTime &start, const QDateTime &end);
     // The hourly totals of the hours starting in [start, end), in order, hours without records
     // left out. Nothing when the fetch failed.
     std::optional<QList<HourTotal>> hourTotals(const QDateTime &start, const QDateTime &end);
-    // Compares every hour's totals with its records, runs SQLite's integrity check, and with
-    // `repair` puts the wrong hours right from their records.
+    // Compares every hour's totals with its records and every day's with its hours, runs SQLite's
+    // integrity check, and with `repair` puts the wrong hours and days right.
     StoreCheck check(bool repair);
     std::optional<double> sumNetBytes(const QDateTime &start, const QDateTime &end);
     QList<HourSums> hourlySums(const QDateTime &start, const QDateTime &end);
@@ -184,6 +187,8 @@ private:
     bool rebuildTotals();
     void noteFailure(const char *doing, const QString &why = {});
     void forgetTable(const char *name);
+    qint64 compareTotals(const char *derivedSql, const char *keptSql, int firstSum, QList<QDateTime> &wrong,
+                         QString &integrity);
 
     sqlite3 *m_db = nullptr;
     bool m_totalsDamaged = false;

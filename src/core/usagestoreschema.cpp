@@ -51,6 +51,10 @@ const char *const kMigrations[] = {
     // record on (the row in EventHourBuild says how far it got).
     EVENT_HOUR_TABLE "CREATE TABLE EventHourBuild (builtBelow REAL NOT NULL);"
                      "INSERT INTO EventHourBuild SELECT timeStamp FROM Event ORDER BY timeStamp LIMIT 1;",
+
+    // The daily totals, from the hourly ones kept so far; their triggers follow every later change
+    // (a build of the hourly totals still going on included).
+    EVENT_DAY_TABLE EVENT_DAY_FILL EVENT_DAY_TRIGGERS,
 };
 static_assert(std::size(kMigrations) == UsageStore::kSchemaVersion);
 
@@ -152,10 +156,10 @@ bool UsageStore::isDamaged() const
     return code == SQLITE_CORRUPT || code == SQLITE_NOTADB;
 }
 
-// The hourly totals are derived from the records: a damaged page of them is not mended in place,
-// the table is made again from the records, once per open. SQLite cannot drop a table whose pages
-// it cannot read, so the damaged one is renamed out of the way first, and when it cannot be dropped
-// it is taken out of the schema and the file rewritten without it.
+// The hourly and daily totals are derived from the records: a damaged page of them is not mended
+// in place, both tables are made again from the records, once per open. SQLite cannot drop a table whose
+// pages it cannot read, so the damaged one is renamed out of the way first, and when it cannot be dropped it
+// is taken out of the schema and the file rewritten without it.
 bool UsageStore::rebuildTotals()
 {
     if (m_totalsRebuilt || !sqlite3_get_autocommit(m_db))
@@ -165,14 +169,16 @@ bool UsageStore::rebuildTotals()
     const QString path = QString::fromUtf8(sqlite3_db_filename(m_db, "main"));
     QString error;
     forgetTable("EventHourDamaged");
+    forgetTable("EventDayDamaged");
     const bool rebuilt =
-        exec("BEGIN IMMEDIATE", &error) && exec("ALTER TABLE EventHour RENAME TO EventHourDamaged", &error) &&
-        exec(EVENT_HOUR_TABLE, &error) &&
+        exec("BEGIN IMMEDIATE", &error) && exec(DROP_EVENT_DAY_TRIGGERS, &error) &&
+        exec("ALTER TABLE EventHour RENAME TO EventHourDamaged", &error) &&
+        exec("ALTER TABLE EventDay RENAME TO EventDayDamaged", &error) && exec(EVENT_HOUR_TABLE, &error) &&
         exec("INSERT INTO EventHour(hour, records, cellIn, cellOut, wifiIn, wifiOut) "
              "SELECT " HOUR_OF " AS h, count(*), total(cellIn), total(cellOut), total(wifiIn), "
              "total(wifiOut) FROM Event GROUP BY h",
              &error) &&
-        exec("COMMIT", &error);
+        exec(EVENT_DAY_TABLE EVENT_DAY_FILL EVENT_DAY_TRIGGERS, &error) && exec("COMMIT", &error);
     if (!rebuilt) {
         exec("ROLLBACK", nullptr);
         qCInfo(lcCore, "the hourly totals of %s are damaged and cannot be built again from the records: %s",
@@ -180,6 +186,7 @@ bool UsageStore::rebuildTotals()
         return false;
     }
     forgetTable("EventHourDamaged");
+    forgetTable("EventDayDamaged");
     qCWarning(lcCore, "the hourly totals of %s were damaged; built again from the records", qPrintable(path));
     return true;
 }
@@ -376,6 +383,45 @@ QString UsageStore::lastError() const
     return QString::fromUtf8(sqlite3_errmsg(m_db));
 }
 
+// Walks two queries of (key, columns…, four sums) in key order side by side and lists the keys
+// where they differ; a key one side lacks counts as zeros there. `firstSum`: the column the sums
+// start at (the ones before it, after the key, are counts). Returns how many keys were compared.
+qint64 UsageStore::compareTotals(const char *derivedSql, const char *keptSql, int firstSum,
+                                 QList<QDateTime> &wrong, QString &integrity)
+{
+    sqlite3_stmt *derived = nullptr, *kept = nullptr;
+    sqlite3_prepare_v2(m_db, derivedSql, -1, &derived, nullptr);
+    sqlite3_prepare_v2(m_db, keptSql, -1, &kept, nullptr);
+    qint64 compared = 0;
+    if (derived && kept) {
+        const auto same = [firstSum](sqlite3_stmt *a, sqlite3_stmt *b) {
+            for (int i = 1; i < firstSum; ++i)
+                if ((a ? sqlite3_column_int64(a, i) : 0) != (b ? sqlite3_column_int64(b, i) : 0))
+                    return false;
+            const UsageSums none{};
+            return (a ? sumsAt(a, firstSum) : none) == (b ? sumsAt(b, firstSum) : none);
+        };
+        bool moreA = sqlite3_step(derived) == SQLITE_ROW, moreB = sqlite3_step(kept) == SQLITE_ROW;
+        while (moreA || moreB) {
+            const double a = moreA ? sqlite3_column_double(derived, 0) : INFINITY;
+            const double b = moreB ? sqlite3_column_double(kept, 0) : INFINITY;
+            const double key = std::min(a, b);
+            if (!same(a == key ? derived : nullptr, b == key ? kept : nullptr))
+                wrong.append(fromSeconds(key));
+            ++compared;
+            if (a == key)
+                moreA = sqlite3_step(derived) == SQLITE_ROW;
+            if (b == key)
+                moreB = sqlite3_step(kept) == SQLITE_ROW;
+        }
+    } else {
+        integrity += QStringLiteral("\ncannot compare the kept totals: ") + lastError();
+    }
+    sqlite3_finalize(derived);
+    sqlite3_finalize(kept);
+    return compared;
+}
+
 StoreCheck UsageStore::check(bool repair)
 {
     StoreCheck result;
@@ -391,37 +437,18 @@ StoreCheck UsageStore::check(bool repair)
         sqlite3_finalize(s);
         result.integrity = problems.join(QLatin1Char('\n'));
     }
-    // The records' own totals and the kept ones, both in hour order, compared side by side.
-    sqlite3_stmt *fromRecords = nullptr, *kept = nullptr;
-    sqlite3_prepare_v2(m_db,
-                       "SELECT " HOUR_OF " AS h, count(*), total(cellIn), total(cellOut), total(wifiIn), "
-                       "total(wifiOut) FROM Event GROUP BY h ORDER BY h",
-                       -1, &fromRecords, nullptr);
-    sqlite3_prepare_v2(m_db,
-                       "SELECT hour, records, cellIn, cellOut, wifiIn, wifiOut FROM EventHour ORDER BY hour",
-                       -1, &kept, nullptr);
-    if (fromRecords && kept) {
-        bool moreA = sqlite3_step(fromRecords) == SQLITE_ROW, moreB = sqlite3_step(kept) == SQLITE_ROW;
-        while (moreA || moreB) {
-            const double a = moreA ? sqlite3_column_double(fromRecords, 0) : INFINITY;
-            const double b = moreB ? sqlite3_column_double(kept, 0) : INFINITY;
-            const double hour = std::min(a, b);
-            const bool same = a == b &&
-                              sqlite3_column_int64(fromRecords, 1) == sqlite3_column_int64(kept, 1) &&
-                              sumsAt(fromRecords, 2) == sumsAt(kept, 2);
-            if (!same)
-                result.wrongHours.append(fromSeconds(hour));
-            ++result.hours;
-            if (a == hour)
-                moreA = sqlite3_step(fromRecords) == SQLITE_ROW;
-            if (b == hour)
-                moreB = sqlite3_step(kept) == SQLITE_ROW;
-        }
-    } else {
-        result.integrity += QStringLiteral("\ncannot compare the hourly totals: ") + lastError();
-    }
-    sqlite3_finalize(fromRecords);
-    sqlite3_finalize(kept);
+    // The records' own totals and the kept ones, both in hour order, compared side by side; then
+    // the hours' sums per day and the kept days.
+    result.hours = compareTotals(
+        "SELECT " HOUR_OF " AS h, count(*), total(cellIn), total(cellOut), total(wifiIn), total(wifiOut) "
+        "FROM Event GROUP BY h ORDER BY h",
+        "SELECT hour, records, cellIn, cellOut, wifiIn, wifiOut FROM EventHour ORDER BY hour", 2,
+        result.wrongHours, result.integrity);
+    result.days =
+        compareTotals("SELECT " DAY_OF("hour") " AS d, total(cellIn), total(cellOut), total(wifiIn), "
+                                               "total(wifiOut) FROM EventHour GROUP BY d ORDER BY d",
+                      "SELECT day, cellIn, cellOut, wifiIn, wifiOut FROM EventDay ORDER BY day", 1,
+                      result.wrongDays, result.integrity);
     if (repair && result.integrity != QLatin1String("ok")) {
         // Damage SQLite found may lie in the totals, which are built again from the records; what
         // is still wrong after that is the records' own.
@@ -431,12 +458,14 @@ StoreCheck UsageStore::check(bool repair)
             result.integrityAfterRepair = after.integrity;
             result.hours = after.hours;
             result.wrongHours = after.wrongHours;
+            result.days = after.days;
+            result.wrongDays = after.wrongDays;
             result.repaired = true;
             return result;
         }
         result.repairError = QStringLiteral("the records themselves are damaged");
     }
-    if (!repair || result.wrongHours.isEmpty())
+    if (!repair || (result.wrongHours.isEmpty() && result.wrongDays.isEmpty()))
         return result;
     if (!exec("BEGIN IMMEDIATE", &result.repairError))
         return result;
@@ -445,6 +474,22 @@ StoreCheck UsageStore::check(bool repair)
         const double h = hourOf(toSeconds(hour));
         if (!rebuildHours(h, h + kHour)) {
             result.repairError = lastError();
+            exec("ROLLBACK", nullptr);
+            return result;
+        }
+    }
+    // The hours just rebuilt moved their days along; a day wrong in itself is summed again.
+    for (const QDateTime &day : std::as_const(result.wrongDays)) {
+        // A row kept under a moment that does not start a UTC day goes too.
+        const QByteArray d = QByteArray::number(dayOf(toSeconds(day)), 'f', 0);
+        const QByteArray sql =
+            "DELETE FROM EventDay WHERE day = " + d +
+            " OR day = " + QByteArray::number(toSeconds(day), 'f', 3) +
+            "; INSERT INTO EventDay(day, cellIn, cellOut, wifiIn, wifiOut) SELECT " + d +
+            ", total(cellIn), total(cellOut), total(wifiIn), total(wifiOut) FROM EventHour "
+            "WHERE hour >= " +
+            d + " AND hour < " + d + " + 86400";
+        if (!exec(sql.constData(), &result.repairError)) {
             exec("ROLLBACK", nullptr);
             return result;
         }

@@ -43,6 +43,54 @@ static_assert(SlotCount <= 16, "one prepared statement each");
     " records INTEGER NOT NULL,"                                                                             \
     " cellIn REAL NOT NULL, cellOut REAL NOT NULL, wifiIn REAL NOT NULL, wifiOut REAL NOT NULL);"
 
+// The start of the UTC day an hour lies in, for an hour in whole seconds (SQLite's % keeps the
+// dividend's sign, so hours before 1970 are brought into [0, 86400) first).
+#define DAY_OF(hour) "(" hour " - ((" hour " % 86400) + 86400) % 86400)"
+
+// The daily totals: the sums of each UTC day's hourly totals, kept by triggers on EventHour, so
+// every change of an hour (by this program or any other that writes the file) moves its day too.
+// A sum over months reads tens of rows instead of hundreds.
+#define EVENT_DAY_TABLE                                                                                      \
+    "CREATE TABLE EventDay ("                                                                                \
+    " day INTEGER PRIMARY KEY,"                                                                              \
+    " cellIn REAL NOT NULL, cellOut REAL NOT NULL, wifiIn REAL NOT NULL, wifiOut REAL NOT NULL);"
+#define EVENT_DAY_FILL                                                                                       \
+    "INSERT INTO EventDay(day, cellIn, cellOut, wifiIn, wifiOut) SELECT " DAY_OF(                            \
+        "hour") " AS d, total(cellIn), total(cellOut), total(wifiIn), total(wifiOut) FROM EventHour GROUP "  \
+                "BY d;"
+#define EVENT_DAY_ADD(row)                                                                                   \
+    "INSERT INTO EventDay(day, cellIn, cellOut, wifiIn, wifiOut) VALUES (" DAY_OF(                           \
+        row ".hour") ", " row ".cellIn, " row ".cellOut, " row ".wifiIn, " row                               \
+                     ".wifiOut) ON CONFLICT(day) DO UPDATE SET "                                             \
+                     "cellIn = cellIn + excluded.cellIn, cellOut = cellOut + excluded.cellOut, "             \
+                     "wifiIn = wifiIn + excluded.wifiIn, wifiOut = wifiOut + excluded.wifiOut;"
+#define EVENT_DAY_SUBTRACT(row)                                                                              \
+    "UPDATE EventDay SET cellIn = cellIn - " row ".cellIn, cellOut = cellOut - " row ".cellOut, "            \
+    "wifiIn = wifiIn - " row ".wifiIn, wifiOut = wifiOut - " row                                             \
+    ".wifiOut WHERE day = " DAY_OF(row ".hour") ";"
+#define EVENT_DAY_TRIGGERS                                                                                   \
+    "CREATE TRIGGER EventDayAdd AFTER INSERT ON EventHour BEGIN " EVENT_DAY_ADD(                             \
+        "new") " END;"                                                                                       \
+               "CREATE TRIGGER EventDayChange AFTER UPDATE ON EventHour BEGIN " EVENT_DAY_SUBTRACT("old")    \
+                   EVENT_DAY_ADD("new") " END;"                                                              \
+                                        "CREATE TRIGGER EventDayRemove AFTER DELETE ON EventHour "           \
+                                        "BEGIN " EVENT_DAY_SUBTRACT("old") " END;"
+#define DROP_EVENT_DAY_TRIGGERS                                                                              \
+    "DROP TRIGGER IF EXISTS EventDayAdd; DROP TRIGGER IF EXISTS EventDayChange;"                             \
+    "DROP TRIGGER IF EXISTS EventDayRemove;"
+
+inline constexpr double kDay = 86400;
+
+inline double dayOf(double seconds)
+{
+    return std::floor(seconds / kDay) * kDay;
+}
+
+inline double dayAfter(double seconds)
+{
+    return std::ceil(seconds / kDay) * kDay;
+}
+
 inline double hourOf(double seconds)
 {
     return std::floor(seconds / double(UsageStore::kHour)) * double(UsageStore::kHour);

@@ -90,7 +90,7 @@ class DamagedStore(unittest.TestCase):
         status = json.loads(self.c.run("status", "--json").stdout)
         days = self.c.run("history", "days", "--json").stdout
         self.assertGreater(status["monthCell"], 0)
-        self.assertGreater(damage(self.store, ["EventHour"]), 3)
+        self.assertGreater(damage(self.store, ["EventHour", "EventDay"]), 3)
         with self.assertRaises(sqlite3.DatabaseError):
             kept_totals(self.store)
         self.assertEqual(json.loads(self.c.run("status", "--json").stdout), status)
@@ -100,16 +100,16 @@ class DamagedStore(unittest.TestCase):
         after = json.loads(self.c.run("status", "--json").stdout)
         self.assertEqual(after["monthCell"], status["monthCell"] + 7 * 1024 * 1024)
         check = json.loads(self.c.run("store", "check", "--json").stdout)[0]
-        self.assertEqual((check["integrity"], check["wrongHours"]), ("ok", []))
+        self.assertEqual((check["integrity"], check["wrongHours"], check["wrongDays"]), ("ok", [], []))
 
     def test_store_check_builds_damaged_totals_again(self):
         days = self.c.run("history", "days", "--json").stdout
-        damage(self.store, ["EventHour"])
+        damage(self.store, ["EventHour", "EventDay"])
         p = self.c.run("store", "check", check=False)
         self.assertEqual(p.returncode, 1, p.stdout)  # what was found is reported, and put right
         self.assertIn("repaired from the records", p.stdout)
         check = json.loads(self.c.run("store", "check", "--json").stdout)[0]
-        self.assertEqual((check["integrity"], check["wrongHours"]), ("ok", []))
+        self.assertEqual((check["integrity"], check["wrongHours"], check["wrongDays"]), ("ok", [], []))
         self.assertEqual(kept_totals(self.store), records_by_hour(self.store))
         self.assertEqual(self.c.run("history", "days", "--json").stdout, days)
 
