@@ -1,5 +1,8 @@
 #include "localtime.h"
 
+#include <QMutex>
+
+#include <cstdlib>
 #include <ctime>
 
 namespace LocalTime {
@@ -39,7 +42,24 @@ qint64 firstMomentAtLeast(qint64 low, qint64 high, qint64 key, qint64 unit)
 
 void refresh()
 {
+    // With TZ unset the C library looks at the zone file again at every tzset() (a stat each
+    // time: hundreds for one answer over months of days). A changed TZ is read at once, the
+    // system's zone file at most once a second.
+    static QMutex mutex;
+    static QByteArray lastTz;
+    static bool hadTz = false;
+    static qint64 lastRead = 0;
+    timespec now{};
+    ::clock_gettime(CLOCK_MONOTONIC_COARSE, &now);
+    const qint64 ms = qint64(now.tv_sec) * 1000 + now.tv_nsec / 1000000;
+    const char *tz = std::getenv("TZ");
+    QMutexLocker locker(&mutex);
+    if (lastRead != 0 && ms - lastRead < 1000 && hadTz == (tz != nullptr) && (!tz || lastTz == tz))
+        return;
     ::tzset();
+    lastRead = ms;
+    hadTz = tz != nullptr;
+    lastTz = tz ? QByteArray(tz) : QByteArray();
 }
 
 int offsetAt(qint64 msecs)
