@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # One read of the UDP flows connection tracking keeps, with 10,000 tracked UDP flows and byte
-# accounting on, beside `conntrack -L -p udp` on the same table. Runs in a network namespace of its
+# accounting on, and a whole `tallymo sample` over the same table (the flows read, their totals
+# kept for the next sample). Runs in a network namespace of its
 # own: a ruleset that tracks connections, accounting switched on before the flows start, and the
 # flows sent from one socket to 10,000 ports of 198.18.99.1 (a peer the filters count), a local
 # address whose datagrams the ruleset drops on arrival.
@@ -25,7 +26,6 @@ for port in range(1024, 1024 + int(sys.argv[1])):
 PY
     echo "  $(cat /proc/sys/net/netfilter/nf_conntrack_count) tracked flows, $(cat /proc/sys/net/netfilter/nf_conntrack_buckets) buckets"
     "$bench" --conntrack 30
-    # A whole sample in the same table: the flows read, their totals kept for the next sample.
     export TALLYMO_CONTAINER=$work/container XDG_RUNTIME_DIR=$work/run DBUS_SESSION_BUS_ADDRESS=unix:path=/nonexistent
     mkdir -m 700 "$work/run"
     "$tallymo" setup --bill-day 1 --cap 10GB --used 0 >/dev/null
@@ -41,7 +41,7 @@ if ! unshare -n true 2>/dev/null || ! command -v nft >/dev/null; then
     exit 0
 fi
 if ! unshare -n bash -c inner; then
-    echo "  (the kernel refused connection tracking in a namespace: skipped)"
+    echo "  (connection tracking could not be set up in a namespace here: skipped)"
     exit 0
 fi
 python3 - "$json" <<'PY'

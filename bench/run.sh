@@ -9,13 +9,15 @@
 # animated themes (bench/app.sh) and the commands on five and ten years of records.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-scripts/deps.sh vnstat hyperfine time iproute2 util-linux linux-perf
+scripts/deps.sh vnstat hyperfine time iproute2 util-linux linux-perf nftables
 cmake -S . -B build-bench -DCMAKE_BUILD_TYPE=Release -DTALLYMO_TESTS=OFF -DTALLYMO_BENCH=ON >/dev/null
 cmake --build build-bench -j"$(nproc)" --target tallymo_bench tallymo tallymo-widget tallymo-app tallymo-screenshots >/dev/null
 echo "== in-process"
 build-bench/bench/tallymo_bench
 echo "== connection table with 10,000 open TCP sockets"
 bench/connections.sh build-bench/bench/tallymo_bench
+echo "== UDP flows with 10,000 tracked flows and accounting on"
+bench/conntrack.sh build-bench
 [ "${1:-}" = quick ] && exit 0
 [ "${1:-}" = service ] && exec bench/service.sh build-bench/programs/tallymo/tallymo "${2:-3600}"
 bench/allday.sh build-bench "${2:-600}"

@@ -1,6 +1,7 @@
 // Benchmarks of the sampling path and the period sum. Prints medians; asserts nothing.
 #include "core/settingskeys.h"
 #include "core/sharedcode.h"
+#include "platform/linux/conntrack.h"
 #include "platform/linux/linuxnetworkinterfaces.h"
 #include "platform/linux/sockdiag.h"
 #include "services/usagemonitor.h"
@@ -224,6 +225,23 @@ void benchConnections(int runs)
                 median(times), runs, qlonglong(kept));
 }
 
+// One read of the UDP flows connection tracking keeps, as a sample makes it when accounting is on.
+void benchConntrack(int runs)
+{
+    ConntrackFlows source(QStringLiteral("bench"));
+    QList<double> times;
+    qsizetype kept = 0;
+    for (int i = 0; i < runs; ++i) {
+        QElapsedTimer t;
+        t.start();
+        const std::optional<ConnectionTable> table = source.udp();
+        times.append(t.nsecsElapsed() / 1e6);
+        kept = table ? table->size() : -1;
+    }
+    std::printf("UDP flow read (conntrack): median %.2f ms over %d runs (%lld flows counted)\n",
+                median(times), runs, qlonglong(kept));
+}
+
 } // namespace
 
 int main(int argc, char **argv)
@@ -242,6 +260,10 @@ int main(int argc, char **argv)
     }
     if (argc == 3 && QByteArrayView(argv[1]) == "--connections") {
         benchConnections(QByteArray(argv[2]).toInt());
+        return 0;
+    }
+    if (argc == 3 && QByteArrayView(argv[1]) == "--conntrack") {
+        benchConntrack(QByteArray(argv[2]).toInt());
         return 0;
     }
     QTemporaryDir dir;
