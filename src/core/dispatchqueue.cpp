@@ -5,9 +5,23 @@
 #include <QObject>
 #include <QThread>
 
-DispatchQueue::DispatchQueue(const QString &label)
-    : m_thread(std::make_unique<QThread>()), m_receiver(std::make_unique<QObject>())
+#include <atomic>
+
+namespace {
+std::atomic<bool> g_onCreatingThread{false};
+} // namespace
+
+void DispatchQueue::setRunOnCreatingThread(bool onCreatingThread)
 {
+    g_onCreatingThread = onCreatingThread;
+}
+
+DispatchQueue::DispatchQueue(const QString &label) : m_receiver(std::make_unique<QObject>())
+{
+    m_receiver->setObjectName(label);
+    if (g_onCreatingThread)
+        return;
+    m_thread = std::make_unique<QThread>();
     m_thread->setObjectName(label);
     m_receiver->moveToThread(m_thread.get());
     m_thread->start();
@@ -15,6 +29,10 @@ DispatchQueue::DispatchQueue(const QString &label)
 
 DispatchQueue::~DispatchQueue()
 {
+    if (!m_thread) {
+        drain();
+        return;
+    }
     // A queue cannot wait for its own thread: the last owner must let go from another thread.
     Q_ASSERT_X(!isCurrent(), "DispatchQueue", "destroyed from its own thread");
     // Queued blocks run first: quit is itself a block at the end of the queue.
@@ -28,21 +46,49 @@ DispatchQueue::~DispatchQueue()
 
 void DispatchQueue::async(std::function<void()> block)
 {
-    QMetaObject::invokeMethod(m_receiver.get(), std::move(block), Qt::QueuedConnection);
+    if (m_thread) {
+        QMetaObject::invokeMethod(m_receiver.get(), std::move(block), Qt::QueuedConnection);
+        return;
+    }
+    QMetaObject::invokeMethod(
+        m_receiver.get(),
+        [this, block = std::move(block)] {
+            ++m_running;
+            block();
+            --m_running;
+        },
+        Qt::QueuedConnection);
 }
 
 void DispatchQueue::sync(const std::function<void()> &block)
 {
-    if (isCurrent()) {
-        block();
+    if (m_thread ? isCurrent() : m_running > 0) {
+        block(); // from one of the queue's own blocks: in place, as on its thread
         return;
     }
-    QMetaObject::invokeMethod(m_receiver.get(), block, Qt::BlockingQueuedConnection);
+    if (m_thread) {
+        QMetaObject::invokeMethod(m_receiver.get(), block, Qt::BlockingQueuedConnection);
+        return;
+    }
+    if (!isCurrent()) { // another thread waits for the creating thread's loop
+        QMetaObject::invokeMethod(m_receiver.get(), block, Qt::BlockingQueuedConnection);
+        return;
+    }
+    // After the blocks submitted before it, as a queue with a thread would run it.
+    drain();
+    ++m_running;
+    block();
+    --m_running;
+}
+
+void DispatchQueue::drain()
+{
+    QCoreApplication::sendPostedEvents(m_receiver.get(), QEvent::MetaCall);
 }
 
 bool DispatchQueue::isCurrent() const
 {
-    return QThread::currentThread() == m_thread.get();
+    return QThread::currentThread() == (m_thread ? m_thread.get() : m_receiver->thread());
 }
 
 QObject *DispatchQueue::context() const

@@ -7,7 +7,6 @@
 #include "usagemonitor.h"
 
 #include <QCoreApplication>
-#include <QSemaphore>
 
 namespace {
 
@@ -89,13 +88,10 @@ void UsageMonitor::shutDown()
     if (!context)
         return;
     const Coordinate loc = m_location.currentCoordinate();
-    QSemaphore done;
-    context->perform([&] {
+    context->performAndWait([&] {
         const SampleResult sample = m_shared.sampleUsage(context.get(), loc);
         m_figures.setLastSample(sample);
-        done.release();
     });
-    done.acquire();
 }
 
 void UsageMonitor::initPush()

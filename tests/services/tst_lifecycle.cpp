@@ -1,3 +1,4 @@
+#include "core/dispatchqueue.h"
 #include "core/settingskeys.h"
 #include "services/releasenotes.h"
 #include "services/usagemonitor.h"
@@ -273,6 +274,45 @@ private slots:
         QVERIFY(w.app.open.isEmpty());
 
         // Termination waits for a last sample.
+        w.container.interfaces.counters = QList<LinkCounters>{{QStringLiteral("pdp_ip0"), 150, 130}};
+        w.monitor->shutDown();
+        QCOMPARE(w.monitor->figures().lastSample().event->cellIn, 50.0);
+        QCOMPARE(w.monitor->figures().lastSample().event->cellOut, 30.0);
+    }
+
+    // The service keeps its stores on the main thread: blocks run in the order they were given,
+    // a wait from the main thread runs what was given before it, and termination still takes its
+    // last sample (a wait that expected a second thread would hang here).
+    void storesOnTheMainThread_data()
+    {
+        QTest::addColumn<bool>("onCreatingThread");
+        QTest::newRow("a thread per store") << false;
+        QTest::newRow("the main thread") << true;
+    }
+
+    void storesOnTheMainThread()
+    {
+        QFETCH(bool, onCreatingThread);
+        DispatchQueue::setRunOnCreatingThread(onCreatingThread);
+        const auto reset = qScopeGuard([] { DispatchQueue::setRunOnCreatingThread(false); });
+        QStringList order;
+        {
+            DispatchQueue queue(QStringLiteral("q"));
+            QCOMPARE(queue.isCurrent(), onCreatingThread);
+            queue.async([&] {
+                order << QStringLiteral("a");
+                queue.sync([&] { order << QStringLiteral("a, within"); });
+            });
+            queue.async([&] { order << QStringLiteral("b"); });
+            queue.sync([&] { order << QStringLiteral("c, waited for"); });
+            queue.async([&] { order << QStringLiteral("d, left when the queue ends"); });
+        }
+        QCOMPARE(order, (QStringList{QStringLiteral("a"), QStringLiteral("a, within"), QStringLiteral("b"),
+                                     QStringLiteral("c, waited for"),
+                                     QStringLiteral("d, left when the queue ends")}));
+
+        World w;
+        w.monitor->shutDown(); // the first sample only learns the counters
         w.container.interfaces.counters = QList<LinkCounters>{{QStringLiteral("pdp_ip0"), 150, 130}};
         w.monitor->shutDown();
         QCOMPARE(w.monitor->figures().lastSample().event->cellIn, 50.0);
