@@ -172,6 +172,11 @@ class NamespaceCounters(unittest.TestCase):
             sender.stdin.flush()
             self.assertEqual(sender.stdout.readline().strip(), "sent")
             daemon.checks(3)
+            # Counted while the connections are still open, at the check after the bytes moved
+            # (the idle checks between reuse the last table: no TCP counter moved).
+            open_rows = per_address(c)
+            self.assertEqual([r[0] for r in open_rows], [RECEIVER])
+            self.assertGreaterEqual(open_rows[0][1], 2 * half)
             # A connection that opens and closes between two samples counts with its final total.
             transfer(500_000)
             daemon.checks(2)

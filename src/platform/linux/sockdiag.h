@@ -35,4 +35,7 @@ private:
     QObject *m_notifier = nullptr;
     QMutex m_closedMutex;
     ConnectionTable m_closed; // closed since the last read, with their final totals
+    // The last TCP table read and the namespace's TCP counters when it was read.
+    std::optional<ConnectionTable> m_lastTable;
+    QByteArray m_lastCounters;
 };
