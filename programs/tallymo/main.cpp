@@ -1,5 +1,6 @@
 // The command line and background service: wires the Linux services into the core and runs a command.
 #include "cli/cli.h"
+#include "core/dispatchqueue.h"
 #include "core/privatefiles.h"
 #include "core/sharedcode.h"
 #include "core/usagestore.h"
@@ -157,6 +158,10 @@ void CommandServices::finish()
 int main(int argc, char **argv)
 {
     PrivateFiles::beginPrivateProcess(false);
+    // A command waits for its stores and the service does nothing between two checks: the
+    // stores' work runs on the main thread, without a second thread's start, stack, malloc arena
+    // and hand-offs.
+    DispatchQueue::setRunOnCreatingThread(true);
     QCoreApplication app(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("tallymo"));
     QCoreApplication::setApplicationVersion(QStringLiteral(TALLYMO_VERSION));

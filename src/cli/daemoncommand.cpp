@@ -1,7 +1,6 @@
 // The background service: a sample on a timer, a line per sample, a last sample when stopped.
 #include "arguments.h"
 #include "cli.h"
-#include "core/dispatchqueue.h"
 #include "core/sharedcode.h"
 #include "core/usagestore.h"
 #include "desktop/displayformat.h"
@@ -193,9 +192,6 @@ void launchInBackground(UsageMonitor &monitor)
 int daemon(const QStringList &args, Environment &env)
 {
     const DaemonOptions options = daemonOptions(args);
-    // Between two checks the service does nothing: its stores' work runs on the main thread, so
-    // no second thread keeps a stack and a malloc arena all day, and a check hands nothing over.
-    DispatchQueue::setRunOnCreatingThread(true);
     Services &s = env.desktopServices();
     metricsFile = {options.metricsFile, &s};
     UsageMonitor &monitor = s.monitor;
