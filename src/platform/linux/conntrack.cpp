@@ -12,9 +12,12 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <charconv>
 #include <cstdlib>
 #include <cstring>
+#include <vector>
 
 Q_DECLARE_LOGGING_CATEGORY(lcSockDiag)
 
@@ -55,20 +58,38 @@ struct Flow
 };
 
 // The kernel reuses flow ids: a flow is known by its id, its original tuple and, where the kernel
-// keeps time stamps, its start.
-QString flowKey(const QString &bootId, const Flow &f)
+// keeps time stamps, its start. The key is the boot id followed by this part:
+// "-ct-ID-SOURCE:PORT-DESTINATION:PORT-START", addresses in lower-case hex, numbers in decimal.
+// Made with plain character arithmetic: a dump may hold tens of thousands of flows.
+QByteArray flowKeySuffix(const Flow &f)
 {
-    const auto address = [&f](const unsigned char *a) {
-        return QString::fromLatin1(QByteArray(reinterpret_cast<const char *>(a), f.v6 ? 16 : 4).toHex());
+    char text[128];
+    char *p = text;
+    const auto put = [&p](const char *s) {
+        while (*s)
+            *p++ = *s++;
     };
-    return QStringLiteral("%1-ct-%2-%3:%4-%5:%6-%7")
-        .arg(bootId)
-        .arg(f.id)
-        .arg(address(f.source))
-        .arg(f.sourcePort)
-        .arg(address(f.destination))
-        .arg(f.destinationPort)
-        .arg(f.start);
+    const auto number = [&p](quint64 n) { p = std::to_chars(p, p + 20, n).ptr; };
+    const auto hex = [&p, &f](const unsigned char *a) {
+        static constexpr char digits[] = "0123456789abcdef";
+        for (int i = 0; i < (f.v6 ? 16 : 4); ++i) {
+            *p++ = digits[a[i] >> 4];
+            *p++ = digits[a[i] & 15];
+        }
+    };
+    put("-ct-");
+    number(f.id);
+    put("-");
+    hex(f.source);
+    put(":");
+    number(f.sourcePort);
+    put("-");
+    hex(f.destination);
+    put(":");
+    number(f.destinationPort);
+    put("-");
+    number(f.start);
+    return QByteArray(text, p - text);
 }
 
 void readTuple(const Attribute &tuple, Flow &flow)
@@ -135,12 +156,12 @@ Flow readFlow(const nlmsghdr *h)
 // The UDP flows of the dump so far.
 struct UdpFlows
 {
-    ConnectionTable table;
-    bool flows = false;      // any UDP flow
-    bool accounting = false; // any UDP flow with byte counters
+    std::vector<std::pair<QByteArray, ConnectionEntry>> entries; // key after the boot id → entry
+    bool flows = false;                                          // any UDP flow
+    bool accounting = false;                                     // any UDP flow with byte counters
 
     // Adds a UDP flow the kernel counted, under its public peer; other protocols are left out.
-    void add(const Flow &flow, const QString &bootId)
+    void add(const Flow &flow)
     {
         if (flow.protocol != IPPROTO_UDP)
             return;
@@ -151,7 +172,20 @@ struct UdpFlows
         if (!peer)
             peer = counted(flow.source, flow.v6);
         if (peer && flow.counted)
-            table.insert(flowKey(bootId, flow), ConnectionEntry{flow.bytes, *peer});
+            entries.emplace_back(flowKeySuffix(flow), ConnectionEntry{flow.bytes, *peer});
+    }
+
+    // The table, built in key order (every key starts with the same boot id, so the order of the
+    // parts after it is the table's), each entry placed at the end without a search.
+    ConnectionTable table(const QString &bootId)
+    {
+        std::sort(entries.begin(), entries.end(),
+                  [](const auto &a, const auto &b) { return a.first < b.first; });
+        ConnectionTable t;
+        const QString prefix = bootId;
+        for (auto &[suffix, entry] : entries)
+            t.insert(t.cend(), prefix + QLatin1StringView(suffix), std::move(entry));
+        return t;
     }
 };
 
@@ -182,7 +216,7 @@ struct DumpRead
 };
 
 // The messages of one read of the dump, their UDP flows added to `udp`.
-DumpRead readMessages(const char *buffer, int length, const QString &bootId, UdpFlows &udp)
+DumpRead readMessages(const char *buffer, int length, UdpFlows &udp)
 {
     DumpRead read;
     int left = length;
@@ -200,7 +234,7 @@ DumpRead readMessages(const char *buffer, int length, const QString &bootId, Udp
         }
         if (h->nlmsg_len < NLMSG_LENGTH(sizeof(nfgenmsg)))
             continue;
-        udp.add(readFlow(h), bootId);
+        udp.add(readFlow(h));
     }
     return read;
 }
@@ -268,12 +302,12 @@ std::optional<ConnectionTable> ConntrackFlows::udp()
                 continue;
             return fail(std::strerror(errno));
         }
-        read = readMessages(buffer, int(n), m_bootId, udpFlows);
+        read = readMessages(buffer, int(n), udpFlows);
         if (read.error != 0)
             return fail(std::strerror(read.error)); // typically: not permitted
     }
     if (udpFlows.flows && !udpFlows.accounting) // fail() closes the socket
         return fail("accounting is off (net.netfilter.nf_conntrack_acct=0)");
     ::close(fd);
-    return std::move(udpFlows.table);
+    return udpFlows.table(m_bootId);
 }
