@@ -208,13 +208,14 @@ void benchPeriodSum(const QString &dir)
     std::printf("five-year sum (worst case): median %.2f ms\n", median(times));
 }
 
-// One TCP connection-table read from the kernel, as each sample makes it.
+// One TCP connection-table read from the kernel, as each sample makes it: a new source each time
+// (one that read the table before answers from it again while no TCP counter moved).
 void benchConnections(int runs)
 {
-    SockDiagConnections source;
     QList<double> times;
     qsizetype kept = 0;
     for (int i = 0; i < runs; ++i) {
+        SockDiagConnections source;
         QElapsedTimer t;
         t.start();
         const std::optional<ConnectionTable> table = source.proto(ConnectionTables::kTcp);
