@@ -58,6 +58,12 @@ int store(const QStringList &args, Environment &env)
                                 {QStringLiteral("repaired"), c.repaired}});
         if (a.flag(QStringLiteral("json")))
             continue;
+        // "N totals did not match … (the first, …): what was done".
+        const auto mismatch = [&c](const QString &what, const QList<QDateTime> &wrong, const QString &fixed) {
+            return what.arg(wrong.size())
+                .arg(isoWithOffset(wrong.first()) + (wrong.size() > 1 ? QStringLiteral(", …") : QString()))
+                .arg(c.repaired ? fixed : QStringLiteral(": not repaired (%1)").arg(c.repairError));
+        };
         QString line = QStringLiteral("%1 (%2): integrity %3; %4 hours checked")
                            .arg(label, context->path(), ok ? QStringLiteral("ok") : c.integrity)
                            .arg(c.hours);
@@ -68,19 +74,11 @@ int store(const QStringList &args, Environment &env)
         else if (c.wrongHours.isEmpty())
             line += QStringLiteral(", every hourly total matches its records\n");
         else
-            line += QStringLiteral(", %1 hourly totals did not match their records (%2)%3\n")
-                        .arg(c.wrongHours.size())
-                        .arg(isoWithOffset(c.wrongHours.first()) +
-                             (c.wrongHours.size() > 1 ? QStringLiteral(", …") : QString()))
-                        .arg(c.repaired ? QStringLiteral(": repaired from the records")
-                                        : QStringLiteral(": not repaired (%1)").arg(c.repairError));
+            line += mismatch(QStringLiteral(", %1 hourly totals did not match their records (%2)%3\n"),
+                             c.wrongHours, QStringLiteral(": repaired from the records"));
         if (!c.wrongDays.isEmpty())
-            line += QStringLiteral("%1 daily totals did not match their hours (%2)%3\n")
-                        .arg(c.wrongDays.size())
-                        .arg(isoWithOffset(c.wrongDays.first()) +
-                             (c.wrongDays.size() > 1 ? QStringLiteral(", …") : QString()))
-                        .arg(c.repaired ? QStringLiteral(": summed again from the hours")
-                                        : QStringLiteral(": not repaired (%1)").arg(c.repairError));
+            line += mismatch(QStringLiteral("%1 daily totals did not match their hours (%2)%3\n"),
+                             c.wrongDays, QStringLiteral(": summed again from the hours"));
         print(line);
     }
     if (a.flag(QStringLiteral("json")))
