@@ -46,18 +46,8 @@ DispatchQueue::~DispatchQueue()
 
 void DispatchQueue::async(std::function<void()> block)
 {
-    if (m_thread) {
-        QMetaObject::invokeMethod(m_receiver.get(), std::move(block), Qt::QueuedConnection);
-        return;
-    }
     QMetaObject::invokeMethod(
-        m_receiver.get(),
-        [this, block = std::move(block)] {
-            ++m_running;
-            block();
-            --m_running;
-        },
-        Qt::QueuedConnection);
+        m_receiver.get(), [this, block = std::move(block)] { run(block); }, Qt::QueuedConnection);
 }
 
 void DispatchQueue::sync(const std::function<void()> &block)
@@ -66,16 +56,17 @@ void DispatchQueue::sync(const std::function<void()> &block)
         block(); // from one of the queue's own blocks: in place, as on its thread
         return;
     }
-    if (m_thread) {
-        QMetaObject::invokeMethod(m_receiver.get(), block, Qt::BlockingQueuedConnection);
-        return;
-    }
-    if (!isCurrent()) { // another thread waits for the creating thread's loop
+    if (m_thread || !isCurrent()) { // on a queue without a thread: another thread waits for its loop
         QMetaObject::invokeMethod(m_receiver.get(), block, Qt::BlockingQueuedConnection);
         return;
     }
     // After the blocks submitted before it, as a queue with a thread would run it.
     drain();
+    run(block);
+}
+
+void DispatchQueue::run(const std::function<void()> &block)
+{
     ++m_running;
     block();
     --m_running;

@@ -37,10 +37,12 @@ public:
 private:
     // Runs the blocks submitted so far (on a queue without a thread of its own).
     void drain();
+    // Runs one of the queue's blocks, counted in m_running.
+    void run(const std::function<void()> &block);
 
     std::unique_ptr<QThread> m_thread; // none on a queue that runs on its creating thread
     std::unique_ptr<QObject> m_receiver;
-    int m_running = 0; // blocks of this queue running now (on a queue without a thread)
+    int m_running = 0; // blocks of this queue running now
 };
 
 // Runs the block on the main (application) thread's event loop.

@@ -39,27 +39,19 @@ constexpr size_t kBytesReceivedEnd = offsetof(tcp_info, tcpi_bytes_received) + s
 // opens, connections established); empty when it cannot be read.
 QByteArray tcpCounters()
 {
-    const Fd f{::open("/proc/net/snmp", O_RDONLY | O_CLOEXEC)};
-    if (f.fd < 0)
+    QFile snmp(QStringLiteral("/proc/net/snmp"));
+    if (!snmp.open(QIODevice::ReadOnly))
         return {};
-    char text[4096];
-    ssize_t n = 0;
-    for (ssize_t r; n < ssize_t(sizeof text) && (r = ::read(f.fd, text + n, sizeof text - n)) != 0;) {
-        if (r < 0) {
-            if (errno == EINTR)
-                continue;
-            return {};
-        }
-        n += r;
-    }
     // The first "Tcp:" line names the counters, the second holds them.
-    const QByteArrayView all(text, n);
-    const qsizetype names = all.indexOf("\nTcp: ");
-    const qsizetype values = names < 0 ? -1 : all.indexOf("\nTcp: ", names + 1);
-    if (values < 0)
-        return {};
-    const qsizetype end = all.indexOf('\n', values + 1);
-    return all.sliced(values + 1, (end < 0 ? n : end) - values - 1).toByteArray();
+    bool named = false;
+    for (const QByteArray &line : snmp.readAll().split('\n')) {
+        if (!line.startsWith("Tcp: "))
+            continue;
+        if (named)
+            return line;
+        named = true;
+    }
+    return {};
 }
 
 } // namespace
