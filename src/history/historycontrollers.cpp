@@ -14,7 +14,7 @@
 TimeChartViewController::TimeChartViewController(PlanStores &stores, const QString &plan,
                                                  const QString &mainPattern, QObject *parent)
     : QObject(parent), planID(plan), m_stores(stores), m_context(stores.storeForPlan(plan)),
-      m_mainDF(DateFormatter::withPattern(mainPattern)),
+      m_mainPattern(mainPattern),
       m_rows(new ListModel(
           {"key", "timeLabel", "subLabel", "spokenLabel", "cellAmount", "wifiAmount", "cellPercent",
            "wifiPercent"},
@@ -64,13 +64,20 @@ bool TimeChartViewController::pullCloses(bool tracking, double contentOffsetY)
     return HistoryFormat::dismissScrollViewGesture(tracking, contentOffsetY);
 }
 
+const DateFormatter &TimeChartViewController::mainDF() const
+{
+    if (!m_mainDF)
+        m_mainDF.emplace(DateFormatter::withPattern(m_mainPattern));
+    return *m_mainDF;
+}
+
 ChartRow TimeChartViewController::row(int index) const
 {
     ChartRow r;
     if (index < 0 || index >= m_keys.size())
         return r;
     r.key = m_keys.at(index);
-    r.timeLabel = m_mainDF.toString(r.key);
+    r.timeLabel = mainDF().toString(r.key);
     if (r.timeLabel.size() >= 4)
         r.timeLabel.truncate(3);
     if (m_showSubLabel && m_subDF)

@@ -71,7 +71,8 @@ public:
     bool showSubLabel() const { return m_showSubLabel; }
     bool isSelectable() const { return m_isSelectable; }
 
-    const DateFormatter &mainDF() const { return m_mainDF; }
+    // The rows' label format, made the first time a label is asked for.
+    const DateFormatter &mainDF() const;
     bool busy() const { return m_busy; }
     bool noUsage() const { return !m_busy && m_keys.isEmpty(); }
     int rowCount() const { return int(m_keys.size()); }
@@ -116,7 +117,11 @@ signals:
 protected:
     TimeChartViewController(PlanStores &stores, const QString &plan, const QString &mainPattern,
                             QObject *parent);
-    void setMainPattern(const QString &pattern) { m_mainDF = DateFormatter::withPattern(pattern); }
+    void setMainPattern(const QString &pattern)
+    {
+        m_mainPattern = pattern;
+        m_mainDF.reset();
+    }
     // The work that sums the view's buckets on the store's queue; it owns copies of what it needs,
     // so the controller may go away while it runs.
     using BucketsJob = std::function<ChartBuckets(StoreContext &context)>;
@@ -139,7 +144,8 @@ protected:
 
 private:
     void setBuckets(const ChartBuckets &buckets);
-    DateFormatter m_mainDF;
+    QString m_mainPattern;
+    mutable std::optional<DateFormatter> m_mainDF;
     mutable std::optional<DateFormatter> m_spokenDF;
     ListModel *m_rows;
     bool m_busy = true;
