@@ -53,6 +53,12 @@ class Container:
     def cleanup(self):
         self._tmp.cleanup()
 
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *exc):
+        self.cleanup()
+
     def write_counters(self, table):
         """Replaces the counters file atomically; table: name -> (received, sent)."""
         tmp = self.counters + ".tmp"
@@ -92,7 +98,8 @@ class Container:
 
 
 class Daemon:
-    """tallymo daemon (inside a namespace when given one), its output lines kept as they come."""
+    """tallymo daemon (inside a namespace when given one), its output lines kept as they come. As a
+    context manager: entered once it has launched, and stopped on the way out whatever happened."""
 
     def __init__(self, env, interval=3600, ns=None, args=()):
         self.proc = subprocess.Popen((["ip", "netns", "exec", ns] if ns else []) + [
@@ -103,6 +110,17 @@ class Daemon:
                         threading.Thread(target=lambda: self.errors.extend(self.proc.stderr))]
         for r in self.readers:
             r.start()
+
+    def __enter__(self):
+        try:
+            self.wait_for("launch")
+        except BaseException:
+            self.stop()
+            raise
+        return self
+
+    def __exit__(self, *exc):
+        self.stop()
 
     def wait(self, condition, what, timeout=15):
         deadline = time.time() + timeout
@@ -126,12 +144,27 @@ class Daemon:
     def stop(self):
         self.proc.send_signal(signal.SIGCONT)
         self.proc.terminate()
-        self.proc.wait(timeout=10)
+        try:
+            self.proc.wait(timeout=10)
+        finally:
+            if self.proc.poll() is None:  # hung: it must not outlive the test
+                self.proc.kill()
+                self.proc.wait()
         for r in self.readers:
             r.join()
         self.err = "".join(self.errors)
         self.proc.stdout.close()
         self.proc.stderr.close()
+
+
+def one_error_line(test, p, *needles, status=None):
+    """A failed command: exit `status` (or any status above 0: no crash) and one line on stderr,
+    "tallymo: ...", naming each needle."""
+    test.assertTrue(p.returncode == status if status else p.returncode > 0,
+                    f"exit {p.returncode}, not {status or 'above 0'}: {p.stderr!r}")
+    test.assertRegex(p.stderr, r"\Atallymo: .*\n?\Z")  # . takes no line break
+    for needle in needles:
+        test.assertIn(needle, p.stderr)
 
 
 def ip(*args):

@@ -8,26 +8,20 @@ from datetime import datetime
 from urllib.parse import unquote
 import os
 import pathlib
-import signal
 import subprocess
 import sys
-import threading
-import time
 import unittest
 
 sys.path.insert(0, os.path.dirname(__file__))
-from support import TALLYMO, Container, Daemon, require  # noqa: E402
+from support import Container, Daemon, one_error_line, require  # noqa: E402
 
 MAN_PAGE = os.path.join(os.path.dirname(__file__), "..", "..", "docs", "man", "tallymo.1.scd")
 
 
 class CommandLine(unittest.TestCase):
     def setUp(self):
-        self.c = Container()
+        self.c = self.enterContext(Container())
         self.c.write_counters({"wwan0": (1000, 1000), "wlan0": (10, 10)})
-
-    def tearDown(self):
-        self.c.cleanup()
 
     def test_bad_arguments_say_one_line_and_exit_2(self):
         cases = [
@@ -49,16 +43,15 @@ class CommandLine(unittest.TestCase):
             ["history"], ["history", "weeks"], ["history", "cycles", "--date", "2026-01-01"],
             ["history", "hours", "--date", "2026-01-01"],
             ["map", "--day", "yesterday"], ["map", "extra"], ["net", "--plan", "NO-SUCH-PLAN"], ["watch", "now"],
+            ["store", "sweep"],
         ]
         for args in cases:
             with self.subTest(args=args):
                 p = self.c.run(*args, check=False)
-                self.assertEqual(p.returncode, 2, p.stderr)
-                lines = p.stderr.splitlines()
-                if args:
-                    self.assertEqual(len(lines), 1, p.stderr)
-                    self.assertTrue(lines[0].startswith("tallymo: "), lines[0])
                 self.assertEqual(p.stdout, "")
+                if args:  # with none, the whole usage
+                    one_error_line(self, p, status=2)
+                self.assertEqual(p.returncode, 2, p.stderr)
 
     def test_period_json(self):
         env = dict(self.c.env, TZ="Europe/Berlin")
@@ -84,16 +77,6 @@ class CommandLine(unittest.TestCase):
         p = self.c.run("defaults", "read", "K_int", check=False)
         self.assertEqual((p.returncode, p.stderr), (1, "tallymo: K_int is not set\n"))
 
-    def test_plans(self):
-        new = self.c.run("plans", "add", "--label", "Travel SIM").stdout.strip()
-        self.assertEqual(len(new), 36)
-        self.c.run("plans", "set", "PREF_BILLDAY", "9", "--plan", new)
-        rows = json.loads(self.c.run("plans", "list", "--json").stdout)
-        self.assertEqual([r["label"] for r in rows], ["Default", "Travel SIM"])
-        self.assertEqual([r["active"] for r in rows], [True, False])
-        plan = json.loads(self.c.run("plans", "show", new, "--json").stdout)
-        self.assertEqual((plan["PREF_BILLDAY"], plan["PREF_PLAN_DBNAME"]), (9, new + ".sqlite"))
-
     # After a replay of samples (a counter restart among them) the figures are the store's, to the byte.
     def test_usage_intent_answers_as_status_does(self):
         # Before setup: the answer asks to open the app.
@@ -106,13 +89,12 @@ class CommandLine(unittest.TestCase):
         self.c.run("sample")
         answer = json.loads(self.c.run("intent", "show-usage", "--json").stdout)
         status = json.loads(self.c.run("status", "--json").stdout)
-        self.assertEqual(answer["code"], 4)
-        self.assertAlmostEqual(answer["percent"], status["monthPercent"], places=9)
-        self.assertEqual(answer["forecast"], status["forecast"])
         stats = answer["stats"]
-        self.assertEqual((stats["forecastString"], stats["forecastCode"]), (status["forecast"], status["forecastIconCode"]))
-        self.assertAlmostEqual(stats["megabytesLeft"], (status["effectiveDataCap"] - status["monthCell"]) / 1048576, places=6)
+        self.assertEqual((answer["code"], answer["forecast"], stats["forecastString"], stats["forecastCode"]),
+                         (4, status["forecast"], status["forecast"], status["forecastIconCode"]))
         self.assertEqual((stats["daysLeft"], stats["timeUnit"]), (status["timeLeft"], status["timeUnit"]))
+        self.assertAlmostEqual(answer["percent"], status["monthPercent"], places=9)
+        self.assertAlmostEqual(stats["megabytesLeft"], (status["effectiveDataCap"] - status["monthCell"]) / 1048576, places=6)
         # Spoken through spd-say when there is one; said plainly when there is none.
         spoken = os.path.join(self.c.root, "spoken.txt")
         bin_dir = os.path.join(self.c.root, "bin")
@@ -157,7 +139,13 @@ class CommandLine(unittest.TestCase):
         self.assertGreater(status["monthWifi"], 2**32)  # beyond 32 bits, nothing wrapped
 
     def test_plan_changes(self):
-        other = self.c.run("plans", "add", "--label", "Travel").stdout.strip()
+        other = self.c.run("plans", "add", "--label", "Travel SIM").stdout.strip()
+        self.assertEqual(len(other), 36)
+        self.c.run("plans", "set", "PREF_BILLDAY", "9", "--plan", other)
+        rows = json.loads(self.c.run("plans", "list", "--json").stdout)
+        self.assertEqual([(r["label"], r["active"]) for r in rows], [("Default", True), ("Travel SIM", False)])
+        plan = json.loads(self.c.run("plans", "show", other, "--json").stdout)
+        self.assertEqual((plan["PREF_BILLDAY"], plan["PREF_PLAN_DBNAME"]), (9, other + ".sqlite"))
         active = json.loads(self.c.run("plans", "show", "--json").stdout)["PREF_PLAN_ID"]
         p = self.c.run("plans", "remove", active, "--yes", check=False)
         self.assertEqual((p.returncode, p.stderr),
@@ -203,46 +191,6 @@ class CommandLine(unittest.TestCase):
         self.assertEqual(p.returncode, 1)
         self.assertIn("xdg-utils", p.stderr)
 
-    # Many processes writing different keys at once: none is lost.
-    def test_concurrent_writers_keep_every_key(self):
-        procs = [subprocess.Popen([TALLYMO, "defaults", "write", f"KEY_{i}", str(i), "--type", "int"],
-                                  env=self.c.env, stderr=subprocess.PIPE, text=True) for i in range(16)]
-        for p in procs:
-            _, err = p.communicate()
-            self.assertEqual(p.returncode, 0, err)
-        settings = self.c.settings()
-        self.assertEqual({k: v for k, v in settings.items() if k.startswith("KEY_")},
-                         {f"KEY_{i}": i for i in range(16)})
-        self.assertEqual(len(settings["PREF_ALL_PLANS"]), 1, "first-install defaults applied more than once")
-
-    def test_unreadable_store_is_named_and_left_alone(self):
-        self.c.run("sample")
-        store = self.c.store_path()
-        for suffix in ("-wal", "-shm"):
-            if os.path.exists(store + suffix):
-                os.remove(store + suffix)
-        garbage = b"this is not a database" * 500
-        with open(store, "wb") as f:
-            f.write(garbage)
-        p = self.c.run("sample", check=False)
-        self.assertEqual(p.returncode, 1)
-        self.assertEqual(p.stderr.splitlines()[-1],
-                         f"tallymo: cannot open usage store {store}: file is not a database")
-        with open(store, "rb") as f:
-            self.assertEqual(f.read(), garbage)
-
-    def test_damaged_settings_without_a_good_copy_are_refused(self):
-        os.makedirs(self.c.path)
-        settings = os.path.join(self.c.path, "group.zr.qxnext.plist")
-        with open(settings, "wb") as f:
-            f.write(b"<plist><dict><key>PREF_ACTIVE_PLAN")
-        p = self.c.run("plans", "list", check=False)
-        self.assertEqual(p.returncode, 1)
-        self.assertIn(settings, p.stderr)
-        self.assertNotIn("Default", p.stdout)
-        with open(settings, "rb") as f:
-            self.assertEqual(f.read(), b"<plist><dict><key>PREF_ACTIVE_PLAN")
-
     def test_refresh_exit_status_says_whether_usage_was_recorded(self):
         for counters, status, said in [((1000, 1000), 10, "no new usage"), ((5000, 1000), 0, "new usage recorded"),
                                        ((5000, 1000), 10, "no new usage"), ((5001, 1000), 0, "new usage recorded")]:
@@ -258,22 +206,12 @@ class CommandLine(unittest.TestCase):
 
     # The service samples on its timer and takes a last sample when stopped.
     def test_daemon_takes_a_last_sample_on_sigterm(self):
-        d = subprocess.Popen([TALLYMO, "daemon", "--interval", "1"], env=self.c.env, stdout=subprocess.PIPE,
-                             stderr=subprocess.PIPE, text=True)
-        lines = []
-        reader = threading.Thread(target=lambda: lines.extend(d.stdout))
-        reader.start()
-        deadline = time.time() + 10
-        while len(lines) < 2 and time.time() < deadline:
-            time.sleep(0.05)
-        self.assertGreaterEqual(len(lines), 2, d.stderr)
-        self.c.write_counters({"wwan0": (1000 + 123456, 1000), "wlan0": (10, 10)})
-        d.send_signal(signal.SIGTERM)
-        self.assertEqual(d.wait(timeout=10), 0)
-        reader.join()
-        d.stdout.close()
-        d.stderr.close()
-        self.assertIn("+cell 120.6 KB", lines[-1])
+        with Daemon(self.c.env, 1) as d:
+            d.wait_for("fetch")
+            self.c.write_counters({"wwan0": (1000 + 123456, 1000), "wlan0": (10, 10)})
+        self.assertEqual(d.proc.returncode, 0, d.err)
+        self.assertIn("  terminate: ", d.lines[-1])
+        self.assertIn("+cell 120.6 KB", d.lines[-1])
         self.assertEqual(self.c.totals()["cellIn"], 123456)
 
     def test_help_the_parser_and_the_manual_agree(self):
@@ -345,19 +283,14 @@ class CommandLine(unittest.TestCase):
         path = os.path.join(self.c.root, "textfile", "tallymo.prom")
         for bad, why in [(os.path.join(self.c.root, "missing", "t.prom"), "does not exist"),
                          (self.c.root, "is a folder")]:
-            p = self.c.run("daemon", "--metrics-file", bad, check=False)
-            self.assertEqual(p.returncode, 2)
-            self.assertEqual(len(p.stderr.splitlines()), 1, p.stderr)
-            self.assertIn(why, p.stderr)
+            with self.subTest(why):
+                one_error_line(self, self.c.run("daemon", "--metrics-file", bad, check=False), why, status=2)
         os.makedirs(os.path.dirname(path))
-        d = Daemon(self.c.env, interval=1, args=("--metrics-file", path))
-        try:
+        with Daemon(self.c.env, interval=1, args=("--metrics-file", path)) as d:
             d.wait(lambda: os.path.exists(path), "no metrics file")
             os.remove(path)
             self.c.write_counters({"wwan0": (1000 + 4096, 1000), "wlan0": (10, 10)})
             d.wait(lambda: os.path.exists(path) and "} 4096\n" in pathlib.Path(path).read_text(), "not made anew")
-        finally:
-            d.stop()
         self.assertEqual(d.err.count("had gone; made anew"), 1, d.err)
         self.assertEqual(os.listdir(os.path.dirname(path)), ["tallymo.prom"])  # no temporary left
 

@@ -12,12 +12,10 @@ sys.path.insert(0, os.path.dirname(__file__))
 from support import require  # noqa: E402
 require("dbus-daemon", "python:dbus", "python:dbusmock")
 import dbus  # noqa: E402
-from session import SessionBus  # noqa: E402
-from support import Container, Daemon  # noqa: E402
+from session import DBUSMOCK_CONTROL, Bus, SessionBus  # noqa: E402
+from support import Container, Daemon, one_error_line  # noqa: E402
 
 NM = "org.freedesktop.NetworkManager"
-NM_PATH = "/org/freedesktop/NetworkManager"
-CONTROL = "org.freedesktop.DBus.Mock"  # python3-dbusmock's interface for adding objects and properties
 DEVICE = "org.freedesktop.NetworkManager.Device"
 MiB = 1048576
 
@@ -34,64 +32,38 @@ def sysfs_link(c, name, driver=None, kind_type=1):
         os.symlink(os.path.join(c.root, "drivers", driver), os.path.join(base, "device", "driver"))
 
 
-class NetworkManagerMock:
-    """The networkmanager template on its own bus; `hotspot` brings up a Wi-Fi connection."""
+def network_manager():
+    return Bus(system=True, template="networkmanager")
 
-    def __init__(self):
-        self.bus = SessionBus(notification_server=False).__enter__()
-        self.start()
 
-    def start(self):
-        self.proc = subprocess.Popen(["/usr/bin/python3", "-m", "dbusmock", "--system", "--template", "networkmanager"],
-                                     env=dict(os.environ, DBUS_SYSTEM_BUS_ADDRESS=self.bus.address),
-                                     stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
-        deadline = time.time() + 10
-        while not self.bus.bus.name_has_owner(NM):
-            if time.time() > deadline:
-                raise RuntimeError("the NetworkManager mock did not start")
-            time.sleep(0.05)
-        self.nm = dbus.Interface(self.bus.bus.get_object(NM, NM_PATH), CONTROL)
+def mock(nm, path):
+    """The mock interface of one of NetworkManager's objects."""
+    return dbus.Interface(nm.bus.get_object(NM, path), DBUSMOCK_CONTROL)
 
-    def restart(self):
-        """NetworkManager stops and comes back on the same bus, as after an upgrade, without devices."""
-        self.proc.terminate()
-        self.proc.wait()
-        self.start()
 
-    def close(self):
-        if self.proc.poll() is not None:
-            return
-        self.proc.terminate()
-        self.proc.wait()
-        self.bus.__exit__(None, None, None)
+def wifi(nm, interface, ssid, metered):
+    """A Wi-Fi connection up on `interface`; `metered` is NetworkManager's verdict (3 guess-yes, 4 guess-no)."""
+    dev = nm.control.AddWiFiDevice(f"dev_{interface}", interface, 100)
+    ap = nm.control.AddAccessPoint(dev, f"ap_{interface}", ssid, "00:11:22:33:44:55", 2, 2437, 5400, 80, 0x100)
+    conn = nm.control.AddWiFiConnection(dev, f"c_{interface}", ssid, "wpa-psk")
+    active = nm.control.AddActiveConnection([dev], conn, ap, f"a_{interface}", 2)
+    mock(nm, dev).AddProperty(DEVICE, "Metered", dbus.UInt32(metered))
+    return dev, active
 
-    def wifi(self, interface, ssid, metered):
-        dev = self.nm.AddWiFiDevice(f"dev_{interface}", interface, 100)
-        ap = self.nm.AddAccessPoint(dev, f"ap_{interface}", ssid, "00:11:22:33:44:55", 2, 2437, 5400, 80, 0x100)
-        conn = self.nm.AddWiFiConnection(dev, f"c_{interface}", ssid, "wpa-psk")
-        active = self.nm.AddActiveConnection([dev], conn, ap, f"a_{interface}", 2)
-        dbus.Interface(self.bus.bus.get_object(NM, dev), CONTROL).AddProperty(DEVICE, "Metered", dbus.UInt32(metered))
-        return dev, active
 
-    def shared(self, interface):
-        """A wired connection this machine shares with others (NetworkManager's IPv4 method "shared")."""
-        dev = self.nm.AddEthernetDevice(f"dev_{interface}", interface, 100)
-        settings = dbus.Interface(self.bus.bus.get_object(NM, NM_PATH + "/Settings"), NM + ".Settings")
-        conn = settings.AddConnection({"connection": {"id": "Shared to the desk", "type": "802-3-ethernet"},
-                                       "ipv4": {"method": "shared"}})
-        self.nm.AddActiveConnection([dev], conn, "/", f"a_{interface}", 2)
+def shared(nm, interface):
+    """A wired connection this machine shares with others (NetworkManager's IPv4 method "shared")."""
+    dev = nm.control.AddEthernetDevice(f"dev_{interface}", interface, 100)
+    settings = dbus.Interface(nm.bus.get_object(NM, "/org/freedesktop/NetworkManager/Settings"), NM + ".Settings")
+    conn = settings.AddConnection({"connection": {"id": "Shared to the desk", "type": "802-3-ethernet"},
+                                   "ipv4": {"method": "shared"}})
+    nm.control.AddActiveConnection([dev], conn, "/", f"a_{interface}", 2)
 
 
 class Links(unittest.TestCase):
-    def setUp(self):
-        self.mock = NetworkManagerMock()
-        self.addCleanup(lambda: self.mock.close())
-
-    def container(self, system_bus=None):
-        c = Container(wifi=("wlan0",))
-        self.addCleanup(c.cleanup)
-        c.env.update(DBUS_SYSTEM_BUS_ADDRESS=system_bus or self.mock.bus.address,
-                     DBUS_SESSION_BUS_ADDRESS="unix:path=/nonexistent")
+    def container(self, system_bus):
+        c = self.enterContext(Container(wifi=("wlan0",)))
+        c.env.update(DBUS_SYSTEM_BUS_ADDRESS=system_bus, DBUS_SESSION_BUS_ADDRESS="unix:path=/nonexistent")
         sysfs_link(c, "usb0", "rndis_host")
         sysfs_link(c, "eth0", "e1000e")
         sysfs_link(c, "tun0", kind_type=65534)
@@ -124,21 +96,20 @@ class Links(unittest.TestCase):
              {"usb0": (40 * MiB, MiB)}, [40 * MiB, MiB, 300_000 + 5 * MiB, 30_000 + MiB]),
         ]
         for name, metered, choice, up, expected in cases:
-            with self.subTest(name):
-                self.mock.close()
-                self.mock = NetworkManagerMock()
-                c = self.container()
-                self.mock.wifi("wlan0", "Pixel hotspot", metered)
+            with self.subTest(name), network_manager() as nm:
+                c = self.container(nm.address)
+                wifi(nm, "wlan0", "Pixel hotspot", metered)
                 if choice == "shared eth0":
-                    self.mock.shared("eth0")
+                    shared(nm, "eth0")
                 elif choice:
                     c.write_counters(base)
                     c.run("networks", "set", "Pixel hotspot", choice)
                 self.assertEqual(self.replay(c, [base, dict(later, **up)]), expected)
 
     def test_the_list_and_a_renamed_connection(self):
-        c = self.container()
-        dev, active = self.mock.wifi("wlan0", "Pixel hotspot", 3)
+        nm = self.enterContext(network_manager())
+        c = self.container(nm.address)
+        dev, active = wifi(nm, "wlan0", "Pixel hotspot", 3)
         c.write_counters({"wlan0": (10, 10), "usb0": (10, 10), "tun0": (10, 10), "eth0": (10, 10)})
         rows = {r["interface"]: r for r in json.loads(c.run("networks", "--json").stdout)}
         self.assertEqual({name: (r["name"], r["kind"], r["metered"], r["countedAs"]) for name, r in rows.items()}, {
@@ -148,48 +119,40 @@ class Links(unittest.TestCase):
             "eth0": ("eth0", "ethernet", "-", "other")})
         c.run("networks", "set", "Pixel hotspot", "ignore")
         # Renamed in NetworkManager: the choice follows the connection.
-        dbus.Interface(self.mock.bus.bus.get_object(NM, active), CONTROL).UpdateProperties(
-            "org.freedesktop.NetworkManager.Connection.Active", {"Id": "Travel phone"})
+        mock(nm, active).UpdateProperties(NM + ".Connection.Active", {"Id": "Travel phone"})
         row = [r for r in json.loads(c.run("networks", "--json").stdout) if r.get("interface") == "wlan0"][0]
         self.assertEqual((row["name"], row["choice"], row["countedAs"]), ("Travel phone", "ignore", "ignored"))
         for args, message in [(["set", "Nowhere", "mobile"], 'no network named "Nowhere"'),
                               (["set", "usb0", "metered"], '"metered" is not a choice'),
                               (["set", "usb0"], "usage: tallymo networks")]:
-            p = c.run("networks", *args, check=False)
-            self.assertEqual(p.returncode, 2, p.stderr)
-            self.assertEqual(len(p.stderr.splitlines()), 1, p.stderr)
-            self.assertIn(message, p.stderr)
+            with self.subTest(args=args):
+                one_error_line(self, c.run("networks", *args, check=False), message, status=2)
 
     # The service splits the interval at NetworkManager's signal: what the Wi-Fi moved on the home
     # network before the hotspot was joined stays the second figure, what it moved after is mobile.
     # When NetworkManager restarts, what moved before it went is counted as it was then.
     def test_the_service_splits_at_a_connection_change(self):
-        c = self.container()
-        dev, _ = self.mock.wifi("wlan0", "Home", 4)
-        session = SessionBus(notification_server=False).__enter__()
-        self.addCleanup(session.__exit__, None, None, None)
-        c.env.update(DBUS_SESSION_BUS_ADDRESS=session.address)
+        nm = self.enterContext(network_manager())
+        c = self.container(nm.address)
+        dev, _ = wifi(nm, "wlan0", "Home", 4)
+        c.env.update(DBUS_SESSION_BUS_ADDRESS=self.enterContext(SessionBus(notification_server=False)).address)
         c.write_counters({"wlan0": (1000, 1000)})
-        daemon = Daemon(c.env)
-        try:
-            daemon.wait_for("launch")
+        with Daemon(c.env) as daemon:
             c.write_counters({"wlan0": (1000 + MiB, 1000 + 100_000)})
-            dbus.Interface(self.mock.bus.bus.get_object(NM, dev), CONTROL).UpdateProperties(
-                DEVICE, {"Metered": dbus.UInt32(3)})
+            mock(nm, dev).UpdateProperties(DEVICE, {"Metered": dbus.UInt32(3)})
             self.assertIn("+cell 0.0 KB +wifi 1.1 MB", daemon.wait_for("network"))
             c.write_counters({"wlan0": (1000 + 3 * MiB, 1000 + 300_000)})
             c.run("push")
             self.assertIn("+cell 2.2 MB +wifi 0.0 KB", daemon.wait_for("push"))
             c.write_counters({"wlan0": (1000 + 4 * MiB, 1000 + 300_000)})
-            self.mock.restart()
+            nm.stop_mock()  # NetworkManager stops and comes back, as after an upgrade, without devices
+            nm.start_mock()
             self.assertIn("+cell 1.0 MB +wifi 0.0 KB", daemon.wait_for("network", count=2))
-            self.mock.wifi("wlan0", "Home", 4)
+            wifi(nm, "wlan0", "Home", 4)
             self.settled(daemon)
             c.write_counters({"wlan0": (1000 + 6 * MiB, 1000 + 300_000)})
             c.run("push")
             self.assertIn("+cell 0.0 KB +wifi 2.0 MB", daemon.wait_for("push", count=2))
-        finally:
-            daemon.stop()
         t = c.totals()
         self.assertEqual([t["cellIn"], t["cellOut"], t["wifiIn"], t["wifiOut"]], [3 * MiB, 200_000, 3 * MiB, 100_000])
 
@@ -204,13 +167,12 @@ class Links(unittest.TestCase):
     # Without NetworkManager, or with one that never answers, the links are told apart by their kind,
     # and a sample waits at most a tenth of a second for it.
     def test_without_an_answering_network_manager(self):
-        hung = SessionBus(notification_server=False).__enter__()
-        self.addCleanup(hung.__exit__, None, None, None)
-        squatter = subprocess.Popen(
+        hung = self.enterContext(Bus(system=True))
+        squatter = self.enterContext(subprocess.Popen(
             ["/usr/bin/python3", "-c", "import dbus, sys, time; b = dbus.bus.BusConnection(sys.argv[1]); "
              f"b.request_name('{NM}'); print('up', flush=True); time.sleep(600)", hung.address],
-            stdout=subprocess.PIPE, text=True)
-        self.addCleanup(squatter.kill)
+            stdout=subprocess.PIPE, text=True))
+        self.addCleanup(squatter.kill)  # before the wait on the way out
         self.assertEqual(squatter.stdout.readline().strip(), "up")
         for name, address in [("absent", "unix:path=/nonexistent"), ("hung", hung.address)]:
             with self.subTest(name):

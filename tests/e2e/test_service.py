@@ -4,9 +4,7 @@ import json
 import os
 import signal
 import sqlite3
-import subprocess
 import sys
-import tempfile
 import time
 import unittest
 
@@ -14,7 +12,7 @@ sys.path.insert(0, os.path.dirname(__file__))
 from support import require  # noqa: E402
 require("python:dbus")
 import dbus  # noqa: E402
-from session import SessionBus  # noqa: E402
+from session import Bus, SessionBus  # noqa: E402
 from support import TALLYMO, Container, Daemon  # noqa: E402
 
 SERVICE = "org.tallymo.Tallymo.Background"
@@ -23,20 +21,14 @@ PATH = "/org/tallymo/Tallymo/Background"
 
 class BackgroundService(unittest.TestCase):
     def setUp(self):
-        self.session = SessionBus().__enter__()
-        self.c = Container()
+        self.session = self.enterContext(SessionBus())
+        self.c = self.enterContext(Container())
         self.c.env.update(DBUS_SESSION_BUS_ADDRESS=self.session.address)
         self.c.write_counters({"wwan0": (1000, 1000)})
 
-    def tearDown(self):
-        self.session.__exit__(None, None, None)
-        self.c.cleanup()
-
     def test_push_samples_and_alerts_once(self):
         self.c.run("plans", "set", "PREF_THRES_MONTHLY", "1000000")
-        daemon = Daemon(self.c.env)
-        try:
-            daemon.wait_for("launch")
+        with Daemon(self.c.env) as daemon:
             self.assertTrue(self.session.bus.name_has_owner(SERVICE))
             # Positioning and the network library stay unloaded while nothing asks for them.
             with open(f"/proc/{daemon.proc.pid}/maps") as maps:
@@ -51,8 +43,6 @@ class BackgroundService(unittest.TestCase):
             self.assertIn("no new usage", daemon.wait_for("push", 2))
             alerts = [c for c in self.session.calls("Notify") if c[3] == "Usage Alert"]
             self.assertEqual([c[4] for c in alerts], ["You've used 60%."])
-        finally:
-            daemon.stop()
         self.assertIn("  terminate: ", daemon.lines[-1])
         self.assertIn("qx_marker_log sub.error - no UnifiedPush distributor on the session bus", daemon.err)
         self.assertEqual(self.c.totals()["cellIn"], 600_000)
@@ -67,9 +57,7 @@ class BackgroundService(unittest.TestCase):
         self.c.run("setup", "--bill-day", "1", "--cap", "10GB", "--used", "0")
         fill(self.c.store_path())
         damage(self.c.store_path(), ["Event", "Event_timeStamp", "EventHour"])
-        daemon = Daemon(self.c.env)
-        try:
-            daemon.wait_for("launch")
+        with Daemon(self.c.env) as daemon:
             for count in (1, 2):
                 self.c.run("push")
                 self.assertIn(": usage history unreadable: cannot read the usage store", daemon.wait_for("push", count))
@@ -77,13 +65,9 @@ class BackgroundService(unittest.TestCase):
             self.assertEqual(len(told), 1, told)
             self.assertIn('Run "tallymo store check" in a terminal.', told[0][4])
             self.assertIsNone(daemon.proc.poll())
-        finally:
-            daemon.stop()
 
     def test_show_usage_answers_as_the_command_does(self):
-        daemon = Daemon(self.c.env)
-        try:
-            daemon.wait_for("launch")
+        with Daemon(self.c.env):
             service = self.session.bus.get_object(SERVICE, PATH)
             # Before setup: the answer asks to open the app.
             answer = service.ShowUsage(dbus_interface=SERVICE, timeout=20)
@@ -91,32 +75,11 @@ class BackgroundService(unittest.TestCase):
             self.assertIn("not set up", str(answer["spokenText"]))
             self.c.run("setup", "--bill-day", "1", "--cap", "1GB", "--used", "0")
             self.c.write_counters({"wwan0": (1000 + 300 * 1048576, 1000)})  # not sampled yet
-            answer = service.ShowUsage(dbus_interface=SERVICE, timeout=20)
+            answer = json.loads(json.dumps(service.ShowUsage(dbus_interface=SERVICE, timeout=20)))
             command = json.loads(self.c.run("intent", "show-usage", "--json").stdout)
-        finally:
-            daemon.stop()
-        self.assertEqual(int(answer["code"]), 4)
-        self.assertAlmostEqual(float(answer["percent"]), 29.296875, places=3)  # the traffic up to the call
-        self.assertEqual(str(answer["forecast"]), command["forecast"])
-        self.assertAlmostEqual(float(answer["percent"]), command["percent"], places=9)
-        stats = {str(k): v for k, v in answer["stats"].items()}
-        self.assertEqual((str(stats["forecastString"]), int(stats["daysLeft"]), str(stats["timeUnit"])),
-                         (command["stats"]["forecastString"], command["stats"]["daysLeft"],
-                          command["stats"]["timeUnit"]))
-        self.assertAlmostEqual(float(stats["megabytesLeft"]), command["stats"]["megabytesLeft"], places=6)
-        self.assertTrue(str(answer["spokenText"]).startswith("You have used 29 percent of your data."))
-
-
-def wait_gone(pid, timeout=20):
-    """Waits for a process that is not our child (the bus started it) to end."""
-    deadline = time.time() + timeout
-    while time.time() < deadline:
-        try:
-            os.kill(pid, 0)
-        except ProcessLookupError:
-            return
-        time.sleep(0.05)
-    raise AssertionError(f"process {pid} did not end")
+        self.assertAlmostEqual(answer["percent"], 29.296875, places=3)  # the traffic up to the call
+        self.assertTrue(answer.pop("spokenText").startswith("You have used 29 percent of your data."))
+        self.assertEqual(answer, command)  # every figure, and the forecast
 
 
 def read(path):
@@ -131,92 +94,72 @@ def events(c):
         return 0
 
 
+def stop_activated(pidfile, timeout=20):
+    """Ends the service the bus started, if it did, and waits until it has gone (it is not our child)."""
+    if not os.path.exists(pidfile):
+        return
+    pid, deadline = int(read(pidfile)), time.time() + timeout
+    try:
+        os.kill(pid, signal.SIGTERM)
+        while time.time() < deadline:
+            os.kill(pid, 0)
+            time.sleep(0.05)
+    except ProcessLookupError:
+        return
+    os.kill(pid, signal.SIGKILL)
+    raise AssertionError(f"the activated service {pid} did not end")
+
+
 class UnifiedPush(unittest.TestCase):
     def test_distributor_registration_and_message(self):
-        with SessionBus(notification_server=False) as session:
-            c = Container()
-            distributor = subprocess.Popen(["/usr/bin/python3", "-m", "dbusmock", "org.unifiedpush.Distributor.fake",
-                                            "/org/unifiedpush/Distributor", "org.unifiedpush.Distributor1"],
-                                           env=session.env, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
-            try:
-                deadline = time.time() + 10
-                while not session.bus.name_has_owner("org.unifiedpush.Distributor.fake") and time.time() < deadline:
-                    time.sleep(0.05)
-                mock = session.bus.get_object("org.unifiedpush.Distributor.fake", "/org/unifiedpush/Distributor")
-                mock.AddMethod("", "Register", "sss", "ss", 'ret = ("REGISTRATION_SUCCEEDED", "")',
-                               dbus_interface="org.freedesktop.DBus.Mock")
-                mock.AddMethod("", "Unregister", "s", "", "", dbus_interface="org.freedesktop.DBus.Mock")
-                c.env.update(DBUS_SESSION_BUS_ADDRESS=session.address)
-                c.write_counters({"wwan0": (1000, 1000)})
-                daemon = Daemon(c.env)
-                try:
-                    daemon.wait_for("launch")
-                    calls = mock.GetMethodCalls("Register", dbus_interface="org.freedesktop.DBus.Mock")
-                    self.assertEqual([list(args[:2]) for _, args in calls][0], [SERVICE, "tallymo_push_subscription2"])
-                    c.write_counters({"wwan0": (4000, 1000)})
-                    session.bus.get_object(SERVICE, "/org/unifiedpush/Connector").Message(
-                        "tallymo_push_subscription2", dbus.ByteArray(b"{}"), "m1",
-                        dbus_interface="org.unifiedpush.Connector1")
-                    self.assertIn("+cell 2.9 KB", daemon.wait_for("push"))
-                finally:
-                    daemon.stop()
-                self.assertNotIn("sub.error", daemon.err)
-            finally:
-                distributor.terminate()
-                distributor.wait()
-                c.cleanup()
+        distributor = self.enterContext(Bus(fake=("org.unifiedpush.Distributor.fake", "/org/unifiedpush/Distributor",
+                                                  "org.unifiedpush.Distributor1")))
+        distributor.control.AddMethod("", "Register", "sss", "ss", 'ret = ("REGISTRATION_SUCCEEDED", "")')
+        distributor.control.AddMethod("", "Unregister", "s", "", "")
+        c = self.enterContext(Container())
+        c.env.update(DBUS_SESSION_BUS_ADDRESS=distributor.address)
+        c.write_counters({"wwan0": (1000, 1000)})
+        with Daemon(c.env) as daemon:
+            self.assertEqual(distributor.calls("Register")[0][:2], [SERVICE, "tallymo_push_subscription2"])
+            c.write_counters({"wwan0": (4000, 1000)})
+            distributor.bus.get_object(SERVICE, "/org/unifiedpush/Connector").Message(
+                "tallymo_push_subscription2", dbus.ByteArray(b"{}"), "m1", dbus_interface="org.unifiedpush.Connector1")
+            self.assertIn("+cell 2.9 KB", daemon.wait_for("push"))
+        self.assertNotIn("sub.error", daemon.err)
 
 
 class Activation(unittest.TestCase):
     def test_a_call_starts_the_service(self):
-        c = Container()
-        work = tempfile.TemporaryDirectory()
-        try:
-            c.write_counters({"wwan0": (1000, 1000)})
-            services = os.path.join(work.name, "services")
-            os.makedirs(services)
-            with open(os.path.join(services, SERVICE + ".service"), "w") as f:
-                f.write(f"[D-BUS Service]\nName={SERVICE}\nExec=/bin/sh -c 'exec {TALLYMO} daemon --interval 3600 >{work.name}/out.txt 2>&1'\n")
-            config = os.path.join(work.name, "session.conf")
-            with open(config, "w") as f:
-                f.write(f"""<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
+        c = self.enterContext(Container())
+        c.write_counters({"wwan0": (1000, 1000)})
+        services, out, pidfile = (os.path.join(c.root, n) for n in ("services", "out.txt", "service.pid"))
+        os.makedirs(services)
+        with open(os.path.join(services, SERVICE + ".service"), "w") as f:
+            f.write(f"[D-BUS Service]\nName={SERVICE}\nExec=/bin/sh -c 'echo $$ >{pidfile}; "
+                    f"exec {TALLYMO} daemon --interval 3600 >{out} 2>&1'\n")
+        config = os.path.join(c.root, "session.conf")
+        with open(config, "w") as f:
+            f.write(f"""<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
  "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
-<busconfig><type>session</type><listen>unix:tmpdir={work.name}</listen><servicedir>{services}</servicedir>
+<busconfig><type>session</type><listen>unix:tmpdir={c.root}</listen><servicedir>{services}</servicedir>
 <policy context="default"><allow send_destination="*" eavesdrop="true"/><allow eavesdrop="true"/>
 <allow own="*"/></policy></busconfig>""")
-            # An activated service inherits the bus's environment.
-            out = subprocess.check_output(["dbus-daemon", "--config-file", config, "--fork", "--print-address=1",
-                                           "--print-pid=1"], env=c.env, text=True).split()
-            address, bus_pid = out[0], int(out[1])
-            bus = dbus.bus.BusConnection(address)
-            try:
-                self.assertFalse(bus.name_has_owner(SERVICE))
-                c.write_counters({"wwan0": (5000, 1000)})
-                bus.get_object(SERVICE, PATH).Push(dbus_interface=SERVICE, timeout=20)
-                self.assertTrue(bus.name_has_owner(SERVICE))
-                pid = bus.call_blocking("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
-                                        "GetConnectionUnixProcessID", "s", [SERVICE])
-                try:
-                    out = os.path.join(work.name, "out.txt")
-                    deadline = time.time() + 10
-                    while time.time() < deadline and "  launch: " not in read(out):
-                        time.sleep(0.05)
-                    c.write_counters({"wwan0": (9000, 1000)})
-                    # A wake-up that arrives while a check runs is answered without a new one.
-                    deadline = time.time() + 10
-                    while time.time() < deadline and events(c) == 0:
-                        bus.get_object(SERVICE, PATH).Wake(dbus_interface=SERVICE)
-                        time.sleep(0.2)
-                    self.assertEqual(c.totals()["cellIn"], 4000, read(out))
-                finally:
-                    os.kill(pid, signal.SIGTERM)
-                    wait_gone(pid)
-            finally:
-                bus.close()
-                os.kill(bus_pid, signal.SIGTERM)
-        finally:
-            work.cleanup()
-            c.cleanup()
+        bus = self.enterContext(Bus(config=config, env=c.env)).bus  # what it activates inherits c.env
+        self.addCleanup(stop_activated, pidfile)
+        self.assertFalse(bus.name_has_owner(SERVICE))
+        c.write_counters({"wwan0": (5000, 1000)})
+        bus.get_object(SERVICE, PATH).Push(dbus_interface=SERVICE, timeout=20)
+        self.assertTrue(bus.name_has_owner(SERVICE))
+        deadline = time.time() + 10
+        while time.time() < deadline and "  launch: " not in read(out):
+            time.sleep(0.05)
+        c.write_counters({"wwan0": (9000, 1000)})
+        # A wake-up that arrives while a check runs is answered without a new one.
+        deadline = time.time() + 10
+        while time.time() < deadline and events(c) == 0:
+            bus.get_object(SERVICE, PATH).Wake(dbus_interface=SERVICE)
+            time.sleep(0.2)
+        self.assertEqual(c.totals()["cellIn"], 4000, read(out))
 
 
 if __name__ == "__main__":

@@ -22,22 +22,10 @@ REPORT = re.compile(r"  (\w+): .* \| period \S+ → \S+: cell (.+) \((\d+)%\) wi
 MB = 1_048_576
 
 
-def service(env, ns=None):
-    """tallymo daemon checking every second, once it has launched."""
-    daemon = Daemon(env, 1, ns)
-    try:
-        daemon.wait_for("launch")
-    except AssertionError:
-        daemon.stop()
-        raise
-    return daemon
-
-
-def reports(daemon, trigger=None, since=0):
+def reports(daemon, since=0):
     """(trigger, cell, percent, level, line) of each report line from `since` on."""
-    found = [(m[1], m[2], int(m[3]), int(m[4]), line) for line in daemon.lines[since:]
-             if (m := REPORT.search(line.rstrip("\n")))]
-    return [r for r in found if trigger in (None, r[0])]
+    return [(m[1], m[2], int(m[3]), int(m[4]), line) for line in daemon.lines[since:]
+            if (m := REPORT.search(line.rstrip("\n")))]
 
 
 def cell_total(path):
@@ -48,54 +36,52 @@ def cell_total(path):
         return 0
 
 
+def widget(c):
+    return json.loads(subprocess.run([WIDGET, "--format", "json"], env=c.env, capture_output=True, text=True,
+                                     check=True).stdout)
+
+
 class PlanSwitch(unittest.TestCase):
     # Plan A (1 GB) has used 80 MB when the user switches to B (100 MB): what comes after is B's,
     # and A's 80 MB never count against B's cap.
     def test_switch_while_the_service_runs(self):
-        with SessionBus() as session:
-            c = Container()
-            self.addCleanup(c.cleanup)
-            os.mkdir(os.path.join(c.root, "run"), 0o700)
-            c.env.update(DBUS_SESSION_BUS_ADDRESS=session.address, XDG_RUNTIME_DIR=os.path.join(c.root, "run"))
-            cell = 1000
+        session = self.enterContext(SessionBus())
+        c = self.enterContext(Container())
+        os.mkdir(os.path.join(c.root, "run"), 0o700)
+        c.env.update(DBUS_SESSION_BUS_ADDRESS=session.address, XDG_RUNTIME_DIR=os.path.join(c.root, "run"))
+        cell = 1000
+        c.write_counters({"wwan0": (cell, 1000)})
+        c.run("defaults", "write", "PREF_SHOWED_SETUP", "true", "--type", "bool")
+        c.run("plans", "set", "PREF_THRES_MONTHLY", "1000000000", "--type", "double")
+        plan_b = c.run("plans", "add", "--label", "B").stdout.strip()
+        c.run("plans", "set", "PREF_THRES_MONTHLY", "100000000", "--type", "double", "--plan", plan_b)
+        store_a = c.store_path()
+        with Daemon(c.env, 1) as daemon:
+            cell += 80_000_000
             c.write_counters({"wwan0": (cell, 1000)})
-            c.run("defaults", "write", "PREF_SHOWED_SETUP", "true", "--type", "bool")
-            c.run("plans", "set", "PREF_THRES_MONTHLY", "1000000000", "--type", "double")
-            plan_b = c.run("plans", "add", "--label", "B").stdout.strip()
-            c.run("plans", "set", "PREF_THRES_MONTHLY", "100000000", "--type", "double", "--plan", plan_b)
-            store_a = c.store_path()
-            daemon = service(c.env)
-            try:
-                cell += 80_000_000
+            daemon.wait(lambda: cell_total(store_a) == 80_000_000, "A's usage not recorded")
+            c.run("plans", "switch", plan_b)
+            store_b, since = c.store_path(), len(daemon.lines)
+            self.assertNotEqual(store_b, store_a)
+            self.assertEqual([widget(c)[k] for k in ("WSTATS_USED", "WSTATS_PERCENT", "WSTATS_LEFT")],
+                             [0, 0, 100_000_000])
+            for step in range(1, 6):
+                cell += MB
                 c.write_counters({"wwan0": (cell, 1000)})
-                daemon.wait(lambda: cell_total(store_a) == 80_000_000, "A's usage not recorded")
-                c.run("plans", "switch", plan_b)
-                store_b, since = c.store_path(), len(daemon.lines)
-                self.assertNotEqual(store_b, store_a)
-                widget = json.loads(subprocess.run([WIDGET, "--format", "json"], env=c.env, capture_output=True,
-                                                   text=True, check=True).stdout)
-                self.assertEqual([widget[k] for k in ("WSTATS_USED", "WSTATS_PERCENT", "WSTATS_LEFT")],
-                                 [0, 0, 100_000_000])
-                for step in range(1, 6):
-                    cell += MB
-                    c.write_counters({"wwan0": (cell, 1000)})
-                    daemon.wait(lambda: cell_total(store_b) == step * MB, f"B holds not {step} MB")
-                daemon.checks(2)  # room for a late sample into A
-            finally:
-                daemon.stop()
-            self.assertEqual((cell_total(store_a), cell_total(store_b)), (80_000_000, 5 * MB))
-            after = reports(daemon, since=since)
-            recorded = [i for i, r in enumerate(after) if "+cell" in r[4]]
-            self.assertTrue(recorded, after)
-            # From the first check that recorded B's traffic on, B's figures: at most 5.2 MB of 100 MB.
-            self.assertEqual({(r[2] <= 5, r[3]) for r in after[recorded[0]:]}, {(True, 0)}, after)
-            self.assertEqual(after[-1][:4], ("terminate", "5.0 MB", 5, 0))
-            self.assertEqual({r[3] for r in reports(daemon)}, {0})
-            self.assertEqual([n[4] for n in session.calls("Notify") if n[3] == "Usage Alert"], [])
-            widget = json.loads(subprocess.run([WIDGET, "--format", "json"], env=c.env, capture_output=True,
-                                               text=True, check=True).stdout)
-            self.assertEqual(widget["WSTATS_USED"], 5 * MB)
-            self.assertAlmostEqual(widget["WSTATS_PERCENT"], 100 * 5 * MB / 100_000_000)
+                daemon.wait(lambda: cell_total(store_b) == step * MB, f"B holds not {step} MB")
+            daemon.checks(2)  # room for a late sample into A
+        self.assertEqual((cell_total(store_a), cell_total(store_b)), (80_000_000, 5 * MB))
+        after = reports(daemon, since=since)
+        recorded = [i for i, r in enumerate(after) if "+cell" in r[4]]
+        self.assertTrue(recorded, after)
+        # From the first check that recorded B's traffic on, B's figures: at most 5.2 MB of 100 MB.
+        self.assertEqual({(r[2] <= 5, r[3]) for r in after[recorded[0]:]}, {(True, 0)}, after)
+        self.assertEqual(after[-1][:4], ("terminate", "5.0 MB", 5, 0))
+        self.assertEqual({r[3] for r in reports(daemon)}, {0})
+        self.assertEqual([n[4] for n in session.calls("Notify") if n[3] == "Usage Alert"], [])
+        shown = widget(c)
+        self.assertEqual(shown["WSTATS_USED"], 5 * MB)
+        self.assertAlmostEqual(shown["WSTATS_PERCENT"], 100 * 5 * MB / 100_000_000)
 
 
 REMINDER = "Your bill cycle ends today. Open Tallymo to check your usage."
@@ -124,9 +110,7 @@ class BillCycleReminders(unittest.TestCase):
              {H21: "2026-12-31T21:00:00.000Z", H23: "2026-12-31T23:00:00.000Z"}),
         ]
         for name, before, start, request, shown, pending in cases:
-            with self.subTest(name), SessionBus() as session:
-                c = Container()
-                self.addCleanup(c.cleanup)
+            with self.subTest(name), SessionBus() as session, Container() as c:
                 c.env.update(DBUS_SESSION_BUS_ADDRESS=session.address)
                 c.write_counters({"wwan0": (1000, 1000)})
                 clock = lambda zone, now: dict(c.env, TZ=zone, TALLYMO_NOW=now)  # noqa: E731
@@ -134,8 +118,7 @@ class BillCycleReminders(unittest.TestCase):
                     c.run("refresh", env=clock(*before))
                     self.assertEqual(self.pending(c), {H21: "2026-11-30T21:00:00.000Z",
                                                        H23: "2026-11-30T23:00:00.000Z"})
-                daemon = service(clock(*start))
-                try:
+                with Daemon(clock(*start), 1):
                     if request:
                         c.run("refresh", env=clock(*request))
                         self.assertEqual(self.pending(c)[H21], "2026-12-01T07:00:00.000Z")
@@ -143,8 +126,6 @@ class BillCycleReminders(unittest.TestCase):
                     while time.time() < deadline and not session.calls("Notify"):
                         time.sleep(0.1)
                     time.sleep(1.5)  # room for a second, wrong, delivery
-                finally:
-                    daemon.stop()
                 bills = [n[4] for n in session.calls("Notify") if n[3] == "Bill Cycle"]
                 self.assertEqual(bills, shown)
                 self.assertEqual(self.pending(c), pending)
@@ -217,8 +198,7 @@ class PerAddress(unittest.TestCase):
         drop_namespaces(NS_A, NS_B)
 
     def setUp(self):
-        self.c = Container(wifi=())
-        self.addCleanup(self.c.cleanup)
+        self.c = self.enterContext(Container(wifi=()))
         del self.c.env["TALLYMO_PROC_NET_DEV"]  # the namespace's own counters
         self.c.env.update(DBUS_SESSION_BUS_ADDRESS="unix:path=/nonexistent", XDG_RUNTIME_DIR=self.c.root)
         self.peer, self.me = Hub(NS_B), Hub(NS_A)
@@ -251,8 +231,7 @@ class PerAddress(unittest.TestCase):
         self.assertEqual(list(self.stored()), [PEER])
         self.assertGrew(0, 2 * CHUNK)
         before = self.stored()[PEER]
-        daemon = service(self.c.env, NS_A)
-        try:
+        with Daemon(self.c.env, 1, NS_A) as daemon:
             self.me("send", "long", CHUNK)
             daemon.checks(2)
             # Held between two of its checks, the service leaves the next bytes to the hand-run refresh.
@@ -263,8 +242,6 @@ class PerAddress(unittest.TestCase):
             self.assertGrew(before, 2 * CHUNK)  # counted from the service's last read
             daemon.proc.send_signal(signal.SIGCONT)
             daemon.checks(2)
-        finally:
-            daemon.stop()
         self.assertGrew(before, 2 * CHUNK)
 
     # A dual-stack socket's IPv4 peer is that IPv4 address; a dual-stack loopback peer is not counted.
@@ -275,13 +252,10 @@ class PerAddress(unittest.TestCase):
         self.me("connect", "loop", "::ffff:127.0.0.1", PORT + 2)
         for name in ("mapped", "loop"):
             self.me("send", name, CHUNK)
-        daemon = service(self.c.env, NS_A)
-        try:
+        with Daemon(self.c.env, 1, NS_A) as daemon:
             for name in ("mapped", "loop"):
                 self.me("send", name, 2 * CHUNK)
             daemon.checks(2)
-        finally:
-            daemon.stop()
         self.assertEqual(list(self.stored()), [PEER])
         self.assertGrew(0, 2 * CHUNK)
 

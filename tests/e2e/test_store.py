@@ -1,10 +1,11 @@
 """The hourly totals kept beside the records, with real processes: built once for an older store (and
 resumed after a kill -9 in the middle), kept right by every command that writes records, and checked
 and repaired by `tallymo store check`."""
+import glob
 import json
 import os
+import pathlib
 import random
-import signal
 import sqlite3
 import subprocess
 import sys
@@ -12,7 +13,7 @@ import time
 import unittest
 
 sys.path.insert(0, os.path.dirname(__file__))
-from support import TALLYMO, Container  # noqa: E402
+from support import TALLYMO, Container, one_error_line  # noqa: E402
 
 OLD_SCHEMA = """
 CREATE TABLE Event (id INTEGER PRIMARY KEY, timeStamp REAL NOT NULL, cellIn REAL NOT NULL DEFAULT 0,
@@ -78,77 +79,73 @@ class DamagedStore(unittest.TestCase):
     records, and nothing reads as 0. Records that cannot be read are said so, with exit status 1."""
 
     def setUp(self):
-        self.c = Container()
+        self.c = self.enterContext(Container())
         self.c.run("setup", "--bill-day", "1", "--cap", "10GB", "--used", "0")
         self.store = self.c.store_path()
         fill(self.store)
 
-    def tearDown(self):
-        self.c.cleanup()
-
+    # Put right by `store check`, which says so with exit status 1, and by the next command that
+    # writes records; until then every figure is read around the damage.
     def test_a_damaged_page_of_totals_is_built_again(self):
         status = json.loads(self.c.run("status", "--json").stdout)
         days = self.c.run("history", "days", "--json").stdout
         self.assertGreater(status["monthCell"], 0)
-        self.assertGreater(damage(self.store, ["EventHour", "EventDay"]), 3)
-        with self.assertRaises(sqlite3.DatabaseError):
-            kept_totals(self.store)
-        self.assertEqual(json.loads(self.c.run("status", "--json").stdout), status)
-        self.assertEqual(self.c.run("history", "days", "--json").stdout, days)
-        self.c.run("plans", "add-usage", "7MB", "--yes")
-        self.assertEqual(kept_totals(self.store), records_by_hour(self.store))
-        after = json.loads(self.c.run("status", "--json").stdout)
-        self.assertEqual(after["monthCell"], status["monthCell"] + 7 * 1024 * 1024)
-        check = json.loads(self.c.run("store", "check", "--json").stdout)[0]
-        self.assertEqual((check["integrity"], check["wrongHours"], check["wrongDays"]), ("ok", [], []))
+        for repair in ("store check", "reads, then a write"):
+            with self.subTest(repair=repair):
+                self.assertGreater(damage(self.store, ["EventHour", "EventDay"]), 3)
+                with self.assertRaises(sqlite3.DatabaseError):
+                    kept_totals(self.store)
+                if repair == "store check":
+                    p = self.c.run("store", "check", check=False)
+                    self.assertEqual(p.returncode, 1, p.stdout)
+                    self.assertIn("repaired from the records", p.stdout)
+                    self.assertEqual(self.c.run("history", "days", "--json").stdout, days)
+                else:
+                    self.assertEqual(json.loads(self.c.run("status", "--json").stdout), status)
+                    self.assertEqual(self.c.run("history", "days", "--json").stdout, days)
+                    self.c.run("plans", "add-usage", "7MB", "--yes")
+                    status["monthCell"] += 7 * 1024 * 1024
+                self.assertEqual(kept_totals(self.store), records_by_hour(self.store))
+                self.assertEqual(json.loads(self.c.run("status", "--json").stdout)["monthCell"], status["monthCell"])
+                check = json.loads(self.c.run("store", "check", "--json").stdout)[0]
+                self.assertEqual((check["integrity"], check["wrongHours"], check["wrongDays"]), ("ok", [], []))
 
-    def test_store_check_builds_damaged_totals_again(self):
-        days = self.c.run("history", "days", "--json").stdout
-        damage(self.store, ["EventHour", "EventDay"])
-        p = self.c.run("store", "check", check=False)
-        self.assertEqual(p.returncode, 1, p.stdout)  # what was found is reported, and put right
-        self.assertIn("repaired from the records", p.stdout)
-        check = json.loads(self.c.run("store", "check", "--json").stdout)[0]
-        self.assertEqual((check["integrity"], check["wrongHours"], check["wrongDays"]), ("ok", [], []))
-        self.assertEqual(kept_totals(self.store), records_by_hour(self.store))
-        self.assertEqual(self.c.run("history", "days", "--json").stdout, days)
-
+    # Damaged pages of records, then no database at all: one line, exit status 1, the file left as it is.
     def test_records_that_cannot_be_read_are_an_error(self):
-        damage(self.store, ["Event", "Event_timeStamp", "EventHour"])
-        for command in (["status"], ["status", "--json"], ["history", "days"], ["plans", "add-usage", "7MB", "--yes"],
-                        ["export", "--cycles", "3", "--output", os.path.join(self.c.root, "out.json")]):
-            with self.subTest(command=command):
-                p = self.c.run(*command, check=False)
-                self.assertEqual(p.returncode, 1, p.stdout)
-                lines = p.stderr.strip().splitlines()
-                self.assertEqual(len(lines), 1, p.stderr)
-                self.assertRegex(lines[0], r"^tallymo: cannot (read|write) the usage store .*: ", lines[0])
+        commands = (["status"], ["status", "--json"], ["history", "days"], ["plans", "add-usage", "7MB", "--yes"],
+                    ["export", "--cycles", "3", "--output", os.path.join(self.c.root, "out.json")])
+        self.c.write_counters({"wwan0": (1000, 1000), "wlan0": (10, 10)})
+        for how in ("damaged", "not a database"):
+            if how == "damaged":
+                damage(self.store, ["Event", "Event_timeStamp", "EventHour"])
+                needle = "cannot"
+            else:
+                for path in glob.glob(self.store + "*"):
+                    os.remove(path)
+                pathlib.Path(self.store).write_bytes(b"this is not a database" * 500)
+                needle = f"cannot open usage store {self.store}: file is not a database"
+            bad = pathlib.Path(self.store).read_bytes()
+            for command in commands + ((["sample"],) if how == "not a database" else ()):  # else a baseline only
+                with self.subTest(how=how, command=command):
+                    p = self.c.run(*command, check=False)
+                    one_error_line(self, p, needle, status=1)
+                    self.assertRegex(p.stderr, r"^tallymo: cannot (open|read|write) (the )?usage store .*: ")
+                    self.assertEqual(pathlib.Path(self.store).read_bytes(), bad)
 
 
 class HourlyTotals(unittest.TestCase):
     def setUp(self):
-        self.c = Container()
+        self.c = self.enterContext(Container())
         self.c.run("setup", "--bill-day", "1", "--cap", "10GB", "--used", "0")
         self.store = self.c.store_path()
 
-    def tearDown(self):
-        self.c.cleanup()
-
-    def check(self):
-        p = self.c.run("store", "check", "--json", check=False)
-        self.assertEqual(p.returncode, 0, p.stderr)
-        return json.loads(p.stdout)[0]
-
     def test_older_store_built_once_resumed_after_kill(self):
         # Half a year of 10-second records in a store from before the totals.
-        os.remove(self.store)
-        for suffix in ("-wal", "-shm"):
-            if os.path.exists(self.store + suffix):
-                os.remove(self.store + suffix)
+        for path in glob.glob(self.store + "*"):
+            os.remove(path)
         db = sqlite3.connect(self.store)
         db.executescript(OLD_SCHEMA)
-        now = int(time.time())
-        start = now - 183 * 86400
+        start = int(time.time()) - 183 * 86400
         db.executemany("INSERT INTO Event(timeStamp, cellIn, cellOut, wifiIn, wifiOut) VALUES (?, ?, ?, ?, ?)",
                        ((start + i * 10 + (i % 7) / 1000, i % 5000, 7, (i * 13) % 9000, 1)
                         for i in range(183 * 8640)))
@@ -164,27 +161,23 @@ class HourlyTotals(unittest.TestCase):
             self.assertLess(time.time(), deadline, "the build never got going")
             self.assertIsNone(p.poll(), "the build finished before it could be interrupted")
             try:
-                db = sqlite3.connect(f"file:{self.store}?mode=ro", uri=True)
-                row = db.execute("SELECT builtBelow FROM EventHourBuild").fetchone()
-                db.close()
+                built = read(self.store, "SELECT builtBelow FROM EventHourBuild")
             except sqlite3.OperationalError:  # not migrated yet, or busy
-                row = None
-            if row and row[0] > start + 3600:
+                built = []
+            if built and built[0][0] > start + 3600:
                 break
             time.sleep(0.005)
-        p.send_signal(signal.SIGKILL)
+        p.kill()
         p.wait()
-        db = sqlite3.connect(f"file:{self.store}?mode=ro", uri=True)
-        self.assertIsNotNone(db.execute("SELECT builtBelow FROM EventHourBuild").fetchone())
-        self.assertEqual(db.execute("PRAGMA integrity_check").fetchone()[0], "ok")
-        db.close()
+        self.assertTrue(read(self.store, "SELECT builtBelow FROM EventHourBuild"))
+        self.assertEqual(read(self.store, "PRAGMA integrity_check"), [("ok",)])
         self.assertEqual(records_by_hour(self.store), before)
 
         status = json.loads(self.c.run("status", "--json").stdout)
         self.assertEqual(kept_totals(self.store), before)
         month = sum(r[2] + r[3] for r in records_by_hour(self.store))  # all of it, per period below
         self.assertLessEqual(status["monthCell"], month)
-        c = self.check()
+        c = json.loads(self.c.run("store", "check", "--json").stdout)[0]  # run() fails unless it exits 0
         self.assertEqual((c["integrity"], c["wrongHours"], c["hours"]), ("ok", [], len(before)))
 
         # On a terminal the build shows its progress; a finished store has nothing more to build.
@@ -219,9 +212,6 @@ class HourlyTotals(unittest.TestCase):
         self.assertIn("repaired from the records", p.stdout)
         self.assertEqual(kept_totals(travel), records_by_hour(travel))
         self.assertEqual([c["wrongHours"] for c in json.loads(self.c.run("store", "check", "--json").stdout)], [[], []])
-        p = self.c.run("store", "sweep", check=False)
-        self.assertEqual((p.returncode, p.stderr.strip()),
-                         (2, 'tallymo: unknown store command "sweep"; usage: tallymo store check [--plan ID] [--json]'))
 
 
 if __name__ == "__main__":
