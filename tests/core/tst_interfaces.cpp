@@ -21,12 +21,10 @@ private slots:
     {
         const QByteArray text =
             "Inter-|   Receive                                                |  Transmit\n"
-            " face |bytes    packets errs drop fifo frame compressed multicast|bytes    packets errs drop "
-            "fifo "
-            "colls carrier compressed\n"
-            "    lo:    3267      29    0    0    0     0          0         0     3267      29    0    0    "
-            "0     "
-            "0       0          0\n"
+            " face |bytes    packets errs drop fifo frame compressed multicast|"
+            "bytes    packets errs drop fifo colls carrier compressed\n"
+            "    lo:    3267      29    0    0    0     0          0         0     "
+            "3267      29    0    0    0     0       0          0\n"
             "wwan0: 5026379344 3711 0 0 0 0 0 0 18446744073709551615 12 0 0 0 0 0 0\n";
         const auto counters = LinuxNetworkInterfaces::parseProcNetDev(text);
         QVERIFY(counters);
@@ -46,14 +44,10 @@ private slots:
     {
         QTest::addColumn<QString>("a");
         QTest::addColumn<QString>("b");
-        QTest::newRow("numbers by value") << "ww2"
-                                          << "ww10";
-        QTest::newRow("prefix first") << "ppp"
-                                      << "ppp0";
-        QTest::newRow("letters") << "ppp9"
-                                 << "wwan0";
-        QTest::newRow("leading zeros") << "ww02"
-                                       << "ww3";
+        QTest::newRow("numbers by value") << QStringLiteral("ww2") << QStringLiteral("ww10");
+        QTest::newRow("prefix first") << QStringLiteral("ppp") << QStringLiteral("ppp0");
+        QTest::newRow("letters") << QStringLiteral("ppp9") << QStringLiteral("wwan0");
+        QTest::newRow("leading zeros") << QStringLiteral("ww02") << QStringLiteral("ww3");
     }
 
     void naturalOrder()
@@ -85,9 +79,8 @@ private slots:
         writeFile(root.filePath("rmnet_data0/type"), "519\n");
         writeFile(root.filePath("modem/type"), "512\n");
         writeFile(root.filePath("vpn/type"), "512\n");
-        for (const char *name : {"usb0", "enx0a1b", "enp0s20u2"}) {
+        for (const char *name : {"usb0", "enx0a1b", "enp0s20u2"})
             writeFile(root.filePath(QStringLiteral("%1/type").arg(QLatin1StringView(name))), "1\n");
-        }
         device(QStringLiteral("usb0"), QStringLiteral("rndis_host"));
         device(QStringLiteral("enx0a1b"), QStringLiteral("cdc_ncm"));
         device(QStringLiteral("enp0s20u2"), QStringLiteral("ipheth"));
@@ -198,14 +191,12 @@ private slots:
         QTest::newRow("home Wi-Fi") << int(K::WiFi) << 4 << false << false << "" << other;
         QTest::newRow("Wi-Fi, no manager") << int(K::WiFi) << -1 << false << false << "" << other;
         QTest::newRow("Wi-Fi the user marked metered") << int(K::WiFi) << 1 << false << false << "" << mobile;
-        QTest::newRow("wired") << int(K::Ethernet) << 4 << false << false << "" << other;
         QTest::newRow("wired, not activated") << int(K::Ethernet) << 0 << false << false << "" << other;
         QTest::newRow("USB tethering, no manager")
             << int(K::UsbTethering) << -1 << false << false << "" << mobile;
         QTest::newRow("USB adapter NetworkManager calls unmetered")
             << int(K::UsbTethering) << 4 << false << false << "" << other;
         QTest::newRow("Bluetooth PAN") << int(K::Bluetooth) << -1 << false << false << "" << mobile;
-        QTest::newRow("modem") << int(K::Modem) << -1 << false << false << "" << mobile;
         QTest::newRow("modem guessed unmetered still pays")
             << int(K::Modem) << 4 << false << false << "" << mobile;
         QTest::newRow("modem set unmetered by the user in NetworkManager")

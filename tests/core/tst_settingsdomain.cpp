@@ -4,8 +4,6 @@
 #include <QTimeZone>
 #include <QtTest>
 
-#include <memory>
-
 class TestSettingsDomain : public QObject
 {
     Q_OBJECT
@@ -56,59 +54,61 @@ private slots:
         QCOMPARE(read, value);
     }
 
-    // Dates are kept to the second, cut rather than rounded, so a moment never moves later.
-    void datesKeepWholeSeconds()
+    // Dates are kept to the second, cut rather than rounded, so a moment never moves later. Files
+    // written by earlier versions carry a document type declaration; they still read.
+    void fileForm()
     {
         const QDateTime t(QDate(2026, 11, 30), QTime(23, 59, 59, 999));
         const QByteArray xml = PropertyList::toXml({{QStringLiteral("d"), t}});
         QVERIFY2(xml.contains("<date>2026-11-30T22:59:59Z</date>"), xml.constData());
         QCOMPARE(PropertyList::fromXml(xml, nullptr)->value(QStringLiteral("d")).toDateTime(),
                  t.addMSecs(-999));
-    }
-
-    // Files written by earlier versions carry a document type declaration; they still read.
-    void earlierFilesWithADocumentTypeRead()
-    {
-        const QByteArray xml =
+        const QByteArray earlier =
             "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
             "<!DOCTYPE plist PUBLIC \"-//X//DTD PLIST 1.0//EN\" \"http://example.org/p.dtd\">\n"
             "<plist version=\"1.0\"><dict><key>PREF_BILLDAY</key><integer>15</integer></dict></plist>";
-        const auto read = PropertyList::fromXml(xml, nullptr);
+        const auto read = PropertyList::fromXml(earlier, nullptr);
         QVERIFY(read);
         QCOMPARE(read->value(QStringLiteral("PREF_BILLDAY")).toLongLong(), 15);
         QVERIFY(!PropertyList::toXml(*read).contains("DOCTYPE"));
     }
 
-    void typedReadersOfAbsentValues()
+    // Writers in other processes merge by key, and inside a dictionary (the plans) entry by entry:
+    // each sees the others' changes once it synchronises and loses none of them, removals included;
+    // a plan removed by one is not brought back by another's later write.
+    void writersMerge()
     {
-        SettingsDomain d(path());
-        QCOMPARE(d.integerForKey(QStringLiteral("none")), 0);
-        QCOMPARE(d.doubleForKey(QStringLiteral("none")), 0.0);
-        QCOMPARE(d.boolForKey(QStringLiteral("none")), false);
-        QVERIFY(d.stringForKey(QStringLiteral("none")).isNull());
-        QVERIFY(!d.dateForKey(QStringLiteral("none")).isValid());
-        QVERIFY(d.dictionaryForKey(QStringLiteral("none")).isEmpty());
-    }
-
-    // Another writer's change is seen once this process synchronises, and neither loses the other's
-    // keys, including a removal.
-    void writersMergeByKey()
-    {
-        SettingsDomain a(path());
-        SettingsDomain b(path());
-        a.setValue(QStringLiteral("shared"), 1);
+        const auto plans = [](SettingsDomain &d) { return d.dictionaryForKey(QStringLiteral("plans")); };
+        const auto withPlan = [&](SettingsDomain &d, const QString &id, const QVariant &v) {
+            QVariantMap p = plans(d);
+            if (v.isValid())
+                p.insert(id, QVariantMap{{QStringLiteral("label"), v}});
+            else
+                p.remove(id);
+            d.setValue(QStringLiteral("plans"), p);
+        };
+        SettingsDomain a(path()), b(path()), c(path());
         a.setValue(QStringLiteral("gone"), 1);
+        withPlan(a, QStringLiteral("A"), QStringLiteral("a"));
+        withPlan(a, QStringLiteral("old"), QStringLiteral("o"));
         QVERIFY(a.synchronize());
-        QVERIFY(b.value(QStringLiteral("shared")).isNull());
-        b.setValue(QStringLiteral("fromB"), QStringLiteral("b"));
-        QVERIFY(b.synchronize());
-        QCOMPARE(b.integerForKey(QStringLiteral("shared")), 1);
-        a.setValue(QStringLiteral("fromA"), QStringLiteral("a"));
+        QVERIFY(b.value(QStringLiteral("gone")).isNull());
+        QVERIFY(b.synchronize() && c.synchronize());
+        QCOMPARE(b.integerForKey(QStringLiteral("gone")), 1);
+        withPlan(a, QStringLiteral("A"), QStringLiteral("a2")); // a changes A and removes a key,
         a.removeValue(QStringLiteral("gone"));
-        QVERIFY(a.synchronize());
-        QVERIFY(b.synchronize());
-        for (SettingsDomain *d : {&a, &b}) {
-            QCOMPARE(d->stringForKey(QStringLiteral("fromA")), QStringLiteral("a"));
+        withPlan(b, QStringLiteral("B"), QStringLiteral("b")); // b adds B and a key,
+        b.setValue(QStringLiteral("fromB"), QStringLiteral("b"));
+        withPlan(c, QStringLiteral("old"), QVariant()); // c removes old and adds C
+        withPlan(c, QStringLiteral("C"), QStringLiteral("c"));
+        QVERIFY(c.synchronize() && b.synchronize() && a.synchronize() && b.synchronize());
+        const QVariantMap expected{
+            {QStringLiteral("A"), QVariantMap{{QStringLiteral("label"), QStringLiteral("a2")}}},
+            {QStringLiteral("B"), QVariantMap{{QStringLiteral("label"), QStringLiteral("b")}}},
+            {QStringLiteral("C"), QVariantMap{{QStringLiteral("label"), QStringLiteral("c")}}}};
+        SettingsDomain fresh(path());
+        for (SettingsDomain *d : {&a, &b, &fresh}) {
+            QCOMPARE(plans(*d), expected);
             QCOMPARE(d->stringForKey(QStringLiteral("fromB")), QStringLiteral("b"));
             QVERIFY(d->value(QStringLiteral("gone")).isNull());
         }
@@ -131,37 +131,6 @@ private slots:
         QVERIFY(QFile::exists(path() + QStringLiteral(".last-good")));
         SettingsDomain b(path());
         QCOMPARE(b.value(QStringLiteral("level")).metaType(), QMetaType::fromType<double>());
-    }
-
-    // Processes that each change different plans inside the one plans dictionary keep each other's
-    // plans; a plan removed by one is not brought back by another's later write.
-    void dictionaryChangesMergeEntryByEntry()
-    {
-        const auto plans = [](SettingsDomain &d) { return d.dictionaryForKey(QStringLiteral("plans")); };
-        const auto withPlan = [&](SettingsDomain &d, const QString &id, const QVariant &v) {
-            QVariantMap p = plans(d);
-            if (v.isValid())
-                p.insert(id, QVariantMap{{QStringLiteral("label"), v}});
-            else
-                p.remove(id);
-            d.setValue(QStringLiteral("plans"), p);
-        };
-        SettingsDomain a(path()), b(path()), c(path());
-        withPlan(a, QStringLiteral("A"), QStringLiteral("a"));
-        withPlan(a, QStringLiteral("old"), QStringLiteral("o"));
-        QVERIFY(a.synchronize());
-        QVERIFY(b.synchronize() && c.synchronize());
-        withPlan(a, QStringLiteral("A"), QStringLiteral("a2")); // a changes A,
-        withPlan(b, QStringLiteral("B"), QStringLiteral("b"));  // b adds B,
-        withPlan(c, QStringLiteral("old"), QVariant());         // c removes old,
-        withPlan(c, QStringLiteral("C"), QStringLiteral("c"));  // and adds C
-        QVERIFY(c.synchronize() && b.synchronize() && a.synchronize());
-        const QVariantMap expected{
-            {QStringLiteral("A"), QVariantMap{{QStringLiteral("label"), QStringLiteral("a2")}}},
-            {QStringLiteral("B"), QVariantMap{{QStringLiteral("label"), QStringLiteral("b")}}},
-            {QStringLiteral("C"), QVariantMap{{QStringLiteral("label"), QStringLiteral("c")}}}};
-        QCOMPARE(plans(a), expected);
-        QCOMPARE(plans(*std::make_unique<SettingsDomain>(path())), expected);
     }
 
     // What the file could not read back is refused when written.

@@ -192,42 +192,13 @@ private slots:
         QCOMPARE(smallest.cellAmountX, c - 100);
         const History::RowLayout largest = History::rowLayout(w, 1, 1);
         QCOMPARE(largest.cellBarWidth, c - 36);
-        QCOMPARE(largest.wifiBarX, c + 26);
         QCOMPARE(largest.wifiAmountX, w - 74);
         QCOMPARE(largest.cellAmountX, 6.0);
     }
 
-    // A 25-hour day: both 02:00 hours are rows of their own; the day's end is not part of it.
-    void hoursOfADaylightSavingDay()
-    {
-        ZoneScope tz("Europe/Berlin");
-        TestContainer c;
-        StoreContext ctx(QStringLiteral("P"), c.dir.filePath(QStringLiteral("P.sqlite")));
-        const QDateTime firstTwo = QDateTime::fromString(QStringLiteral("2024-10-27T00:00:00Z"), Qt::ISODate);
-        const QDateTime secondTwo = firstTwo.addSecs(3600);
-        const QDateTime day = QDate(2024, 10, 27).startOfDay(), next = QDate(2024, 10, 28).startOfDay();
-        const ChartBuckets hours = onQueue(ctx, [&] {
-            ctx.insertEvent(Event{firstTwo, 100, 1, 10});
-            ctx.insertEvent(Event{firstTwo, 100, 1, 10});
-            ctx.insertEvent(Event{secondTwo, 7});
-            ctx.insertEvent(Event{day, 1});
-            ctx.insertEvent(Event{next, 999});
-            ctx.save();
-            return History::bucketSums(ctx, day, next, History::Bucket::Hour);
-        });
-        QCOMPARE(hours.size(), 3);
-        QCOMPARE(hours.value(firstTwo).sumCell, 202.0);
-        QCOMPARE(hours.value(firstTwo).sumWifi, 20.0);
-        QCOMPARE(hours.value(secondTwo).sumCell, 7.0);
-        const ChartBuckets days =
-            onQueue(ctx, [&] { return History::bucketSums(ctx, day, next, History::Bucket::Day); });
-        QCOMPARE(days.keys(), QList<QDateTime>{day});
-        QCOMPARE(days.value(day).sumCell, 210.0);
-        QCOMPARE(HistoryFormat::reverseSortArrayUsingCompare(hours.keys()).first(), secondTwo);
-    }
-
-    // The day screen's hour rows on the days the clocks change: every hour that happened is a row,
-    // the repeated hour twice (two distinct keys), the skipped one not at all.
+    // The day screen's hour rows on the days the clocks change: every hour that happened is a row
+    // with its own usage, the repeated hour twice (two distinct keys), the skipped one not at all;
+    // the day's end is not part of it.
     void hourRowsOnClockChanges_data()
     {
         QTest::addColumn<QByteArray>("zone");
@@ -248,7 +219,7 @@ private slots:
         QList<Event> events;
         const QDateTime start = date.startOfDay(), end = date.addDays(1).startOfDay();
         for (QDateTime t = start; t < end; t = t.addSecs(3600))
-            events.append(Event{t.addSecs(60), 1000, 0, 500});
+            events.append(Event{t, 1000, 0, 500});
         events.append(Event{end, 7}); // the next day
         s.add(events);
         DayViewController day(s.monitor.plans(), s.monitor.hostNames(), QStringLiteral("P"));
@@ -257,12 +228,9 @@ private slots:
         QAbstractItemModelTester tester(list->rows(), QAbstractItemModelTester::FailureReportingMode::QtTest);
         waitLoaded(list);
         QCOMPARE(list->rows()->rowCount(), hours);
-        QSet<QDateTime> keys;
-        for (int i = 0; i < hours; ++i)
-            keys.insert(list->rows()
-                            ->data(list->rows()->index(i), list->rows()->roleNames().key("key"))
-                            .toDateTime());
-        QCOMPARE(int(keys.size()), hours);
+        QCOMPARE(int(list->dataForChart().size()), hours); // distinct keys
+        for (const ChartData &d : list->dataForChart())
+            QCOMPARE(d.description(), QStringLiteral("c:1000.0 w:500.0"));
         QCOMPARE(list->keysForChart().first(), end.addSecs(-3600));
         QCOMPARE(list->keysForChart().last(), start);
     }
@@ -283,25 +251,30 @@ private slots:
     }
 
     // The periods look back 12, 30 for periods of one or two days, however far the usage goes;
-    // newest first, in History::periods and in the periods view alike.
-    void periodsLookBack_data()
+    // newest first, in History::periods and in the periods view alike. A row names its month, or its
+    // first day with the month below unless the periods are single days.
+    void periods_data()
     {
         QTest::addColumn<int>("type");
         QTest::addColumn<int>("n");
         QTest::addColumn<QDate>("first");
         QTest::addColumn<int>("rows");
-        QTest::newRow("first record in the current period") << 0 << 0 << QDate(2026, 3, 2) << 1;
-        QTest::newRow("monthly") << 0 << 0 << QDate(2024, 11, 1) << 12;
-        QTest::newRow("daily") << 4 << 1 << QDate(2024, 11, 1) << 30;
-        QTest::newRow("every 2 days") << 4 << 2 << QDate(2026, 1, 1) << 30;
-        QTest::newRow("every 3 days") << 4 << 3 << QDate(2024, 11, 1) << 12;
+        QTest::addColumn<QStringList>("labels"); // the newest row's
+        QTest::newRow("first record in the current period")
+            << 0 << 0 << QDate(2026, 3, 2) << 1 << QStringList{"Mar", ""};
+        QTest::newRow("monthly") << 0 << 0 << QDate(2024, 11, 1) << 12 << QStringList{"Mar", ""};
+        QTest::newRow("weekly, from Sunday") << 2 << 0 << QDate(2024, 11, 1) << 12 << QStringList{"8", "Mar"};
+        QTest::newRow("daily") << 4 << 1 << QDate(2024, 11, 1) << 30 << QStringList{"10", ""};
+        QTest::newRow("every 2 days") << 4 << 2 << QDate(2026, 1, 1) << 30 << QStringList{"10", "Mar"};
+        QTest::newRow("every 3 days") << 4 << 3 << QDate(2024, 11, 1) << 12 << QStringList{"8", "Mar"};
     }
-    void periodsLookBack()
+    void periods()
     {
         QFETCH(int, type);
         QFETCH(int, n);
         QFETCH(QDate, first);
         QFETCH(int, rows);
+        QFETCH(QStringList, labels);
         qputenv("TZ", "UTC");
         Screens s(type, n);
         QList<Event> events;
@@ -319,106 +292,51 @@ private slots:
                                         QAbstractItemModelTester::FailureReportingMode::QtTest);
         waitLoaded(&periods);
         QCOMPARE(periods.rows()->rowCount(), rows);
-    }
-
-    void localeFormats_data()
-    {
-        QTest::addColumn<QString>("locale");
-        QTest::addColumn<bool>("clock24");
-        QTest::addColumn<QString>("hourFormat");
-        QTest::addColumn<QString>("dayTitle");
-        QTest::addColumn<QString>("hourLabel");
-        QTest::addColumn<QString>("monthRow"); // September as a periods row, cut to 3 characters
-        QTest::newRow("en_US") << "en_US" << false << "h\u202Fa"
-                               << "Sunday, September 6"
-                               << "2"
-                               << "Sep";
-        QTest::newRow("en_GB") << "en_GB" << true << "HH:mm"
-                               << "Sunday, 6 September"
-                               << "14"
-                               << "Sep";
-        QTest::newRow("de_DE") << "de_DE" << true << "HH:mm"
-                               << "Sonntag, 6. September"
-                               << "14"
-                               << "Sep";
-        QTest::newRow("fr_FR") << "fr_FR" << true << "HH:mm"
-                               << "dimanche 6 septembre"
-                               << "14"
-                               << "sep";
-    }
-
-    void localeFormats()
-    {
-        QFETCH(QString, locale);
-        QFETCH(bool, clock24);
-        QFETCH(QString, hourFormat);
-        QFETCH(QString, dayTitle);
-        QFETCH(QString, hourLabel);
-        QFETCH(QString, monthRow);
-        ZoneScope tz("UTC");
-        QLocale::setDefault(QLocale(locale));
-        const QDateTime now = QDateTime(QDate(2026, 9, 6), QTime(14, 5));
-        QCOMPARE(HistoryFormat::timeIs24HourFormat(now), clock24);
-        QCOMPARE(HistoryFormat::hourFormat(now), hourFormat);
-        QCOMPARE(DateFormatter::withTemplate(QStringLiteral("EEEEMMMMd")).toString(now), dayTitle);
-
-        Screens s;
-        s.container.clock.set(now);
-        s.add({Event{now, 1000}, Event{at(8, 30, 9), 5000}});
-        DayViewController day(s.monitor.plans(), s.monitor.hostNames(), QStringLiteral("P"));
-        QCOMPARE(day.title(), dayTitle);
-        auto *hours = static_cast<TimeChartViewController *>(day.child(0));
-        waitLoaded(hours);
-        QCOMPARE(hours->row(0).timeLabel, hourLabel);
-        QCOMPARE(hours->periodLabel(), clock24 ? QString() : QStringLiteral("PM"));
-        QCOMPARE(hours->headerHeight(), clock24 ? 1.0 : 30.0);
-        MultiCyclesController periods(s.monitor.plans(), QStringLiteral("P"));
-        waitLoaded(&periods);
-        QCOMPARE(periods.rowCount(), 2);
-        QCOMPARE(periods.row(0).timeLabel, monthRow);
-        QLocale::setDefault(QLocale::c());
-    }
-
-    void periodsRows_data()
-    {
-        QTest::addColumn<int>("type");
-        QTest::addColumn<int>("n");
-        QTest::addColumn<QString>("label");
-        QTest::addColumn<QString>("subLabel");
-        QTest::addColumn<double>("rowHeight");
-        QTest::addColumn<double>("fontSize");
-        QTest::newRow("monthly") << 0 << 0 << "Mar"
-                                 << "" << 77.0 << 22.0;
-        QTest::newRow("weekly") << 2 << 0 << "8"
-                                << "Mar" << 95.0 << 26.0; // weeks from Sunday
-        QTest::newRow("daily") << 4 << 1 << "10"
-                               << "" << 77.0 << 26.0;
-    }
-
-    void periodsRows()
-    {
-        QFETCH(int, type);
-        QFETCH(int, n);
-        QFETCH(QString, label);
-        QFETCH(QString, subLabel);
-        QFETCH(double, rowHeight);
-        QFETCH(double, fontSize);
-        qputenv("TZ", "UTC");
-        Screens s(type, n);
-        s.add({Event{at(3, 10, 9), 1000}});
-        MultiCyclesController periods(s.monitor.plans(), QStringLiteral("P"));
-        waitLoaded(&periods);
-        QCOMPARE(periods.rowCount(), 1);
-        QCOMPARE(periods.row(0).timeLabel, label);
-        QCOMPARE(periods.row(0).subLabel, subLabel);
-        QCOMPARE(periods.rowHeight(), rowHeight);
-        QCOMPARE(periods.timeLabelFontsize(), fontSize);
-        QVERIFY(periods.isSelectable());
+        QCOMPARE((QStringList{periods.row(0).timeLabel, periods.row(0).subLabel}), labels);
         // A daily plan's day view goes back to the periods, the others to the period's days.
         DayViewController day(s.monitor.plans(), s.monitor.hostNames(), QStringLiteral("P"));
         QCOMPARE(qobject_cast<MultiCyclesController *>(day.cycleController()) != nullptr,
                  type == 4 && n == 1);
         QCOMPARE(day.cycleController(), day.cycleController()); // made once
+    }
+
+    void localeFormats_data() // the row's name is the locale
+    {
+        QTest::addColumn<bool>("clock24");
+        // The hour format, the day's title, an hour's label, September as a periods row.
+        QTest::addColumn<QStringList>("texts");
+        QTest::newRow("en_US") << false << QStringList{"h\u202Fa", "Sunday, September 6", "2", "Sep"};
+        QTest::newRow("en_GB") << true << QStringList{"HH:mm", "Sunday, 6 September", "14", "Sep"};
+        QTest::newRow("de_DE") << true << QStringList{"HH:mm", "Sonntag, 6. September", "14", "Sep"};
+        QTest::newRow("fr_FR") << true << QStringList{"HH:mm", "dimanche 6 septembre", "14", "sep"};
+    }
+
+    void localeFormats()
+    {
+        QFETCH(bool, clock24);
+        QFETCH(QStringList, texts);
+        ZoneScope tz("UTC");
+        QLocale::setDefault(QLocale(QString::fromLatin1(QTest::currentDataTag())));
+        const QDateTime now = QDateTime(QDate(2026, 9, 6), QTime(14, 5));
+        QCOMPARE(HistoryFormat::timeIs24HourFormat(now), clock24);
+        QCOMPARE(HistoryFormat::hourFormat(now), texts[0]);
+        QCOMPARE(DateFormatter::withTemplate(QStringLiteral("EEEEMMMMd")).toString(now), texts[1]);
+
+        Screens s;
+        s.container.clock.set(now);
+        s.add({Event{now, 1000}, Event{at(8, 30, 9), 5000}});
+        DayViewController day(s.monitor.plans(), s.monitor.hostNames(), QStringLiteral("P"));
+        QCOMPARE(day.title(), texts[1]);
+        auto *hours = static_cast<TimeChartViewController *>(day.child(0));
+        waitLoaded(hours);
+        QCOMPARE(hours->row(0).timeLabel, texts[2]);
+        QCOMPARE(hours->periodLabel(), clock24 ? QString() : QStringLiteral("PM"));
+        QCOMPARE(hours->headerHeight(), clock24 ? 1.0 : 30.0);
+        MultiCyclesController periods(s.monitor.plans(), QStringLiteral("P"));
+        waitLoaded(&periods);
+        QCOMPARE(periods.rowCount(), 2);
+        QCOMPARE(periods.row(0).timeLabel, texts[3]);
+        QLocale::setDefault(QLocale::c());
     }
 
     // The day screen: the stored child, swipes, the totals line, and a day tapped in the period view.
