@@ -178,40 +178,37 @@ private slots:
 
     void colours_data()
     {
-        QTest::addColumn<qint64>("font");
-        QTest::addColumn<qint64>("color");
-        QTest::addColumn<qint64>("background");
+        QTest::addColumn<int>("font");
+        QTest::addColumn<int>("color");
+        QTest::addColumn<int>("background");
         QTest::addColumn<QColor>("percent");
         QTest::addColumn<bool>("outlined");
         QTest::addColumn<bool>("blackGradient");
-        QTest::newRow("default") << qint64(0) << qint64(0) << qint64(0) << QColor(Qt::white) << false
-                                 << false;
-        QTest::newRow("donkey") << qint64(13) << qint64(18) << qint64(0) << QColor(0, 255, 255) << true
-                                << false;
-        QTest::newRow("snow") << qint64(14) << qint64(19) << qint64(1) << QColor(Qt::white) << false << false;
-        // Black background: black gradient, the bright form of the forecast colour (safe: 0x98D957).
-        QTest::newRow("black") << qint64(0) << qint64(0) << qint64(1)
-                               << QColor::fromHsvF(QColor(0x98, 0xD9, 0x57).hsvHueF(),
-                                                   QColor(0x98, 0xD9, 0x57).hsvSaturationF(),
-                                                   std::min(1.0f, QColor(0x98, 0xD9, 0x57).valueF() * 1.1f))
+        const QColor white(Qt::white), safe(0x98, 0xD9, 0x57); // the forecast's colour, safe
+        QTest::newRow("default") << 0 << 0 << 0 << white << false << false;
+        QTest::newRow("donkey") << 13 << 18 << 0 << QColor(0, 255, 255) << true << false;
+        QTest::newRow("snow") << 14 << 19 << 1 << white << false << false;
+        // Black background: black gradient, the bright form of the forecast colour.
+        QTest::newRow("black") << 0 << 0 << 1
+                               << QColor::fromHsvF(safe.hsvHueF(), safe.hsvSaturationF(),
+                                                   std::min(1.0f, safe.valueF() * 1.1f))
                                << false << true;
-        QTest::newRow("palette 20") << qint64(0) << qint64(20) << qint64(0) << QColor(Qt::white) << false
-                                    << true;
+        QTest::newRow("palette 20") << 0 << 20 << 0 << white << false << true;
     }
     void colours()
     {
-        QFETCH(qint64, font);
-        QFETCH(qint64, color);
-        QFETCH(qint64, background);
+        QFETCH(int, font);
+        QFETCH(int, color);
+        QFETCH(int, background);
         QFETCH(QColor, percent);
         QFETCH(bool, outlined);
         QFETCH(bool, blackGradient);
         Screen s;
         s.use(1000);
         SettingsDomain &pref = s.shared->userPref();
-        pref.setValue(Keys::PREF_THEME_FONT, font);
-        pref.setValue(Keys::PREF_THEME_COLOR, color);
-        pref.setValue(Keys::PREF_THEME_BACKGROUND, background);
+        pref.setValue(Keys::PREF_THEME_FONT, qint64(font));
+        pref.setValue(Keys::PREF_THEME_COLOR, qint64(color));
+        pref.setValue(Keys::PREF_THEME_BACKGROUND, qint64(background));
         MainScreenController &c = s.show();
         c.becameVisible();
         QCOMPARE(c.percentColor().rgb(), percent.rgb());
@@ -312,11 +309,8 @@ private slots:
     {
         Screen s;
         FakeInterfaces &links = s.container.interfaces;
-        links.counters = QList<LinkCounters>{{QStringLiteral("lo")},
-                                             {QStringLiteral("eth0")},
-                                             {QStringLiteral("tun0")},
-                                             {QStringLiteral("usb0")},
-                                             {QStringLiteral("wlan0")}};
+        for (const char *name : {"lo", "eth0", "tun0", "usb0", "wlan0"})
+            links.counters->append({QString::fromLatin1(name)});
         links.kinds = {{QStringLiteral("lo"), LinkKind::Loopback},
                        {QStringLiteral("eth0"), LinkKind::Ethernet},
                        {QStringLiteral("usb0"), LinkKind::UsbTethering},
@@ -434,15 +428,17 @@ private slots:
 
     void fontsResolveToTheirFamilies()
     {
+        // A family more than one foundry provides is named with its foundry: "Nimbus Sans [urw]".
+        const auto drawnIn = [](const QFont &font) {
+            return QFontInfo(font).family().remove(QRegularExpression(QStringLiteral("\\s*\\[.*\\]$")));
+        };
         // The picker names the family each row is drawn in, and no two rows alike.
         int count = 0;
         const FontTable::PickerRow *rows = FontTable::pickerRows(&count);
         QSet<QString> names;
         for (int i = 0; i < count; ++i) {
             const QString name = FontTable::pickerName(rows[i].fontRow);
-            const QString drawn = QFontInfo(FontTable::pickerFont(rows[i].fontRow))
-                                      .family()
-                                      .remove(QRegularExpression(QStringLiteral("\\s*\\[.*\\]$")));
+            const QString drawn = drawnIn(FontTable::pickerFont(rows[i].fontRow));
             QVERIFY2(name.contains(drawn), qPrintable(name + QStringLiteral(" is drawn in ") + drawn));
             names.insert(name);
         }
@@ -452,11 +448,8 @@ private slots:
             for (int role = 0; role < FontTable::kRoles; ++role) {
                 const FontTable::Entry *e = FontTable::entry(row, role);
                 const QFont font = FontTable::fontOf(*e);
-                // A family more than one foundry provides is named with its foundry: "Nimbus Sans [urw]".
-                const QString drawn =
-                    QFontInfo(font).family().remove(QRegularExpression(QStringLiteral("\\s*\\[.*\\]$")));
                 QVERIFY2(
-                    drawn == FontTable::familyOf(*e),
+                    drawnIn(font) == FontTable::familyOf(*e),
                     qPrintable(QStringLiteral("row %1 role %2: %3 is drawn in %4 (is its package installed?)")
                                    .arg(row)
                                    .arg(role)

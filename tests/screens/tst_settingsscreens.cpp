@@ -123,51 +123,43 @@ class TestSettingsScreens : public QObject
 private slots:
     void initTestCase() { qputenv("TZ", "UTC"); }
 
-    // Each wheel: its rows, the title and footer, and what choosing a row stores.
+    // Each wheel: its rows, and what choosing a row stores; rows off the wheel store nothing.
     void wheels_data()
     {
-        QTest::addColumn<QString>("screen");
+        QTest::addColumn<QString>("key");
         QTest::addColumn<int>("rows");
         QTest::addColumn<QString>("first");
         QTest::addColumn<int>("chosen");
-        QTest::addColumn<QString>("key");
-        QTest::addColumn<qint64>("stored");
-        QTest::newRow("bill day 31") << "BilldateController" << 31 << "1" << 30 << "PREF_BILLDAY"
-                                     << qint64(31);
-        QTest::newRow("N = 180") << "DayCountController" << 180 << "1" << 179 << "PREF_NDAYS_N"
-                                 << qint64(180);
-        QTest::newRow("N = 1") << "DayCountController" << 180 << "1" << 0 << "PREF_NDAYS_N" << qint64(1);
-        QTest::newRow("weekly from Tuesday")
-            << "PickerWeekController" << 7 << "Sunday" << 2 << "PREF_WEEK_START" << qint64(3);
+        QTest::addColumn<int>("stored");
+        QTest::newRow("bill day 31") << "PREF_BILLDAY" << 31 << "1" << 30 << 31;
+        QTest::newRow("N = 180") << "PREF_NDAYS_N" << 180 << "1" << 179 << 180;
+        QTest::newRow("N = 1") << "PREF_NDAYS_N" << 180 << "1" << 0 << 1;
+        QTest::newRow("weekly from Tuesday") << "PREF_WEEK_START" << 7 << "Sunday" << 2 << 3;
     }
     void wheels()
     {
-        QFETCH(QString, screen);
+        QFETCH(QString, key);
         QFETCH(int, rows);
         QFETCH(QString, first);
         QFETCH(int, chosen);
-        QFETCH(QString, key);
-        QFETCH(qint64, stored);
+        QFETCH(int, stored);
         Plans p;
         std::unique_ptr<RowPickerController> c;
-        if (screen == QLatin1StringView("BilldateController"))
+        if (key == QLatin1StringView("PREF_BILLDAY"))
             c = std::make_unique<BilldateController>(*p.shared, p.plan);
-        else if (screen == QLatin1StringView("DayCountController"))
+        else if (key == QLatin1StringView("PREF_NDAYS_N"))
             c = std::make_unique<DayCountController>(*p.shared, p.plan);
         else
             c = std::make_unique<PickerWeekController>(*p.shared);
         QCOMPARE(c->rows().size(), rows);
         QCOMPARE(c->rows().first(), first);
-        QVERIFY(!c->footer().isEmpty());
         c->selectRow(chosen);
-        QCOMPARE(c->selectedRow(), chosen);
-        const bool global = key == QLatin1StringView("PREF_WEEK_START");
-        const QVariant value = global ? p.shared->userPref().value(key) : p.shared->getForPlan(p.plan, key);
-        QCOMPARE(value.toLongLong(), stored);
-        // Rows off the wheel store nothing.
         c->selectRow(rows);
         c->selectRow(-1);
         QCOMPARE(c->selectedRow(), chosen);
+        const bool global = key == QLatin1StringView("PREF_WEEK_START");
+        const QVariant value = global ? p.shared->userPref().value(key) : p.shared->getForPlan(p.plan, key);
+        QCOMPARE(value.toInt(), stored);
         if (global)
             QCOMPARE(c->summary(), QStringLiteral("Every Tuesday"));
     }
@@ -257,84 +249,67 @@ private slots:
         QCOMPARE(p.get("PREF_PLAN_LABEL").toString(), QStringLiteral("Work SIM"));
     }
 
-    // The layouts by plan type, and what choosing each row stores.
+    // Each plan type's layout after a choice, and what the choice stores: N Days the first time is
+    // N = 30 from today, and keeps an N and anchor set before; in the early layout 30 and 28 Days get
+    // an anchor, Weekly a start day, and the screen goes back.
     void planType_data()
     {
+        QTest::addColumn<int>("from");
+        QTest::addColumn<int>("n"); // stored before with an anchor; 0: neither
+        QTest::addColumn<int>("tap");
         QTest::addColumn<int>("type");
+        QTest::addColumn<int>("nAfter");
+        QTest::addColumn<QDate>("anchor");
+        QTest::addColumn<int>("weekStart");
         QTest::addColumn<QStringList>("rows");
         QTest::addColumn<int>("checkedRow");
-        const QStringList current{"Monthly", "N Days"};
+        const QDate today(2026, 3, 10), set(2026, 1, 5);
+        const QStringList current{"Monthly", "N Days"}, nDays = current + QStringList{"N"};
         const QStringList legacy{"Monthly", "30 Days", "28 Days", "Weekly"};
-        QTest::newRow("monthly") << 0 << current << 0;
-        QTest::newRow("30 days") << 1 << legacy << 1;
-        QTest::newRow("weekly") << 2 << legacy << 3;
-        QTest::newRow("28 days") << 3 << legacy << 2;
-        QTest::newRow("N days") << 4 << (current + QStringList{"N"}) << 1;
+        QTest::newRow("N days, first time") << 0 << 0 << 1 << 4 << 30 << today << 0 << nDays << 1;
+        QTest::newRow("N days, N set") << 0 << 12 << 1 << 4 << 12 << set << 0 << nDays << 1;
+        QTest::newRow("monthly") << 4 << 12 << 0 << 0 << 12 << set << 0 << current << 0;
+        QTest::newRow("N opens its wheel") << 4 << 45 << 2 << 4 << 45 << set << 0 << nDays << 1;
+        QTest::newRow("early: 30 days") << 2 << 0 << 1 << 1 << 0 << today << 0 << legacy << 1;
+        QTest::newRow("early: 28 days") << 1 << 0 << 2 << 3 << 0 << today << 0 << legacy << 2;
+        QTest::newRow("early: weekly") << 3 << 12 << 3 << 2 << 12 << set << 1 << legacy << 3;
+        QTest::newRow("early: monthly") << 2 << 0 << 0 << 0 << 0 << QDate() << 0 << legacy << 0;
     }
     void planType()
     {
+        QFETCH(int, from);
+        QFETCH(int, n);
+        QFETCH(int, tap);
         QFETCH(int, type);
+        QFETCH(int, nAfter);
+        QFETCH(QDate, anchor);
+        QFETCH(int, weekStart);
         QFETCH(QStringList, rows);
         QFETCH(int, checkedRow);
         Plans p;
-        p.set("PREF_BILLTYPE", qint64(type));
-        p.set("PREF_NDAYS_N", qint64(45));
+        p.set("PREF_BILLTYPE", qint64(from));
+        if (n) {
+            p.set("PREF_NDAYS_N", qint64(n));
+            p.set("PREF_30DAY_START", QDateTime(QDate(2026, 1, 5), QTime()));
+        }
+        p.shared->userPref().setValue(Keys::PREF_WEEK_START, qint64(0));
         PlantypeController c(*p.shared, p.plan);
-        QCOMPARE(c.legacyLayout(), type >= 1 && type <= 3);
+        QCOMPARE(c.legacyLayout(), from >= 1 && from <= 3);
+        QSignalSpy back(&c, &MenuController::goBack);
+        QSignalSpy open(&c, &MenuController::open);
+        c.tapRow(tap);
+        QCOMPARE(p.get("PREF_BILLTYPE").toInt(), type);
+        QCOMPARE(p.get("PREF_NDAYS_N").toInt(), nAfter);
+        QCOMPARE(p.get("PREF_30DAY_START").toDateTime(), anchor.startOfDay());
+        QCOMPARE(p.shared->userPref().integerForKey(Keys::PREF_WEEK_START), weekStart);
         QCOMPARE(titles(c), rows);
         QCOMPARE(checked(c), QList<int>{checkedRow});
-        if (type == 4) {
-            QCOMPARE(c.menuRows()[2].detail, QStringLiteral("45"));
-            QSignalSpy open(&c, &MenuController::open);
-            c.tapRow(2);
-            QCOMPARE(open.value(0).value(0).value<Navigator::Screen>(), Navigator::DayCount);
-        }
-    }
-
-    void choosingPlanTypes()
-    {
-        {
-            // N Days for the first time: N = 30 from today.
-            Plans p;
-            PlantypeController c(*p.shared, p.plan);
-            c.tapRow(1);
-            QCOMPARE(p.get("PREF_BILLTYPE").toLongLong(), 4);
-            QCOMPARE(p.get("PREF_NDAYS_N").toLongLong(), 30);
-            QCOMPARE(p.get("PREF_30DAY_START").toDateTime(), p.midnight());
-            QCOMPARE(titles(c), (QStringList{"Monthly", "N Days", "N"}));
-            c.tapRow(0);
-            QCOMPARE(p.get("PREF_BILLTYPE").toLongLong(), 0);
-            QCOMPARE(titles(c), (QStringList{"Monthly", "N Days"}));
-        }
-        {
-            // N Days again for a plan whose N is set: N and the anchor stay.
-            Plans p;
-            const QDateTime anchor(QDate(2026, 1, 5), QTime());
-            p.set("PREF_NDAYS_N", qint64(12));
-            p.set("PREF_30DAY_START", anchor);
-            PlantypeController c(*p.shared, p.plan);
-            c.tapRow(1);
-            QCOMPARE(p.get("PREF_NDAYS_N").toLongLong(), 12);
-            QCOMPARE(p.get("PREF_30DAY_START").toDateTime(), anchor);
-        }
-        {
-            // The early layout goes back after a choice; 30 Days gets an anchor, Weekly a start day.
-            Plans p;
-            p.set("PREF_BILLTYPE", qint64(2));
-            PlantypeController c(*p.shared, p.plan);
-            QSignalSpy back(&c, &MenuController::goBack);
-            c.tapRow(1);
-            QCOMPARE(p.get("PREF_BILLTYPE").toLongLong(), 1);
-            QCOMPARE(p.get("PREF_30DAY_START").toDateTime(), p.midnight());
-            QCOMPARE(back.size(), 1);
-            p.shared->userPref().setValue(Keys::PREF_WEEK_START, qint64(0));
-            c.tapRow(3);
-            QCOMPARE(p.get("PREF_BILLTYPE").toLongLong(), 2);
-            QCOMPARE(p.shared->userPref().integerForKey(Keys::PREF_WEEK_START), 1);
-            c.tapRow(2);
-            QCOMPARE(p.get("PREF_BILLTYPE").toLongLong(), 3);
-            QCOMPARE(back.size(), 3);
-        }
+        QCOMPARE(back.size(), c.legacyLayout() ? 1 : 0);
+        if (rows.size() == 3)
+            QCOMPARE(c.menuRows()[2].detail, QString::number(nAfter));
+        QCOMPARE(open.size(), tap == 2 && !c.legacyLayout() ? 1 : 0);
+        if (!open.isEmpty())
+            QCOMPARE(open[0][0].value<Navigator::Screen>(), Navigator::DayCount);
     }
 
     void rolloverAndTethering()
@@ -496,13 +471,17 @@ private slots:
             mock.waitForFinished();
         });
         QTRY_VERIFY(bus.interface()->isServiceRegistered(QStringLiteral("org.freedesktop.systemd1")));
-        auto addMethod = [&](const char *name, const char *in, const char *out, const char *code) {
+        auto callMock = [&](const char *method, const QVariantList &arguments) {
             QDBusMessage m = QDBusMessage::createMethodCall(
                 QStringLiteral("org.freedesktop.systemd1"), QStringLiteral("/org/freedesktop/systemd1"),
-                QStringLiteral("org.freedesktop.DBus.Mock"), QStringLiteral("AddMethod"));
-            m << QStringLiteral("org.freedesktop.systemd1.Manager") << QString::fromLatin1(name)
-              << QString::fromLatin1(in) << QString::fromLatin1(out) << QString::fromLatin1(code);
-            QCOMPARE(bus.call(m).type(), QDBusMessage::ReplyMessage);
+                QStringLiteral("org.freedesktop.DBus.Mock"), QString::fromLatin1(method));
+            m.setArguments(arguments);
+            return bus.call(m);
+        };
+        auto addMethod = [&](const char *name, const char *in, const char *out, const char *code) {
+            const QVariantList arguments{QStringLiteral("org.freedesktop.systemd1.Manager"), name, in, out,
+                                         code};
+            QCOMPARE(callMock("AddMethod", arguments).type(), QDBusMessage::ReplyMessage);
         };
         addMethod("GetUnitFileState", "s", "s",
                   "if args[0] not in ('tallymo.service', 'tallymo-refresh.timer'):\n"
@@ -523,10 +502,7 @@ private slots:
         QCOMPARE(said.size(), 1);
         QCOMPARE(c.menuRows()[0].detail, QStringLiteral("On"));
 
-        QDBusMessage calls = QDBusMessage::createMethodCall(
-            QStringLiteral("org.freedesktop.systemd1"), QStringLiteral("/org/freedesktop/systemd1"),
-            QStringLiteral("org.freedesktop.DBus.Mock"), QStringLiteral("GetCalls"));
-        const QDBusMessage reply = bus.call(calls);
+        const QDBusMessage reply = callMock("GetCalls", {});
         QCOMPARE(reply.type(), QDBusMessage::ReplyMessage);
         QStringList methods;
         const QDBusArgument list = reply.arguments().value(0).value<QDBusArgument>();
