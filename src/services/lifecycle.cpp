@@ -1,5 +1,4 @@
 // When usage is sampled: launch, the state changes, and the usage check every wake-up runs.
-#include "core/dispatchqueue.h"
 #include "core/settingskeys.h"
 #include "desktop/usageintent.h"
 #include "logging.h"
@@ -142,7 +141,7 @@ void UsageMonitor::checkUsage(CompletionHandler handler)
         } catch (const std::exception &e) {
             qCWarning(lcApp, "usage check failed: %s", e.what());
         }
-        dispatchMain(finish);
+        m_work.onMain(finish); // dropped if the monitor went while the answer was on its way
     });
 }
 
