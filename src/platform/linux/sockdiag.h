@@ -5,6 +5,7 @@
 
 #include <QMutex>
 
+#include <cstddef>
 #include <mutex>
 
 class QObject;
@@ -23,14 +24,19 @@ public:
     void watchClosedConnections() override;
 
 private:
-    bool dump(int family, ConnectionTable &table);
-    // Adds the connections of one netlink answer to the table; false at its end.
-    bool parse(const char *data, int length, ConnectionTable &table, bool *failed);
+    // Adds the open TCP connections to the table; false (logged) when they cannot be read.
+    bool dump(ConnectionTable &table);
+    // Sends one dump request and adds its answer to the table; 0 or the error.
+    int request(const void *message, size_t length, ConnectionTable &table);
+    // Adds the connections of one netlink answer to the table; false at its end, with the
+    // kernel's error if it refused.
+    bool parse(const char *data, int length, ConnectionTable &table, int *error);
     void readClosed();
     const QString &bootId();
     std::once_flag m_bootIdRead;
     QString m_bootId;
     std::optional<ConntrackFlows> m_udp;
+    bool m_bothFamiliesAtOnce = true; // until the kernel refuses the older request
     int m_destroyFd = -1;
     QObject *m_notifier = nullptr;
     QMutex m_closedMutex;
