@@ -1,6 +1,7 @@
 #include "linuxnetworkinterfaces.h"
 
 #include "desktopmodule.h"
+#include "kernelfiles.h"
 #include "sharedlinkview.h"
 
 #include "core/privatefiles.h"
@@ -9,8 +10,10 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QLoggingCategory>
+#include <QMutex>
 
 #include <algorithm>
+#include <cstring>
 
 Q_LOGGING_CATEGORY(lcPlatform, "tallymo.platform", QtWarningMsg)
 
@@ -20,12 +23,6 @@ constexpr int kArphrdEther = 1;
 constexpr int kArphrdPpp = 512;
 constexpr int kArphrdRawIp = 519;
 constexpr int kArphrdLoopback = 772;
-
-QByteArray readSmallFile(const QString &path)
-{
-    QFile f(path);
-    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
-}
 
 // NetworkManager's view, from its module, loaded the first time and only where NetworkManager runs
 // (its runtime folder) or a system bus is named: a router without it pays nothing.
@@ -51,9 +48,15 @@ std::optional<QList<ManagedLink>> askNetworkManager()
 
 } // namespace
 
+struct LinuxNetworkInterfaces::BootId
+{
+    QMutex mutex;
+    QString value;
+};
+
 LinuxNetworkInterfaces::LinuxNetworkInterfaces(QString procNetDev, QString sysfsNet, QString bootIdFile)
     : m_procNetDev(std::move(procNetDev)), m_sysfsNet(std::move(sysfsNet)),
-      m_bootIdFile(std::move(bootIdFile))
+      m_bootIdFile(std::move(bootIdFile)), m_bootId(std::make_shared<BootId>())
 {}
 
 LinuxNetworkInterfaces LinuxNetworkInterfaces::fromEnvironment()
@@ -97,13 +100,14 @@ std::optional<QList<LinkCounters>> LinuxNetworkInterfaces::parseProcNetDev(const
 
 std::optional<QList<LinkCounters>> LinuxNetworkInterfaces::readCounters()
 {
-    QFile file(m_procNetDev);
-    if (!file.open(QIODevice::ReadOnly)) {
+    int error = 0;
+    const QByteArray text = KernelFiles::read(m_procNetDev, &error);
+    if (error) {
         // The caller says so where it matters (a sample, the networks list).
-        qCInfo(lcPlatform, "cannot read %s: %s", qPrintable(m_procNetDev), qPrintable(file.errorString()));
+        qCInfo(lcPlatform, "cannot read %s: %s", qPrintable(m_procNetDev), std::strerror(error));
         return std::nullopt;
     }
-    std::optional<QList<LinkCounters>> counters = parseProcNetDev(file.readAll());
+    std::optional<QList<LinkCounters>> counters = parseProcNetDev(text);
     if (!counters)
         qCInfo(lcPlatform, "%s is not an interface statistics table", qPrintable(m_procNetDev));
     return counters;
@@ -131,10 +135,10 @@ LinkKind LinuxNetworkInterfaces::linkKind(const QString &name)
     if (name.isEmpty() || name.contains(QLatin1Char('/')) || !QFileInfo(base).isDir())
         return LinkKind::Unknown;
     QByteArray devtype;
-    for (const QByteArray &line : readSmallFile(base + QStringLiteral("/uevent")).split('\n'))
+    for (const QByteArray &line : KernelFiles::read(base + QStringLiteral("/uevent")).split('\n'))
         if (line.startsWith("DEVTYPE="))
             devtype = line.mid(8).trimmed();
-    const int type = readSmallFile(base + QStringLiteral("/type")).trimmed().toInt();
+    const int type = KernelFiles::read(base + QStringLiteral("/type")).trimmed().toInt();
     if (type == kArphrdLoopback)
         return LinkKind::Loopback;
     if (devtype == "wwan" || type == kArphrdRawIp)
@@ -183,7 +187,9 @@ void LinuxNetworkInterfaces::shareManagedLinks(bool on)
 
 int LinuxNetworkInterfaces::interfaceIndex(const QString &name)
 {
-    return readSmallFile(m_sysfsNet + QLatin1Char('/') + name + QStringLiteral("/ifindex")).trimmed().toInt();
+    return KernelFiles::read(m_sysfsNet + QLatin1Char('/') + name + QStringLiteral("/ifindex"))
+        .trimmed()
+        .toInt();
 }
 
 QString LinuxNetworkInterfaces::networkNamespace()
@@ -196,5 +202,9 @@ QString LinuxNetworkInterfaces::networkNamespace()
 
 QString LinuxNetworkInterfaces::bootId()
 {
-    return QString::fromLatin1(readSmallFile(m_bootIdFile).trimmed());
+    // Fixed for as long as this process runs; read again only while it could not be read.
+    const QMutexLocker locker(&m_bootId->mutex);
+    if (m_bootId->value.isEmpty())
+        m_bootId->value = QString::fromLatin1(KernelFiles::read(m_bootIdFile).trimmed());
+    return m_bootId->value;
 }

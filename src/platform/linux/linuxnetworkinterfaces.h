@@ -3,6 +3,7 @@
 #include "core/networkinterfaces.h"
 
 #include <functional>
+#include <memory>
 
 // Interface counters from /proc/net/dev (the kernel's 64-bit counters, one read per sample) and the
 // kind of each link from sysfs. Every path can point at a stand-in: TALLYMO_PROC_NET_DEV,
@@ -49,6 +50,8 @@ private:
     QString m_procNetDev;
     QString m_sysfsNet;
     QString m_bootIdFile;
+    struct BootId; // read once, shared by copies
+    std::shared_ptr<BootId> m_bootId;
     std::function<QStringList()> m_modemLinks;
     std::function<std::optional<QList<ManagedLink>>()> m_managedLinks;
     QString m_viewPath;

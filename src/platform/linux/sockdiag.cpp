@@ -1,6 +1,7 @@
 #include "sockdiag.h"
 
-#include <QFile>
+#include "kernelfiles.h"
+
 #include <QLoggingCategory>
 #include <QSocketNotifier>
 #include <QtEndian>
@@ -44,12 +45,9 @@ constexpr size_t kBytesReceivedEnd = offsetof(tcp_info, tcpi_bytes_received) + s
 // opens, connections established); empty when it cannot be read.
 QByteArray tcpCounters()
 {
-    QFile snmp(QStringLiteral("/proc/net/snmp"));
-    if (!snmp.open(QIODevice::ReadOnly))
-        return {};
     // The first "Tcp:" line names the counters, the second holds them.
     bool named = false;
-    for (const QByteArray &line : snmp.readAll().split('\n')) {
+    for (const QByteArray &line : KernelFiles::read(QStringLiteral("/proc/net/snmp")).split('\n')) {
         if (!line.startsWith("Tcp: "))
             continue;
         if (named)
@@ -67,9 +65,8 @@ const QString &SockDiagConnections::bootId()
 {
     // Read on first use: every command makes this source, few read connections.
     std::call_once(m_bootIdRead, [this] {
-        QFile boot(QStringLiteral("/proc/sys/kernel/random/boot_id"));
-        if (boot.open(QIODevice::ReadOnly))
-            m_bootId = QString::fromLatin1(boot.readAll().trimmed());
+        m_bootId = QString::fromLatin1(
+            KernelFiles::read(QStringLiteral("/proc/sys/kernel/random/boot_id")).trimmed());
     });
     return m_bootId;
 }
