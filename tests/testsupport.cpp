@@ -13,7 +13,7 @@ TestContainer::TestContainer(const QDateTime &now) : clock(now)
 
 std::unique_ptr<SharedCode> TestContainer::open()
 {
-    return std::make_unique<SharedCode>(SharedCode::Services{dir.path(), &interfaces, &clock});
+    return std::make_unique<SharedCode>(SharedCode::Services{dir.path(), &interfaces, &clock, connections});
 }
 
 std::unique_ptr<SharedCode> TestContainer::openPlan()

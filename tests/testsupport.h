@@ -81,6 +81,7 @@ struct TestContainer
     QTemporaryDir dir;
     FakeInterfaces interfaces;
     FixedClock clock;
+    ConnectionSource *connections = nullptr; // for the SharedCode opened after it is set
 };
 
 // Runs a block on the context's queue and waits for it.

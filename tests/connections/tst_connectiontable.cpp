@@ -33,8 +33,8 @@ public:
     ListBuilder &add(const Connection &c)
     {
         item(0x01, 64, [&](QByteArray &i) { put<qint32>(i, 36, c.protocol); });
-        item(0x02, 32, [](QByteArray &) {});
-        item(0x04, 32, [](QByteArray &) {});
+        item(0x02, 32);
+        item(0x04, 32);
         item(0x08, 136, [&](QByteArray &i) {
             // Split over two traffic classes: the parser must add all four.
             put<quint64>(i, 8 + 8, c.received / 2);
@@ -54,7 +54,7 @@ public:
             std::memcpy(i.data() + 48, a, 16);
         });
         if (m_tcp)
-            item(0x20, 40, [](QByteArray &) {});
+            item(0x20, 40);
         return *this;
     }
 
@@ -70,12 +70,13 @@ private:
     {
         std::memcpy(b.data() + at, &v, sizeof v);
     }
-    template <typename F> void item(quint32 kind, quint32 length, F fill)
+    void item(quint32 kind, quint32 length, const std::function<void(QByteArray &)> &fill = {})
     {
         QByteArray i(int(length), '\0');
         put<quint32>(i, 0, length);
         put<quint32>(i, 4, kind);
-        fill(i);
+        if (fill)
+            fill(i);
         i.resize((i.size() + 7) & ~7); // the next item starts 8-byte aligned
         m_data += i;
     }
@@ -106,6 +107,7 @@ private slots:
                              {6, 4, "192.168.1.1"}, {6, 5, "224.0.0.251"}, {6, 6, "224.0.1.1"},
                              {6, 7, "100.64.0.1"}}
             << QStringList{"224.0.1.1", "100.64.0.1"};
+        // A UDP list has no TCP control blocks: its connections are complete without.
         QTest::newRow("unconnected UDP")
             << 17 << QList<C>{{17, 1, "0.0.0.0"}, {17, 2, "198.18.0.1"}} << QStringList{"198.18.0.1"};
         QTest::newRow("IPv6") << 6
@@ -163,11 +165,6 @@ private slots:
             QVERIFY(part);
             QVERIFY(part->size() <= 2);
         }
-        // A UDP connection is complete without a TCP control block.
-        QCOMPARE(
-            ConnectionTables::parsePcbList(ListBuilder(10, 17).add({17, 3, "198.18.0.3", 9}).finish(), 17)
-                ->size(),
-            1);
     }
 
     // Whether the connection table is walked at all: only with accounting on and something tracked.
@@ -177,22 +174,16 @@ private slots:
         QTest::addColumn<QString>("count");
         QTest::addColumn<int>("outlook");
         using O = ConntrackFlows::Outlook;
-        QTest::newRow("not loaded") << ""
-                                    << "" << int(O::NoTracking);
-        QTest::newRow("accounting off") << "0\n"
-                                        << "12\n"
-                                        << int(O::AccountingOff);
-        QTest::newRow("nothing tracked") << "1\n"
-                                         << "0\n"
-                                         << int(O::NothingTracked);
-        QTest::newRow("flows to count") << "1\n"
-                                        << "10000\n"
-                                        << int(O::Dump);
-        QTest::newRow("count unreadable") << "1\n"
-                                          << "" << int(O::Dump);
-        QTest::newRow("garbage") << "on\n"
-                                 << "0\n"
-                                 << int(O::NoTracking);
+        const auto row = [](const char *name, const char *accounting, const char *count, O outlook) {
+            QTest::newRow(name) << QString::fromLatin1(accounting) << QString::fromLatin1(count)
+                                << int(outlook);
+        };
+        row("not loaded", "", "", O::NoTracking);
+        row("accounting off", "0\n", "12\n", O::AccountingOff);
+        row("nothing tracked", "1\n", "0\n", O::NothingTracked);
+        row("flows to count", "1\n", "10000\n", O::Dump);
+        row("count unreadable", "1\n", "", O::Dump);
+        row("garbage", "on\n", "0\n", O::NoTracking);
     }
     void conntrackOutlook()
     {

@@ -33,24 +33,12 @@ struct FakeResolver : HostNameResolver
 
 struct Net
 {
-    explicit Net(FakeConnections *source = nullptr) : shared(open(source)), monitor(*shared)
+    explicit Net(FakeConnections *source = nullptr)
+        : shared((container.connections = source, container.openPlan())), monitor(*shared)
     {
         UsageMonitor::Services s;
         s.hostNames = &resolver;
         monitor.setServices(s);
-    }
-    std::unique_ptr<SharedCode> open(FakeConnections *source)
-    {
-        SharedCode::Services s{container.dir.path(), &container.interfaces, &container.clock};
-        s.connections = source;
-        auto shared = std::make_unique<SharedCode>(s);
-        shared->userPref().setValue(Keys::PREF_ACTIVE_PLAN, QStringLiteral("P"));
-        shared->userPref().setValue(
-            Keys::PREF_ALL_PLANS,
-            QVariantMap{
-                {QStringLiteral("P"), QVariantMap{{Keys::PREF_PLAN_ID, QStringLiteral("P")},
-                                                  {Keys::PREF_PLAN_DBNAME, QStringLiteral("P.sqlite")}}}});
-        return shared;
     }
     QList<Netevent> sample()
     {

@@ -23,6 +23,11 @@ MapPoint north(double lat, double lon, double meters)
     return mapPointForCoordinate({lat + meters / (6371008.8 * M_PI / 180), lon});
 }
 
+std::array<double, 4> parts(const MapRect &r)
+{
+    return {r.origin.x, r.origin.y, r.size.width, r.size.height};
+}
+
 } // namespace
 
 class TestMap : public QObject
@@ -48,56 +53,44 @@ private slots:
 
     void rectangles()
     {
-        const MapRect u = mapRectUnion({{10, 20}, {5, 5}}, {{0, 30}, {1, 1}});
-        QCOMPARE((std::array{u.origin.x, u.origin.y, u.size.width, u.size.height}),
+        QCOMPARE(parts(mapRectUnion({{10, 20}, {5, 5}}, {{0, 30}, {1, 1}})),
                  (std::array{0.0, 20.0, 15.0, 11.0}));
-        const MapRect in = mapRectInset({{10, 10}, {4, 4}}, -3, 1);
-        QCOMPARE((std::array{in.origin.x, in.origin.y, in.size.width, in.size.height}),
-                 (std::array{7.0, 11.0, 10.0, 2.0}));
+        QCOMPARE(parts(mapRectInset({{10, 10}, {4, 4}}, -3, 1)), (std::array{7.0, 11.0, 10.0, 2.0}));
         const MapRect east{{W - 10, 5}, {30, 7}};
         QVERIFY(mapRectSpans180thMeridian(east));
         QVERIFY(!mapRectSpans180thMeridian({{0, 0}, {W, 1}}));
-        const MapRect rest = mapRectRemainder(east);
-        QCOMPARE((std::array{rest.origin.x, rest.origin.y, rest.size.width, rest.size.height}),
-                 (std::array{0.0, 5.0, 20.0, 7.0}));
-        const MapRect west = mapRectRemainder({{-4, 0}, {10, 1}});
-        QCOMPARE((std::array{west.origin.x, west.size.width}), (std::array{W - 4, 4.0}));
+        QCOMPARE(parts(mapRectRemainder(east)), (std::array{0.0, 5.0, 20.0, 7.0}));
+        QCOMPARE(parts(mapRectRemainder({{-4, 0}, {10, 1}})), (std::array{W - 4, 0.0, 4.0, 1.0}));
         // Fitting keeps the view's aspect and centres the rectangle inside the padding.
-        const MapRect fit = mapRectThatFits({{1000, 1000}, {200, 100}}, MapPlaces::kPadding, 260, 160);
-        QCOMPARE((std::array{fit.origin.x, fit.origin.y, fit.size.width, fit.size.height}),
+        QCOMPARE(parts(mapRectThatFits({{1000, 1000}, {200, 100}}, MapPlaces::kPadding, 260, 160)),
                  (std::array{970.0, 955.0, 260.0, 160.0}));
     }
 
+    // Usage within 500 m of a place joins the first such place, which keeps its position.
     void merging_data()
     {
-        QTest::addColumn<double>("apart");
-        QTest::addColumn<int>("places");
-        QTest::newRow("499 m") << 499.0 << 1;
-        QTest::newRow("500 m") << 500.0 << 2;
+        QTest::addColumn<QList<double>>("north"); // metres, in order of arrival; usage 1, 10, 100...
+        QTest::addColumn<QList<double>>("cells"); // of the places that result
+        QTest::newRow("499 m") << QList<double>{0, 499} << QList<double>{11};
+        QTest::newRow("500 m") << QList<double>{0, 500} << QList<double>{1, 10};
+        // A, C and B in a line, arriving A, C, B: B joins A (the first within reach), C stays apart.
+        QTest::newRow("first within reach") << QList<double>{0, 800, 400} << QList<double>{101, 10};
     }
 
     void merging()
     {
-        QFETCH(double, apart);
-        QFETCH(int, places);
+        QFETCH(QList<double>, north);
+        QFETCH(QList<double>, cells);
         QList<MapData> list;
-        MapPlaces::addPlace(list, north(10, 20, 0), 1, 2);
-        MapPlaces::addPlace(list, north(10, 20, apart), 10, 20);
-        QCOMPARE(list.size(), places);
-        QCOMPARE(list[0].cell, places == 1 ? 11.0 : 1.0);
-        QCOMPARE(list[0].mapPoint.y, north(10, 20, 0).y); // the founder keeps its place
-    }
-
-    // A, C and B in a line, arriving A, C, B: B joins A (the first within reach), C stays apart.
-    void firstPlaceWithinReach()
-    {
-        QList<MapData> list;
-        MapPlaces::addPlace(list, north(0, 0, 0), 1, 0);
-        MapPlaces::addPlace(list, north(0, 0, 800), 100, 0);
-        MapPlaces::addPlace(list, north(0, 0, 400), 10, 0);
-        QCOMPARE(list.size(), 2);
-        QCOMPARE(list[0].cell, 11.0);
-        QCOMPARE(list[1].cell, 100.0);
+        for (qsizetype i = 0; i < north.size(); ++i)
+            MapPlaces::addPlace(list, ::north(10, 20, north[i]), std::pow(10, i), 2 * std::pow(10, i));
+        QList<double> got;
+        for (const MapData &place : std::as_const(list)) {
+            got.append(place.cell);
+            QCOMPARE(place.wifi, 2 * place.cell);
+        }
+        QCOMPARE(got, cells);
+        QCOMPARE(list[0].mapPoint.y, ::north(10, 20, 0).y);
     }
 
     void fitting()
