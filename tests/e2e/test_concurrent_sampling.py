@@ -81,7 +81,12 @@ class ConcurrentSampling(unittest.TestCase):
             threads.append(threading.Thread(target=self.killer))
         for t in threads:
             t.start()
+        # At least DURATION, and on a slow machine (or under the sanitizers) until enough samples
+        # were recorded to matter, up to ten times as long.
+        deadline = time.monotonic() + 10 * DURATION
         time.sleep(DURATION)
+        while not kill and self.outcomes["recorded"] <= 20 and time.monotonic() < deadline:
+            time.sleep(0.2)
         self.stop.set()
         for t in threads:
             t.join()
