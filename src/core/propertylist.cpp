@@ -2,15 +2,26 @@
 
 #include <QDateTime>
 #include <QLocale>
+#include <QStringDecoder>
 #include <QTimeZone>
 #include <QXmlStreamReader>
-#include <QXmlStreamWriter>
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 
 namespace PropertyList {
 namespace {
+
+bool isXmlText(const QString &text)
+{
+    for (const QChar c : text) {
+        const char16_t u = c.unicode();
+        if ((u < 0x20 && u != u'\t' && u != u'\n') || u == 0xFFFE || u == 0xFFFF)
+            return false;
+    }
+    return QStringView(text).isValidUtf16();
+}
 
 QString realText(double d)
 {
@@ -27,51 +38,337 @@ QString dateText(const QDateTime &date)
     return date.toUTC().toString(Qt::ISODate);
 }
 
-void writeValue(QXmlStreamWriter &w, const QVariant &v)
+// The text of a value element, escaped as the general writer escapes it: the markup characters and
+// the quote (the writer refuses characters XML cannot carry before they get here).
+void appendEscaped(QByteArray &out, QByteArrayView utf8)
 {
-    switch (v.typeId()) {
-    case QMetaType::Bool:
-        w.writeEmptyElement(v.toBool() ? QStringLiteral("true") : QStringLiteral("false"));
-        return;
-    case QMetaType::Int:
-    case QMetaType::UInt:
-    case QMetaType::LongLong:
-    case QMetaType::ULongLong:
-        w.writeTextElement(QStringLiteral("integer"), v.toString());
-        return;
-    case QMetaType::Double:
-    case QMetaType::Float:
-        w.writeTextElement(QStringLiteral("real"), realText(v.toDouble()));
-        return;
-    case QMetaType::QDateTime:
-        w.writeTextElement(QStringLiteral("date"), dateText(v.toDateTime()));
-        return;
-    case QMetaType::QByteArray:
-        w.writeTextElement(QStringLiteral("data"), QString::fromLatin1(v.toByteArray().toBase64()));
-        return;
-    case QMetaType::QVariantList:
-    case QMetaType::QStringList: {
-        w.writeStartElement(QStringLiteral("array"));
-        for (const QVariant &item : v.toList())
-            writeValue(w, item);
-        w.writeEndElement();
-        return;
-    }
-    case QMetaType::QVariantMap: {
-        const QVariantMap map = v.toMap();
-        w.writeStartElement(QStringLiteral("dict"));
-        for (auto it = map.cbegin(); it != map.cend(); ++it) {
-            w.writeTextElement(QStringLiteral("key"), it.key());
-            writeValue(w, it.value());
+    qsizetype plain = 0; // start of the run not yet appended
+    for (qsizetype i = 0; i < utf8.size(); ++i) {
+        const char *entity = nullptr;
+        switch (utf8[i]) {
+        case '<':
+            entity = "&lt;";
+            break;
+        case '>':
+            entity = "&gt;";
+            break;
+        case '&':
+            entity = "&amp;";
+            break;
+        case '"':
+            entity = "&quot;";
+            break;
+        default:
+            continue;
         }
-        w.writeEndElement();
-        return;
+        out.append(utf8.sliced(plain, i - plain)).append(entity);
+        plain = i + 1;
     }
-    default:
-        w.writeTextElement(QStringLiteral("string"), v.toString());
-    }
+    out.append(utf8.sliced(plain));
 }
 
+// Writes the file form with one space of indentation per level, byte for byte what
+// QXmlStreamWriter writes with that formatting, straight into UTF-8: the connection baselines hold
+// tens of thousands of entries and the general writer spends most of a sample on them.
+class Writer
+{
+public:
+    QByteArray document(const QVariantMap &root)
+    {
+        m_out.reserve(4096);
+        m_out.append("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\">");
+        value(QVariant(root), 1);
+        m_out.append("\n</plist>\n");
+        return std::move(m_out);
+    }
+
+private:
+    void open(int depth) { m_out.append('\n').append(depth, ' '); }
+
+    void text(int depth, const char *tag, QByteArrayView utf8)
+    {
+        open(depth);
+        m_out.append('<').append(tag).append('>');
+        appendEscaped(m_out, utf8);
+        m_out.append("</").append(tag).append('>');
+    }
+
+    void value(const QVariant &v, int depth)
+    {
+        switch (v.typeId()) {
+        case QMetaType::Bool:
+            open(depth);
+            m_out.append(v.toBool() ? "<true/>" : "<false/>");
+            return;
+        case QMetaType::Int:
+        case QMetaType::UInt:
+        case QMetaType::LongLong:
+        case QMetaType::ULongLong:
+            text(depth, "integer", v.toString().toLatin1());
+            return;
+        case QMetaType::Double:
+        case QMetaType::Float:
+            text(depth, "real", realText(v.toDouble()).toLatin1());
+            return;
+        case QMetaType::QDateTime:
+            text(depth, "date", dateText(v.toDateTime()).toLatin1());
+            return;
+        case QMetaType::QByteArray:
+            text(depth, "data", v.toByteArray().toBase64());
+            return;
+        case QMetaType::QVariantList:
+        case QMetaType::QStringList: {
+            const QVariantList list = v.toList();
+            container(depth, "array", list.isEmpty(), [&] {
+                for (const QVariant &item : list)
+                    value(item, depth + 1);
+            });
+            return;
+        }
+        case QMetaType::QVariantMap: {
+            const QVariantMap map = v.toMap();
+            container(depth, "dict", map.isEmpty(), [&] {
+                for (auto it = map.cbegin(); it != map.cend(); ++it) {
+                    text(depth + 1, "key", it.key().toUtf8());
+                    value(it.value(), depth + 1);
+                }
+            });
+            return;
+        }
+        default:
+            text(depth, "string", v.toString().toUtf8());
+        }
+    }
+
+    // An empty container is one empty element, as the general writer makes it.
+    template <typename Body> void container(int depth, const char *tag, bool empty, Body body)
+    {
+        open(depth);
+        m_out.append('<').append(tag);
+        if (empty) {
+            m_out.append("/>");
+            return;
+        }
+        m_out.append('>');
+        body();
+        open(depth);
+        m_out.append("</").append(tag).append('>');
+    }
+
+    QByteArray m_out;
+};
+
+std::optional<QVariant> real(const QString &text)
+{
+    if (text == QLatin1String("nan"))
+        return QVariant(std::nan(""));
+    if (text == QLatin1String("+infinity") || text == QLatin1String("infinity"))
+        return QVariant(HUGE_VAL);
+    if (text == QLatin1String("-infinity"))
+        return QVariant(-HUGE_VAL);
+    bool ok = false;
+    const double d = text.toDouble(&ok);
+    return ok ? std::optional<QVariant>(QVariant(d)) : std::nullopt;
+}
+
+// The value of an element that holds text, as both readers make it; nothing, and why, when the
+// text is not one of the element's or the element is not one of the format's.
+std::optional<QVariant> textValue(QAnyStringView tag, const QString &text, QString *why)
+{
+    const auto no = [why](const QString &reason) -> std::optional<QVariant> {
+        *why = reason;
+        return std::nullopt;
+    };
+    if (tag == QLatin1String("string"))
+        return QVariant(text);
+    if (tag == QLatin1String("integer")) {
+        bool ok = false;
+        const qlonglong n = text.trimmed().toLongLong(&ok);
+        return ok ? std::optional<QVariant>(QVariant(n)) : no(QStringLiteral("bad integer: ") + text);
+    }
+    if (tag == QLatin1String("real")) {
+        std::optional<QVariant> d = real(text.trimmed());
+        return d ? d : no(QStringLiteral("bad real: ") + text);
+    }
+    if (tag == QLatin1String("date")) {
+        QDateTime d = QDateTime::fromString(text.trimmed(), Qt::ISODateWithMs);
+        if (!d.isValid() || d.toUTC().date().year() < 1 || d.toUTC().date().year() > 9999)
+            return no(QStringLiteral("bad date: ") + text);
+        return QVariant(d.toLocalTime());
+    }
+    if (tag == QLatin1String("data"))
+        return QVariant(QByteArray::fromBase64(text.toLatin1()));
+    return no(QStringLiteral("unknown element <%1>").arg(tag.toString()));
+}
+
+// Reads the plain form the writer makes (any indentation, UTF-8, the five named entities) without
+// a general XML parser: the settings file is read by every command, and a machine tracking tens of
+// thousands of connections has as many baseline entries in it. Anything else (a document type,
+// comments, CDATA, character references, carriage returns, attributes, damage) it leaves to the
+// general reader by answering nothing; what it does read, it reads as the general reader would.
+class PlainReader
+{
+public:
+    explicit PlainReader(QByteArrayView xml) : m_p(xml.data()), m_end(xml.data() + xml.size()) {}
+
+    std::optional<QVariantMap> document()
+    {
+        skip("<?xml version=\"1.0\" encoding=\"UTF-8\"?>");
+        space();
+        if (!skip("<plist version=\"1.0\">") && !skip("<plist>"))
+            return std::nullopt;
+        std::optional<QVariant> root = element();
+        space();
+        if (!root || root->typeId() != QMetaType::QVariantMap || !skip("</plist>"))
+            return std::nullopt;
+        space();
+        return m_p == m_end ? std::optional<QVariantMap>(root->toMap()) : std::nullopt;
+    }
+
+private:
+    bool skip(QByteArrayView s)
+    {
+        if (m_end - m_p < s.size() || std::memcmp(m_p, s.data(), s.size()) != 0)
+            return false;
+        m_p += s.size();
+        return true;
+    }
+
+    void space()
+    {
+        while (m_p < m_end && (*m_p == ' ' || *m_p == '\t' || *m_p == '\n'))
+            ++m_p;
+    }
+
+    // The next start tag, after white space: its name, and whether it is empty (`<name/>`).
+    bool startTag(QByteArrayView *name, bool *empty)
+    {
+        space();
+        if (!skip("<"))
+            return false;
+        const char *start = m_p;
+        while (m_p < m_end && *m_p >= 'a' && *m_p <= 'z')
+            ++m_p;
+        *name = QByteArrayView(start, m_p - start);
+        *empty = skip("/>");
+        return !name->isEmpty() && (*empty || skip(">"));
+    }
+
+    bool endTag(QByteArrayView name) { return skip("</") && skip(name) && skip(">"); }
+
+    std::optional<QVariant> element()
+    {
+        QByteArrayView tag;
+        bool empty = false;
+        return startTag(&tag, &empty) ? value(tag, empty) : std::nullopt;
+    }
+
+    std::optional<QVariant> value(QByteArrayView tag, bool empty)
+    {
+        if (tag == "dict" || tag == "array") {
+            if (m_depth > kMaxDepth)
+                return std::nullopt;
+            ++m_depth;
+            std::optional<QVariant> v = tag == "dict" ? dict(empty) : array(empty);
+            --m_depth;
+            return v;
+        }
+        if (tag == "true" || tag == "false")
+            return empty || endTag(tag) ? std::optional<QVariant>(QVariant(tag == "true")) : std::nullopt;
+        const std::optional<QString> content = empty ? QString() : text();
+        if (!content || (!empty && !endTag(tag)))
+            return std::nullopt;
+        QString why;
+        return textValue(QLatin1StringView(tag), *content, &why);
+    }
+
+    std::optional<QVariant> dict(bool empty)
+    {
+        QVariantMap map;
+        while (!empty) {
+            space();
+            if (endTag("dict"))
+                break;
+            QByteArrayView tag;
+            bool emptyKey = false;
+            if (!startTag(&tag, &emptyKey) || tag != "key")
+                return std::nullopt;
+            const std::optional<QString> key = emptyKey ? QString() : text();
+            if (!key || (!emptyKey && !endTag("key")))
+                return std::nullopt;
+            std::optional<QVariant> item = element();
+            if (!item)
+                return std::nullopt;
+            map.insert(map.cend(), *key, *item); // written in key order; a repeated key: the last holds
+        }
+        return QVariant(map);
+    }
+
+    std::optional<QVariant> array(bool empty)
+    {
+        QVariantList list;
+        while (!empty) {
+            space();
+            if (endTag("array"))
+                break;
+            std::optional<QVariant> item = element();
+            if (!item)
+                return std::nullopt;
+            list.append(*item);
+        }
+        return QVariant(list);
+    }
+
+    // The text up to the next tag; nothing for what only the general reader reads.
+    std::optional<QString> text()
+    {
+        const char *start = m_p;
+        bool ascii = true;
+        for (; m_p < m_end && *m_p != '<'; ++m_p) {
+            const auto c = static_cast<unsigned char>(*m_p);
+            if (c == '&' || c >= 0x80)
+                ascii = false;
+            else if ((c < 0x20 && c != '\t' && c != '\n') || c == '>')
+                return std::nullopt;
+        }
+        if (m_p == m_end)
+            return std::nullopt;
+        const QByteArrayView raw(start, m_p - start);
+        return ascii ? QString::fromLatin1(raw) : decoded(raw);
+    }
+
+    static std::optional<QString> decoded(QByteArrayView raw)
+    {
+        static constexpr std::pair<const char *, char> entities[] = {
+            {"&lt;", '<'}, {"&gt;", '>'}, {"&amp;", '&'}, {"&quot;", '"'}, {"&apos;", '\''}};
+        QByteArray utf8;
+        utf8.reserve(raw.size());
+        for (qsizetype i = 0; i < raw.size();) {
+            if (raw[i] != '&') {
+                utf8.append(raw[i++]);
+                continue;
+            }
+            const auto entity = std::find_if(std::begin(entities), std::end(entities), [&](const auto &e) {
+                return raw.sliced(i).startsWith(e.first);
+            });
+            if (entity == std::end(entities))
+                return std::nullopt;
+            utf8.append(entity->second);
+            i += qstrlen(entity->first);
+        }
+        QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
+        QString text = decoder.decode(utf8);
+        if (decoder.hasError() || !isXmlText(text))
+            return std::nullopt;
+        return text;
+    }
+
+    const char *m_p;
+    const char *m_end;
+    int m_depth = 0;
+};
+
+// The general reader: any well-formed document of the format, and a reason for any other.
 class Reader
 {
 public:
@@ -130,37 +427,9 @@ private:
         const QString text = m_xml.readElementText();
         if (m_xml.hasError())
             return std::nullopt;
-        if (tag == QLatin1String("string"))
-            return QVariant(text);
-        if (tag == QLatin1String("integer")) {
-            bool ok = false;
-            const qlonglong n = text.trimmed().toLongLong(&ok);
-            return ok ? std::optional<QVariant>(QVariant(n)) : bad(QStringLiteral("bad integer: ") + text);
-        }
-        if (tag == QLatin1String("real"))
-            return real(text.trimmed());
-        if (tag == QLatin1String("date")) {
-            QDateTime d = QDateTime::fromString(text.trimmed(), Qt::ISODateWithMs);
-            if (!d.isValid() || d.toUTC().date().year() < 1 || d.toUTC().date().year() > 9999)
-                return bad(QStringLiteral("bad date: ") + text);
-            return QVariant(d.toLocalTime());
-        }
-        if (tag == QLatin1String("data"))
-            return QVariant(QByteArray::fromBase64(text.toLatin1()));
-        return bad(QStringLiteral("unknown element <") + tag + QLatin1Char('>'));
-    }
-
-    std::optional<QVariant> real(const QString &text)
-    {
-        if (text == QLatin1String("nan"))
-            return QVariant(std::nan(""));
-        if (text == QLatin1String("+infinity") || text == QLatin1String("infinity"))
-            return QVariant(HUGE_VAL);
-        if (text == QLatin1String("-infinity"))
-            return QVariant(-HUGE_VAL);
-        bool ok = false;
-        const double d = text.toDouble(&ok);
-        return ok ? std::optional<QVariant>(QVariant(d)) : bad(QStringLiteral("bad real: ") + text);
+        QString why;
+        std::optional<QVariant> v = textValue(tag, text, &why);
+        return v ? v : bad(why);
     }
 
     std::optional<QVariant> array()
@@ -196,16 +465,6 @@ private:
     QString m_error;
     int m_depth = 0;
 };
-
-bool isXmlText(const QString &text)
-{
-    for (const QChar c : text) {
-        const char16_t u = c.unicode();
-        if ((u < 0x20 && u != u'\t' && u != u'\n') || u == 0xFFFE || u == 0xFFFF)
-            return false;
-    }
-    return QStringView(text).isValidUtf16();
-}
 
 bool writable(const QVariant &value, QString *why, int depth)
 {
@@ -250,20 +509,17 @@ bool writable(const QVariant &value, QString *why, int depth)
 
 QByteArray toXml(const QVariantMap &root)
 {
-    QByteArray out;
-    QXmlStreamWriter w(&out);
-    w.setAutoFormatting(true);
-    w.setAutoFormattingIndent(1);
-    w.writeStartDocument();
-    w.writeStartElement(QStringLiteral("plist"));
-    w.writeAttribute(QStringLiteral("version"), QStringLiteral("1.0"));
-    writeValue(w, QVariant(root));
-    w.writeEndElement();
-    w.writeEndDocument();
-    return out;
+    return Writer().document(root);
 }
 
 std::optional<QVariantMap> fromXml(const QByteArray &xml, QString *error)
+{
+    if (std::optional<QVariantMap> plain = PlainReader(xml).document())
+        return plain;
+    return fromXmlGeneral(xml, error);
+}
+
+std::optional<QVariantMap> fromXmlGeneral(const QByteArray &xml, QString *error)
 {
     return Reader(xml).document(error);
 }

@@ -15,6 +15,10 @@ QByteArray toXml(const QVariantMap &root);
 // Parses a document whose root is a dictionary. On failure returns nothing and says why in *error.
 std::optional<QVariantMap> fromXml(const QByteArray &xml, QString *error);
 
+// The same with a general XML parser only: fromXml reads the plain form the writer makes without
+// one, and whatever it reads must read the same here.
+std::optional<QVariantMap> fromXmlGeneral(const QByteArray &xml, QString *error);
+
 // True when the variant holds one of the types above (recursively for containers).
 bool isPropertyListValue(const QVariant &value);
 

@@ -73,6 +73,56 @@ private slots:
         QVERIFY(!PropertyList::toXml(*read).contains("DOCTYPE"));
     }
 
+    // Settings are read without a general XML parser when the file keeps to the plain form the
+    // writer makes; whatever that reader accepts must read exactly as the general one reads it,
+    // and whatever it refuses goes to the general one.
+    void plainAndGeneralReadersAgree_data()
+    {
+        QTest::addColumn<QByteArray>("xml");
+        const QVariantMap written{
+            {QStringLiteral("a<b>&\"c'"), QStringLiteral("x <y> & \"z\" 'w' ünï 日 \t\n")},
+            {QStringLiteral(""), QVariantList{QVariantMap(), QVariantList(), QString(), true, false}},
+            {QStringLiteral("n"),
+             QVariantMap{{QStringLiteral("i"), qlonglong(-5)}, {QStringLiteral("r"), 0.1}}},
+            {QStringLiteral("d"), QDateTime::fromSecsSinceEpoch(1729992615)},
+            {QStringLiteral("b"), QByteArray("\x00\xff", 2)}};
+        QTest::newRow("written") << PropertyList::toXml(written);
+        const auto doc = [](const char *body) {
+            return QByteArray("<plist version=\"1.0\">") + body + "</plist>";
+        };
+        QTest::newRow("other white space")
+            << doc("\t<dict>\n\t<key>a</key>\t<integer> 7 </integer>\n</dict>\n");
+        QTest::newRow("empty elements") << doc("<dict><key/><string/><key>t</key><true></true></dict>");
+        QTest::newRow("apostrophe entity") << doc("<dict><key>a</key><string>&apos;&lt;</string></dict>");
+        QTest::newRow("character reference") << doc("<dict><key>a</key><string>&#x41;</string></dict>");
+        QTest::newRow("repeated key")
+            << doc("<dict><key>a</key><integer>1</integer><key>a</key><real>2</real></dict>");
+        QTest::newRow("keys out of order") << doc("<dict><key>b</key><true/><key>a</key><false/></dict>");
+        QTest::newRow("comment") << doc("<dict><!-- x --><key>a</key><true/></dict>");
+        QTest::newRow("CDATA") << doc("<dict><key>a</key><string><![CDATA[<x>]]></string></dict>");
+        QTest::newRow("carriage return") << doc("<dict><key>a</key><string>x\r\ny</string></dict>");
+        QTest::newRow("invalid UTF-8") << doc("<dict><key>a</key><string>\xc3\x28</string></dict>");
+        QTest::newRow("not a character") << doc("<dict><key>a</key><string>\xef\xbf\xbe</string></dict>");
+        QTest::newRow("CDATA end in text") << doc("<dict><key>a</key><string>]]></string></dict>");
+        QTest::newRow("unknown entity") << doc("<dict><key>a</key><string>&nbsp;</string></dict>");
+        QTest::newRow("mismatched end") << doc("<dict><key>a</key><string>x</key></dict>");
+        QTest::newRow("bad real") << doc("<dict><key>a</key><real>1,5</real></dict>");
+        QTest::newRow("attribute") << doc("<dict><key>a</key><string id=\"1\">x</string></dict>");
+        QTest::newRow("text beside elements") << doc("<dict>x<key>a</key><true/></dict>");
+        QTest::newRow("after the root") << doc("<dict/>") + "<x/>";
+        QTest::newRow("cut short") << PropertyList::toXml(written).chopped(20);
+    }
+
+    void plainAndGeneralReadersAgree()
+    {
+        QFETCH(QByteArray, xml);
+        const std::optional<QVariantMap> general = PropertyList::fromXmlGeneral(xml, nullptr);
+        const std::optional<QVariantMap> read = PropertyList::fromXml(xml, nullptr);
+        QCOMPARE(read.has_value(), general.has_value());
+        if (read) // written again, with the type of every value
+            QCOMPARE(PropertyList::toXml(*read), PropertyList::toXml(*general));
+    }
+
     // Writers in other processes merge by key, and inside a dictionary (the plans) entry by entry:
     // each sees the others' changes once it synchronises and loses none of them, removals included;
     // a plan removed by one is not brought back by another's later write.
