@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # One read of the UDP flows connection tracking keeps, with 10,000 tracked UDP flows and byte
 # accounting on, and a whole `tallymo sample` over the same table (the flows read, their totals
-# kept for the next sample). Runs in a network namespace of its
+# kept for the next sample), and the service's CPU per check over it. Runs in a network namespace of its
 # own: a ruleset that tracks connections, accounting switched on before the flows start, and the
 # flows sent from one socket to 10,000 ports of 198.18.99.1 (a peer the filters count), a local
 # address whose datagrams the ruleset drops on arrival.
@@ -31,6 +31,16 @@ PY
     "$tallymo" setup --bill-day 1 --cap 10GB --used 0 >/dev/null
     "$tallymo" sample >/dev/null
     hyperfine -N --warmup 3 --runs 20 --export-json "$json" "$bench --conntrack 1" "$tallymo sample" "$tallymo --version" >/dev/null
+    # The service over the same table: CPU of every thread per check at a 1-second interval.
+    "$tallymo" daemon --interval 1 >"$work/daemon.log" 2>&1 &
+    local daemon=$! t0 t1 c0 c1
+    sleep 5
+    t0=$(awk '{n += $1} END{printf "%.0f", n}' /proc/$daemon/task/*/schedstat) c0=$(grep -c '  fetch: ' "$work/daemon.log" || true)
+    sleep 20
+    t1=$(awk '{n += $1} END{printf "%.0f", n}' /proc/$daemon/task/*/schedstat) c1=$(grep -c '  fetch: ' "$work/daemon.log" || true)
+    kill $daemon && wait $daemon || true
+    awk -v a="$t0" -v b="$t1" -v n=$((c1 - c0)) \
+        'BEGIN{printf "  %7.2f ms per check of the service at a 1-second interval (%d checks)\n", (b - a) / 1e6 / n, n}' >"$work/service"
 }
 export -f inner
 export bench tallymo flows json work
@@ -49,3 +59,4 @@ import json, sys
 for r in json.load(open(sys.argv[1]))["results"]:
     print(f"  {r['median'] * 1000:7.2f} ms median  {r['command'].split('/')[-1]} (whole process)")
 PY
+cat "$work/service"

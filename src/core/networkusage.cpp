@@ -13,9 +13,16 @@ void SharedCode::networks(StoreContext *context)
     if (!m_connections)
         return;
     ConnectionTable all;
-    for (int protocol : {ConnectionTables::kTcp, ConnectionTables::kUdp})
-        if (const std::optional<ConnectionTable> table = proto(protocol))
-            all.insert(*table); // a protocol that cannot be read is simply missing this time
+    for (int protocol : {ConnectionTables::kTcp, ConnectionTables::kUdp}) {
+        std::optional<ConnectionTable> table = proto(protocol);
+        if (!table)
+            continue; // a protocol that cannot be read is simply missing this time
+        // The smaller table goes into the larger (the protocols' keys never meet): a router's
+        // tens of thousands of UDP flows are not copied for a handful of TCP connections.
+        if (table->size() > all.size())
+            std::swap(*table, all);
+        all.insert(*table);
+    }
     SettingsDomain &pref = userPref();
     const QString boot = m_interfaces ? m_interfaces->bootId() : QString();
     const QVariant stored = pref.value(Keys::PREF_NET_LASTCONN);
@@ -26,12 +33,19 @@ void SharedCode::networks(StoreContext *context)
     const bool counting = stored.isValid() && pref.stringForKey(Keys::PREF_NET_LASTCONN_BOOT) == boot;
     QVariantMap current;
     QMap<QString, double> perAddress;
+    // Both tables are in key order: one walk through each pairs every connection with its
+    // baseline, and the new baseline is built in order, each entry placed at its end.
+    auto before = previous.cbegin();
     for (auto it = all.cbegin(); it != all.cend(); ++it) {
-        current.insert(it.key(), double(it->total));
+        current.insert(current.cend(), it.key(), double(it->total));
         if (!counting)
             continue;
+        while (before != previous.cend() && before.key() < it.key())
+            ++before;
+        const double baseline =
+            before != previous.cend() && before.key() == it.key() ? before->toDouble() : 0;
         // A new connection counts whole; one whose total went down is only the new baseline.
-        const double delta = double(it->total) - previous.value(it.key()).toDouble();
+        const double delta = double(it->total) - baseline;
         if (delta > 0)
             perAddress[it->address] += delta;
     }

@@ -7,29 +7,26 @@
 #include <QXmlStreamReader>
 
 #include <algorithm>
+#include <charconv>
 #include <cmath>
 #include <cstring>
+#include <string>
 
 namespace PropertyList {
 namespace {
 
 bool isXmlText(const QString &text)
 {
+    bool surrogates = false;
     for (const QChar c : text) {
         const char16_t u = c.unicode();
-        if ((u < 0x20 && u != u'\t' && u != u'\n') || u == 0xFFFE || u == 0xFFFF)
+        if (u >= 0x20 && u < 0xD800)
+            continue; // the common case
+        if (u < 0x20 ? u != u'\t' && u != u'\n' : u == 0xFFFE || u == 0xFFFF)
             return false;
+        surrogates = surrogates || c.isSurrogate();
     }
-    return QStringView(text).isValidUtf16();
-}
-
-QString realText(double d)
-{
-    if (std::isnan(d))
-        return QStringLiteral("nan");
-    if (std::isinf(d))
-        return d > 0 ? QStringLiteral("+infinity") : QStringLiteral("-infinity");
-    return QString::number(d, 'g', QLocale::FloatingPointShortest);
+    return !surrogates || QStringView(text).isValidUtf16();
 }
 
 // The format's dates are whole seconds in UTC (other readers reject fractions); the fraction is cut.
@@ -38,38 +35,10 @@ QString dateText(const QDateTime &date)
     return date.toUTC().toString(Qt::ISODate);
 }
 
-// The text of a value element, escaped as the general writer escapes it: the markup characters and
-// the quote (the writer refuses characters XML cannot carry before they get here).
-void appendEscaped(QByteArray &out, QByteArrayView utf8)
-{
-    qsizetype plain = 0; // start of the run not yet appended
-    for (qsizetype i = 0; i < utf8.size(); ++i) {
-        const char *entity = nullptr;
-        switch (utf8[i]) {
-        case '<':
-            entity = "&lt;";
-            break;
-        case '>':
-            entity = "&gt;";
-            break;
-        case '&':
-            entity = "&amp;";
-            break;
-        case '"':
-            entity = "&quot;";
-            break;
-        default:
-            continue;
-        }
-        out.append(utf8.sliced(plain, i - plain)).append(entity);
-        plain = i + 1;
-    }
-    out.append(utf8.sliced(plain));
-}
-
-// Writes the file form with one space of indentation per level, byte for byte what
-// QXmlStreamWriter writes with that formatting, straight into UTF-8: the connection baselines hold
-// tens of thousands of entries and the general writer spends most of a sample on them.
+// Writes the file form with one space of indentation per level, as QXmlStreamWriter writes it
+// with that formatting (reals in their shortest form), straight into UTF-8: the connection
+// baselines hold tens of thousands of entries and the general writer spent most of a sample on
+// them.
 class Writer
 {
 public:
@@ -79,18 +48,70 @@ public:
         m_out.append("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\">");
         value(QVariant(root), 1);
         m_out.append("\n</plist>\n");
-        return std::move(m_out);
+        return QByteArray(m_out.data(), qsizetype(m_out.size()));
     }
 
 private:
-    void open(int depth) { m_out.append('\n').append(depth, ' '); }
+    void open(int depth) { m_out.append(1, '\n').append(size_t(depth), ' '); }
 
-    void text(int depth, const char *tag, QByteArrayView utf8)
+    // The element's text with the markup characters and the quote escaped, as the general writer
+    // escapes them (characters XML cannot carry were refused before they got here).
+    void text(int depth, std::string_view tag, QStringView content)
     {
         open(depth);
-        m_out.append('<').append(tag).append('>');
-        appendEscaped(m_out, utf8);
-        m_out.append("</").append(tag).append('>');
+        m_out.append(1, '<').append(tag).append(1, '>');
+        // Most text is ASCII without markup: copied as it is, in one pass the compiler vectorises.
+        const size_t start = m_out.size();
+        m_out.resize(start + size_t(content.size()));
+        char *out = m_out.data() + start;
+        char16_t high = 0;
+        for (const QChar c : content) {
+            high |= c.unicode();
+            *out++ = char(c.unicode());
+        }
+        const bool plain = high < 0x80 && std::none_of(std::begin(kMarkup), std::end(kMarkup), [&](char c) {
+                               return std::memchr(m_out.data() + start, c, size_t(content.size())) != nullptr;
+                           });
+        if (!plain) {
+            m_out.resize(start);
+            for (const char c : content.toUtf8())
+                escaped(c);
+        }
+        m_out.append("</").append(tag).append(1, '>');
+    }
+
+    static constexpr char kMarkup[] = {'<', '>', '&', '"'};
+
+    void escaped(char c)
+    {
+        switch (c) {
+        case '<':
+            m_out.append("&lt;");
+            break;
+        case '>':
+            m_out.append("&gt;");
+            break;
+        case '&':
+            m_out.append("&amp;");
+            break;
+        case '"':
+            m_out.append("&quot;");
+            break;
+        default:
+            m_out.push_back(c);
+        }
+    }
+
+    void real(int depth, double d)
+    {
+        if (std::isnan(d) || std::isinf(d)) {
+            text(depth, "real", std::isnan(d) ? u"nan" : d > 0 ? u"+infinity" : u"-infinity");
+            return;
+        }
+        char digits[32];
+        const std::to_chars_result end = std::to_chars(digits, digits + sizeof digits, d);
+        open(depth);
+        m_out.append("<real>").append(digits, end.ptr).append("</real>");
     }
 
     void value(const QVariant &v, int depth)
@@ -104,17 +125,17 @@ private:
         case QMetaType::UInt:
         case QMetaType::LongLong:
         case QMetaType::ULongLong:
-            text(depth, "integer", v.toString().toLatin1());
+            text(depth, "integer", v.toString());
             return;
         case QMetaType::Double:
         case QMetaType::Float:
-            text(depth, "real", realText(v.toDouble()).toLatin1());
+            real(depth, v.toDouble());
             return;
         case QMetaType::QDateTime:
-            text(depth, "date", dateText(v.toDateTime()).toLatin1());
+            text(depth, "date", dateText(v.toDateTime()));
             return;
         case QMetaType::QByteArray:
-            text(depth, "data", v.toByteArray().toBase64());
+            text(depth, "data", QString::fromLatin1(v.toByteArray().toBase64()));
             return;
         case QMetaType::QVariantList:
         case QMetaType::QStringList: {
@@ -129,33 +150,33 @@ private:
             const QVariantMap map = v.toMap();
             container(depth, "dict", map.isEmpty(), [&] {
                 for (auto it = map.cbegin(); it != map.cend(); ++it) {
-                    text(depth + 1, "key", it.key().toUtf8());
+                    text(depth + 1, "key", it.key());
                     value(it.value(), depth + 1);
                 }
             });
             return;
         }
         default:
-            text(depth, "string", v.toString().toUtf8());
+            text(depth, "string", v.toString());
         }
     }
 
     // An empty container is one empty element, as the general writer makes it.
-    template <typename Body> void container(int depth, const char *tag, bool empty, Body body)
+    template <typename Body> void container(int depth, std::string_view tag, bool empty, Body body)
     {
         open(depth);
-        m_out.append('<').append(tag);
+        m_out.append(1, '<').append(tag);
         if (empty) {
             m_out.append("/>");
             return;
         }
-        m_out.append('>');
+        m_out.append(1, '>');
         body();
         open(depth);
-        m_out.append("</").append(tag).append('>');
+        m_out.append("</").append(tag).append(1, '>');
     }
 
-    QByteArray m_out;
+    std::string m_out;
 };
 
 std::optional<QVariant> real(const QString &text)

@@ -74,8 +74,11 @@ private slots:
     {
         FakeConnections source;
         Net n(&source);
-        source.tcp = ConnectionTable{
-            {"a", {1000, "198.18.0.1"}}, {"b", {500, "198.18.0.1"}}, {"c", {70, "198.18.0.2"}}};
+        source.tcp = ConnectionTable{{"a", {1000, "198.18.0.1"}},
+                                     {"a1", {9, "198.18.0.9"}},
+                                     {"a2", {9, "198.18.0.9"}},
+                                     {"b", {500, "198.18.0.1"}},
+                                     {"c", {70, "198.18.0.2"}}};
         QVERIFY(n.sample().isEmpty()); // the first ever: the baseline only
         source.tcp = ConnectionTable{{"a", {1100, "198.18.0.1"}},
                                      {"b", {550, "198.18.0.1"}},
@@ -83,7 +86,8 @@ private slots:
                                      {"d", {40, "198.18.0.3"}}};
         source.udp = ConnectionTable{{"u", {5, "198.18.0.3"}}};
         const QList<Netevent> first = n.sample();
-        // 100 + 50 for one peer; a total that went down is a new baseline; new connections count whole.
+        // 100 + 50 for one peer (two closed connections between them); a total that went down is a
+        // new baseline; new connections count whole.
         QCOMPARE(first.size(), 2);
         QCOMPARE((std::pair{first[0].ipaddress, first[0].bytes}),
                  (std::pair{QStringLiteral("198.18.0.1"), 150.0}));

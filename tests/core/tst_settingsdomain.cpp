@@ -28,6 +28,7 @@ private slots:
         QTest::newRow("double") << QVariant(2147483648.5);
         QTest::newRow("double that looks whole") << QVariant(2147483648.0);
         QTest::newRow("tiny double") << QVariant(1e-300);
+        QTest::newRow("infinity") << QVariant(-HUGE_VAL);
         QTest::newRow("true") << QVariant(true);
         QTest::newRow("false") << QVariant(false);
         QTest::newRow("date in a repeated hour")

@@ -1,6 +1,7 @@
 #include "conntrack.h"
 
 #include <QFile>
+#include <QHash>
 #include <QLoggingCategory>
 #include <QtEndian>
 
@@ -17,6 +18,8 @@
 #include <charconv>
 #include <cstdlib>
 #include <cstring>
+#include <string>
+#include <string_view>
 #include <vector>
 
 Q_DECLARE_LOGGING_CATEGORY(lcSockDiag)
@@ -61,7 +64,7 @@ struct Flow
 // keeps time stamps, its start. The key is the boot id followed by this part:
 // "-ct-ID-SOURCE:PORT-DESTINATION:PORT-START", addresses in lower-case hex, numbers in decimal.
 // Made with plain character arithmetic: a dump may hold tens of thousands of flows.
-QByteArray flowKeySuffix(const Flow &f)
+void appendKeySuffix(const Flow &f, std::string &keys)
 {
     char text[128];
     char *p = text;
@@ -89,7 +92,7 @@ QByteArray flowKeySuffix(const Flow &f)
     number(f.destinationPort);
     put("-");
     number(f.start);
-    return QByteArray(text, p - text);
+    keys.append(text, p);
 }
 
 void readTuple(const Attribute &tuple, Flow &flow)
@@ -115,15 +118,6 @@ void readTuple(const Attribute &tuple, Flow &flow)
             });
         }
     });
-}
-
-std::optional<QString> counted(const unsigned char *address, bool v6)
-{
-    if (v6)
-        return ConnectionTables::isCountedIPv6(address) ? ConnectionTables::printIP6(address) : std::nullopt;
-    return ConnectionTables::isCountedIPv4(qFromBigEndian<quint32>(address))
-               ? ConnectionTables::printIP4(address)
-               : std::nullopt;
 }
 
 // The flow a message of the dump describes: its original tuple, id, start and byte counters.
@@ -156,9 +150,34 @@ Flow readFlow(const nlmsghdr *h)
 // The UDP flows of the dump so far.
 struct UdpFlows
 {
-    std::vector<std::pair<QByteArray, ConnectionEntry>> entries; // key after the boot id → entry
-    bool flows = false;                                          // any UDP flow
-    bool accounting = false;                                     // any UDP flow with byte counters
+    // Every key's part after the boot id, one after another, and the entries that point into it.
+    std::string keys;
+    struct Entry
+    {
+        size_t at;
+        size_t length;
+        ConnectionEntry entry;
+    };
+    std::vector<Entry> entries;
+    bool flows = false;      // any UDP flow
+    bool accounting = false; // any UDP flow with byte counters
+    // The text of every peer seen so far: many flows go to a few peers (a resolver), and their
+    // entries share one string.
+    QHash<QByteArray, QString> peers;
+
+    // The address as text when it is one the filters count.
+    std::optional<QString> counted(const unsigned char *address, bool v6)
+    {
+        const QByteArray raw = QByteArray::fromRawData(reinterpret_cast<const char *>(address), v6 ? 16 : 4);
+        if (const auto known = peers.constFind(raw); known != peers.cend())
+            return known->isEmpty() ? std::nullopt : std::optional<QString>(*known);
+        std::optional<QString> text;
+        if (v6 ? ConnectionTables::isCountedIPv6(address)
+               : ConnectionTables::isCountedIPv4(qFromBigEndian<quint32>(address)))
+            text = v6 ? ConnectionTables::printIP6(address) : ConnectionTables::printIP4(address);
+        peers.insert(QByteArray(raw.constData(), raw.size()), text.value_or(QString()));
+        return text;
+    }
 
     // Adds a UDP flow the kernel counted, under its public peer; other protocols are left out.
     void add(const Flow &flow)
@@ -171,20 +190,28 @@ struct UdpFlows
         std::optional<QString> peer = counted(flow.destination, flow.v6);
         if (!peer)
             peer = counted(flow.source, flow.v6);
-        if (peer && flow.counted)
-            entries.emplace_back(flowKeySuffix(flow), ConnectionEntry{flow.bytes, *peer});
+        if (!peer || !flow.counted)
+            return;
+        const size_t at = keys.size();
+        appendKeySuffix(flow, keys);
+        entries.push_back(Entry{at, keys.size() - at, ConnectionEntry{flow.bytes, *peer}});
     }
 
     // The table, built in key order (every key starts with the same boot id, so the order of the
     // parts after it is the table's), each entry placed at the end without a search.
     ConnectionTable table(const QString &bootId)
     {
+        const auto suffix = [this](const Entry &e) { return std::string_view(keys).substr(e.at, e.length); };
         std::sort(entries.begin(), entries.end(),
-                  [](const auto &a, const auto &b) { return a.first < b.first; });
+                  [&](const Entry &a, const Entry &b) { return suffix(a) < suffix(b); });
         ConnectionTable t;
-        const QString prefix = bootId;
-        for (auto &[suffix, entry] : entries)
-            t.insert(t.cend(), prefix + QLatin1StringView(suffix), std::move(entry));
+        std::string key = bootId.toStdString();
+        const size_t prefix = key.size();
+        for (Entry &e : entries) {
+            key.resize(prefix);
+            key.append(suffix(e));
+            t.insert(t.cend(), QString::fromLatin1(key), std::move(e.entry));
+        }
         return t;
     }
 };
