@@ -9,6 +9,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QHash>
 #include <QLoggingCategory>
 #include <QMutex>
 
@@ -48,15 +49,22 @@ std::optional<QList<ManagedLink>> askNetworkManager()
 
 } // namespace
 
-struct LinuxNetworkInterfaces::BootId
+struct LinuxNetworkInterfaces::Known
 {
     QMutex mutex;
-    QString value;
+    QString bootId;
+    struct Link
+    {
+        int index;
+        LinkKind kind;
+        bool ppp;
+    };
+    QHash<QString, Link> links; // by name
 };
 
 LinuxNetworkInterfaces::LinuxNetworkInterfaces(QString procNetDev, QString sysfsNet, QString bootIdFile)
     : m_procNetDev(std::move(procNetDev)), m_sysfsNet(std::move(sysfsNet)),
-      m_bootIdFile(std::move(bootIdFile)), m_bootId(std::make_shared<BootId>())
+      m_bootIdFile(std::move(bootIdFile)), m_known(std::make_shared<Known>())
 {}
 
 LinuxNetworkInterfaces LinuxNetworkInterfaces::fromEnvironment()
@@ -129,10 +137,37 @@ QStringList LinuxNetworkInterfaces::wifiInterfaces()
 
 LinkKind LinuxNetworkInterfaces::linkKind(const QString &name)
 {
-    const QString base = m_sysfsNet + QLatin1Char('/') + name;
     if (name == QLatin1StringView("lo"))
         return LinkKind::Loopback;
-    if (name.isEmpty() || name.contains(QLatin1Char('/')) || !QFileInfo(base).isDir())
+    if (name.isEmpty() || name.contains(QLatin1Char('/')))
+        return LinkKind::Unknown;
+    // A link keeps its kind for its life, and its index is never another's while it lives: the
+    // service classifies each link once instead of at every check.
+    const int index = interfaceIndex(name);
+    std::optional<Known::Link> link;
+    {
+        const QMutexLocker locker(&m_known->mutex);
+        const auto known = m_known->links.constFind(name);
+        if (index > 0 && known != m_known->links.cend() && known->index == index)
+            link = *known;
+    }
+    if (!link) {
+        link = Known::Link{index, LinkKind::Unknown, false};
+        link->kind = readLinkKind(name, &link->ppp);
+        if (index > 0 && link->kind != LinkKind::Unknown) {
+            const QMutexLocker locker(&m_known->mutex);
+            m_known->links.insert(name, *link);
+        }
+    }
+    if (link->ppp) // also a VPN's or a serial line's: cellular when it is a connected modem's
+        return m_modemLinks && m_modemLinks().contains(name) ? LinkKind::Modem : LinkKind::Virtual;
+    return link->kind;
+}
+
+LinkKind LinuxNetworkInterfaces::readLinkKind(const QString &name, bool *ppp)
+{
+    const QString base = m_sysfsNet + QLatin1Char('/') + name;
+    if (!QFileInfo(base).isDir())
         return LinkKind::Unknown;
     QByteArray devtype;
     for (const QByteArray &line : KernelFiles::read(base + QStringLiteral("/uevent")).split('\n'))
@@ -143,8 +178,10 @@ LinkKind LinuxNetworkInterfaces::linkKind(const QString &name)
         return LinkKind::Loopback;
     if (devtype == "wwan" || type == kArphrdRawIp)
         return LinkKind::Modem;
-    if (type == kArphrdPpp) // also a VPN's or a serial line's: cellular when it is a connected modem's
-        return m_modemLinks && m_modemLinks().contains(name) ? LinkKind::Modem : LinkKind::Virtual;
+    if (type == kArphrdPpp) {
+        *ppp = true;
+        return LinkKind::Virtual;
+    }
     if (devtype == "wlan" || QFileInfo::exists(base + QStringLiteral("/wireless")) ||
         QFileInfo::exists(base + QStringLiteral("/phy80211")))
         return LinkKind::WiFi;
@@ -203,8 +240,8 @@ QString LinuxNetworkInterfaces::networkNamespace()
 QString LinuxNetworkInterfaces::bootId()
 {
     // Fixed for as long as this process runs; read again only while it could not be read.
-    const QMutexLocker locker(&m_bootId->mutex);
-    if (m_bootId->value.isEmpty())
-        m_bootId->value = QString::fromLatin1(KernelFiles::read(m_bootIdFile).trimmed());
-    return m_bootId->value;
+    const QMutexLocker locker(&m_known->mutex);
+    if (m_known->bootId.isEmpty())
+        m_known->bootId = QString::fromLatin1(KernelFiles::read(m_bootIdFile).trimmed());
+    return m_known->bootId;
 }

@@ -13,7 +13,8 @@
 // that the modem manager reports as the data link of a connected modem; other PPP links (VPNs,
 // serial lines) are virtual. A link with no device of its own (bridge, veth, tun/tap, tunnels) is
 // virtual; one whose USB driver is a phone's tethering (rndis, cdc_ether, cdc_ncm, ipheth) is
-// USB tethering. What NetworkManager says of the links comes from setManagedLinks().
+// USB tethering. What NetworkManager says of the links comes from setManagedLinks(). What sysfs says
+// of a link is read once for as long as the link lives (the same name and index).
 class LinuxNetworkInterfaces : public NetworkInterfaces
 {
 public:
@@ -50,8 +51,9 @@ private:
     QString m_procNetDev;
     QString m_sysfsNet;
     QString m_bootIdFile;
-    struct BootId; // read once, shared by copies
-    std::shared_ptr<BootId> m_bootId;
+    struct Known; // read once, shared by copies
+    std::shared_ptr<Known> m_known;
+    LinkKind readLinkKind(const QString &name, bool *ppp);
     std::function<QStringList()> m_modemLinks;
     std::function<std::optional<QList<ManagedLink>>()> m_managedLinks;
     QString m_viewPath;
