@@ -1,11 +1,11 @@
 #include "conntrack.h"
 
-#include <QFile>
+#include "kernelfiles.h"
+
 #include <QHash>
 #include <QLoggingCategory>
 #include <QtEndian>
 
-#include <fcntl.h>
 #include <linux/netfilter/nfnetlink.h>
 #include <linux/netfilter/nfnetlink_conntrack.h>
 #include <linux/netlink.h>
@@ -16,7 +16,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <charconv>
-#include <cstdlib>
 #include <cstring>
 #include <string>
 #include <string_view>
@@ -269,18 +268,11 @@ DumpRead readMessages(const char *buffer, int length, UdpFlows &udp)
 // A small number a sysctl file holds; nothing when it cannot be read.
 std::optional<long long> readSysctl(const QString &path)
 {
-    const int fd = ::open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC);
-    if (fd < 0)
-        return std::nullopt;
-    char text[32];
-    const ssize_t n = ::read(fd, text, sizeof text - 1);
-    ::close(fd);
-    if (n <= 0)
-        return std::nullopt;
-    text[n] = '\0';
-    char *end = nullptr;
-    const long long value = std::strtoll(text, &end, 10);
-    return end != text ? std::optional<long long>(value) : std::nullopt;
+    int error = 0;
+    const QByteArray text = KernelFiles::read(path, &error).trimmed();
+    bool ok = false;
+    const long long value = text.toLongLong(&ok);
+    return error == 0 && ok ? std::optional<long long>(value) : std::nullopt;
 }
 
 } // namespace
