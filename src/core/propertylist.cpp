@@ -275,7 +275,15 @@ private:
         return !name->isEmpty() && (*empty || skip(">"));
     }
 
-    bool endTag(QByteArrayView name) { return skip("</") && skip(name) && skip(">"); }
+    // Whole or not at all: the containers try it before each of their items.
+    bool endTag(QByteArrayView name)
+    {
+        const char *at = m_p;
+        if (skip("</") && skip(name) && skip(">"))
+            return true;
+        m_p = at;
+        return false;
+    }
 
     std::optional<QVariant> element()
     {

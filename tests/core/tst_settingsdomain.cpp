@@ -106,6 +106,8 @@ private slots:
         QTest::newRow("not a character") << doc("<dict><key>a</key><string>\xef\xbf\xbe</string></dict>");
         QTest::newRow("CDATA end in text") << doc("<dict><key>a</key><string>]]></string></dict>");
         QTest::newRow("unknown entity") << doc("<dict><key>a</key><string>&nbsp;</string></dict>");
+        QTest::newRow("end tag without a name")
+            << doc("<dict><key>a</key><array><true/></ <true/></array></dict>");
         QTest::newRow("mismatched end") << doc("<dict><key>a</key><string>x</key></dict>");
         QTest::newRow("bad real") << doc("<dict><key>a</key><real>1,5</real></dict>");
         QTest::newRow("attribute") << doc("<dict><key>a</key><string id=\"1\">x</string></dict>");
