@@ -106,11 +106,11 @@ private slots:
         QCOMPARE(sys.linkKind(QStringLiteral("vpn")), LinkKind::Virtual);
         QVERIFY(!sys.managedLinks());
         // A link is classified once for its life: a new link under the same name is classified anew.
-        writeFile(root.filePath("eth0/ifindex"), "4\n");
         QCOMPARE(sys.linkKind(QStringLiteral("eth0")), LinkKind::Ethernet);
         writeFile(root.filePath("eth0/wireless/.keep"), "");
         QCOMPARE(sys.linkKind(QStringLiteral("eth0")), LinkKind::Ethernet);
-        writeFile(root.filePath("eth0/ifindex"), "9\n");
+        QVERIFY(QDir(root.path()).rename(QStringLiteral("eth0"), QStringLiteral("gone")));
+        writeFile(root.filePath("eth0/wireless/.keep"), "");
         QCOMPARE(sys.linkKind(QStringLiteral("eth0")), LinkKind::WiFi);
         QCOMPARE(sys.interfaceIndex(QStringLiteral("mbim0")), 7);
         QCOMPARE(sys.interfaceIndex(QStringLiteral("absent")), 0);

@@ -16,6 +16,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include <sys/stat.h>
+
 Q_LOGGING_CATEGORY(lcPlatform, "tallymo.platform", QtWarningMsg)
 
 namespace {
@@ -55,7 +57,8 @@ struct LinuxNetworkInterfaces::Known
     QString bootId;
     struct Link
     {
-        int index;
+        dev_t device; // the link's folder in sysfs
+        ino_t inode;
         LinkKind kind;
         bool ppp;
     };
@@ -141,20 +144,27 @@ LinkKind LinuxNetworkInterfaces::linkKind(const QString &name)
         return LinkKind::Loopback;
     if (name.isEmpty() || name.contains(QLatin1Char('/')))
         return LinkKind::Unknown;
-    // A link keeps its kind for its life, and its index is never another's while it lives: the
-    // service classifies each link once instead of at every check.
-    const int index = interfaceIndex(name);
+    // A link keeps its kind for its life, and its folder in sysfs is its own while it lives (a new
+    // link under the same name gets a new one): the service classifies each link once instead of
+    // at every check, and a one-shot sample pays nothing for it.
+    const QString base = m_sysfsNet + QLatin1Char('/') + name;
+    struct stat folder;
+    if (::stat(QFile::encodeName(base).constData(), &folder) != 0 || !S_ISDIR(folder.st_mode))
+        return LinkKind::Unknown;
     std::optional<Known::Link> link;
     {
         const QMutexLocker locker(&m_known->mutex);
         const auto known = m_known->links.constFind(name);
-        if (index > 0 && known != m_known->links.cend() && known->index == index)
+        if (known != m_known->links.cend() && known->device == folder.st_dev && known->inode == folder.st_ino)
             link = *known;
     }
     if (!link) {
-        link = Known::Link{index, LinkKind::Unknown, false};
-        link->kind = readLinkKind(name, &link->ppp);
-        if (index > 0 && link->kind != LinkKind::Unknown) {
+        link = Known::Link{folder.st_dev, folder.st_ino, LinkKind::Unknown, false};
+        bool typed = false;
+        link->kind = readLinkKind(base, name, &link->ppp, &typed);
+        // A link being added shows its folder a moment before its attributes: kept only once
+        // its type could be read.
+        if (typed) {
             const QMutexLocker locker(&m_known->mutex);
             m_known->links.insert(name, *link);
         }
@@ -164,16 +174,14 @@ LinkKind LinuxNetworkInterfaces::linkKind(const QString &name)
     return link->kind;
 }
 
-LinkKind LinuxNetworkInterfaces::readLinkKind(const QString &name, bool *ppp)
+LinkKind LinuxNetworkInterfaces::readLinkKind(const QString &base, const QString &name, bool *ppp,
+                                              bool *typed)
 {
-    const QString base = m_sysfsNet + QLatin1Char('/') + name;
-    if (!QFileInfo(base).isDir())
-        return LinkKind::Unknown;
     QByteArray devtype;
     for (const QByteArray &line : KernelFiles::read(base + QStringLiteral("/uevent")).split('\n'))
         if (line.startsWith("DEVTYPE="))
             devtype = line.mid(8).trimmed();
-    const int type = KernelFiles::read(base + QStringLiteral("/type")).trimmed().toInt();
+    const int type = KernelFiles::read(base + QStringLiteral("/type")).trimmed().toInt(typed);
     if (type == kArphrdLoopback)
         return LinkKind::Loopback;
     if (devtype == "wwan" || type == kArphrdRawIp)

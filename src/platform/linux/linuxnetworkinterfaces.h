@@ -14,7 +14,7 @@
 // serial lines) are virtual. A link with no device of its own (bridge, veth, tun/tap, tunnels) is
 // virtual; one whose USB driver is a phone's tethering (rndis, cdc_ether, cdc_ncm, ipheth) is
 // USB tethering. What NetworkManager says of the links comes from setManagedLinks(). What sysfs says
-// of a link is read once for as long as the link lives (the same name and index).
+// of a link is read once for as long as the link lives (the same name and sysfs folder).
 class LinuxNetworkInterfaces : public NetworkInterfaces
 {
 public:
@@ -53,7 +53,7 @@ private:
     QString m_bootIdFile;
     struct Known; // read once, shared by copies
     std::shared_ptr<Known> m_known;
-    LinkKind readLinkKind(const QString &name, bool *ppp);
+    LinkKind readLinkKind(const QString &base, const QString &name, bool *ppp, bool *typed);
     std::function<QStringList()> m_modemLinks;
     std::function<std::optional<QList<ManagedLink>>()> m_managedLinks;
     QString m_viewPath;
