@@ -192,12 +192,13 @@ std::optional<QVariant> real(const QString &text)
     return ok ? std::optional<QVariant>(QVariant(d)) : std::nullopt;
 }
 
-// The value of an element that holds text, as both readers make it; nothing, and why, when the
-// text is not one of the element's or the element is not one of the format's.
+// The value of an element that holds text, as both readers make it; nothing, and why (when asked),
+// when the text is not one of the element's or the element is not one of the format's.
 std::optional<QVariant> textValue(QAnyStringView tag, const QString &text, QString *why)
 {
     const auto no = [why](const QString &reason) -> std::optional<QVariant> {
-        *why = reason;
+        if (why)
+            *why = reason;
         return std::nullopt;
     };
     if (tag == QLatin1String("string"))
@@ -304,11 +305,17 @@ private:
         }
         if (tag == "true" || tag == "false")
             return empty || endTag(tag) ? std::optional<QVariant>(QVariant(tag == "true")) : std::nullopt;
-        const std::optional<QString> content = empty ? QString() : text();
-        if (!content || (!empty && !endTag(tag)))
-            return std::nullopt;
-        QString why;
-        return textValue(QLatin1StringView(tag), *content, &why);
+        const std::optional<QString> content = textOf(tag, empty);
+        return content ? textValue(QLatin1StringView(tag), *content, nullptr) : std::nullopt;
+    }
+
+    // The text of the element just opened, up to its end tag.
+    std::optional<QString> textOf(QByteArrayView tag, bool empty)
+    {
+        if (empty)
+            return QString();
+        std::optional<QString> content = text();
+        return content && endTag(tag) ? content : std::nullopt;
     }
 
     std::optional<QVariant> dict(bool empty)
@@ -322,10 +329,8 @@ private:
             bool emptyKey = false;
             if (!startTag(&tag, &emptyKey) || tag != "key")
                 return std::nullopt;
-            const std::optional<QString> key = emptyKey ? QString() : text();
-            if (!key || (!emptyKey && !endTag("key")))
-                return std::nullopt;
-            std::optional<QVariant> item = element();
+            const std::optional<QString> key = textOf(tag, emptyKey);
+            std::optional<QVariant> item = key ? element() : std::nullopt;
             if (!item)
                 return std::nullopt;
             map.insert(map.cend(), *key, *item); // written in key order; a repeated key: the last holds
