@@ -49,12 +49,12 @@ ScreenshotRun::ScreenshotRun(Navigator &navigator, QQuickWindow &window, QString
             setSetting(Keys::PREF_THEME_BACKGROUND, qint64(background));
             setSetting(Keys::PREF_THEME_FONT, qint64(font));
             setSetting(Keys::PREF_THEME_COLOR, qint64(color));
-            recompute();
+            showMain();
             m_navigator.main()->becameHidden();
             m_navigator.main()->becameVisible();
         };
     };
-    m_shots.push_back({QStringLiteral("main.png"), nullptr});
+    m_shots.push_back({QStringLiteral("main.png"), [this] { showMain(); }});
     m_shots.push_back({QStringLiteral("display-minimal.png"), theme(1, 0, 0, 0)});
     m_shots.push_back({QStringLiteral("display-standard.png"), theme(0, 0, 0, 0)});
     m_shots.push_back({QStringLiteral("display-complete.png"), theme(2, 0, 0, 0)});
@@ -271,8 +271,11 @@ QObject *ScreenshotRun::openAlone(Navigator::Screen screen, const QString &argum
     return m_navigator.open(screen, argument, false);
 }
 
-void ScreenshotRun::recompute()
+// The main screen alone, its figures read anew. A window that opened wide has the history beside
+// the main screen, and narrowed to the pictures' size it would cover it.
+void ScreenshotRun::showMain()
 {
+    m_navigator.closeAll();
     m_navigator.monitor().figures().readActivePlanValuesNow();
     m_navigator.main()->reloadValues();
 }
@@ -280,7 +283,7 @@ void ScreenshotRun::recompute()
 // A cap that puts the active plan's figures in the forecast state of that ratio (over 1: over the cap).
 void ScreenshotRun::showForecast(double ratio)
 {
-    recompute();
+    showMain();
     UsageMonitor &d = m_navigator.monitor();
     const CurrentValues v = d.figures().values();
     if (!(v.monthCell > 0) || !v.monthEndDate.isValid())
@@ -295,7 +298,7 @@ void ScreenshotRun::showForecast(double ratio)
     setSetting(Keys::PREF_THEME_BACKGROUND, qint64(0));
     setSetting(Keys::PREF_THEME_FONT, qint64(0));
     setSetting(Keys::PREF_THEME_COLOR, qint64(0));
-    recompute();
+    showMain();
 }
 
 void ScreenshotRun::start(std::function<void(const QStringList &, const QString &)> done)

@@ -48,7 +48,7 @@ private:
     // Only the main screen, then `screen` over it.
     QObject *openAlone(Navigator::Screen screen, const QString &argument = QString());
     void showForecast(double ratio);
-    void recompute();
+    void showMain();
 
     Navigator &m_navigator;
     QQuickWindow &m_window;
