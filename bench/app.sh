@@ -6,7 +6,7 @@
 # laptop-sized screen (the window shows the history beside the main screen), the CPU figures on a
 # smaller one, where the window has a phone's proportions (420×820). Xvfb has no vertical
 # blank, so Qt's threaded render loop would draw as fast as it can (about 200 frames a second here);
-# the basic loop keeps to 60, as a real display does.
+# with the basic loop the app asks for frames no faster than the screen's refresh (60 here).
 #   bench/app.sh [build-dir]     (default build-bench, built here in release mode)
 set -euo pipefail
 cd "$(dirname "$0")/.."
