@@ -1,6 +1,7 @@
 // tallymo-widget: the current period for a status bar. Takes its own sample (unless another
 // process is sampling), computes the record from the store, prints it; with --follow, once more
 // after every reload and at least every 15 minutes.
+#include "core/localtime.h"
 #include "core/privatefiles.h"
 #include "core/settingskeys.h"
 #include "core/sharedcode.h"
@@ -126,6 +127,8 @@ int main(int argc, char **argv)
     WidgetOptions options;
     if (const std::optional<int> status = readArguments(app.arguments().mid(1), options))
         return *status;
+    if (!options.follow)
+        LocalTime::readSystemZoneOnce();
 
     LinuxNetworkInterfaces interfaces = LinuxNetworkInterfaces::fromEnvironment();
     SharedCode shared(SharedCode::Services{Paths::container(), &interfaces});

@@ -1,6 +1,7 @@
 // The command line and background service: wires the Linux services into the core and runs a command.
 #include "cli/cli.h"
 #include "core/dispatchqueue.h"
+#include "core/localtime.h"
 #include "core/privatefiles.h"
 #include "core/sharedcode.h"
 #include "core/usagestore.h"
@@ -18,6 +19,7 @@
 #include <QCoreApplication>
 
 #include <cstdio>
+#include <cstring>
 #include <memory>
 #include <unistd.h>
 
@@ -158,6 +160,8 @@ void CommandServices::finish()
 int main(int argc, char **argv)
 {
     PrivateFiles::beginPrivateProcess(false);
+    if (argc < 2 || std::strcmp(argv[1], "daemon") != 0)
+        LocalTime::readSystemZoneOnce();
     // A command waits for its stores and the service does nothing between two checks: the
     // stores' work runs on the main thread, without a second thread's start, stack, malloc arena
     // and hand-offs.

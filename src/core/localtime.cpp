@@ -62,6 +62,12 @@ void refresh()
     lastTz = tz ? QByteArray(tz) : QByteArray();
 }
 
+void readSystemZoneOnce()
+{
+    // The same file the C library reads with TZ unset, and Qt's system zone takes it as unset.
+    ::setenv("TZ", ":/etc/localtime", 0);
+}
+
 int offsetAt(qint64 msecs)
 {
     const time_t t = time_t(floorDiv(msecs, 1000));

@@ -8,6 +8,11 @@ namespace LocalTime {
 
 // Reads the zone again (TZ or the system's zone may have changed since).
 void refresh();
+// For a process that lives for moments: the system's zone is read once. With TZ unset the C library
+// looks at /etc/localtime again at every local-time conversion Qt makes (150 for one history of
+// periods); a process that runs for months leaves TZ unset and follows a change of zone. A TZ of
+// the user's own is kept. Call before a second thread starts.
+void readSystemZoneOnce();
 // The local time's offset from UTC, in seconds, at a moment (ms since the epoch).
 int offsetAt(qint64 msecs);
 
