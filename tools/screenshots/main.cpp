@@ -335,10 +335,13 @@ int main(int argc, char **argv)
     App tallymo(container, replayClock ? *replayClock : Clock::system(), options.folder);
     QQmlApplicationEngine engine;
     QString error;
-    QQuickWindow *window = loadAppWindow(engine, tallymo.navigator, true, &error);
+    // Shown at the pictures' size from the start: a window that opens wide puts the history beside
+    // the main screen, and narrowed it would stay over it.
+    QQuickWindow *window = loadAppWindow(engine, tallymo.navigator, false, &error);
     if (!window)
         fail(error);
     window->resize(options.windowSize);
+    window->show();
 
     std::unique_ptr<ScreenshotRun> run;
     int status = 0;
