@@ -1,7 +1,9 @@
-"""Helpers shared by the end-to-end tests: a temporary container, the tallymo binary, counters."""
+"""Helpers shared by the end-to-end tests: a temporary container, the tallymo binary, counters, and
+network namespaces with a process in each that holds connections."""
 import importlib.util
 import os
 import plistlib
+import select
 import shutil
 import signal
 import sqlite3
@@ -171,22 +173,9 @@ def ip(*args):
     return subprocess.run(["ip", *args], capture_output=True, text=True)
 
 
-def veth_link(ns_a, ns_b, link_a, address_a, link_b, address_b):
-    """A veth pair between two namespaces (addresses with their prefix length), both ends up; the
-    failed step and its error, or None."""
-    for step in [("link", "add", link_a, "netns", ns_a, "type", "veth", "peer", "name", link_b, "netns", ns_b),
-                 ("-n", ns_a, "addr", "add", address_a, "dev", link_a),
-                 ("-n", ns_b, "addr", "add", address_b, "dev", link_b),
-                 ("-n", ns_a, "link", "set", link_a, "up"), ("-n", ns_b, "link", "set", link_b, "up")]:
-        r = ip(*step)
-        if r.returncode != 0:
-            return f"cannot set up the veth pair: ip {' '.join(step)}: {r.stderr.strip()}"
-    return None
-
-
 def veth_pair(ns_a, ns_b, link_a, address_a, link_b, address_b):
-    """Two namespaces, loopbacks up, joined by a veth pair; skips the calling test class with the
-    reason when the kernel refuses."""
+    """Two namespaces, loopbacks up, joined by a veth pair (addresses with their prefix length), both
+    ends up; skips the calling test class with the reason when the kernel refuses."""
     r = ip("netns", "add", ns_a)
     if r.returncode != 0:
         raise unittest.SkipTest(f"network namespaces refused here: {r.stderr.strip()}")
@@ -199,12 +188,73 @@ def veth_pair(ns_a, ns_b, link_a, address_a, link_b, address_b):
             subprocess.run(["ip", "netns", "exec", ns, "sh", "-c",
                             f"echo 1 > /proc/sys/net/ipv6/conf/{scope}/disable_ipv6"],
                            capture_output=True)
-    error = veth_link(ns_a, ns_b, link_a, address_a, link_b, address_b)
-    if error:
-        drop_namespaces(ns_a, ns_b)
-        raise unittest.SkipTest(error)
+    for step in [("link", "add", link_a, "netns", ns_a, "type", "veth", "peer", "name", link_b, "netns", ns_b),
+                 ("-n", ns_a, "addr", "add", address_a, "dev", link_a),
+                 ("-n", ns_b, "addr", "add", address_b, "dev", link_b),
+                 ("-n", ns_a, "link", "set", link_a, "up"), ("-n", ns_b, "link", "set", link_b, "up")]:
+        r = ip(*step)
+        if r.returncode != 0:
+            drop_namespaces(ns_a, ns_b)
+            raise unittest.SkipTest(f"cannot set up the veth pair: ip {' '.join(step)}: {r.stderr.strip()}")
 
 
 def drop_namespaces(*names):
     for name in names:
         ip("netns", "del", name)
+
+
+CHUNK = 1_000_000
+# Holds connections and listeners in one namespace, driven line by line; a listener answers "k" for
+# every CHUNK it receives, so a sender knows the peer has (and has acknowledged) what it sent.
+HUB = """
+import socket, sys, threading
+CHUNK = 1_000_000
+conns = {}
+def drain(c):
+    n = 0
+    while b := c.recv(1 << 16):
+        c.sendall(b"k" * ((n + len(b)) // CHUNK - n // CHUNK))
+        n += len(b)
+def serve(s):
+    while True:
+        threading.Thread(target=drain, args=(s.accept()[0],), daemon=True).start()
+def sock(host):
+    s = socket.socket(socket.AF_INET6 if ":" in host else socket.AF_INET)
+    if ":" in host: s.setsockopt(socket.IPPROTO_IPV6, socket.IPV6_V6ONLY, 0)
+    return s
+for line in sys.stdin:
+    cmd, *a = line.split()
+    if cmd == "listen":
+        s = sock(a[0]); s.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)
+        s.bind((a[0], int(a[1]))); s.listen(8)
+        threading.Thread(target=serve, args=(s,), daemon=True).start()
+    elif cmd == "connect":
+        s = conns[a[0]] = sock(a[1])
+        s.bind(("::" if ":" in a[1] else "0.0.0.0", 0)); s.connect((a[1], int(a[2])))
+    elif cmd == "send":
+        s = conns[a[0]]; s.sendall(b"x" * int(a[1]))
+        for _ in range(int(a[1]) // CHUNK): assert s.recv(1) == b"k"
+    elif cmd == "close":
+        conns.pop(a[0]).close()
+    print("ok", flush=True)
+"""
+
+
+class Hub:
+    """The script above in a namespace; a call sends it one command and waits for its "ok"."""
+
+    def __init__(self, ns):
+        self.proc = subprocess.Popen(["ip", "netns", "exec", ns, "/usr/bin/python3", "-c", HUB], text=True,
+                                     stdin=subprocess.PIPE, stdout=subprocess.PIPE)
+
+    def __call__(self, *command):
+        self.proc.stdin.write(" ".join(map(str, command)) + "\n")
+        self.proc.stdin.flush()
+        if not select.select([self.proc.stdout], [], [], 30)[0] or self.proc.stdout.readline() != "ok\n":
+            raise AssertionError(f"{command} failed")
+
+    def close(self):
+        self.proc.stdin.close()
+        self.proc.kill()
+        self.proc.wait(timeout=10)
+        self.proc.stdout.close()

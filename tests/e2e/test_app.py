@@ -3,16 +3,16 @@ import json
 import os
 import subprocess
 import sys
-import tempfile
 import time
 import unittest
+from pathlib import Path
 
 sys.path.insert(0, os.path.dirname(__file__))
 from support import require  # noqa: E402
 require("xvfb-run", "xauth", "python:dbus")
 import dbus  # noqa: E402
 from session import SessionBus  # noqa: E402
-from support import TALLYMO, Container  # noqa: E402
+from support import TALLYMO, Container, one_error_line  # noqa: E402
 
 APP = os.path.join(os.path.dirname(os.path.dirname(TALLYMO)), "tallymo-app", "tallymo-app")
 SHOTS = os.path.join(os.path.dirname(os.path.dirname(os.path.dirname(TALLYMO))), "tools", "screenshots",
@@ -30,20 +30,21 @@ def problems(stderr):
 
 class Screens(unittest.TestCase):
     def setUp(self):
-        self.c = Container()
+        self.c = self.enterContext(Container())
         self.env = dict(self.c.env, **HEADLESS, XDG_RUNTIME_DIR=self.c.root)
 
-    def tearDown(self):
-        self.c.cleanup()
-
-    def test_pictures_of_every_state_from_the_demo_data(self):
+    def demo(self):
+        """The environment of the demo data, made in a container of its own."""
         demo = os.path.join(self.c.root, "demo")
         self.c.run("demo", demo)
+        return dict(self.env, TALLYMO_CONTAINER=demo)
+
+    def test_pictures_of_every_state_from_the_demo_data(self):
+        env, shots = self.demo(), os.path.join(self.c.root, "shots")
         self.assertFalse(os.path.exists(self.c.path))  # the user's own data is not touched
-        shots = os.path.join(self.c.root, "shots")
-        before = open(os.path.join(demo, "group.zr.qxnext.plist"), "rb").read()
-        p = subprocess.run([SHOTS, shots, "--size", "360x720"], env=dict(self.env, TALLYMO_CONTAINER=demo),
-                           capture_output=True, text=True, timeout=120)
+        settings = Path(env["TALLYMO_CONTAINER"], "group.zr.qxnext.plist")
+        before = settings.read_bytes()
+        p = subprocess.run([SHOTS, shots, "--size", "360x720"], env=env, capture_output=True, text=True, timeout=120)
         self.assertEqual(p.returncode, 0, p.stderr)
         self.assertEqual(problems(p.stderr), [])  # every view loads and binds without a warning
         files = [os.path.basename(f) for f in p.stdout.split()]
@@ -57,21 +58,16 @@ class Screens(unittest.TestCase):
             self.assertIn(name, files)
         # The shared picture is saved beside them, not in the user's picture folder.
         self.assertTrue([f for f in os.listdir(shots) if f.startswith("Tallymo ") and f.endswith(".png")])
-        for f in files:
-            with open(os.path.join(shots, f), "rb") as png:
-                self.assertEqual(png.read(8), b"\x89PNG\r\n\x1a\n")
+        self.assertEqual({Path(shots, f).read_bytes()[:8] for f in files}, {b"\x89PNG\r\n\x1a\n"})
         # The states are pictured on a copy: the user's settings are as they were.
-        self.assertEqual(open(os.path.join(demo, "group.zr.qxnext.plist"), "rb").read(), before)
+        self.assertEqual(settings.read_bytes(), before)
 
     def test_german_texts_in_german(self):
-        demo = os.path.join(self.c.root, "demo")
-        self.c.run("demo", demo)
-        texts = {}
+        env, texts = self.demo(), {}
         for language in ("de", "en"):
-            p = subprocess.run([SHOTS, "--dump-main"],
-                               env=dict(self.env, TALLYMO_CONTAINER=demo, LANGUAGE=language,
-                                        LANG={"de": "de_DE", "en": "en_US"}[language] + ".UTF-8"),
-                               capture_output=True, text=True, timeout=60)
+            locale = {"de": "de_DE", "en": "en_US"}[language] + ".UTF-8"
+            p = subprocess.run([SHOTS, "--dump-main"], capture_output=True, text=True, timeout=60,
+                               env=dict(env, LANGUAGE=language, LANG=locale))
             self.assertEqual(p.returncode, 0, p.stderr)
             texts[language] = p.stdout
         for german, english in (("Tage übrig", "days left"), ("genutzt", "used"), ("Prognose", "forecast"),
@@ -81,10 +77,7 @@ class Screens(unittest.TestCase):
             self.assertNotIn(german, texts["en"])
 
     def test_snow_is_drawn_with_opengl_under_a_display(self):
-        demo = os.path.join(self.c.root, "demo")
-        self.c.run("demo", demo)
-        shots = os.path.join(self.c.root, "shots")
-        env = dict(self.env, TALLYMO_CONTAINER=demo, QT_QPA_PLATFORM="xcb")
+        env, shots = dict(self.demo(), QT_QPA_PLATFORM="xcb"), os.path.join(self.c.root, "shots")
         if "ASAN_OPTIONS" in env:
             # Mesa's GL driver is unloaded at exit with a few allocations kept: the leak checker
             # can no longer name their module, so no suppression can match them.
@@ -150,66 +143,51 @@ class Screens(unittest.TestCase):
         return [l.split("=", 1)[1] for l in p.stdout.splitlines() if l.startswith("lPercent=")][0]
 
 
-class SetupOnATerminalLess(unittest.TestCase):
+class Setup(unittest.TestCase):
+    # Setups refused (a bill day out of range, no cap, no terminal to ask on) leave the widget saying
+    # "not set up"; a setup writes the plan and the usage so far, and the widget shows figures.
     def test_setup_then_widget_shows_figures(self):
-        c = Container()
-        try:
-            p = c.run("setup", "--bill-day", "32", "--cap", "5GB", check=False)
-            self.assertEqual((p.returncode, p.stderr.strip()),
-                             (2, 'tallymo: the bill day must be a whole number from 1 to 31, not "32"'))
-            p = c.run("setup", "--bill-day", "5", "--cap", "0", check=False)
-            self.assertEqual(p.returncode, 2)
-            p = subprocess.run([TALLYMO, "setup"], env=c.env, capture_output=True, text=True, stdin=subprocess.DEVNULL)
-            self.assertEqual(p.returncode, 2)
-            settings = os.path.join(c.path, "group.zr.qxnext.plist")
-            self.assertFalse(os.path.exists(settings) and "PREF_SHOWED_SETUP" in c.settings())
-            w = subprocess.run([WIDGET, "--format", "text"], env=c.env, capture_output=True, text=True)
-            self.assertIn("not set up", w.stdout + w.stderr)
-
-            c.run("setup", "--bill-day", "5", "--cap", "2,5GB", "--used", "300MB")
-            s = c.settings()
-            plan = s["PREF_ALL_PLANS"][s["PREF_ACTIVE_PLAN"]]
-            self.assertTrue(s["PREF_SHOWED_SETUP"])
-            self.assertEqual((plan["PREF_BILLDAY"], plan["PREF_THRES_MONTHLY"]), (5, float(int(2.5 * 1073741824))))
-            self.assertEqual(c.totals()["cellIn"], 300 * 1048576)
-            w = subprocess.run([WIDGET, "--format", "text"], env=c.env, capture_output=True, text=True)
-            self.assertEqual(w.returncode, 0, w.stderr)
-            self.assertNotIn("not set up", w.stdout)
-            self.assertIn("%", w.stdout)
-        finally:
-            c.cleanup()
+        c = self.enterContext(Container())
+        for args in (["--bill-day", "32", "--cap", "5GB"], ["--bill-day", "5", "--cap", "0"], []):
+            one_error_line(self, c.run("setup", *args, check=False, stdin=subprocess.DEVNULL), status=2)
+        w = subprocess.run([WIDGET, "--format", "text"], env=c.env, capture_output=True, text=True)
+        self.assertIn("not set up", w.stdout + w.stderr)
+        c.run("setup", "--bill-day", "5", "--cap", "2,5GB", "--used", "300MB")
+        s = c.settings()
+        plan = s["PREF_ALL_PLANS"][s["PREF_ACTIVE_PLAN"]]
+        self.assertEqual((s["PREF_SHOWED_SETUP"], plan["PREF_BILLDAY"], plan["PREF_THRES_MONTHLY"]),
+                         (True, 5, float(int(2.5 * 1073741824))))
+        self.assertEqual(c.totals()["cellIn"], 300 * 1048576)
+        w = subprocess.run([WIDGET, "--format", "text"], env=c.env, capture_output=True, text=True)
+        self.assertEqual(w.returncode, 0, w.stderr)
+        self.assertNotIn("not set up", w.stdout)
+        self.assertIn("%", w.stdout)
 
 
 class SingleInstance(unittest.TestCase):
     def test_second_start_activates_the_first_and_exits(self):
-        c = Container()
-        try:
-            c.run("setup", "--bill-day", "1", "--cap", "1GB")
-            with SessionBus(notification_server=False) as bus:
-                env = dict(c.env, **HEADLESS, XDG_RUNTIME_DIR=c.root, DBUS_SESSION_BUS_ADDRESS=bus.address)
-                first = subprocess.Popen([APP], env=env, stdout=subprocess.DEVNULL, stderr=subprocess.PIPE, text=True)
-                try:
-                    deadline = time.time() + 20
-                    while not bus.bus.name_has_owner("org.tallymo.Tallymo"):
-                        self.assertIsNone(first.poll(), first.stderr.read() if first.poll() is not None else "")
-                        self.assertLess(time.time(), deadline, "the app never took its name")
-                        time.sleep(0.05)
-                    start = time.time()
-                    second = subprocess.run([APP], env=env, capture_output=True, text=True, timeout=30)
-                    self.assertEqual(second.returncode, 0, second.stderr)
-                    self.assertLess(time.time() - start, 10)
-                    third = subprocess.run([APP, "--action", "SHORTCUTS_THEME"], env=env, capture_output=True,
-                                           text=True, timeout=30)
-                    self.assertEqual(third.returncode, 0, third.stderr)
-                    self.assertIsNone(first.poll())  # the first one runs on
-                    owner = bus.bus.get_name_owner("org.tallymo.Tallymo")
-                    app = dbus.Interface(bus.bus.get_object(owner, "/org/tallymo/Tallymo"), "org.freedesktop.Application")
-                    app.Activate({})
-                finally:
-                    first.terminate()
-                    first.wait(timeout=20)
-        finally:
-            c.cleanup()
+        c = self.enterContext(Container())
+        c.run("setup", "--bill-day", "1", "--cap", "1GB")
+        bus = self.enterContext(SessionBus(notification_server=False))
+        env = dict(c.env, **HEADLESS, XDG_RUNTIME_DIR=c.root, DBUS_SESSION_BUS_ADDRESS=bus.address)
+        first = subprocess.Popen([APP], env=env, stdout=subprocess.DEVNULL, stderr=subprocess.PIPE, text=True)
+        self.addCleanup(first.wait, timeout=20)
+        self.addCleanup(first.terminate)
+        deadline = time.time() + 20
+        while not bus.bus.name_has_owner("org.tallymo.Tallymo"):
+            self.assertIsNone(first.poll(), first.stderr.read() if first.poll() is not None else "")
+            self.assertLess(time.time(), deadline, "the app never took its name")
+            time.sleep(0.05)
+        start = time.time()
+        second = subprocess.run([APP], env=env, capture_output=True, text=True, timeout=30)
+        self.assertEqual(second.returncode, 0, second.stderr)
+        self.assertLess(time.time() - start, 10)
+        third = subprocess.run([APP, "--action", "SHORTCUTS_THEME"], env=env, capture_output=True, text=True,
+                               timeout=30)
+        self.assertEqual(third.returncode, 0, third.stderr)
+        self.assertIsNone(first.poll())  # the first one runs on
+        owner = bus.bus.get_name_owner("org.tallymo.Tallymo")
+        dbus.Interface(bus.bus.get_object(owner, "/org/tallymo/Tallymo"), "org.freedesktop.Application").Activate({})
 
 
 if __name__ == "__main__":

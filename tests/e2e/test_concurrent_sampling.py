@@ -1,6 +1,7 @@
-"""Eight sampling processes at once against one container while the counters grow: every byte of
-growth is stored exactly once. With samplers killed at random, nothing is corrupted and nothing is
-counted twice."""
+"""Eight sampling processes at once against one container while the counters grow, two of them the
+status-bar widget, which takes its own sample: every byte of growth is stored exactly once. With
+samplers killed at random, nothing is corrupted and nothing is counted twice."""
+import contextlib
 import os
 import random
 import signal
@@ -13,23 +14,21 @@ import unittest
 sys.path.insert(0, os.path.dirname(__file__))
 from support import TALLYMO, Container  # noqa: E402
 
-SAMPLERS = 8
+WIDGET = os.path.join(os.path.dirname(os.path.dirname(TALLYMO)), "tallymo-widget", "tallymo-widget")
+SAMPLERS = [[TALLYMO, "sample"]] * 6 + [[WIDGET, "--format", "json"]] * 2
 DURATION = 4.0
 
 
 class ConcurrentSampling(unittest.TestCase):
     def setUp(self):
-        self.c = Container()
+        self.c = self.enterContext(Container())
         self.start = {"wwan0": (1000, 1000), "wlan0": (5000, 7000), "eth0": (1, 1)}
         self.c.write_counters(self.start)
         self.c.run("sample")  # first sample: only remembers the counters
         self.stop = threading.Event()
         self.lock = threading.Lock()
-        self.procs = set()
-        self.outcomes = {"recorded": 0, "skipped": 0, "nothing": 0, "killed": 0}
-
-    def tearDown(self):
-        self.c.cleanup()
+        self.procs, self.failures = set(), []
+        self.outcomes = {"recorded": 0, "skipped": 0, "nothing": 0, "killed": 0, "widget": 0}
 
     def grow(self):
         rng = random.Random(7)
@@ -42,25 +41,20 @@ class ConcurrentSampling(unittest.TestCase):
             time.sleep(0.002)
         self.final = {k: tuple(v) for k, v in cur.items()}
 
-    def sampler(self):
+    def sampler(self, command):
         while not self.stop.is_set():
-            p = subprocess.Popen([TALLYMO, "sample"], env=self.c.env, stdout=subprocess.PIPE,
+            p = subprocess.Popen(command, env=self.c.env, stdout=subprocess.PIPE,
                                  stderr=subprocess.PIPE, text=True)
             with self.lock:
                 self.procs.add(p)
             out, err = p.communicate()
             with self.lock:
                 self.procs.discard(p)
-                if p.returncode < 0:
-                    self.outcomes["killed"] += 1
-                elif p.returncode != 0:
-                    self.fail(f"sample exited {p.returncode}: {err}")
-                elif out.startswith("recorded"):
-                    self.outcomes["recorded"] += 1
-                elif out.startswith("skipped"):
-                    self.outcomes["skipped"] += 1
+                if p.returncode > 0:
+                    self.failures.append(f"{command[0]} exited {p.returncode}: {err}")
                 else:
-                    self.outcomes["nothing"] += 1
+                    self.outcomes["killed" if p.returncode < 0 else "widget" if command[0] == WIDGET else
+                                  next((k for k in ("recorded", "skipped") if out.startswith(k)), "nothing")] += 1
 
     def killer(self):
         rng = random.Random(11)
@@ -69,14 +63,12 @@ class ConcurrentSampling(unittest.TestCase):
             with self.lock:
                 victims = list(self.procs)
             if victims:
-                try:
+                with contextlib.suppress(ProcessLookupError):
                     rng.choice(victims).send_signal(signal.SIGKILL)
-                except ProcessLookupError:
-                    pass
 
     def run_samplers(self, kill):
-        threads = [threading.Thread(target=self.grow)] + [threading.Thread(target=self.sampler)
-                                                          for _ in range(SAMPLERS)]
+        threads = [threading.Thread(target=self.grow)] + [threading.Thread(target=self.sampler, args=(command,))
+                                                          for command in SAMPLERS]
         if kill:
             threads.append(threading.Thread(target=self.killer))
         for t in threads:
@@ -91,12 +83,11 @@ class ConcurrentSampling(unittest.TestCase):
         for t in threads:
             t.join()
         print(f"\n  outcomes: {self.outcomes}", file=sys.stderr)
+        self.assertEqual(self.failures, [])
 
     def growth(self):
-        return {"cellIn": self.final["wwan0"][0] - self.start["wwan0"][0],
-                "cellOut": self.final["wwan0"][1] - self.start["wwan0"][1],
-                "wifiIn": self.final["wlan0"][0] - self.start["wlan0"][0],
-                "wifiOut": self.final["wlan0"][1] - self.start["wlan0"][1]}
+        return {column: self.final[link][i] - self.start[link][i] for column, link, i in
+                [("cellIn", "wwan0", 0), ("cellOut", "wwan0", 1), ("wifiIn", "wlan0", 0), ("wifiOut", "wlan0", 1)]}
 
     def test_every_byte_once(self):
         self.run_samplers(kill=False)
@@ -104,6 +95,7 @@ class ConcurrentSampling(unittest.TestCase):
         totals = self.c.totals()
         self.assertGreater(self.outcomes["recorded"], 20)
         self.assertGreater(self.outcomes["skipped"], 0, "the samplers never overlapped")
+        self.assertGreater(self.outcomes["widget"], 0)
         for key, grown in self.growth().items():
             self.assertEqual(totals[key], grown, key)
         self.assertEqual(totals["integrity"], "ok")

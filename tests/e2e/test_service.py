@@ -2,6 +2,7 @@
 during a background wake-up sends one notification, and D-Bus activation starts it."""
 import json
 import os
+import pathlib
 import signal
 import sqlite3
 import sys
@@ -31,8 +32,7 @@ class BackgroundService(unittest.TestCase):
         with Daemon(self.c.env) as daemon:
             self.assertTrue(self.session.bus.name_has_owner(SERVICE))
             # Positioning and the network library stay unloaded while nothing asks for them.
-            with open(f"/proc/{daemon.proc.pid}/maps") as maps:
-                loaded = maps.read()
+            loaded = pathlib.Path(f"/proc/{daemon.proc.pid}/maps").read_text()
             self.assertIn("libtallymo_sessionbus.so", loaded)
             for library in ("libQt6Positioning", "libQt6Network", "libtallymo_location", "libtallymo_hostnames"):
                 self.assertNotIn(library, loaded)
@@ -66,6 +66,7 @@ class BackgroundService(unittest.TestCase):
             self.assertIn('Run "tallymo store check" in a terminal.', told[0][4])
             self.assertIsNone(daemon.proc.poll())
 
+    # The service's answer, the command's and status's agree.
     def test_show_usage_answers_as_the_command_does(self):
         with Daemon(self.c.env):
             service = self.session.bus.get_object(SERVICE, PATH)
@@ -77,9 +78,17 @@ class BackgroundService(unittest.TestCase):
             self.c.write_counters({"wwan0": (1000 + 300 * 1048576, 1000)})  # not sampled yet
             answer = json.loads(json.dumps(service.ShowUsage(dbus_interface=SERVICE, timeout=20)))
             command = json.loads(self.c.run("intent", "show-usage", "--json").stdout)
+            status = json.loads(self.c.run("status", "--json").stdout)
         self.assertAlmostEqual(answer["percent"], 29.296875, places=3)  # the traffic up to the call
         self.assertTrue(answer.pop("spokenText").startswith("You have used 29 percent of your data."))
         self.assertEqual(answer, command)  # every figure, and the forecast
+        stats = answer["stats"]
+        self.assertEqual((answer["code"], answer["forecast"], stats["forecastString"], stats["forecastCode"]),
+                         (4, status["forecast"], status["forecast"], status["forecastIconCode"]))
+        self.assertEqual((stats["daysLeft"], stats["timeUnit"]), (status["timeLeft"], status["timeUnit"]))
+        self.assertAlmostEqual(answer["percent"], status["monthPercent"], places=9)
+        self.assertAlmostEqual(stats["megabytesLeft"], (status["effectiveDataCap"] - status["monthCell"]) / 1048576,
+                               places=6)
 
 
 def read(path):

@@ -1,9 +1,10 @@
 """The service beside the other processes: a plan switched while it runs, the bill-cycle reminders it
 keeps by itself, and per-address usage whose baseline it shares with `tallymo refresh`."""
+import contextlib
 import json
 import os
+import pathlib
 import re
-import select
 import signal
 import sqlite3
 import subprocess
@@ -15,7 +16,7 @@ sys.path.insert(0, os.path.dirname(__file__))
 from support import require  # noqa: E402
 require("ip")
 from session import SessionBus  # noqa: E402
-from support import TALLYMO, Container, Daemon, drop_namespaces, veth_pair  # noqa: E402
+from support import CHUNK, TALLYMO, Container, Daemon, Hub, drop_namespaces, veth_pair  # noqa: E402
 
 WIDGET = os.path.join(os.path.dirname(os.path.dirname(TALLYMO)), "tallymo-widget", "tallymo-widget")
 REPORT = re.compile(r"  (\w+): .* \| period \S+ → \S+: cell (.+) \((\d+)%\) wifi .*, level (\d+)$")
@@ -92,13 +93,14 @@ class BillCycleReminders(unittest.TestCase):
     """Monthly plan, bill day 1: the reminders of 21:00 and 23:00 on the period's last day."""
 
     def pending(self, c):
-        with open(os.path.join(c.path, "notifications.json")) as f:
-            return {r["identifier"]: r["fireAt"] for r in json.load(f)["pending"]}
+        return {r["identifier"]: r["fireAt"]
+                for r in json.loads(pathlib.Path(c.path, "notifications.json").read_text())["pending"]}
 
     def test_reminders_with_the_service(self):
         cases = [
-            # Nothing but the service, three seconds before 21:00 on 30 November.
-            ("service alone", None, ("UTC", "2026-11-30T20:59:57Z"), None, [REMINDER],
+            # Nothing but two services, started afresh three seconds before 21:00 on 30 November: the
+            # reminder is shown once.
+            ("two services", None, ("UTC", "2026-11-30T20:59:57Z"), None, [REMINDER],
              {H23: "2026-11-30T23:00:00.000Z"}),
             # The service's day is 1 December (UTC+14), the first of its period; a refresh made in
             # Honolulu, where it is still 30 November, asks for 21:00 there, seconds away.
@@ -118,7 +120,9 @@ class BillCycleReminders(unittest.TestCase):
                     c.run("refresh", env=clock(*before))
                     self.assertEqual(self.pending(c), {H21: "2026-11-30T21:00:00.000Z",
                                                        H23: "2026-11-30T23:00:00.000Z"})
-                with Daemon(clock(*start), 1):
+                with contextlib.ExitStack() as services:
+                    for _ in range(2 if name == "two services" else 1):
+                        services.enter_context(Daemon(clock(*start), 1))
                     if request:
                         c.run("refresh", env=clock(*request))
                         self.assertEqual(self.pending(c)[H21], "2026-12-01T07:00:00.000Z")
@@ -134,60 +138,6 @@ class BillCycleReminders(unittest.TestCase):
 # Addresses from the benchmarking range, assigned inside this test's own namespaces only.
 SAMPLER, PEER, PORT = "198.18.78.1", "198.18.78.2", 7078
 NS_A, NS_B = f"tvA{os.getpid()}", f"tvB{os.getpid()}"
-CHUNK = 1_000_000
-# Holds connections and listeners in one namespace, driven line by line; a listener answers "k" for
-# every CHUNK it receives, so a sender knows the peer has (and has acknowledged) what it sent.
-HUB = """
-import socket, sys, threading
-CHUNK = 1_000_000
-conns = {}
-def drain(c):
-    n = 0
-    while b := c.recv(1 << 16):
-        c.sendall(b"k" * ((n + len(b)) // CHUNK - n // CHUNK))
-        n += len(b)
-def serve(s):
-    while True:
-        threading.Thread(target=drain, args=(s.accept()[0],), daemon=True).start()
-def sock(host):
-    s = socket.socket(socket.AF_INET6 if ":" in host else socket.AF_INET)
-    if ":" in host: s.setsockopt(socket.IPPROTO_IPV6, socket.IPV6_V6ONLY, 0)
-    return s
-for line in sys.stdin:
-    cmd, *a = line.split()
-    if cmd == "listen":
-        s = sock(a[0]); s.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)
-        s.bind((a[0], int(a[1]))); s.listen(8)
-        threading.Thread(target=serve, args=(s,), daemon=True).start()
-    elif cmd == "connect":
-        s = conns[a[0]] = sock(a[1])
-        s.bind(("::" if ":" in a[1] else "0.0.0.0", 0)); s.connect((a[1], int(a[2])))
-    elif cmd == "send":
-        s = conns[a[0]]; s.sendall(b"x" * int(a[1]))
-        for _ in range(int(a[1]) // CHUNK): assert s.recv(1) == b"k"
-    print("ok", flush=True)
-"""
-
-
-
-class Hub:
-    def __init__(self, ns):
-        self.proc = subprocess.Popen(["ip", "netns", "exec", ns, "/usr/bin/python3", "-c", HUB], text=True,
-                                     stdin=subprocess.PIPE, stdout=subprocess.PIPE)
-
-    def __call__(self, *command):
-        self.proc.stdin.write(" ".join(map(str, command)) + "\n")
-        self.proc.stdin.flush()
-        if not select.select([self.proc.stdout], [], [], 30)[0] or self.proc.stdout.readline() != "ok\n":
-            raise AssertionError(f"{command} failed")
-
-    def close(self):
-        self.proc.stdin.close()
-        self.proc.kill()
-        self.proc.wait(timeout=10)
-        self.proc.stdout.close()
-
-
 class PerAddress(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
@@ -240,9 +190,14 @@ class PerAddress(unittest.TestCase):
             self.me("send", "long", CHUNK)
             self.refresh()
             self.assertGrew(before, 2 * CHUNK)  # counted from the service's last read
+            # A second connection to the same peer, opened and closed between two of the service's
+            # checks: it counts with its final total.
+            self.me("connect", "short", PEER, PORT)
+            self.me("send", "short", CHUNK)
+            self.me("close", "short")
             daemon.proc.send_signal(signal.SIGCONT)
             daemon.checks(2)
-        self.assertGrew(before, 2 * CHUNK)
+        self.assertGrew(before, 3 * CHUNK)
 
     # A dual-stack socket's IPv4 peer is that IPv4 address; a dual-stack loopback peer is not counted.
     def test_dual_stack_peers(self):
