@@ -192,14 +192,13 @@ void quitWhenIdle(QTimer &idle, SearchProviders &search, QQuickWindow *window)
     idle.start();
 }
 
-// The notifications, badge and modem links, where the desktop module loads.
-std::unique_ptr<DesktopServices> loadDesktop(SharedCode &shared, LinuxNetworkInterfaces &interfaces)
+// The notifications and badge, where the desktop module loads.
+std::unique_ptr<DesktopServices> loadDesktop(SharedCode &shared)
 {
     QString errors;
     std::unique_ptr<DesktopServices> desktop =
         DesktopModule::load(shared.containerURL(), shared.clock(), &errors);
     if (desktop) {
-        interfaces.setModemLinks([d = desktop.get()] { return d->modemDataLinks(); });
         WidgetHelper::setCenter(desktop->widgetCenter(shared));
     } else {
         std::fprintf(stderr, "tallymo-app: desktop services unavailable (no notifications or badge):%s\n",
@@ -218,7 +217,7 @@ struct Core
     {
         if (const QString error = shared.userPref().loadError(); !error.isEmpty())
             fail(error); // never go on with defaults over the user's file
-        desktop = loadDesktop(shared, interfaces);
+        desktop = loadDesktop(shared);
         monitor.setServices(UsageMonitor::Services::from(desktop.get(), &tasks));
         icons.changed = [](const QString &name) { QGuiApplication::setWindowIcon(iconFor(name)); };
         QGuiApplication::setWindowIcon(iconFor(icons.alternateIconName()));

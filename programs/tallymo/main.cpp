@@ -123,8 +123,6 @@ Cli::Services &CommandServices::desktopServices()
     if (!m_desktopLoaded) {
         m_desktopLoaded = true;
         m_desktop = loadDesktopServices(*m_shared);
-        if (m_desktop) // a PPP link is cellular when it is a connected modem's
-            m_interfaces.setModemLinks([d = m_desktop.get()] { return d->modemDataLinks(); });
         if (m_desktop)
             WidgetHelper::setCenter(m_desktop->widgetCenter(*m_shared));
         m_monitor->setServices(UsageMonitor::Services::from(m_desktop.get(), &m_tasks));

@@ -158,9 +158,6 @@ public:
     virtual bool pushToBackgroundService() = 0;
     virtual WatchSession *watch() = 0;
     virtual HostNameResolver *hostNames() = 0;
-    // The data links (interface names) of the modems that are connected now, as the modem manager
-    // reports them; empty when none or when it cannot be asked. Safe on any thread.
-    virtual QStringList modemDataLinks() = 0;
     // Runs `changed` (on this thread) whenever what a link counts as may have changed: the
     // connection manager's devices, connections or metered verdicts. False when nothing can be
     // listened to.

@@ -88,7 +88,7 @@ bool SessionDesktop::watchNetworkChanges(std::function<void()> changed)
     return m_networkWatch->listening();
 }
 
-QStringList SessionDesktop::modemDataLinks()
+void tallymo_modem_data_links(QStringList *links)
 {
-    return ModemManagerLinks::connected(QDBusConnection::systemBus());
+    *links = ModemManagerLinks::connected(QDBusConnection::systemBus());
 }

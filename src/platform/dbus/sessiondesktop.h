@@ -30,7 +30,6 @@ public:
     bool pushToBackgroundService() override;
     WatchSession *watch() override { return &m_watch; }
     HostNameResolver *hostNames() override { return &m_hostNames; }
-    QStringList modemDataLinks() override;
     bool watchNetworkChanges(std::function<void()> changed) override;
     WidgetCenter *widgetCenter(SharedCode &shared) override;
     bool startWatchCompanion(bool follow, bool complication,
@@ -55,3 +54,6 @@ private:
 // The entry point of the loadable desktop module.
 extern "C" Q_DECL_EXPORT DesktopServices *tallymo_desktop_services(const QString &container,
                                                                    const Clock &clock);
+// The data links of the modems connected now (see ModemManagerLinks), for the interfaces of any
+// program: asked only while a PPP link is present.
+extern "C" Q_DECL_EXPORT void tallymo_modem_data_links(QStringList *links);

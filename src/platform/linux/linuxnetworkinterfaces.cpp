@@ -49,6 +49,25 @@ std::optional<QList<ManagedLink>> askNetworkManager()
     return links;
 }
 
+// The data links of connected modems, from the modem manager through the session-bus module
+// (which has the bus library): loaded the first time a PPP link is seen, so most machines never do.
+QStringList askModemManager()
+{
+    using Read = void (*)(QStringList *);
+    static const Read read = [] {
+        QString errors;
+        const auto f = reinterpret_cast<Read>(DesktopModule::resolve(QStringLiteral("tallymo_sessionbus"),
+                                                                     "tallymo_modem_data_links", &errors));
+        if (!f)
+            qCWarning(lcPlatform, "the modem manager cannot be asked:%s", qPrintable(errors));
+        return f;
+    }();
+    QStringList links;
+    if (read)
+        read(&links);
+    return links;
+}
+
 } // namespace
 
 struct LinuxNetworkInterfaces::Known
@@ -78,6 +97,7 @@ LinuxNetworkInterfaces LinuxNetworkInterfaces::fromEnvironment()
         qEnvironmentVariable("TALLYMO_BOOT_ID_FILE", QStringLiteral("/proc/sys/kernel/random/boot_id"));
     LinuxNetworkInterfaces interfaces(proc, sysfs, boot);
     interfaces.setManagedLinks(askNetworkManager);
+    interfaces.setModemLinks(askModemManager);
     interfaces.setSharedViewPath(PrivateFiles::runtimeFolder() + QStringLiteral("/networkmanager-view.json"));
     return interfaces;
 }

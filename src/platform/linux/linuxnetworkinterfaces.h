@@ -31,7 +31,8 @@ public:
     QString networkNamespace() override;
     QString bootId() override;
 
-    // The data links of connected modems, asked only when a PPP link is present (none by default).
+    // The data links of connected modems, asked only when a PPP link is present (fromEnvironment asks
+    // the modem manager; none otherwise).
     void setModemLinks(std::function<QStringList()> modemLinks) { m_modemLinks = std::move(modemLinks); }
     // The connection manager's view of the links (none by default).
     void setManagedLinks(std::function<std::optional<QList<ManagedLink>>()> managedLinks)
