@@ -32,7 +32,19 @@ QDateTime at(int day, int hour, int minute)
     return QDateTime(QDate(2026, 3, day), QTime(hour, minute));
 }
 
+// A plan type and bill day, the moment, the cap and what was received in the period (besides Wi-Fi,
+// which never counts), and the figures expected.
+struct StatsCase
+{
+    int type, billDay;
+    QDateTime now;
+    double cap, cell, percent, left;
+    qint64 days;
+};
+
 } // namespace
+
+Q_DECLARE_METATYPE(StatsCase)
 
 class TestWidget : public QObject
 {
@@ -43,61 +55,43 @@ private slots:
 
     void stats_data()
     {
-        QTest::addColumn<int>("type");
-        QTest::addColumn<int>("billDay");
-        QTest::addColumn<QDateTime>("now");
-        QTest::addColumn<double>("cap");
-        QTest::addColumn<double>("cell"); // received in the period (plus 0 sent, and Wi-Fi that never counts)
-        QTest::addColumn<double>("percent");
-        QTest::addColumn<double>("left");
-        QTest::addColumn<qint64>("days");
-        QTest::newRow("no events") << 0 << 1 << at(10, 14, 25) << 1000.0 << 0.0 << 0.0 << 1000.0
-                                   << qint64(22);
-        QTest::newRow("cap 0") << 0 << 1 << at(10, 14, 25) << 0.0 << 500.0 << 0.0 << 0.0 << qint64(22);
-        QTest::newRow("above the cap")
-            << 0 << 1 << at(10, 14, 25) << 1000.0 << 3000.0 << 300.0 << 0.0 << qint64(22);
-        QTest::newRow("daily at 23:30")
-            << 4 << 1 << at(10, 23, 30) << 1000.0 << 250.0 << 25.0 << 750.0 << qint64(1);
-        QTest::newRow("daily at 00:10")
-            << 4 << 1 << at(10, 0, 10) << 1000.0 << 250.0 << 25.0 << 750.0 << qint64(24);
+        QTest::addColumn<StatsCase>("c");
+        QTest::newRow("no events") << StatsCase{0, 1, at(10, 14, 25), 1000, 0, 0, 1000, 22};
+        QTest::newRow("cap 0") << StatsCase{0, 1, at(10, 14, 25), 0, 500, 0, 0, 22};
+        QTest::newRow("above the cap") << StatsCase{0, 1, at(10, 14, 25), 1000, 3000, 300, 0, 22};
+        QTest::newRow("daily at 23:30") << StatsCase{4, 1, at(10, 23, 30), 1000, 250, 25, 750, 1};
+        QTest::newRow("daily at 00:10") << StatsCase{4, 1, at(10, 0, 10), 1000, 250, 25, 750, 24};
         QTest::newRow("monthly ending tomorrow, early")
-            << 0 << 11 << at(10, 0, 0) << 1000.0 << 0.0 << 0.0 << 1000.0 << qint64(1);
+            << StatsCase{0, 11, at(10, 0, 0), 1000, 0, 0, 1000, 1};
         QTest::newRow("monthly ending tomorrow, late")
-            << 0 << 11 << at(10, 23, 59) << 1000.0 << 0.0 << 0.0 << 1000.0 << qint64(1);
+            << StatsCase{0, 11, at(10, 23, 59), 1000, 0, 0, 1000, 1};
     }
 
     void stats()
     {
-        QFETCH(int, type);
-        QFETCH(int, billDay);
-        QFETCH(QDateTime, now);
-        QFETCH(double, cap);
-        QFETCH(double, cell);
-        QFETCH(double, percent);
-        QFETCH(double, left);
-        QFETCH(qint64, days);
-        TestContainer c(now);
-        auto shared = c.openPlan();
-        shared->setForPlan(QString(), Keys::PREF_BILLTYPE, type);
+        QFETCH(StatsCase, c);
+        TestContainer box(c.now);
+        auto shared = box.openPlan();
+        shared->setForPlan(QString(), Keys::PREF_BILLTYPE, c.type);
         shared->setForPlan(QString(), Keys::PREF_NDAYS_N, 1);
         shared->setForPlan(QString(), Keys::PREF_30DAY_START, QDateTime(QDate(2026, 1, 1), QTime()));
-        shared->setForPlan(QString(), Keys::PREF_BILLDAY, billDay);
-        shared->setForPlan(QString(), Keys::PREF_THRES_MONTHLY, cap);
+        shared->setForPlan(QString(), Keys::PREF_BILLDAY, c.billDay);
+        shared->setForPlan(QString(), Keys::PREF_THRES_MONTHLY, c.cap);
         auto ctx = shared->activeStore();
         const QVariantMap s = onQueue(*ctx, [&] {
-            if (cell > 0)
-                ctx->insertEvent(Event{now, cell, 0, 777, 1});
-            ctx->insertEvent(Event{now.addDays(-40), 12345}); // an earlier period
+            if (c.cell > 0)
+                ctx->insertEvent(Event{c.now, c.cell, 0, 777, 1});
+            ctx->insertEvent(Event{c.now.addDays(-40), 12345}); // an earlier period
             ctx->save();
             return WidgetStats::computeWidgetStats(*shared, ctx.get());
         });
         QCOMPARE(QSet<QString>(s.keyBegin(), s.keyEnd()),
                  (QSet<QString>{WStats::F_RATIO, WStats::PERCENT, WStats::USED, WStats::LEFT, WStats::DAYS}));
-        QCOMPARE(s.value(WStats::USED).toDouble(), cell);
-        QCOMPARE(s.value(WStats::PERCENT).toDouble(), percent);
-        QCOMPARE(s.value(WStats::LEFT).toDouble(), left);
+        QCOMPARE(s.value(WStats::USED).toDouble(), c.cell);
+        QCOMPARE(s.value(WStats::PERCENT).toDouble(), c.percent);
+        QCOMPARE(s.value(WStats::LEFT).toDouble(), c.left);
         QVERIFY(!std::signbit(s.value(WStats::LEFT).toDouble()));
-        QCOMPARE(s.value(WStats::DAYS).toLongLong(), days);
+        QCOMPARE(s.value(WStats::DAYS).toLongLong(), c.days);
     }
 
     void coordinateForTheWidget()

@@ -166,19 +166,17 @@ private slots:
     {
         QTest::addColumn<QString>("path");
         QTest::addColumn<QString>("error");
-        QTest::addColumn<int>("atLeastMs");
-        QTest::newRow("a tile") << "3/4/2.png" << QString() << 0;
-        QTest::newRow("50 MB of no stated length")
-            << "huge/3/4/2.png" << QStringLiteral("the tile is larger than 2097152 bytes") << 0;
-        QTest::newRow("a kilobyte every 50 ms, never ending")
-            << "endless/3/4/2.png" << QStringLiteral("no whole tile within 15 s") << TileDownload::kMaxMillis;
+        QTest::newRow("a tile") << "3/4/2.png" << QString();
+        QTest::newRow("50 MB of no stated length") << "huge/3/4/2.png"
+                                                   << "the tile is larger than 2097152 bytes";
+        QTest::newRow("a kilobyte every 50 ms, never ending") << "endless/3/4/2.png"
+                                                              << "no whole tile within 15 s";
     }
 
     void tileLimits()
     {
         QFETCH(QString, path);
         QFETCH(QString, error);
-        QFETCH(int, atLeastMs);
         QProcess server;
         server.start(QStringLiteral("/usr/bin/python3"), {QStringLiteral(TESTS_DIR "/e2e/tileserver.py")});
         QVERIFY(server.waitForStarted() && server.waitForReadyRead(5000));
@@ -188,8 +186,6 @@ private slots:
         });
         const QString port = QString::fromLatin1(server.readLine()).trimmed();
         QNetworkAccessManager network;
-        QElapsedTimer took;
-        took.start();
         QByteArray body;
         QString why = QStringLiteral("unfinished");
         auto *download = TileDownload::start(
@@ -201,8 +197,6 @@ private slots:
         });
         QTRY_VERIFY_WITH_TIMEOUT(why != QStringLiteral("unfinished"), TileDownload::kMaxMillis + 5000);
         QCOMPARE(why, error);
-        QVERIFY(took.elapsed() >= atLeastMs);
-        QVERIFY(took.elapsed() < atLeastMs + 3000);
         QCOMPARE(body.isEmpty(), !error.isEmpty());
         if (error.isEmpty()) {
             QString decodeError;

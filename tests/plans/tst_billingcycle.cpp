@@ -20,6 +20,14 @@ QString withOffset(const QDateTime &t)
     return l.toOffsetFromUtc(l.offsetFromUtc()).toString(Qt::ISODate);
 }
 
+struct PeriodCase
+{
+    QByteArray zone;
+    int type;
+    qint64 value; // bill day, N, or week start
+    QString anchor, date, start, end;
+};
+
 // A row of periods(): the zone, the plan type and its value, the anchor of a period of days, the
 // moment asked about, and the period expected (a bare date: midnight UTC; none: any period around the
 // moment, of at most ten years).
@@ -30,8 +38,8 @@ void period(const char *name, const char *zone, int type, qint64 value, const ch
         const QString s = QString::fromLatin1(t);
         return s.size() == 10 ? s + QStringLiteral("T00:00:00Z") : s;
     };
-    QTest::newRow(name) << QByteArray(zone) << type << value << QString::fromLatin1(anchor)
-                        << QString::fromLatin1(date) << bound(start) << bound(end);
+    QTest::newRow(name) << PeriodCase{
+        zone, type, value, QString::fromLatin1(anchor), QString::fromLatin1(date), bound(start), bound(end)};
 }
 
 // Sets the plan's type and the value that type reads: the bill day, N, or the week start.
@@ -46,6 +54,8 @@ void setLength(SharedCode &shared, int type, const QVariant &value)
 
 } // namespace
 
+Q_DECLARE_METATYPE(PeriodCase)
+
 class TestBillingCycle : public QObject
 {
     Q_OBJECT
@@ -53,13 +63,7 @@ class TestBillingCycle : public QObject
 private slots:
     void periods_data()
     {
-        QTest::addColumn<QByteArray>("zone");
-        QTest::addColumn<int>("type");
-        QTest::addColumn<qint64>("value"); // bill day, N, or week start
-        QTest::addColumn<QString>("anchor");
-        QTest::addColumn<QString>("date");
-        QTest::addColumn<QString>("start");
-        QTest::addColumn<QString>("end");
+        QTest::addColumn<PeriodCase>("c");
         const char *utc = "UTC";
 
         // Monthly on a bill day, clamped to the end of shorter months.
@@ -194,16 +198,11 @@ private slots:
 
     void periods()
     {
-        QFETCH(QByteArray, zone);
-        QFETCH(int, type);
-        QFETCH(qint64, value);
-        QFETCH(QString, anchor);
-        QFETCH(QString, date);
-        QFETCH(QString, start);
-        QFETCH(QString, end);
+        QFETCH(PeriodCase, c);
+        const auto &[zone, type, value, anchor, date, start, end] = c;
         ZoneScope tz(zone);
-        TestContainer c;
-        auto shared = c.openPlan();
+        TestContainer box;
+        auto shared = box.openPlan();
         setLength(*shared, type, value);
         if (!anchor.isEmpty())
             shared->setForPlan(QString(), Keys::PREF_30DAY_START, local(anchor));

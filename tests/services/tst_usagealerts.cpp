@@ -170,53 +170,47 @@ private slots:
         QVERIFY(w.center.removed.isEmpty()); // background computations leave the reminders alone
     }
 
-    void foregroundAlertNeedsTheRootScreen_data()
+    // In the foreground a rise alerts on the root screen only, when setup is done and nothing is
+    // presented; each computation cancels the bill-cycle reminders and schedules them again, for the
+    // period's last day until 21:00 on it, then for the next period's.
+    void foregroundAlertAndReminders_data()
     {
+        QTest::addColumn<QDateTime>("now");
         QTest::addColumn<bool>("setupDone");
         QTest::addColumn<bool>("presenting");
         QTest::addColumn<bool>("shown");
-        QTest::newRow("shown") << true << false << true;
-        QTest::newRow("before setup") << false << false << false;
-        QTest::newRow("while presenting") << true << true << false;
+        QTest::addColumn<QDate>("lastDay");
+        const QDateTime now(QDate(2026, 3, 10), QTime(14, 25));
+        const QDate march31(2026, 3, 31);
+        QTest::newRow("shown") << now << true << false << true << march31;
+        QTest::newRow("before setup") << now << false << false << false << march31;
+        QTest::newRow("while presenting") << now << true << true << false << march31;
+        QTest::newRow("20:59 on the last day")
+            << QDateTime(march31, QTime(20, 59)) << true << false << true << march31;
+        QTest::newRow("21:00 on the last day: the next cycle's")
+            << QDateTime(march31, QTime(21, 0)) << true << false << true << QDate(2026, 4, 30);
     }
 
-    void foregroundAlertNeedsTheRootScreen()
+    void foregroundAlertAndReminders()
     {
+        QFETCH(QDateTime, now);
         QFETCH(bool, setupDone);
         QFETCH(bool, presenting);
         QFETCH(bool, shown);
-        World w;
+        QFETCH(QDate, lastDay);
+        World w(now);
         FakeRoot root;
         root.presenting = presenting;
         w.monitor.setRootController(&root);
         w.shared->userPref().setValue(Keys::PREF_SHOWED_SETUP, setupDone);
         w.use(70.5 * MB, false);
-        QCOMPARE(w.center.added.size(), 2); // the bill-cycle pair only, no notification
         QCOMPARE(root.alerts.size(), shown ? 1 : 0);
         if (shown)
             QVERIFY(root.alerts[0].message.contains(QStringLiteral("70%")));
-    }
-
-    void billCycleReminders_data()
-    {
-        QTest::addColumn<QDateTime>("now");
-        QTest::addColumn<QDate>("lastDay");
-        QTest::newRow("20:59 on the last day")
-            << QDateTime(QDate(2026, 3, 31), QTime(20, 59)) << QDate(2026, 3, 31);
-        QTest::newRow("21:00 on the last day: the next cycle's")
-            << QDateTime(QDate(2026, 3, 31), QTime(21, 0)) << QDate(2026, 4, 30);
-    }
-
-    void billCycleReminders()
-    {
-        QFETCH(QDateTime, now);
-        QFETCH(QDate, lastDay);
-        World w(now);
-        w.use(0, false);
         QCOMPARE(w.center.removed, (QList<QStringList>{{QStringLiteral("qx.noti.billalert.2100"),
                                                         QStringLiteral("qx.noti.billalert.2300")}}));
-        QCOMPARE(w.center.added.size(), 2);
-        for (int i = 0; i < 2; ++i) { // the two it cancelled, scheduled again
+        QCOMPARE(w.center.added.size(), 2); // the reminders only: no notification in the foreground
+        for (int i = 0; i < 2; ++i) {       // the two it cancelled, scheduled again
             QCOMPARE(w.center.added[i].identifier, w.center.removed[0][i]);
             QCOMPARE(w.center.added[i].trigger, NotificationRequest::Trigger::AtCalendarHour);
             QCOMPARE(w.center.added[i].date, lastDay);
