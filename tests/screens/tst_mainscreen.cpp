@@ -78,49 +78,49 @@ QString plain(QString html)
         .replace(QStringLiteral("&amp;"), QStringLiteral("&"));
 }
 
+// The theme's font, colour and background, and the percentage's colour and outline and whether the
+// gradient behind it turns black.
+struct Colours
+{
+    int font, color, background;
+    QColor percent;
+    bool outlined, blackGradient;
+};
+
 } // namespace
+
+Q_DECLARE_METATYPE(Colours)
 
 class TestMainScreen : public QObject
 {
     Q_OBJECT
 
 private slots:
-    void percentRoundsHalfToEven_data()
+    // The percentage: rounded half to even, read out with its sign, in a size that steps with the
+    // window's width.
+    void percentLabel_data()
     {
         QTest::addColumn<double>("percent");
         QTest::addColumn<QString>("shown");
-        QTest::newRow("42.5") << 42.5 << "42";
-        QTest::newRow("43.5") << 43.5 << "44";
-        QTest::newRow("99.6") << 99.6 << "100";
-        QTest::newRow("150") << 150.0 << "150";
+        QTest::addColumn<double>("width");
+        QTest::addColumn<int>("size");
+        QTest::newRow("42.5") << 42.5 << "42" << 374.9 << 130;
+        QTest::newRow("43.5") << 43.5 << "44" << 375.0 << 156;
+        QTest::newRow("99.6") << 99.6 << "100" << 413.0 << 156;
+        QTest::newRow("150") << 150.0 << "150" << 414.0 << 169;
     }
-    void percentRoundsHalfToEven()
+    void percentLabel()
     {
         QFETCH(double, percent);
         QFETCH(QString, shown);
+        QFETCH(double, width);
+        QFETCH(int, size);
         Screen s;
         s.setPercent(percent);
         s.use(1073741824.0);
         MainScreenController &c = s.show();
         QCOMPARE(c.percentText(), shown);
         QCOMPARE(c.percentAccessible(), shown + QStringLiteral("% used"));
-    }
-
-    void widthFactors_data()
-    {
-        QTest::addColumn<double>("width");
-        QTest::addColumn<int>("size");
-        QTest::newRow("374.9") << 374.9 << 130;
-        QTest::newRow("375") << 375.0 << 156;
-        QTest::newRow("413") << 413.0 << 156;
-        QTest::newRow("414") << 414.0 << 169;
-    }
-    void widthFactors()
-    {
-        QFETCH(double, width);
-        QFETCH(int, size);
-        Screen s;
-        MainScreenController &c = s.show();
         c.setViewWidth(width);
         QCOMPARE(c.percentFont().pixelSize(), size);
     }
@@ -178,43 +178,31 @@ private slots:
 
     void colours_data()
     {
-        QTest::addColumn<int>("font");
-        QTest::addColumn<int>("color");
-        QTest::addColumn<int>("background");
-        QTest::addColumn<QColor>("percent");
-        QTest::addColumn<bool>("outlined");
-        QTest::addColumn<bool>("blackGradient");
+        QTest::addColumn<Colours>("t");
         const QColor white(Qt::white), safe(0x98, 0xD9, 0x57); // the forecast's colour, safe
-        QTest::newRow("default") << 0 << 0 << 0 << white << false << false;
-        QTest::newRow("donkey") << 13 << 18 << 0 << QColor(0, 255, 255) << true << false;
-        QTest::newRow("snow") << 14 << 19 << 1 << white << false << false;
+        QTest::newRow("default") << Colours{0, 0, 0, white, false, false};
+        QTest::newRow("donkey") << Colours{13, 18, 0, QColor(0, 255, 255), true, false};
+        QTest::newRow("snow") << Colours{14, 19, 1, white, false, false};
         // Black background: black gradient, the bright form of the forecast colour.
-        QTest::newRow("black") << 0 << 0 << 1
-                               << QColor::fromHsvF(safe.hsvHueF(), safe.hsvSaturationF(),
-                                                   std::min(1.0f, safe.valueF() * 1.1f))
-                               << false << true;
-        QTest::newRow("palette 20") << 0 << 20 << 0 << white << false << true;
+        const QColor bright =
+            QColor::fromHsvF(safe.hsvHueF(), safe.hsvSaturationF(), std::min(1.0f, safe.valueF() * 1.1f));
+        QTest::newRow("black") << Colours{0, 0, 1, bright, false, true};
+        QTest::newRow("palette 20") << Colours{0, 20, 0, white, false, true};
     }
     void colours()
     {
-        QFETCH(int, font);
-        QFETCH(int, color);
-        QFETCH(int, background);
-        QFETCH(QColor, percent);
-        QFETCH(bool, outlined);
-        QFETCH(bool, blackGradient);
+        QFETCH(Colours, t);
         Screen s;
         s.use(1000);
         SettingsDomain &pref = s.shared->userPref();
-        pref.setValue(Keys::PREF_THEME_FONT, qint64(font));
-        pref.setValue(Keys::PREF_THEME_COLOR, qint64(color));
-        pref.setValue(Keys::PREF_THEME_BACKGROUND, qint64(background));
+        pref.setValue(Keys::PREF_THEME_FONT, qint64(t.font));
+        pref.setValue(Keys::PREF_THEME_COLOR, qint64(t.color));
+        pref.setValue(Keys::PREF_THEME_BACKGROUND, qint64(t.background));
         MainScreenController &c = s.show();
         c.becameVisible();
-        QCOMPARE(c.percentColor().rgb(), percent.rgb());
-        QCOMPARE(c.percentOutlined(), outlined);
-        const QColor middle = c.gradientColors().at(7).value<QColor>();
-        QCOMPARE(middle.rgb() == QColor(Qt::black).rgb(), blackGradient);
+        QCOMPARE(c.percentColor().rgb(), t.percent.rgb());
+        QCOMPARE(c.percentOutlined(), t.outlined);
+        QCOMPARE(c.gradientColors().at(7).value<QColor>().rgb() == QColor(Qt::black).rgb(), t.blackGradient);
     }
 
     void swipes_data()
@@ -370,9 +358,8 @@ private slots:
         std::unique_ptr<QObject> made(navigator.create(Navigator::Export));
         auto *e = qobject_cast<ExportController *>(made.get());
         QVERIFY(e);
-        QSignalSpy leave(e, &ExportController::leave);
-        QSignalSpy alert(e, &ExportController::alert);
-        QSignalSpy exported(e, &ExportController::exported);
+        QSignalSpy leave(e, &ExportController::leave), alert(e, &ExportController::alert),
+            exported(e, &ExportController::exported);
         e->tapRow(0); // nothing stored yet
         QCOMPARE(e->runningRow(), 0);
         e->tapRow(1); // ignored while one runs
@@ -387,9 +374,8 @@ private slots:
         const QString path = exported.at(0).at(0).toString();
         QVERIFY2(path.startsWith(data.filePath(QStringLiteral("Documents/Tallymo export "))),
                  qPrintable(path));
-        QFile file(path);
-        QVERIFY(file.open(QIODevice::ReadOnly));
-        QVERIFY(file.readAll().contains(",1000,0,2000,0]"));
+        QFile file(path); // the active plan's usage
+        QVERIFY(file.open(QIODevice::ReadOnly) && file.readAll().contains(",1000,0,2000,0]"));
 
         // With a mail program the screen asks: Email, Save… or Cancel. Saved to the chosen file,
         // nothing is mailed; a place that is not on this computer is refused.
@@ -458,26 +444,17 @@ private slots:
         }
     }
 
-    void parallaxFollowsTiltAgainstIt_data()
-    {
-        QTest::addColumn<double>("y");
-        QTest::addColumn<double>("z");
-        QTest::addColumn<double>("tilt");
-        QTest::newRow("upright") << 9.81 << 0.0 << -1.0;
-        QTest::newRow("45 degrees") << 6.9367 << 6.9367 << 0.0;
-        QTest::newRow("flat") << 0.0 << 9.81 << 1.0;
-        QTest::newRow("face down") << 0.0 << -9.81 << -1.0;
-    }
+    // The tilt from the gravity's y and z: -1 upright (or face down), 0 at 45 degrees, 1 flat; the
+    // background moves against it by a fifth of the height, once the app is active.
     void parallaxFollowsTiltAgainstIt()
     {
-        QFETCH(double, y);
-        QFETCH(double, z);
-        QFETCH(double, tilt);
-        QVERIFY(std::abs(TiltSource::tiltFor(y, z) - tilt) < 1e-4);
+        const double tilt[][3] = {{9.81, 0, -1}, {6.9367, 6.9367, 0}, {0, 9.81, 1}, {0, -9.81, -1}};
+        for (const auto &[y, z, expected] : tilt)
+            QVERIFY2(std::abs(TiltSource::tiltFor(y, z) - expected) < 1e-4, qPrintable(QString::number(z)));
         Screen s;
         MainScreenController &c = s.show();
         c.setViewHeight(720);
-        QCOMPARE(c.parallaxOffset(tilt), 0.0); // not active yet
+        QCOMPARE(c.parallaxOffset(-1), 0.0); // not active yet
         s.monitor.setApplicationState(UsageMonitor::Active);
         c.applicationStateChanged();
         QCOMPARE(c.parallaxOffset(-1), 144.0);

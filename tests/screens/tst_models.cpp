@@ -130,7 +130,7 @@ private slots:
         QAbstractItemModelTester thresholds(alerts.thresholds(),
                                             QAbstractItemModelTester::FailureReportingMode::QtTest);
         QCOMPARE(Plan::rows(*alerts.thresholds()).at(2).value("detail").toString(), QStringLiteral("75%"));
-        alerts.tapRow(2);
+        alerts.tapRow(2); // to that threshold's screen; back from it, the list reads it again
         p.shared->userPref().setValue(Keys::alert(3), 80.0);
         alerts.aboutToShow();
         QCOMPARE(Plan::rows(*alerts.thresholds()).at(2).value("detail").toString(), QStringLiteral("80%"));

@@ -101,20 +101,47 @@ struct FakeMail : MailComposer
 struct FakeServices : UserServiceManager
 {
     State backgroundRefresh() override { return state; }
-    bool enableBackgroundRefresh(QString *error) override
-    {
-        if (!refusal.isEmpty()) {
-            *error = refusal;
-            return false;
-        }
-        state.on = true;
-        return true;
-    }
+    bool enableBackgroundRefresh(QString *) override { return false; }
     State state;
-    QString refusal;
+};
+
+// A wheel: its rows, and the row chosen with the value it stores.
+struct Wheel
+{
+    const char *key;
+    int rows;
+    const char *first;
+    int chosen, stored;
+};
+
+// An amount typed on the cap's or the rollover's screen, and whether it is kept: the bytes, and the
+// text and unit shown for it.
+struct Amount
+{
+    bool rollover;
+    const char *typed;
+    int unit;
+    bool stored;
+    double bytes;
+    const char *shown;
+};
+
+// A plan type chosen: the type before, an N stored before with an anchor (0: neither), the row
+// tapped; then the type, N, anchor and week start stored, the rows shown and the one checked.
+struct PlanType
+{
+    int from, n, tap, type, nAfter;
+    QDate anchor;
+    int weekStart;
+    QStringList rows;
+    int checkedRow;
 };
 
 } // namespace
+
+Q_DECLARE_METATYPE(Wheel)
+Q_DECLARE_METATYPE(Amount)
+Q_DECLARE_METATYPE(PlanType)
 
 class TestSettingsScreens : public QObject
 {
@@ -126,40 +153,32 @@ private slots:
     // Each wheel: its rows, and what choosing a row stores; rows off the wheel store nothing.
     void wheels_data()
     {
-        QTest::addColumn<QString>("key");
-        QTest::addColumn<int>("rows");
-        QTest::addColumn<QString>("first");
-        QTest::addColumn<int>("chosen");
-        QTest::addColumn<int>("stored");
-        QTest::newRow("bill day 31") << "PREF_BILLDAY" << 31 << "1" << 30 << 31;
-        QTest::newRow("N = 180") << "PREF_NDAYS_N" << 180 << "1" << 179 << 180;
-        QTest::newRow("N = 1") << "PREF_NDAYS_N" << 180 << "1" << 0 << 1;
-        QTest::newRow("weekly from Tuesday") << "PREF_WEEK_START" << 7 << "Sunday" << 2 << 3;
+        QTest::addColumn<Wheel>("w");
+        QTest::newRow("bill day 31") << Wheel{"PREF_BILLDAY", 31, "1", 30, 31};
+        QTest::newRow("N = 180") << Wheel{"PREF_NDAYS_N", 180, "1", 179, 180};
+        QTest::newRow("N = 1") << Wheel{"PREF_NDAYS_N", 180, "1", 0, 1};
+        QTest::newRow("weekly from Tuesday") << Wheel{"PREF_WEEK_START", 7, "Sunday", 2, 3};
     }
     void wheels()
     {
-        QFETCH(QString, key);
-        QFETCH(int, rows);
-        QFETCH(QString, first);
-        QFETCH(int, chosen);
-        QFETCH(int, stored);
+        QFETCH(Wheel, w);
         Plans p;
+        const QString key = QString::fromLatin1(w.key);
+        const bool global = key == QLatin1StringView("PREF_WEEK_START");
         std::unique_ptr<RowPickerController> c;
-        if (key == QLatin1StringView("PREF_BILLDAY"))
-            c = std::make_unique<BilldateController>(*p.shared, p.plan);
+        if (global)
+            c = std::make_unique<PickerWeekController>(*p.shared);
         else if (key == QLatin1StringView("PREF_NDAYS_N"))
             c = std::make_unique<DayCountController>(*p.shared, p.plan);
         else
-            c = std::make_unique<PickerWeekController>(*p.shared);
-        QCOMPARE(c->rows().size(), rows);
-        QCOMPARE(c->rows().first(), first);
-        c->selectRow(chosen);
-        c->selectRow(rows);
+            c = std::make_unique<BilldateController>(*p.shared, p.plan);
+        QCOMPARE(c->rows().size(), w.rows);
+        QCOMPARE(c->rows().first(), QLatin1StringView(w.first));
+        c->selectRow(w.chosen);
+        c->selectRow(w.rows); // off the wheel at either end: nothing
         c->selectRow(-1);
-        QCOMPARE(c->selectedRow(), chosen);
-        const bool global = key == QLatin1StringView("PREF_WEEK_START");
-        const QVariant value = global ? p.shared->userPref().value(key) : p.shared->getForPlan(p.plan, key);
-        QCOMPARE(value.toInt(), stored);
+        QCOMPARE(c->selectedRow(), w.chosen);
+        QCOMPARE((global ? p.shared->userPref().value(key) : p.get(w.key)).toInt(), w.stored);
         if (global)
             QCOMPARE(c->summary(), QStringLiteral("Every Tuesday"));
     }
@@ -190,49 +209,39 @@ private slots:
 
     void amounts_data()
     {
-        QTest::addColumn<bool>("rollover");
-        QTest::addColumn<QString>("typed");
-        QTest::addColumn<int>("unit");
-        QTest::addColumn<bool>("stored");
-        QTest::addColumn<double>("bytes");
-        QTest::addColumn<QString>("shown");
-        QTest::newRow("cap 1,5 GB") << false << "1,5" << 1 << true << std::floor(1.5 * 1073741824) << "1.5";
-        QTest::newRow("cap 0 ignored") << false << "0" << 1 << false << 0.0 << "";
-        QTest::newRow("cap empty ignored") << false << "" << 0 << false << 0.0 << "";
-        QTest::newRow("cap 0.001 MB") << false << "0.001" << 0 << true << 1048.0 << "0.001";
-        QTest::newRow("rollover 0") << true << "0" << 0 << true << 0.0 << "0";
-        QTest::newRow("rollover 12.5 MB") << true << "12.5" << 0 << true << 13107200.0 << "12.5";
-        QTest::newRow("rollover empty ignored") << true << "" << 0 << false << 0.0 << "";
+        QTest::addColumn<Amount>("a");
+        QTest::newRow("cap 1,5 GB") << Amount{false, "1,5", 1, true, std::floor(1.5 * 1073741824), "1.5"};
+        QTest::newRow("cap 0 ignored") << Amount{false, "0", 1, false, 0, ""};
+        QTest::newRow("cap empty ignored") << Amount{false, "", 0, false, 0, ""};
+        QTest::newRow("cap 0.001 MB") << Amount{false, "0.001", 0, true, 1048, "0.001"};
+        QTest::newRow("rollover 0") << Amount{true, "0", 0, true, 0, "0"};
+        QTest::newRow("rollover 12.5 MB") << Amount{true, "12.5", 0, true, 13107200, "12.5"};
+        QTest::newRow("rollover empty ignored") << Amount{true, "", 0, false, 0, ""};
     }
     void amounts()
     {
-        QFETCH(bool, rollover);
-        QFETCH(QString, typed);
-        QFETCH(int, unit);
-        QFETCH(bool, stored);
-        QFETCH(double, bytes);
-        QFETCH(QString, shown);
+        QFETCH(Amount, a);
         Plans p;
-        const char *bytesKey = rollover ? "PREF_ROLLOVER_AMOUNT" : "PREF_THRES_MONTHLY";
-        const char *displayKey = rollover ? "PREF_ROLLOVER_DISPLAY" : "PREF_DATA_DISPLAY_CAP";
+        const char *bytesKey = a.rollover ? "PREF_ROLLOVER_AMOUNT" : "PREF_THRES_MONTHLY";
         const QVariant before = p.get(bytesKey);
         std::unique_ptr<ByteController> c;
-        if (rollover) {
+        if (a.rollover) {
             c = std::make_unique<RolloverAmountController>(*p.shared, p.plan);
         } else {
             c = std::make_unique<CapController>(*p.shared, p.plan);
             QCOMPARE(c->text(), QStringLiteral("2")); // shown from the stored cap
         }
-        c->setText(typed);
-        c->setUnitIndex(unit);
-        QCOMPARE(c->keep(), stored);
-        if (!stored) {
+        c->setText(QString::fromLatin1(a.typed));
+        c->setUnitIndex(a.unit);
+        QCOMPARE(c->keep(), a.stored);
+        if (!a.stored) {
             QCOMPARE(p.get(bytesKey), before);
             return;
         }
-        QCOMPARE(p.get(bytesKey).toDouble(), bytes);
-        QCOMPARE(p.get(displayKey).toList(), (QVariantList{shown, qint64(unit)}));
-        if (rollover)
+        QCOMPARE(p.get(bytesKey).toDouble(), a.bytes);
+        QCOMPARE(p.get(a.rollover ? "PREF_ROLLOVER_DISPLAY" : "PREF_DATA_DISPLAY_CAP").toList(),
+                 (QVariantList{QString::fromLatin1(a.shown), qint64(a.unit)}));
+        if (a.rollover)
             QCOMPARE(p.get("PREF_ROLLOVER_TIMESTAMP").toDateTime(), p.container.clock.now());
     }
 
@@ -254,60 +263,44 @@ private slots:
     // an anchor, Weekly a start day, and the screen goes back.
     void planType_data()
     {
-        QTest::addColumn<int>("from");
-        QTest::addColumn<int>("n"); // stored before with an anchor; 0: neither
-        QTest::addColumn<int>("tap");
-        QTest::addColumn<int>("type");
-        QTest::addColumn<int>("nAfter");
-        QTest::addColumn<QDate>("anchor");
-        QTest::addColumn<int>("weekStart");
-        QTest::addColumn<QStringList>("rows");
-        QTest::addColumn<int>("checkedRow");
+        QTest::addColumn<PlanType>("t");
         const QDate today(2026, 3, 10), set(2026, 1, 5);
         const QStringList current{"Monthly", "N Days"}, nDays = current + QStringList{"N"};
         const QStringList legacy{"Monthly", "30 Days", "28 Days", "Weekly"};
-        QTest::newRow("N days, first time") << 0 << 0 << 1 << 4 << 30 << today << 0 << nDays << 1;
-        QTest::newRow("N days, N set") << 0 << 12 << 1 << 4 << 12 << set << 0 << nDays << 1;
-        QTest::newRow("monthly") << 4 << 12 << 0 << 0 << 12 << set << 0 << current << 0;
-        QTest::newRow("N opens its wheel") << 4 << 45 << 2 << 4 << 45 << set << 0 << nDays << 1;
-        QTest::newRow("early: 30 days") << 2 << 0 << 1 << 1 << 0 << today << 0 << legacy << 1;
-        QTest::newRow("early: 28 days") << 1 << 0 << 2 << 3 << 0 << today << 0 << legacy << 2;
-        QTest::newRow("early: weekly") << 3 << 12 << 3 << 2 << 12 << set << 1 << legacy << 3;
-        QTest::newRow("early: monthly") << 2 << 0 << 0 << 0 << 0 << QDate() << 0 << legacy << 0;
+        QTest::newRow("N days, first time") << PlanType{0, 0, 1, 4, 30, today, 0, nDays, 1};
+        QTest::newRow("N days, N set") << PlanType{0, 12, 1, 4, 12, set, 0, nDays, 1};
+        QTest::newRow("monthly") << PlanType{4, 12, 0, 0, 12, set, 0, current, 0};
+        QTest::newRow("N opens its wheel") << PlanType{4, 45, 2, 4, 45, set, 0, nDays, 1};
+        QTest::newRow("early: 30 days") << PlanType{2, 0, 1, 1, 0, today, 0, legacy, 1};
+        QTest::newRow("early: 28 days") << PlanType{1, 0, 2, 3, 0, today, 0, legacy, 2};
+        QTest::newRow("early: weekly") << PlanType{3, 12, 3, 2, 12, set, 1, legacy, 3};
+        QTest::newRow("early: monthly") << PlanType{2, 0, 0, 0, 0, QDate(), 0, legacy, 0};
     }
     void planType()
     {
-        QFETCH(int, from);
-        QFETCH(int, n);
-        QFETCH(int, tap);
-        QFETCH(int, type);
-        QFETCH(int, nAfter);
-        QFETCH(QDate, anchor);
-        QFETCH(int, weekStart);
-        QFETCH(QStringList, rows);
-        QFETCH(int, checkedRow);
+        QFETCH(PlanType, t);
         Plans p;
-        p.set("PREF_BILLTYPE", qint64(from));
-        if (n) {
-            p.set("PREF_NDAYS_N", qint64(n));
+        p.set("PREF_BILLTYPE", qint64(t.from));
+        if (t.n) {
+            p.set("PREF_NDAYS_N", qint64(t.n));
             p.set("PREF_30DAY_START", QDateTime(QDate(2026, 1, 5), QTime()));
         }
         p.shared->userPref().setValue(Keys::PREF_WEEK_START, qint64(0));
         PlantypeController c(*p.shared, p.plan);
-        QCOMPARE(c.legacyLayout(), from >= 1 && from <= 3);
+        QCOMPARE(c.legacyLayout(), t.from >= 1 && t.from <= 3);
         QSignalSpy back(&c, &MenuController::goBack);
         QSignalSpy open(&c, &MenuController::open);
-        c.tapRow(tap);
-        QCOMPARE(p.get("PREF_BILLTYPE").toInt(), type);
-        QCOMPARE(p.get("PREF_NDAYS_N").toInt(), nAfter);
-        QCOMPARE(p.get("PREF_30DAY_START").toDateTime(), anchor.startOfDay());
-        QCOMPARE(p.shared->userPref().integerForKey(Keys::PREF_WEEK_START), weekStart);
-        QCOMPARE(titles(c), rows);
-        QCOMPARE(checked(c), QList<int>{checkedRow});
+        c.tapRow(t.tap);
+        QCOMPARE(p.get("PREF_BILLTYPE").toInt(), t.type);
+        QCOMPARE(p.get("PREF_NDAYS_N").toInt(), t.nAfter);
+        QCOMPARE(p.get("PREF_30DAY_START").toDateTime(), t.anchor.startOfDay());
+        QCOMPARE(p.shared->userPref().integerForKey(Keys::PREF_WEEK_START), t.weekStart);
+        QCOMPARE(titles(c), t.rows);
+        QCOMPARE(checked(c), QList<int>{t.checkedRow});
         QCOMPARE(back.size(), c.legacyLayout() ? 1 : 0);
-        if (rows.size() == 3)
-            QCOMPARE(c.menuRows()[2].detail, QString::number(nAfter));
-        QCOMPARE(open.size(), tap == 2 && !c.legacyLayout() ? 1 : 0);
+        if (t.rows.size() == 3)
+            QCOMPARE(c.menuRows()[2].detail, QString::number(t.nAfter));
+        QCOMPARE(open.size(), t.tap == 2 && !c.legacyLayout() ? 1 : 0);
         if (!open.isEmpty())
             QCOMPARE(open[0][0].value<Navigator::Screen>(), Navigator::DayCount);
     }
@@ -346,19 +339,12 @@ private slots:
     void advanced()
     {
         Plans p;
+        // The background row against a real manager: backgroundRefreshThroughSystemd. One that
+        // cannot be used: the row is off, with why below it.
         FakeServices services;
         ResetController c(p.monitor, &services);
-        QCOMPARE(c.menuRows()[0].detail, QStringLiteral("Off"));
-
-        // Tapping while off turns the service on and says so.
-        QSignalSpy said(&c, &MenuController::message);
-        c.tapRow(0);
-        QCOMPARE(said.size(), 1);
-        QCOMPARE(c.menuRows()[0].detail, QStringLiteral("On"));
-        c.tapRow(0); // on: nothing to do
-        QCOMPARE(said.size(), 1);
+        QVERIFY(c.menuRows()[0].enabled);
         services.state = {false, QStringLiteral("no manager here")};
-        services.refusal = QStringLiteral("refused");
         c.aboutToShow();
         QVERIFY(!c.menuRows()[0].enabled);
         QCOMPARE(c.footer(0), QStringLiteral("no manager here"));
@@ -417,9 +403,7 @@ private slots:
         // The status bar's 20 points go, at the screen's scale.
         QImage screen(100, 200, QImage::Format_RGB32);
         screen.fill(Qt::red);
-        for (int y = 0; y < 40; ++y)
-            for (int x = 0; x < 100; ++x)
-                screen.setPixel(x, y, qRgb(0, 0, 255));
+        std::fill_n(reinterpret_cast<QRgb *>(screen.bits()), 100 * 40, qRgb(0, 0, 255)); // the top 40 rows
         QCOMPARE(ShareController::withoutStatusBar(screen, 2).size(), QSize(100, 160));
         QCOMPARE(ShareController::withoutStatusBar(screen, 2).pixel(0, 0), qRgb(255, 0, 0));
         QCOMPARE(ShareController::withoutStatusBar(screen, 1).pixel(0, 0), qRgb(0, 0, 255));
@@ -497,10 +481,13 @@ private slots:
         ResetController c(p.monitor, &systemd);
         QCOMPARE(c.menuRows()[0].detail, QStringLiteral("Off"));
         QVERIFY(c.menuRows()[0].enabled);
+        // Tapping while off turns the service on and says so; tapping while on does nothing.
         QSignalSpy said(&c, &MenuController::message);
         c.tapRow(0);
         QCOMPARE(said.size(), 1);
         QCOMPARE(c.menuRows()[0].detail, QStringLiteral("On"));
+        c.tapRow(0);
+        QCOMPARE(said.size(), 1);
 
         const QDBusMessage reply = callMock("GetCalls", {});
         QCOMPARE(reply.type(), QDBusMessage::ReplyMessage);
