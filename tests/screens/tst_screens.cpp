@@ -841,7 +841,8 @@ private slots:
         QVERIFY(app.click("setupNext"));
         QTRY_COMPARE(app.item("setupTitle")->property("text").toString(), QStringLiteral("Existing Usage"));
         QTRY_VERIFY(app.item("numberField")->hasActiveFocus());
-        app.type("300");
+        app.type("0,25");
+        QVERIFY(app.click("unitGB")); // this step starts in MB
         QVERIFY(app.click("setupNext"));
         QTRY_COMPARE(app.item("setupTitle")->property("text").toString(), QStringLiteral("Finish"));
         QVERIFY(app.click("setupNext")); // Done
@@ -855,8 +856,9 @@ private slots:
         QCOMPARE(s.getForPlan(QString(), Keys::PREF_DATA_DISPLAY_CAP).toList(),
                  (QVariantList{QStringLiteral("2.5"), qint64(1)}));
         QCOMPARE(app.monitor.figures().values().monthCell,
-                 300 * 1048576.0); // the usage before setup is gone
-        QCOMPARE(app.item("lPercent")->property("text").toString(), QStringLiteral("12")); // 300 MB of 2.5 GB
+                 0.25 * 1073741824); // the usage before setup is gone
+        QCOMPARE(app.item("lPercent")->property("text").toString(),
+                 QStringLiteral("10")); // 0.25 GB of 2.5 GB
     }
 };
 
