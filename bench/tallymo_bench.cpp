@@ -229,7 +229,7 @@ void benchConnections(int runs)
 // One read of the UDP flows connection tracking keeps, as a sample makes it when accounting is on.
 void benchConntrack(int runs)
 {
-    ConntrackFlows source(QStringLiteral("bench"));
+    ConntrackFlows source;
     QList<double> times;
     qsizetype kept = 0;
     for (int i = 0; i < runs; ++i) {

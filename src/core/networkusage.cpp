@@ -3,6 +3,24 @@
 #include "settingskeys.h"
 #include "sharedcode.h"
 
+namespace {
+
+// Baselines written by earlier builds began every key with the boot id ("<boot>-ct-…",
+// "<boot>-<cookie>"), which the baseline's boot already says: read as the keys are made now, the
+// connections they name still meet their baselines and count only what they moved since.
+QVariantMap withoutBootId(const QVariantMap &baseline, const QString &boot)
+{
+    const QString prefix = boot + QLatin1Char('-');
+    if (boot.isEmpty() || baseline.isEmpty() || !baseline.firstKey().startsWith(prefix))
+        return baseline;
+    QVariantMap keys;
+    for (auto it = baseline.cbegin(); it != baseline.cend(); ++it)
+        keys.insert(it.key().startsWith(prefix) ? it.key().mid(prefix.size()) : it.key(), it.value());
+    return keys;
+}
+
+} // namespace
+
 std::optional<ConnectionTable> SharedCode::proto(int protocol)
 {
     return m_connections ? m_connections->proto(protocol) : std::nullopt;
@@ -26,11 +44,11 @@ void SharedCode::networks(StoreContext *context)
     SettingsDomain &pref = userPref();
     const QString boot = m_interfaces ? m_interfaces->bootId() : QString();
     const QVariant stored = pref.value(Keys::PREF_NET_LASTCONN);
-    const QVariantMap previous = stored.toMap();
     // Whichever process read the tables last, in this boot, left the baseline; without one (the
     // first read ever, or the first of a boot) connections may have moved bytes long before, so
     // only the baseline is taken.
     const bool counting = stored.isValid() && pref.stringForKey(Keys::PREF_NET_LASTCONN_BOOT) == boot;
+    const QVariantMap previous = counting ? withoutBootId(stored.toMap(), boot) : QVariantMap();
     QVariantMap current;
     QMap<QString, double> perAddress;
     // Both tables are in key order: one walk through each pairs every connection with its

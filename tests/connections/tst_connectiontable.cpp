@@ -200,7 +200,7 @@ private slots:
         };
         write("nf_conntrack_acct", accounting);
         write("nf_conntrack_count", count);
-        ConntrackFlows flows(QStringLiteral("boot"), dir.path());
+        ConntrackFlows flows(dir.path());
         QCOMPARE(int(flows.outlook()), outlook);
         // Nothing tracked: an empty table, known without asking the kernel; off: no table at all.
         if (outlook == int(ConntrackFlows::Outlook::NothingTracked))

@@ -102,6 +102,13 @@ private slots:
         n.sample(); // a baseline of another boot says nothing of these connections: only the baseline moves
         QCOMPARE(n.shared->userPref().dictionaryForKey(Keys::PREF_NET_LASTCONN).value("u").toDouble(), 6.0);
         QCOMPARE(n.sample().size(), 2);
+        // A baseline of an earlier build, every key led by the boot id, still meets its
+        // connections: 3 more bytes, not the 49 of two connections counted whole.
+        n.shared->userPref().setValue(Keys::PREF_NET_LASTCONN,
+                                      QVariantMap{{"boot-2-d", 40.0}, {"boot-2-u", 6.0}});
+        source.tcp = ConnectionTable{{"d", {40, "198.18.0.3"}}};
+        source.udp = ConnectionTable{{"u", {9, "198.18.0.3"}}};
+        QCOMPARE(n.sample().at(1).bytes, 48.0);
     }
 
     void pageAndHostNames()

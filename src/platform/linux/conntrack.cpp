@@ -60,10 +60,10 @@ struct Flow
 };
 
 // The kernel reuses flow ids: a flow is known by its id, its original tuple and, where the kernel
-// keeps time stamps, its start. The key is the boot id followed by this part:
-// "-ct-ID-SOURCE:PORT-DESTINATION:PORT-START", addresses in lower-case hex, numbers in decimal.
-// Made with plain character arithmetic: a dump may hold tens of thousands of flows.
-void appendKeySuffix(const Flow &f, std::string &keys)
+// keeps time stamps, its start: "ct-ID-SOURCE:PORT-DESTINATION:PORT-START", addresses in lower-case
+// hex, numbers in decimal. Made with plain character arithmetic: a dump may hold tens of thousands
+// of flows.
+void appendKey(const Flow &f, std::string &keys)
 {
     char text[128];
     char *p = text;
@@ -79,7 +79,7 @@ void appendKeySuffix(const Flow &f, std::string &keys)
             *p++ = digits[a[i] & 15];
         }
     };
-    put("-ct-");
+    put("ct-");
     number(f.id);
     put("-");
     hex(f.source);
@@ -149,10 +149,11 @@ Flow readFlow(const nlmsghdr *h)
 // The UDP flows of the dump so far.
 struct UdpFlows
 {
-    // Every key's part after the boot id, one after another, and the entries that point into it.
+    // Every flow's key, one after another, and the entries that point into them.
     std::string keys;
     struct Entry
     {
+        quint64 lead; // the key's first eight bytes after "ct-", big-endian: most comparisons end there
         size_t at;
         size_t length;
         ConnectionEntry entry;
@@ -192,25 +193,24 @@ struct UdpFlows
         if (!peer || !flow.counted)
             return;
         const size_t at = keys.size();
-        appendKeySuffix(flow, keys);
-        entries.push_back(Entry{at, keys.size() - at, ConnectionEntry{flow.bytes, *peer}});
+        appendKey(flow, keys);
+        quint64 lead = 0;
+        for (size_t i = at + 3; i < at + 11; ++i)
+            lead = lead << 8 | (i < keys.size() ? quint8(keys[i]) : 0);
+        entries.push_back(Entry{lead, at, keys.size() - at, ConnectionEntry{flow.bytes, *peer}});
     }
 
-    // The table, built in key order (every key starts with the same boot id, so the order of the
-    // parts after it is the table's), each entry placed at the end without a search.
-    ConnectionTable table(const QString &bootId)
+    // The table, built in key order (the keys are ASCII: their bytes sort as the strings do), each
+    // entry placed at the end without a search.
+    ConnectionTable table()
     {
-        const auto suffix = [this](const Entry &e) { return std::string_view(keys).substr(e.at, e.length); };
-        std::sort(entries.begin(), entries.end(),
-                  [&](const Entry &a, const Entry &b) { return suffix(a) < suffix(b); });
+        const auto key = [this](const Entry &e) { return std::string_view(keys).substr(e.at, e.length); };
+        std::sort(entries.begin(), entries.end(), [&](const Entry &a, const Entry &b) {
+            return a.lead != b.lead ? a.lead < b.lead : key(a) < key(b);
+        });
         ConnectionTable t;
-        std::string key = bootId.toStdString();
-        const size_t prefix = key.size();
-        for (Entry &e : entries) {
-            key.resize(prefix);
-            key.append(suffix(e));
-            t.insert(t.cend(), QString::fromLatin1(key), std::move(e.entry));
-        }
+        for (Entry &e : entries)
+            t.insert(t.cend(), QString::fromLatin1(key(e)), std::move(e.entry));
         return t;
     }
 };
@@ -328,5 +328,5 @@ std::optional<ConnectionTable> ConntrackFlows::udp()
     if (udpFlows.flows && !udpFlows.accounting) // fail() closes the socket
         return fail("accounting is off (net.netfilter.nf_conntrack_acct=0)");
     ::close(fd);
-    return udpFlows.table(m_bootId);
+    return udpFlows.table();
 }

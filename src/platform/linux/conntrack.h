@@ -3,16 +3,15 @@
 #include "connections/connectiontable.h"
 
 // UDP flows from the kernel's connection tracking, with its byte accounting: each tracked flow's
-// bytes in both directions, keyed by the boot id and the flow's id. Needs CAP_NET_ADMIN,
+// bytes in both directions, keyed by the flow's id and tuple. Needs CAP_NET_ADMIN,
 // nf_conntrack_acct=1 before a flow starts, and a ruleset that tracks connections; without them
 // UDP is missing (logged once), never an error.
 class ConntrackFlows
 {
 public:
     // `netfilterSysctls`: where this network namespace's nf_conntrack_* settings are read.
-    explicit ConntrackFlows(QString bootId,
-                            QString netfilterSysctls = QStringLiteral("/proc/sys/net/netfilter"))
-        : m_bootId(std::move(bootId)), m_sysctls(std::move(netfilterSysctls))
+    explicit ConntrackFlows(QString netfilterSysctls = QStringLiteral("/proc/sys/net/netfilter"))
+        : m_sysctls(std::move(netfilterSysctls))
     {}
     std::optional<ConnectionTable> udp();
 
@@ -23,7 +22,6 @@ public:
     Outlook outlook() const;
 
 private:
-    QString m_bootId;
     QString m_sysctls;
     bool m_logged = false;
 };

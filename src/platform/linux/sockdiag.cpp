@@ -61,21 +61,11 @@ QByteArray tcpCounters()
 
 SockDiagConnections::SockDiagConnections() = default;
 
-const QString &SockDiagConnections::bootId()
-{
-    // Read on first use: every command makes this source, few read connections.
-    std::call_once(m_bootIdRead, [this] {
-        m_bootId = QString::fromLatin1(
-            KernelFiles::read(QStringLiteral("/proc/sys/kernel/random/boot_id")).trimmed());
-    });
-    return m_bootId;
-}
-
 std::optional<ConnectionTable> SockDiagConnections::proto(int protocol)
 {
     if (protocol == ConnectionTables::kUdp) {
         if (!m_udp)
-            m_udp.emplace(bootId());
+            m_udp.emplace();
         return m_udp->udp();
     }
     if (protocol != ConnectionTables::kTcp)
@@ -266,7 +256,7 @@ bool SockDiagConnections::parse(const char *data, int left, ConnectionTable &tab
             tcp_info info{};
             std::memcpy(&info, RTA_DATA(a), std::min<size_t>(RTA_PAYLOAD(a), sizeof info));
             const quint64 cookie = quint64(d->id.idiag_cookie[0]) | (quint64(d->id.idiag_cookie[1]) << 32);
-            table.insert(bootId() + QLatin1Char('-') + QString::number(cookie, 16),
+            table.insert(QString::number(cookie, 16),
                          ConnectionEntry{quint64(info.tcpi_bytes_acked) + quint64(info.tcpi_bytes_received),
                                          *address});
         }

@@ -6,13 +6,12 @@
 #include <QMutex>
 
 #include <cstddef>
-#include <mutex>
 
 class QObject;
 
 // Connection tables from the kernel's sock_diag netlink interface. TCP over IPv4 and IPv6, with the
-// bytes of tcp_info (acknowledged sent plus received); the key is the boot id with the socket
-// cookie, which the kernel keeps unique within a boot. UDP sockets carry no byte counts on Linux:
+// bytes of tcp_info (acknowledged sent plus received); the key is the socket cookie in hex, which
+// the kernel keeps unique within a boot. UDP sockets carry no byte counts on Linux:
 // UDP comes from connection tracking where it is permitted and accounted, else it is missing.
 class SockDiagConnections : public ConnectionSource
 {
@@ -32,9 +31,6 @@ private:
     // kernel's error if it refused.
     bool parse(const char *data, int length, ConnectionTable &table, int *error);
     void readClosed();
-    const QString &bootId();
-    std::once_flag m_bootIdRead;
-    QString m_bootId;
     std::optional<ConntrackFlows> m_udp;
     bool m_bothFamiliesAtOnce = true; // until the kernel refuses the older request
     int m_destroyFd = -1;
