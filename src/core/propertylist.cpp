@@ -42,9 +42,9 @@ QString dateText(const QDateTime &date)
 class Writer
 {
 public:
-    QByteArray document(const QVariantMap &root)
+    QByteArray document(const QVariantMap &root, qsizetype sizeHint)
     {
-        m_out.reserve(4096);
+        m_out.reserve(size_t(std::max<qsizetype>(sizeHint, 4096)));
         m_out.append("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\">");
         value(QVariant(root), 1);
         m_out.append("\n</plist>\n");
@@ -541,9 +541,9 @@ bool writable(const QVariant &value, QString *why, int depth)
 
 } // namespace
 
-QByteArray toXml(const QVariantMap &root)
+QByteArray toXml(const QVariantMap &root, qsizetype sizeHint)
 {
-    return Writer().document(root);
+    return Writer().document(root, sizeHint);
 }
 
 std::optional<QVariantMap> fromXml(const QByteArray &xml, QString *error)

@@ -10,7 +10,9 @@
 // (string, integer, real, boolean, date, data, array, dictionary) round-trip with their types.
 namespace PropertyList {
 
-QByteArray toXml(const QVariantMap &root);
+// `sizeHint`: about how long the text will be (say, the file's size when last written), so that it
+// is made in one piece instead of growing through copies.
+QByteArray toXml(const QVariantMap &root, qsizetype sizeHint = 0);
 
 // Parses a document whose root is a dictionary. On failure returns nothing and says why in *error.
 std::optional<QVariantMap> fromXml(const QByteArray &xml, QString *error);

@@ -6,7 +6,9 @@
 #include "settingskeys.h"
 
 #include <QFile>
+#include <QStringList>
 
+#include <algorithm>
 #include <cerrno>
 #include <cmath>
 #include <cstring>
@@ -385,20 +387,25 @@ void SettingsDomain::adopt(QVariantMap disk)
     m_values = std::move(values);
 }
 
-namespace {
-
-// Equal value for value and of the same types: what would be written is what the file holds.
-bool sameContent(const QVariantMap &a, const QVariantMap &b)
+// Whether the pending changes leave every value as the file has it, equal and of the same type
+// (only pending keys can differ from the file). Dictionaries and lists are compared last: a
+// figure that changed settles it without walking a baseline of thousands of connections.
+bool SettingsDomain::changesNothing() const
 {
-    if (a.size() != b.size())
-        return false;
-    for (auto i = a.cbegin(), j = b.cbegin(); i != a.cend(); ++i, ++j)
-        if (i.key() != j.key() || i.value().metaType() != j.value().metaType() || i.value() != j.value())
+    const auto same = [this](const QString &key) {
+        const QVariant mine = m_values.value(key), file = m_disk.value(key);
+        return mine.metaType() == file.metaType() && mine == file;
+    };
+    QStringList containers;
+    for (auto it = m_pending.cbegin(); it != m_pending.cend(); ++it) {
+        const int type = m_values.value(it.key()).typeId();
+        if (type == QMetaType::QVariantMap || type == QMetaType::QVariantList)
+            containers.append(it.key());
+        else if (!same(it.key()))
             return false;
-    return true;
+    }
+    return std::all_of(containers.cbegin(), containers.cend(), same);
 }
-
-} // namespace
 
 bool SettingsDomain::writeLocked()
 {
@@ -408,14 +415,16 @@ bool SettingsDomain::writeLocked()
     }
     // Changes that leave every value as the file has it (a figure set again to what it was) write
     // nothing: no new file, no fsync.
-    if (m_diskGood && m_stamp && sameContent(m_values, m_disk)) {
+    if (m_diskGood && m_stamp && changesNothing()) {
         m_pending.clear();
         m_base.clear();
         m_lastError.clear();
         return true;
     }
     QString error;
-    if (!PrivateFiles::writeFile(m_path, PropertyList::toXml(m_values), &error,
+    // The file as last written, and a little room for what changed since.
+    const qsizetype sizeHint = m_stamp ? qsizetype(m_stamp->size) + m_stamp->size / 8 : 0;
+    if (!PrivateFiles::writeFile(m_path, PropertyList::toXml(m_values, sizeHint), &error,
                                  m_diskGood ? lastGoodPath() : QString())) {
         m_lastError = error;
         qCInfo(lcCore, "cannot write settings file %s", qPrintable(error)); // the caller says so

@@ -84,6 +84,7 @@ private:
     bool recoverLocked(const QString &why);
     void adopt(QVariantMap disk);
     bool writeLocked();
+    bool changesNothing() const;
     std::optional<FileStamp> stampOf() const;
 
     const QString m_path;
