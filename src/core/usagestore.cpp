@@ -285,7 +285,7 @@ std::optional<TimeStampRange> UsageStore::timeStampRange()
 
 bool UsageStore::apply(const QList<Change> &changes, QString *error)
 {
-    if (!exec("BEGIN IMMEDIATE", error))
+    if (!control(BeginImmediateSlot, "BEGIN IMMEDIATE", error))
         return false;
     for (const Change &change : changes) {
         if (!applyOne(change)) {
@@ -293,7 +293,7 @@ bool UsageStore::apply(const QList<Change> &changes, QString *error)
             if (error)
                 *error = why;
             const bool damaged = isDamaged();
-            exec("ROLLBACK", nullptr);
+            control(RollbackSlot, "ROLLBACK", nullptr);
             // A damaged page of the hourly totals is built again from the records, and the changes
             // tried once more; records that cannot be written stay an error.
             if (damaged && !m_totalsRebuilt && rebuildTotals())
@@ -302,7 +302,7 @@ bool UsageStore::apply(const QList<Change> &changes, QString *error)
             return false;
         }
     }
-    return exec("COMMIT", error) || (exec("ROLLBACK", nullptr), false);
+    return control(CommitSlot, "COMMIT", error) || (control(RollbackSlot, "ROLLBACK", nullptr), false);
 }
 
 // One change inside apply's transaction; each record's hour is kept right along with it.

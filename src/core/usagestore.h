@@ -179,6 +179,9 @@ private:
     bool applyOne(const Change &change);
     sqlite3_stmt *statement(int slot, const char *sql);
     bool exec(const char *sql, QString *error);
+    // BEGIN, COMMIT or ROLLBACK in its slot, prepared once: every check begins and ends two
+    // transactions.
+    bool control(int slot, const char *sql, QString *error);
     QString lastError() const;
     // After a failed call: whether SQLite found a page of the file damaged. With `totals`, the
     // failure was reading the hourly totals, which are then built again when no transaction is open.
@@ -193,5 +196,5 @@ private:
     sqlite3 *m_db = nullptr;
     bool m_totalsDamaged = false;
     bool m_totalsRebuilt = false; // once per open: a second failure is the records' own
-    sqlite3_stmt *m_statements[16] = {};
+    sqlite3_stmt *m_statements[20] = {};
 };

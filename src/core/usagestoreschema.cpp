@@ -131,14 +131,14 @@ void UsageStore::setBuildProgress(std::function<void(const QString &, double)> p
 
 UsageStore::ReadTransaction::ReadTransaction(UsageStore *store)
 {
-    if (store && sqlite3_get_autocommit(store->m_db) && store->exec("BEGIN", nullptr))
+    if (store && sqlite3_get_autocommit(store->m_db) && store->control(BeginSlot, "BEGIN", nullptr))
         m_store = store;
 }
 
 UsageStore::ReadTransaction::~ReadTransaction()
 {
-    if (m_store && !m_store->exec("COMMIT", nullptr))
-        m_store->exec("ROLLBACK", nullptr);
+    if (m_store && !m_store->control(CommitSlot, "COMMIT", nullptr))
+        m_store->control(RollbackSlot, "ROLLBACK", nullptr);
     if (m_store && m_store->m_totalsDamaged)
         m_store->rebuildTotals();
 }
@@ -376,6 +376,19 @@ bool UsageStore::exec(const char *sql, QString *error)
         *error = QString::fromUtf8(message ? message : sqlite3_errmsg(m_db));
     sqlite3_free(message);
     return false;
+}
+
+bool UsageStore::control(int slot, const char *sql, QString *error)
+{
+    sqlite3_stmt *&s = m_statements[slot];
+    // A store that cannot prepare it (a damaged file) answers as a plain exec does.
+    if (!s && sqlite3_prepare_v3(m_db, sql, -1, SQLITE_PREPARE_PERSISTENT, &s, nullptr) != SQLITE_OK)
+        return exec(sql, error);
+    const int rc = sqlite3_step(s);
+    if (rc != SQLITE_DONE && error)
+        *error = QString::fromUtf8(sqlite3_errmsg(m_db));
+    sqlite3_reset(s);
+    return rc == SQLITE_DONE;
 }
 
 QString UsageStore::lastError() const

@@ -26,9 +26,13 @@ enum Slot {
     UpsertHourSlot,
     ClearHoursSlot,
     FillHoursSlot,
+    BeginSlot,
+    BeginImmediateSlot,
+    CommitSlot,
+    RollbackSlot,
     SlotCount
 };
-static_assert(SlotCount <= 16, "one prepared statement each");
+static_assert(SlotCount <= 20, "one prepared statement each");
 
 // The start of a record's UTC hour, in seconds: floor(timeStamp / 3600) * 3600 (CAST cuts towards
 // zero, so moments before 1970 step one hour down). The same division as hourOf below.
