@@ -168,46 +168,31 @@ private slots:
     }
 
     // Whether the connection table is walked at all: only with accounting on and something tracked.
-    void conntrackOutlook_data()
-    {
-        QTest::addColumn<QString>("accounting"); // "": no such file (connection tracking not loaded)
-        QTest::addColumn<QString>("count");
-        QTest::addColumn<int>("outlook");
-        using O = ConntrackFlows::Outlook;
-        const auto row = [](const char *name, const char *accounting, const char *count, O outlook) {
-            QTest::newRow(name) << QString::fromLatin1(accounting) << QString::fromLatin1(count)
-                                << int(outlook);
-        };
-        row("not loaded", "", "", O::NoTracking);
-        row("accounting off", "0\n", "12\n", O::AccountingOff);
-        row("nothing tracked", "1\n", "0\n", O::NothingTracked);
-        row("flows to count", "1\n", "10000\n", O::Dump);
-        row("count unreadable", "1\n", "", O::Dump);
-        row("garbage", "on\n", "0\n", O::NoTracking);
-    }
     void conntrackOutlook()
     {
-        QFETCH(QString, accounting);
-        QFETCH(QString, count);
-        QFETCH(int, outlook);
-        QTemporaryDir dir;
-        const auto write = [&](const char *name, const QString &text) {
-            if (text.isEmpty())
-                return;
-            QFile f(dir.filePath(QLatin1StringView(name)));
-            QVERIFY(f.open(QIODevice::WriteOnly));
-            f.write(text.toLatin1());
-        };
-        write("nf_conntrack_acct", accounting);
-        write("nf_conntrack_count", count);
-        ConntrackFlows flows(dir.path());
-        QCOMPARE(int(flows.outlook()), outlook);
-        // Nothing tracked: an empty table, known without asking the kernel; off: no table at all.
-        if (outlook == int(ConntrackFlows::Outlook::NothingTracked))
-            QCOMPARE(flows.udp(), ConnectionTable());
-        if (outlook == int(ConntrackFlows::Outlook::AccountingOff) ||
-            outlook == int(ConntrackFlows::Outlook::NoTracking))
-            QVERIFY(!flows.udp());
+        using O = ConntrackFlows::Outlook;
+        // accounting "": no such file (connection tracking not loaded)
+        for (const auto &[accounting, count, outlook] :
+             QList<std::tuple<QByteArray, QByteArray, O>>{{"", "", O::NoTracking},
+                                                          {"0\n", "12\n", O::AccountingOff},
+                                                          {"1\n", "0\n", O::NothingTracked},
+                                                          {"1\n", "10000\n", O::Dump},
+                                                          {"1\n", "", O::Dump}, // count unreadable
+                                                          {"on\n", "0\n", O::NoTracking}}) {
+            QTemporaryDir dir;
+            for (const auto &[name, text] :
+                 {std::pair{"nf_conntrack_acct", accounting}, {"nf_conntrack_count", count}}) {
+                QFile f(dir.filePath(QLatin1StringView(name)));
+                QVERIFY(text.isEmpty() || (f.open(QIODevice::WriteOnly) && f.write(text) == text.size()));
+            }
+            ConntrackFlows flows(dir.path());
+            QVERIFY2(flows.outlook() == outlook, accounting + count);
+            // Nothing tracked: an empty table, known without asking the kernel; off: no table at all.
+            if (outlook == O::NothingTracked)
+                QCOMPARE(flows.udp(), ConnectionTable());
+            if (outlook == O::AccountingOff || outlook == O::NoTracking)
+                QVERIFY(!flows.udp());
+        }
     }
 };
 

@@ -40,23 +40,14 @@ private slots:
         QVERIFY(!missing.readCounters());
     }
 
-    void naturalOrder_data()
-    {
-        QTest::addColumn<QString>("a");
-        QTest::addColumn<QString>("b");
-        QTest::newRow("numbers by value") << QStringLiteral("ww2") << QStringLiteral("ww10");
-        QTest::newRow("prefix first") << QStringLiteral("ppp") << QStringLiteral("ppp0");
-        QTest::newRow("letters") << QStringLiteral("ppp9") << QStringLiteral("wwan0");
-        QTest::newRow("leading zeros") << QStringLiteral("ww02") << QStringLiteral("ww3");
-    }
-
+    // Numbers by value, a prefix first, then letters; leading zeros do not make a number larger.
     void naturalOrder()
     {
-        QFETCH(QString, a);
-        QFETCH(QString, b);
-        QVERIFY(InterfaceNames::naturalLess(a, b));
-        QVERIFY(!InterfaceNames::naturalLess(b, a));
-        QVERIFY(!InterfaceNames::naturalLess(a, a));
+        for (const auto &[a, b] : QList<std::pair<QString, QString>>{
+                 {"ww2", "ww10"}, {"ppp", "ppp0"}, {"ppp9", "wwan0"}, {"ww02", "ww3"}}) {
+            QVERIFY2(InterfaceNames::naturalLess(a, b), qPrintable(a));
+            QVERIFY2(!InterfaceNames::naturalLess(b, a) && !InterfaceNames::naturalLess(a, a), qPrintable(a));
+        }
     }
 
     // A stand-in sysfs tree: each kind of link as the kernel shows it.
@@ -73,7 +64,7 @@ private slots:
         writeFile(root.filePath("wlan1/phy80211/name"), "phy1");
         writeFile(root.filePath("lo/type"), "772\n");
         writeFile(root.filePath("eth0/type"), "1\n");
-        device(QStringLiteral("eth0"), QStringLiteral("e1000e"));
+        device("eth0", "e1000e");
         writeFile(root.filePath("mbim0/uevent"), "DEVTYPE=wwan\nINTERFACE=mbim0\n");
         writeFile(root.filePath("mbim0/ifindex"), "7\n");
         writeFile(root.filePath("rmnet_data0/type"), "519\n");
@@ -81,9 +72,9 @@ private slots:
         writeFile(root.filePath("vpn/type"), "512\n");
         for (const char *name : {"usb0", "enx0a1b", "enp0s20u2"})
             writeFile(root.filePath(QStringLiteral("%1/type").arg(QLatin1StringView(name))), "1\n");
-        device(QStringLiteral("usb0"), QStringLiteral("rndis_host"));
-        device(QStringLiteral("enx0a1b"), QStringLiteral("cdc_ncm"));
-        device(QStringLiteral("enp0s20u2"), QStringLiteral("ipheth"));
+        device("usb0", "rndis_host");
+        device("enx0a1b", "cdc_ncm");
+        device("enp0s20u2", "ipheth");
         writeFile(root.filePath("bnep0/type"), "1\n");
         writeFile(root.filePath("br0/type"), "1\n"); // bridge, veth, tun, WireGuard: no device
         writeFile(root.filePath("wg0/type"), "65534\n");
@@ -101,7 +92,7 @@ private slots:
             {"../eth0", LinkKind::Unknown}};
         for (const auto &[name, kind] : kinds)
             QVERIFY2(sys.linkKind(QLatin1StringView(name)) == kind, name);
-        sys.setModemLinks([] { return QStringList{QStringLiteral("modem")}; }); // a connected modem's PPP
+        sys.setModemLinks([] { return QStringList{"modem"}; }); // a connected modem's PPP
         QCOMPARE(sys.linkKind(QStringLiteral("modem")), LinkKind::Modem);
         QCOMPARE(sys.linkKind(QStringLiteral("vpn")), LinkKind::Virtual);
         QVERIFY(!sys.managedLinks());
@@ -123,8 +114,7 @@ private slots:
     {
         QTemporaryDir dir;
         const QString path = dir.filePath(QStringLiteral("run/networkmanager-view.json"));
-        const QList<ManagedLink> hotspot{
-            {QStringLiteral("wlan0"), QStringLiteral("Pixel"), QStringLiteral("u-7"), 3}};
+        const QList<ManagedLink> hotspot{{"wlan0", "Pixel", "u-7", 3}};
         std::optional<QList<ManagedLink>> said = hotspot;
         LinuxNetworkInterfaces service{QString(), QString()};
         service.setManagedLinks([&said] { return said; });
@@ -152,18 +142,17 @@ private slots:
         struct Case
         {
             const char *name;
-            std::function<void()> arrange;
             bool viewUsed;
+            std::function<void()> arrange;
         };
         const QList<Case> cases{
-            {"a running service's view", [&] { service.managedLinks(); }, true},
-            {"NetworkManager absent, as the service saw it", [&] { said.reset(), service.managedLinks(); },
-             true},
-            {"left by a process that ended", [&] { edited("pid", qint64(ended.processId())); }, false},
-            {"the same process id, started later", [&] { edited("start", QStringLiteral("1")); }, false},
-            {"read on another system bus", [&] { edited("bus", QStringLiteral("unix:path=/elsewhere")); },
-             false},
-            {"a damaged file", [&] { writeFile(path, "{\"pid\": "); }, false},
+            {"a running service's view", true, [&] { service.managedLinks(); }},
+            {"NetworkManager absent, as the service saw it", true,
+             [&] { said.reset(), service.managedLinks(); }},
+            {"left by a process that ended", false, [&] { edited("pid", qint64(ended.processId())); }},
+            {"the same process id, started later", false, [&] { edited("start", "1"); }},
+            {"read on another system bus", false, [&] { edited("bus", "unix:path=/elsewhere"); }},
+            {"a damaged file", false, [&] { writeFile(path, "{\"pid\": "); }},
         };
         for (const Case &c : cases) {
             said = hotspot;
@@ -171,11 +160,10 @@ private slots:
             asked = 0;
             const auto links = sample.managedLinks();
             QVERIFY2(asked == (c.viewUsed ? 0 : 1), c.name);
-            if (c.viewUsed)
+            if (c.viewUsed) // the view keeps NetworkManager's answer, or that there was none
                 QVERIFY2(links.has_value() == said.has_value() &&
-                             (!links ||
-                              (links->size() == 1 && links->at(0).connection == QStringLiteral("Pixel") &&
-                               links->at(0).metered == 3)),
+                             (!links || (links->size() == 1 && links->at(0).connection == "Pixel" &&
+                                         links->at(0).metered == 3)),
                          c.name);
         }
         service.shareManagedLinks(false);
@@ -192,32 +180,31 @@ private slots:
         QTest::addColumn<bool>("listed");
         QTest::addColumn<QString>("choice");
         QTest::addColumn<int>("use");
-        const int mobile = int(LinkUse::Mobile), other = int(LinkUse::Other), none = int(LinkUse::NotCounted);
         using K = LinkKind;
-        QTest::newRow("phone hotspot over Wi-Fi") << int(K::WiFi) << 3 << false << false << "" << mobile;
-        QTest::newRow("home Wi-Fi") << int(K::WiFi) << 4 << false << false << "" << other;
-        QTest::newRow("Wi-Fi, no manager") << int(K::WiFi) << -1 << false << false << "" << other;
-        QTest::newRow("Wi-Fi the user marked metered") << int(K::WiFi) << 1 << false << false << "" << mobile;
-        QTest::newRow("wired, not activated") << int(K::Ethernet) << 0 << false << false << "" << other;
-        QTest::newRow("USB tethering, no manager")
-            << int(K::UsbTethering) << -1 << false << false << "" << mobile;
-        QTest::newRow("USB adapter NetworkManager calls unmetered")
-            << int(K::UsbTethering) << 4 << false << false << "" << other;
-        QTest::newRow("Bluetooth PAN") << int(K::Bluetooth) << -1 << false << false << "" << mobile;
-        QTest::newRow("modem guessed unmetered still pays")
-            << int(K::Modem) << 4 << false << false << "" << mobile;
-        QTest::newRow("modem set unmetered by the user in NetworkManager")
-            << int(K::Modem) << 2 << false << false << "" << other;
-        QTest::newRow("VPN tunnel on a metered link") << int(K::Virtual) << 3 << false << false << "" << none;
-        QTest::newRow("loopback") << int(K::Loopback) << -1 << false << false << "" << none;
-        QTest::newRow("listed PPP link") << int(K::Virtual) << -1 << false << true << "" << mobile;
-        QTest::newRow("hotspot served") << int(K::WiFi) << 4 << true << false << "" << int(LinkUse::Serving);
-        QTest::newRow("the user's choice decides last")
-            << int(K::WiFi) << 3 << false << false << "other" << other;
-        QTest::newRow("ignore a modem") << int(K::Modem) << -1 << false << true << "ignore" << none;
-        QTest::newRow("count a tunnel") << int(K::Virtual) << -1 << false << false << "mobile" << mobile;
-        QTest::newRow("a word that is no choice is automatic")
-            << int(K::WiFi) << 3 << false << false << "Mobile" << mobile;
+        using U = LinkUse;
+        const auto row = [](const char *name, K kind, int metered, U use, bool listed = false,
+                            const char *choice = "", bool serving = false) {
+            QTest::newRow(name) << int(kind) << metered << serving << listed << QString::fromLatin1(choice)
+                                << int(use);
+        };
+        row("phone hotspot over Wi-Fi", K::WiFi, 3, U::Mobile);
+        row("home Wi-Fi", K::WiFi, 4, U::Other);
+        row("Wi-Fi, no manager", K::WiFi, -1, U::Other);
+        row("Wi-Fi the user marked metered", K::WiFi, 1, U::Mobile);
+        row("wired, not activated", K::Ethernet, 0, U::Other);
+        row("USB tethering, no manager", K::UsbTethering, -1, U::Mobile);
+        row("USB adapter NetworkManager calls unmetered", K::UsbTethering, 4, U::Other);
+        row("Bluetooth PAN", K::Bluetooth, -1, U::Mobile);
+        row("modem guessed unmetered still pays", K::Modem, 4, U::Mobile);
+        row("modem set unmetered by the user in NetworkManager", K::Modem, 2, U::Other);
+        row("VPN tunnel on a metered link", K::Virtual, 3, U::NotCounted);
+        row("loopback", K::Loopback, -1, U::NotCounted);
+        row("listed PPP link", K::Virtual, -1, U::Mobile, true);
+        row("hotspot served", K::WiFi, 4, U::Serving, false, "", true);
+        row("the user's choice decides last", K::WiFi, 3, U::Other, false, "other");
+        row("ignore a modem", K::Modem, -1, U::NotCounted, true, "ignore");
+        row("count a tunnel", K::Virtual, -1, U::Mobile, false, "mobile");
+        row("a word that is no choice is automatic", K::WiFi, 3, U::Mobile, false, "Mobile");
     }
 
     void linkUses()
@@ -230,16 +217,12 @@ private slots:
         QFETCH(int, use);
         LinkClassifier::Facts facts{QStringLiteral("link0"), LinkKind(kind), std::nullopt, listed};
         if (metered >= 0)
-            facts.managed = ManagedLink{QStringLiteral("link0"), QStringLiteral("Pixel"),
-                                        QStringLiteral("u-1"), metered, serving};
+            facts.managed = ManagedLink{"link0", "Pixel", "u-1", metered, serving};
         // A managed link's choice is its connection's, an unmanaged one's its interface's
         // (by its identifier: a renamed connection keeps it).
         const QString key = metered >= 0 ? QStringLiteral("u-1") : QStringLiteral("link0");
-        const QVariantMap choices{
-            {key, QVariantMap{{QStringLiteral("choice"), choice},
-                              {QStringLiteral("name"), QStringLiteral("Old")}}},
-            {QStringLiteral("Pixel"),
-             LinkClassifier::storedChoice(LinkChoice::Ignore, QStringLiteral("Pixel"))}};
+        const QVariantMap choices{{key, QVariantMap{{"choice", choice}, {"name", "Old"}}},
+                                  {"Pixel", LinkClassifier::storedChoice(LinkChoice::Ignore, "Pixel")}};
         const LinkClass c = LinkClassifier::classify(facts, choices);
         QCOMPARE(int(c.use), use);
         QCOMPARE(c.choiceKey, key);
@@ -247,28 +230,21 @@ private slots:
         QVERIFY(!c.reason.isEmpty());
     }
 
-    // The saved Wi-Fi name holds until re-detection.
-    void wifiNameDetection_data()
-    {
-        QTest::addColumn<QStringList>("detected");
-        QTest::addColumn<QString>("saved");
-        QTest::newRow("the first detected name") << QStringList{"wlan0", "wlan1"} << "wlan0";
-        QTest::newRow("nothing detected falls back to en0") << QStringList() << "en0";
-    }
-
+    // The saved Wi-Fi name (the first detected, or en0 when none is) holds until re-detection.
     void wifiNameDetection()
     {
-        QFETCH(QStringList, detected);
-        QFETCH(QString, saved);
-        TestContainer c;
-        c.interfaces.wifi = detected;
-        auto shared = c.open();
-        QCOMPARE(shared->savedWifiLink(), saved);
-        QCOMPARE(shared->userPref().stringForKey(QStringLiteral("PREF_INTERFACE_NAME")), saved);
-        c.interfaces.wifi = QStringList{QStringLiteral("wlx99")};
-        QCOMPARE(shared->savedWifiLink(), saved); // the saved name stays in force
-        shared->checkWifiLink();
-        QCOMPARE(shared->savedWifiLink(), QStringLiteral("wlx99"));
+        for (const auto &[detected, saved] :
+             QList<std::pair<QStringList, QString>>{{{"wlan0", "wlan1"}, "wlan0"}, {{}, "en0"}}) {
+            TestContainer c;
+            c.interfaces.wifi = detected;
+            auto shared = c.open();
+            QCOMPARE(shared->savedWifiLink(), saved);
+            QCOMPARE(shared->userPref().stringForKey(QStringLiteral("PREF_INTERFACE_NAME")), saved);
+            c.interfaces.wifi = QStringList{"wlx99"};
+            QCOMPARE(shared->savedWifiLink(), saved); // the saved name stays in force
+            shared->checkWifiLink();
+            QCOMPARE(shared->savedWifiLink(), QStringLiteral("wlx99"));
+        }
     }
 };
 

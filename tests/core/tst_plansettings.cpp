@@ -36,7 +36,7 @@ private slots:
         QVERIFY(shared->getForPlan(QString(), Keys::PREF_BILLDAY).isNull());
     }
 
-    void newInstallDefaults()
+    void newInstallDefaultsAndStores()
     {
         TestContainer c;
         auto shared = c.open();
@@ -54,6 +54,24 @@ private slots:
         QCOMPARE(shared->userPref().dictionaryForKey(Keys::PREF_ALL_PLANS).size(), 1);
         QCOMPARE(monitor.plans().makeNewPlan().value(Keys::PREF_PLAN_LABEL).toString(),
                  QStringLiteral("Plan"));
+
+        // Store contexts are cached per plan; the active one is the shared one.
+        QVariantMap other = monitor.plans().makeNewPlan();
+        monitor.plans().addPlan(other);
+        const QString active = shared->activePlanID(), otherId = other.value(Keys::PREF_PLAN_ID).toString();
+        QVERIFY(!shared->makeStoreForPlan(QString()));
+        QVERIFY(!monitor.plans().storeForPlan(QString()));
+        auto a = shared->activeStore();
+        QCOMPARE(a->name(), active);
+        QCOMPARE(shared->activeStore(), a);
+        QCOMPARE(monitor.plans().storeForPlan(active), a);
+        auto o = monitor.plans().storeForPlan(otherId);
+        QCOMPARE(o->name(), otherId);
+        QCOMPARE(o->path(), c.dir.filePath(otherId + QStringLiteral(".sqlite")));
+        QCOMPARE(monitor.plans().storeForPlan(otherId), o);
+        shared->userPref().setValue(Keys::PREF_ACTIVE_PLAN, otherId);
+        QCOMPARE(shared->activeStore()->name(), otherId);
+        QVERIFY(shared->activeStore() != o); // the active context is the shared one, not the cache
     }
 
     void migration_data()
@@ -105,30 +123,6 @@ private slots:
         QVERIFY(d.synchronize());
         auto again = c.open();
         QVERIFY(again->activePlanID().isNull());
-    }
-
-    void storeContextsAreCachedPerPlan()
-    {
-        TestContainer c;
-        auto shared = c.open();
-        UsageMonitor monitor(*shared);
-        monitor.plans().setUpNewInstall();
-        QVariantMap other = monitor.plans().makeNewPlan();
-        monitor.plans().addPlan(other);
-        const QString active = shared->activePlanID(), otherId = other.value(Keys::PREF_PLAN_ID).toString();
-        QVERIFY(!shared->makeStoreForPlan(QString()));
-        QVERIFY(!monitor.plans().storeForPlan(QString()));
-        auto a = shared->activeStore();
-        QCOMPARE(a->name(), active);
-        QCOMPARE(shared->activeStore(), a);
-        QCOMPARE(monitor.plans().storeForPlan(active), a);
-        auto o = monitor.plans().storeForPlan(otherId);
-        QCOMPARE(o->name(), otherId);
-        QCOMPARE(o->path(), c.dir.filePath(otherId + QStringLiteral(".sqlite")));
-        QCOMPARE(monitor.plans().storeForPlan(otherId), o);
-        shared->userPref().setValue(Keys::PREF_ACTIVE_PLAN, otherId);
-        QCOMPARE(shared->activeStore()->name(), otherId);
-        QVERIFY(shared->activeStore() != o); // the active context is the shared one, not the cache
     }
 };
 

@@ -35,7 +35,8 @@ private slots:
         QCOMPARE((DonatedIntent{QStringLiteral("Call Tallymo"), {}}.matches(terms)), intent);
     }
 
-    // Leaving the foreground makes the one item again; it is found until 365 days have passed.
+    // Leaving the foreground makes the one item again; it is found until 365 days have passed. A
+    // result reads the usage once for all, and tells it in a line.
     void madeAtResignationAndExpires()
     {
         TestContainer c;
@@ -48,14 +49,12 @@ private slots:
         monitor.windowDeactivated();
         QCOMPARE(index.items().size(), 1);
         QCOMPARE(index.items().first().expirationDate, c.clock.now().addDays(365));
-        QCOMPARE(monitor.search().activity().activityType, QStringLiteral("tallymonext.search"));
-        QCOMPARE(monitor.search().activity().userInfo, (QVariantMap{{"SEARCH_UNIQ_ID", 1}}));
-        QVERIFY(monitor.search().openResult(monitor.search().activity()));
 
         int reads = 0;
+        QVariantMap record = WidgetRecord::notSetUp(c.clock.now());
         DesktopSearch search(index, c.clock, [&] {
             ++reads;
-            return WidgetRecord::notSetUp(c.clock.now());
+            return record;
         });
         const QStringList overage{QStringLiteral("overage")};
         QCOMPARE(search.resultsFor(overage), QStringList{"SEARCH_UNIQ_ID"});
@@ -64,6 +63,13 @@ private slots:
         QCOMPARE(reads, 1); // the usage is read once for all results
         QCOMPARE(metas[0].description,
                  QStringLiteral("Not set up yet: open Tallymo to set up your data plan."));
+        record = {{WStats::PERCENT, 41.6},
+                  {WStats::DAYS, 1},
+                  {WStats::TIMEUNIT, "day"},
+                  {WStats::FORECAST, "danger"}};
+        QCOMPARE(search.resultMetas({"SEARCH_UNIQ_ID"}).value(0).description,
+                 QStringLiteral("42% used · 1 day left · forecast: danger"));
+        QCOMPARE(DesktopSearch::termsOf(QStringLiteral("  usage \t stat ")), (QStringList{"usage", "stat"}));
         QVERIFY(search.activityFor(QStringLiteral("SEARCH_UNIQ_ID")));
         QVERIFY(!search.activityFor(QStringLiteral("unknown")));
 
@@ -73,27 +79,15 @@ private slots:
         QCOMPARE(search.resultsFor(overage), QStringList());
     }
 
-    void usageLine()
-    {
-        const QVariantMap record{{WStats::PERCENT, 41.6},          {WStats::DAYS, 1},
-                                 {WStats::TIMEUNIT, "day"},        {WStats::FORECAST, "danger"},
-                                 {WStats::TIMESTAMP, QDateTime()}, {WStats::LEFT, 0}};
-        QCOMPARE(DesktopSearch::usageLine(record),
-                 QStringLiteral("42% used · 1 day left · forecast: danger"));
-        QCOMPARE(DesktopSearch::termsOf(QStringLiteral("  usage \t stat ")), (QStringList{"usage", "stat"}));
-    }
-
     // A damaged index reads as empty and is replaced whole by the next item; one that cannot be
     // written says why.
     void damagedOrUnwritableIndex()
     {
         QTemporaryDir dir;
         SearchableIndex index(dir.path());
-        {
-            QFile f(index.path());
-            QVERIFY(f.open(QIODevice::WriteOnly));
-            f.write("{\"items\": [");
-        }
+        QFile damaged(index.path());
+        QVERIFY(damaged.open(QIODevice::WriteOnly) && damaged.write("{\"items\": [") > 0);
+        damaged.close();
         QVERIFY(index.items().isEmpty());
         const SearchItem item = SearchItem::make(QDateTime(QDate(2026, 3, 10), QTime(14, 25)));
         QVERIFY(index.publish(item, {QStringLiteral("Call Tallymo"), QDateTime::currentDateTime()}));

@@ -11,8 +11,7 @@ namespace {
 
 struct FakeWatch : WatchSession
 {
-    bool installed = true;
-    bool complication = true;
+    bool installed = true, complication = true;
     MessageHandler onMessage;
     QList<QVariantMap> contexts, complications;
     bool isSupported() override { return true; }
@@ -87,34 +86,10 @@ private slots:
         });
         QCOMPARE(QSet<QString>(s.keyBegin(), s.keyEnd()),
                  (QSet<QString>{WStats::F_RATIO, WStats::PERCENT, WStats::USED, WStats::LEFT, WStats::DAYS}));
-        QCOMPARE(s.value(WStats::USED).toDouble(), c.cell);
-        QCOMPARE(s.value(WStats::PERCENT).toDouble(), c.percent);
-        QCOMPARE(s.value(WStats::LEFT).toDouble(), c.left);
+        QCOMPARE((std::tuple{s[WStats::USED].toDouble(), s[WStats::PERCENT].toDouble(),
+                             s[WStats::LEFT].toDouble(), s[WStats::DAYS].toLongLong()}),
+                 (std::tuple{c.cell, c.percent, c.left, c.days}));
         QVERIFY(!std::signbit(s.value(WStats::LEFT).toDouble()));
-        QCOMPARE(s.value(WStats::DAYS).toLongLong(), c.days);
-    }
-
-    void coordinateForTheWidget()
-    {
-        TestContainer c;
-        auto shared = c.openPlan();
-        struct Location : LocationService
-        {
-            Authorization authorizationStatus() override { return Authorization::Always; }
-            bool reducedAccuracy() override { return false; }
-            std::optional<LocationFix> lastLocation() override { return LocationFix{52.5, 13.4, 20, {}}; }
-            void startMonitoringVisits(std::function<void(const Visit &)>,
-                                       std::function<void(const QString &)>) override
-            {
-                QFAIL("the widget starts no location updates");
-            }
-            void stopMonitoring() override {}
-        } location;
-        QCOMPARE(WidgetStats::getCurrentCoordinateForWidget(*shared, &location).latitude,
-                 kUnknownCoordinate); // not mapping
-        shared->userPref().setValue(Keys::PREF_V7_GEO, true);
-        QCOMPARE(WidgetStats::getCurrentCoordinateForWidget(*shared, &location).latitude, 52.5);
-        QCOMPARE(WidgetStats::getCurrentCoordinateForWidget(*shared, nullptr).latitude, kUnknownCoordinate);
     }
 
     // A message is answered before setup with two keys, after it with the record and a fresh sample.
@@ -160,18 +135,17 @@ private slots:
         monitor.watch().sendContext(screen);
         QCOMPARE(watch.complications.size(), 1);
         QCOMPARE(watch.contexts.size(), 1);
+        QCOMPARE(watch.contexts[0].size(), 8);
         QCOMPARE(watch.contexts[0].value(WStats::LEFT).toDouble(), 0.0);
         QCOMPARE(watch.contexts[0].value(WStats::TIMEUNIT).toString(), QStringLiteral("days"));
-        QCOMPARE(watch.contexts[0].size(), 8);
         // Another colour: the complication again; without it shown, the context instead.
         QVariantMap changed = screen;
         changed[WStats::COLOR] = quint32(0x00ff00);
         watch.complication = false;
         monitor.watch().sendContext(changed);
         QCOMPARE(watch.contexts.size(), 2);
-        QCOMPARE(
-            shared->userPref().dictionaryForKey(Keys::PREF_WATCH_COMP_STATE).value(WStats::COLOR).toUInt(),
-            0x00ff00u);
+        QCOMPARE(shared->userPref().dictionaryForKey(Keys::PREF_WATCH_COMP_STATE)[WStats::COLOR].toUInt(),
+                 0x00ff00u);
         watch.installed = false;
         monitor.watch().sendContext(screen);
         QCOMPARE(watch.contexts.size() + watch.complications.size(), 3);
@@ -198,19 +172,18 @@ private slots:
                                  {WStats::FORECAST, "caution"},
                                  {WStats::COLOR, quint32(0xf5a623)},
                                  {WStats::TIMESTAMP, QDateTime::currentDateTime()}};
-        const QJsonObject bar =
-            QJsonDocument::fromJson(WidgetOutput::render(record, WidgetOutput::Format::Waybar, style, 0))
+        const auto waybar = [&](int background) {
+            return QJsonDocument::fromJson(
+                       WidgetOutput::render(record, WidgetOutput::Format::Waybar, style, background))
                 .object();
+        };
+        const QJsonObject bar = waybar(0);
         QCOMPARE(bar.value("text").toString(), text);
         QCOMPARE(bar.value("class").toString(), QStringLiteral("caution"));
         QCOMPARE(bar.value("percentage").toInt(), 42);
-        const QList<QByteArray> lines =
-            WidgetOutput::render(record, WidgetOutput::Format::I3blocks, style, 3).split('\n');
-        QCOMPARE(lines.value(2), QByteArray("#f5a623"));
-        const QJsonObject dark =
-            QJsonDocument::fromJson(WidgetOutput::render(record, WidgetOutput::Format::Waybar, style, 1))
-                .object();
-        QCOMPARE(dark.value("class").toArray(), (QJsonArray{"caution", "background-1"}));
+        QCOMPARE(WidgetOutput::render(record, WidgetOutput::Format::I3blocks, style, 3).split('\n').value(2),
+                 QByteArray("#f5a623")); // the colour line
+        QCOMPARE(waybar(1).value("class").toArray(), (QJsonArray{"caution", "background-1"}));
     }
 };
 

@@ -1,6 +1,7 @@
 """Helpers shared by the end-to-end tests: a temporary container, the tallymo binary, counters, and
 network namespaces with a process in each that holds connections."""
 import importlib.util
+import json
 import os
 import plistlib
 import select
@@ -13,8 +14,12 @@ import tempfile
 import threading
 import time
 import unittest
+from contextlib import closing
 
 TALLYMO = os.environ.get("TALLYMO_BIN", "tallymo")
+PROGRAMS_DIR = os.path.dirname(os.path.dirname(TALLYMO))
+APP, WIDGET, FACE = (os.path.join(PROGRAMS_DIR, n, n) for n in ("tallymo-app", "tallymo-widget", "tallymo-watch"))
+SHOTS = os.path.join(os.path.dirname(PROGRAMS_DIR), "tools", "screenshots", "tallymo-screenshots")
 PROGRAMS = os.path.join(os.path.dirname(__file__), "..", "..", "scripts", "programs.txt")
 
 
@@ -32,15 +37,26 @@ def require(*names):
             sys.exit(f"{os.path.basename(sys.argv[0])}: {name} is missing; install the Debian package "
                      f"{packages[name]} (scripts/deps.sh installs it)")
 
+
+def wait_until(condition, what, timeout=15):
+    """Polls `condition` until it holds; fails with `what` (or what it returns, if a function) after `timeout` s."""
+    deadline = time.time() + timeout
+    while not condition():
+        if time.time() > deadline:
+            raise AssertionError(what() if callable(what) else what)
+        time.sleep(0.05)
+
+
 HEADER = ("Inter-|   Receive                                                |  Transmit\n"
           " face |bytes    packets errs drop fifo frame compressed multicast|"
           "bytes    packets errs drop fifo colls carrier compressed\n")
 
 
 class Container:
-    """A container directory, a stand-in counters file and a stand-in sysfs tree."""
+    """A container directory, a stand-in counters file (with `counters` in it, when given) and a
+    stand-in sysfs tree; `env`: more environment for the commands."""
 
-    def __init__(self, wifi=("wlan0",)):
+    def __init__(self, wifi=("wlan0",), counters=None, **env):
         self._tmp = tempfile.TemporaryDirectory(prefix="tallymo-e2e-")
         self.root = self._tmp.name
         self.path = os.path.join(self.root, "container")
@@ -50,7 +66,9 @@ class Container:
             os.makedirs(os.path.join(self.sysfs, name, "wireless"))
         os.makedirs(self.sysfs, exist_ok=True)
         self.env = dict(os.environ, TALLYMO_CONTAINER=self.path, TALLYMO_PROC_NET_DEV=self.counters,
-                        TALLYMO_SYSFS_NET=self.sysfs, TZ=os.environ.get("TZ", "UTC"))
+                        TALLYMO_SYSFS_NET=self.sysfs, **{"TZ": os.environ.get("TZ", "UTC"), **env})
+        if counters:
+            self.write_counters(counters)
 
     def cleanup(self):
         self._tmp.cleanup()
@@ -77,6 +95,9 @@ class Container:
             raise AssertionError(f"tallymo {' '.join(args)} exited {p.returncode}: {p.stderr}")
         return p
 
+    def json(self, *args, **kw):
+        return json.loads(self.run(*args, "--json", **kw).stdout)
+
     def settings(self):
         with open(os.path.join(self.path, "group.zr.qxnext.plist"), "rb") as f:
             return plistlib.load(f)
@@ -86,15 +107,16 @@ class Container:
         plan = s["PREF_ALL_PLANS"][s["PREF_ACTIVE_PLAN"]]
         return os.path.join(self.path, plan["PREF_PLAN_DBNAME"])
 
-    def totals(self):
-        """Sums of the active plan's stored usage, read straight from the SQLite file."""
-        db = sqlite3.connect(f"file:{self.store_path()}?mode=ro", uri=True)  # never creates it
-        try:
+    def totals(self, store=None):
+        """Sums of the stored usage of the active plan (or in `store`), read straight from the SQLite
+        file; all 0 while there is none."""
+        store = store or self.store_path()
+        if not os.path.exists(store):
+            return dict.fromkeys(("cellIn", "cellOut", "wifiIn", "wifiOut", "events"), 0)
+        with closing(sqlite3.connect(f"file:{store}?mode=ro", uri=True)) as db:  # never creates it
             row = db.execute("SELECT total(cellIn), total(cellOut), total(wifiIn), total(wifiOut), count(*) "
                              "FROM Event").fetchone()
             check = db.execute("PRAGMA integrity_check").fetchone()[0]
-        finally:
-            db.close()
         return {"cellIn": row[0], "cellOut": row[1], "wifiIn": row[2], "wifiOut": row[3], "events": row[4],
                 "integrity": check}
 
@@ -125,11 +147,7 @@ class Daemon:
         self.stop()
 
     def wait(self, condition, what, timeout=15):
-        deadline = time.time() + timeout
-        while not condition():
-            if time.time() > deadline:
-                raise AssertionError(f"{what}; service output: {self.lines}")
-            time.sleep(0.05)
+        wait_until(condition, lambda: f"{what}; service output: {self.lines}", timeout)
 
     def found(self, trigger):
         return [line for line in self.lines if f"  {trigger}: " in line]
@@ -167,6 +185,13 @@ def one_error_line(test, p, *needles, status=None):
     test.assertRegex(p.stderr, r"\Atallymo: .*\n?\Z")  # . takes no line break
     for needle in needles:
         test.assertIn(needle, p.stderr)
+
+
+def script(path, body):
+    """An executable shell script at `path`."""
+    with open(path, "w") as f:
+        f.write("#!/bin/sh\n" + body + "\n")
+    os.chmod(path, 0o755)
 
 
 def ip(*args):

@@ -12,22 +12,18 @@ import time
 import unittest
 
 sys.path.insert(0, os.path.dirname(__file__))
-from support import TALLYMO, Container  # noqa: E402
+from support import TALLYMO, WIDGET, Container  # noqa: E402
 
-WIDGET = os.path.join(os.path.dirname(os.path.dirname(TALLYMO)), "tallymo-widget", "tallymo-widget")
 SAMPLERS = [[TALLYMO, "sample"]] * 6 + [[WIDGET, "--format", "json"]] * 2
 DURATION = 4.0
 
 
 class ConcurrentSampling(unittest.TestCase):
     def setUp(self):
-        self.c = self.enterContext(Container())
         self.start = {"wwan0": (1000, 1000), "wlan0": (5000, 7000), "eth0": (1, 1)}
-        self.c.write_counters(self.start)
+        self.c = self.enterContext(Container(counters=self.start))
         self.c.run("sample")  # first sample: only remembers the counters
-        self.stop = threading.Event()
-        self.lock = threading.Lock()
-        self.procs, self.failures = set(), []
+        self.stop, self.lock, self.procs, self.failures = threading.Event(), threading.Lock(), set(), []
         self.outcomes = {"recorded": 0, "skipped": 0, "nothing": 0, "killed": 0, "widget": 0}
 
     def grow(self):
@@ -43,8 +39,7 @@ class ConcurrentSampling(unittest.TestCase):
 
     def sampler(self, command):
         while not self.stop.is_set():
-            p = subprocess.Popen(command, env=self.c.env, stdout=subprocess.PIPE,
-                                 stderr=subprocess.PIPE, text=True)
+            p = subprocess.Popen(command, env=self.c.env, stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
             with self.lock:
                 self.procs.add(p)
             out, err = p.communicate()
@@ -67,10 +62,8 @@ class ConcurrentSampling(unittest.TestCase):
                     rng.choice(victims).send_signal(signal.SIGKILL)
 
     def run_samplers(self, kill):
-        threads = [threading.Thread(target=self.grow)] + [threading.Thread(target=self.sampler, args=(command,))
-                                                          for command in SAMPLERS]
-        if kill:
-            threads.append(threading.Thread(target=self.killer))
+        threads = [threading.Thread(target=self.sampler, args=(command,)) for command in SAMPLERS]
+        threads += [threading.Thread(target=f) for f in [self.grow] + [self.killer] * kill]
         for t in threads:
             t.start()
         # At least DURATION, and on a slow machine (or under the sanitizers) until enough samples
@@ -96,8 +89,7 @@ class ConcurrentSampling(unittest.TestCase):
         self.assertGreater(self.outcomes["recorded"], 20)
         self.assertGreater(self.outcomes["skipped"], 0, "the samplers never overlapped")
         self.assertGreater(self.outcomes["widget"], 0)
-        for key, grown in self.growth().items():
-            self.assertEqual(totals[key], grown, key)
+        self.assertEqual({key: totals[key] for key in self.growth()}, self.growth())
         self.assertEqual(totals["integrity"], "ok")
 
     def test_killed_samplers_never_double_count(self):
@@ -105,11 +97,9 @@ class ConcurrentSampling(unittest.TestCase):
         self.assertGreater(self.outcomes["killed"], 5)
         totals = self.c.totals()
         self.assertEqual(totals["integrity"], "ok")
-        settings = self.c.settings()  # parses
-        self.assertIn("PREF_LINK_COUNTERS", settings)
-        grown = self.growth()
-        for key in grown:
-            self.assertLessEqual(totals[key], grown[key], key)
+        self.assertIn("PREF_LINK_COUNTERS", self.c.settings())  # parses
+        for key, grown in self.growth().items():
+            self.assertLessEqual(totals[key], grown, key)
         # The store and settings still work: a last sample moves the counters on.
         self.c.run("sample")
         links = self.c.settings()["PREF_LINK_COUNTERS"]["links"]

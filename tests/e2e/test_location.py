@@ -4,14 +4,12 @@ gives the unknown coordinate."""
 import functools
 import operator
 import os
-import pathlib
 import socket
 import sqlite3
 import sys
-import tempfile
-import threading
 import time
 import unittest
+from contextlib import closing
 from datetime import datetime, timedelta, timezone
 
 sys.path.insert(0, os.path.dirname(__file__))
@@ -41,16 +39,12 @@ class FakeGpsd:
         self.server.listen(1)
         self.port = self.server.getsockname()[1]
         self.conn = None
-        self.ready = threading.Event()
-        threading.Thread(target=self.accept, daemon=True).start()
-
-    def accept(self):
-        self.conn, _ = self.server.accept()
-        self.conn.recv(1024)  # ?WATCH={...};
-        self.ready.set()
 
     def send(self, text):
-        assert self.ready.wait(10), "tallymo never asked gpsd to watch"
+        if not self.conn:
+            self.server.settimeout(10)
+            self.conn = self.server.accept()[0]
+            self.conn.recv(1024)  # ?WATCH={...};
         self.conn.sendall(text.encode())
 
     def close(self):
@@ -60,25 +54,13 @@ class FakeGpsd:
 
 
 class Location(unittest.TestCase):
-    def container(self, nmea, notification_server=True):
-        session = self.enterContext(SessionBus(notification_server=notification_server))
-        c = self.enterContext(Container())
-        c.env.update(DBUS_SESSION_BUS_ADDRESS=session.address, TALLYMO_NMEA=nmea)
-        c.write_counters({"wwan0": (1000, 1000)})
-        c.run("defaults", "write", "PREF_V7_GEO", "true")
-        return c
-
-    def rows(self, c):
-        db = sqlite3.connect(f"file:{c.store_path()}?mode=ro", uri=True)
-        try:
-            return db.execute("SELECT cellIn, latitude, longitude FROM Event ORDER BY id").fetchall()
-        finally:
-            db.close()
-
     def test_positions_visits_and_accuracy(self):
         gpsd = FakeGpsd()
         self.addCleanup(gpsd.close)
-        c = self.container(f"gpsd://127.0.0.1:{gpsd.port}")
+        session = self.enterContext(SessionBus())
+        c = self.enterContext(Container(counters={"wwan0": (1000, 1000)}, DBUS_SESSION_BUS_ADDRESS=session.address,
+                                        TALLYMO_NMEA=f"gpsd://127.0.0.1:{gpsd.port}"))
+        c.run("defaults", "write", "PREF_V7_GEO", "true")
         start = datetime.now(timezone.utc).replace(microsecond=0) - timedelta(minutes=20)
         with Daemon(c.env) as daemon:
             # Moving north, a position a minute, 300 m apart.
@@ -97,7 +79,8 @@ class Location(unittest.TestCase):
             c.write_counters({"wwan0": (13000, 1000)})
             c.run("push")
             daemon.wait_for("push", 2)
-        rows = self.rows(c)
+        with closing(sqlite3.connect(f"file:{c.store_path()}?mode=ro", uri=True)) as db:
+            rows = db.execute("SELECT cellIn, latitude, longitude FROM Event ORDER BY id").fetchall()
         self.assertEqual(rows[0][0], 5000)
         self.assertAlmostEqual(rows[0][1], 52.5 + 0.0027 * 3, places=6)  # the last position
         self.assertAlmostEqual(rows[0][2], 13.4, places=6)
@@ -106,16 +89,19 @@ class Location(unittest.TestCase):
     def test_recorded_track(self):
         """A recorded NMEA file, replayed at its own pace, gives the samples its last position."""
         start = datetime.now(timezone.utc).replace(microsecond=0)
-        track = os.path.join(self.enterContext(tempfile.TemporaryDirectory()), "track.nmea")
-        pathlib.Path(track).write_text("".join(fix(start + timedelta(seconds=i), 48.1 + 0.001 * i, 11.5, 0.9)
-                                               for i in range(3)))
-        c = self.container(f"file://{track}", notification_server=False)
+        session = self.enterContext(SessionBus(notification_server=False))
+        c = self.enterContext(Container(counters={"wwan0": (1000, 1000)}, DBUS_SESSION_BUS_ADDRESS=session.address))
+        c.env["TALLYMO_NMEA"] = "file://" + os.path.join(c.root, "track.nmea")
+        with open(os.path.join(c.root, "track.nmea"), "w") as track:
+            track.write("".join(fix(start + timedelta(seconds=i), 48.1 + 0.001 * i, 11.5, 0.9) for i in range(3)))
+        c.run("defaults", "write", "PREF_V7_GEO", "true")
         with Daemon(c.env) as daemon:
             time.sleep(3)  # the replay keeps the recording's one-second pace
             c.write_counters({"wwan0": (3000, 1000)})
             c.run("push")
             daemon.wait_for("push")
-        (_, lat, lon), = self.rows(c)
+        with closing(sqlite3.connect(f"file:{c.store_path()}?mode=ro", uri=True)) as db:
+            (lat, lon), = db.execute("SELECT latitude, longitude FROM Event").fetchall()
         self.assertAlmostEqual(lat, 48.102, places=6)
         self.assertAlmostEqual(lon, 11.5, places=6)
 

@@ -17,35 +17,29 @@ from support import Container  # noqa: E402
 class Notifications(unittest.TestCase):
     def setUp(self):
         self.session = self.enterContext(SessionBus())
-        self.c = self.enterContext(Container())
-        self.c.env.update(DBUS_SESSION_BUS_ADDRESS=self.session.address, TZ="UTC")
-        self.counters = [1000, 1000]
-        self.c.write_counters({"wwan0": tuple(self.counters)})
+        self.c = self.enterContext(Container(counters={"wwan0": (1000, 1000)}, TZ="UTC",
+                                             DBUS_SESSION_BUS_ADDRESS=self.session.address))
         self.c.run("plans", "set", "PREF_THRES_MONTHLY", "1000000")
 
-    def use(self, received):
-        self.counters[0] += received
-        self.c.write_counters({"wwan0": tuple(self.counters)})
+    def use(self, received):  # received: the period's total so far
+        self.c.write_counters({"wwan0": (1000 + received, 1000)})
         return self.c.run("refresh")
 
     # Each refresh is its own process: the second alert replaces the first one's notification, and
-    # the badge follows the percentage (background refresh is on once the user service is enabled).
+    # the badge follows the percentage (background refresh is on once the user service is enabled;
+    # the badge's number and each threshold are in tst_usagealerts).
     def test_usage_alerts_and_the_badge(self):
-        config = os.path.join(self.c.root, "config")
+        self.c.env["XDG_CONFIG_HOME"] = config = os.path.join(self.c.root, "config")
         os.makedirs(os.path.join(config, "systemd", "user", "default.target.wants"))
         open(os.path.join(config, "systemd", "user", "default.target.wants", "tallymo.service"), "w").close()
-        self.c.env["XDG_CONFIG_HOME"] = config
         self.c.run("defaults", "write", "PREF_V7_BADGE", "true")
         monitor = subprocess.Popen(["dbus-monitor", "--address", self.session.address,
                                     "type='signal',interface='com.canonical.Unity.LauncherEntry'"],
                                    stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True)
         try:
             time.sleep(0.3)
-            self.use(0)  # the first sample only remembers the counters
-            self.use(125_000)  # 12.5 %: the badge shows 12 (halves to even)
-            self.use(475_000)  # 60 %: the first threshold
-            self.use(10_000)  # 61 %: no new threshold
-            self.use(140_000)  # 75 %: the second
+            for received in (0, 600_000, 610_000, 750_000):  # a baseline; 60 %, the first threshold; 61 %; 75 %
+                self.use(received)
             time.sleep(0.3)
         finally:
             monitor.terminate()
@@ -54,11 +48,11 @@ class Notifications(unittest.TestCase):
         self.assertEqual([(c[1], c[4]) for c in calls], [(0, "You've used 60%."), (1, "You've used 75%.")])
         self.assertEqual((calls[0][0], calls[0][6]["desktop-entry"]), ("Tallymo", "org.tallymo.Tallymo"))
         badges = [line.split()[-1] for line in out.splitlines() if "int64" in line]
-        self.assertEqual(badges, ["0", "12", "60", "61", "75"])
+        self.assertEqual(badges, ["0", "60", "61", "75"])
         self.assertIn("application://org.tallymo.Tallymo.desktop", out)
         # With no notification server on the bus the alert is said in the log.
         self.session.stop_mock()
-        p = self.use(200_000)  # 95 %: the third
+        p = self.use(950_000)  # 95 %: the third
         self.assertIn("alert level 3", p.stdout)
         self.assertIn("no notification shown (Usage Alert)", p.stderr)
 

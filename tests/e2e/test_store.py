@@ -1,7 +1,6 @@
 """The hourly totals kept beside the records, with real processes: built once for an older store (and
 resumed after a kill -9 in the middle), and a damaged store as every command meets it."""
 import glob
-import json
 import os
 import pathlib
 import random
@@ -43,15 +42,12 @@ def kept_totals(path):
 
 def fill(path, days=150):
     """A record every ten minutes up to now, written straight into the store with its hourly totals."""
-    now = time.time()
-    rows = [(now - i * 600, 1000 + i, 10, 5000, 50) for i in range(days * 144)]
-    db = sqlite3.connect(path)
-    db.executemany("INSERT INTO Event(timeStamp, cellIn, cellOut, wifiIn, wifiOut) VALUES (?, ?, ?, ?, ?)", rows)
-    db.execute("DELETE FROM EventHour")
-    db.execute("INSERT INTO EventHour SELECT CAST(timeStamp / 3600 AS INTEGER) * 3600 AS h, count(*), total(cellIn), "
-               "total(cellOut), total(wifiIn), total(wifiOut) FROM Event GROUP BY h")
-    db.commit()
-    db.close()
+    rows = [(time.time() - i * 600, 1000 + i, 10, 5000, 50) for i in range(days * 144)]
+    with closing(sqlite3.connect(path)) as db, db:
+        db.executemany("INSERT INTO Event(timeStamp, cellIn, cellOut, wifiIn, wifiOut) VALUES (?, ?, ?, ?, ?)", rows)
+        db.execute("DELETE FROM EventHour")
+        db.execute("INSERT INTO EventHour SELECT CAST(timeStamp / 3600 AS INTEGER) * 3600 AS h, count(*), "
+                   "total(cellIn), total(cellOut), total(wifiIn), total(wifiOut) FROM Event GROUP BY h")
 
 
 def damage(path, names, seed=7):
@@ -84,7 +80,7 @@ class DamagedStore(unittest.TestCase):
     # Put right by `store check`, which says so with exit status 1, and by the next command that
     # writes records; until then every figure is read around the damage.
     def test_a_damaged_page_of_totals_is_built_again(self):
-        status = json.loads(self.c.run("status", "--json").stdout)
+        status = self.c.json("status")
         days = self.c.run("history", "days", "--json").stdout
         self.assertGreater(status["monthCell"], 0)
         for repair in ("store check", "reads, then a write"):
@@ -98,18 +94,18 @@ class DamagedStore(unittest.TestCase):
                     self.assertIn("repaired from the records", p.stdout)
                     self.assertEqual(self.c.run("history", "days", "--json").stdout, days)
                 else:
-                    self.assertEqual(json.loads(self.c.run("status", "--json").stdout), status)
+                    self.assertEqual(self.c.json("status"), status)
                     self.assertEqual(self.c.run("history", "days", "--json").stdout, days)
                     self.c.run("plans", "add-usage", "7MB", "--yes")
                     status["monthCell"] += 7 * 1024 * 1024
                 self.assertEqual(kept_totals(self.store), records_by_hour(self.store))
-                self.assertEqual(json.loads(self.c.run("status", "--json").stdout)["monthCell"], status["monthCell"])
-                check = json.loads(self.c.run("store", "check", "--json").stdout)[0]
+                self.assertEqual(self.c.json("status")["monthCell"], status["monthCell"])
+                check = self.c.json("store", "check")[0]
                 self.assertEqual((check["integrity"], check["wrongHours"], check["wrongDays"]), ("ok", [], []))
 
     # Damaged pages of records, then no database at all: one line, exit status 1, the file left as it is.
     def test_records_that_cannot_be_read_are_an_error(self):
-        commands = (["status"], ["status", "--json"], ["history", "days"], ["plans", "add-usage", "7MB", "--yes"],
+        commands = (["status"], ["history", "days"], ["plans", "add-usage", "7MB", "--yes"],
                     ["export", "--cycles", "3", "--output", os.path.join(self.c.root, "out.json")])
         self.c.write_counters({"wwan0": (1000, 1000), "wlan0": (10, 10)})
         for how in ("damaged", "not a database"):
@@ -138,14 +134,12 @@ class HourlyTotals(unittest.TestCase):
         self.store = self.c.store_path()
         for path in glob.glob(self.store + "*"):
             os.remove(path)
-        db = sqlite3.connect(self.store)
-        db.executescript(OLD_SCHEMA)
         start = int(time.time()) - 183 * 86400
-        db.executemany("INSERT INTO Event(timeStamp, cellIn, cellOut, wifiIn, wifiOut) VALUES (?, ?, ?, ?, ?)",
-                       ((start + i * 10 + (i % 7) / 1000, i % 5000, 7, (i * 13) % 9000, 1)
-                        for i in range(183 * 8640)))
-        db.commit()
-        db.close()
+        with closing(sqlite3.connect(self.store)) as db, db:
+            db.executescript(OLD_SCHEMA)
+            db.executemany("INSERT INTO Event(timeStamp, cellIn, cellOut, wifiIn, wifiOut) VALUES (?, ?, ?, ?, ?)",
+                           ((start + i * 10 + (i % 7) / 1000, i % 5000, 7, (i * 13) % 9000, 1)
+                            for i in range(183 * 8640)))
         before = records_by_hour(self.store)
 
         # Killed once the first month is in: nothing is lost and the next open goes on from there.
@@ -168,11 +162,11 @@ class HourlyTotals(unittest.TestCase):
         self.assertEqual(read(self.store, "PRAGMA integrity_check"), [("ok",)])
         self.assertEqual(records_by_hour(self.store), before)
 
-        status = json.loads(self.c.run("status", "--json").stdout)
+        status = self.c.json("status")
         self.assertEqual(kept_totals(self.store), before)
         month = sum(r[2] + r[3] for r in records_by_hour(self.store))  # all of it, per period below
         self.assertLessEqual(status["monthCell"], month)
-        c = json.loads(self.c.run("store", "check", "--json").stdout)[0]  # run() fails unless it exits 0
+        c = self.c.json("store", "check")[0]  # run() fails unless it exits 0
         self.assertEqual((c["integrity"], c["wrongHours"], c["hours"]), ("ok", [], len(before)))
 
         # On a terminal the build shows its progress; a finished store has nothing more to build.

@@ -8,26 +8,18 @@ import select
 import subprocess
 import sys
 import threading
-import time
 import unittest
 
 sys.path.insert(0, os.path.dirname(__file__))
 from session import SessionBus  # noqa: E402
-from support import TALLYMO, Container, Daemon  # noqa: E402
-
-WIDGET = os.path.join(os.path.dirname(os.path.dirname(TALLYMO)), "tallymo-widget", "tallymo-widget")
-FACE = os.path.join(os.path.dirname(os.path.dirname(TALLYMO)), "tallymo-watch", "tallymo-watch")
-RECORD_KEYS = {"WSTATS_TIMESTAMP", "WSTATS_COLOR", "WSTATS_FORECAST", "WSTATS_PERCENT", "WSTATS_USED",
-               "WSTATS_LEFT", "WSTATS_DAYS", "WSTATS_TIMEUNIT"}
+from support import FACE, TALLYMO, WIDGET, Container, Daemon, wait_until  # noqa: E402
 
 
 class Widget(unittest.TestCase):
     def setUp(self):
-        self.c = self.enterContext(Container())
-        runtime = os.path.join(self.c.root, "run")
-        os.mkdir(runtime, 0o700)
-        self.c.env.update(XDG_RUNTIME_DIR=runtime, DBUS_SESSION_BUS_ADDRESS="unix:path=/nonexistent")
-        self.c.write_counters({"wwan0": (1000, 1000)})
+        self.c = self.enterContext(Container(counters={"wwan0": (1000, 1000)},
+                                             DBUS_SESSION_BUS_ADDRESS="unix:path=/nonexistent"))
+        self.c.env["XDG_RUNTIME_DIR"] = self.c.root
         self.c.run("sample")
         self.c.run("defaults", "write", "PREF_SHOWED_SETUP", "true", "--type", "bool")
 
@@ -42,11 +34,10 @@ class Widget(unittest.TestCase):
         self.c.write_counters({"wwan0": (3000, 1000)})
         bar = json.loads(self.widget("--format", "waybar"))
         self.assertEqual((bar["class"], bar["percentage"]), ("over", 200))
-        self.assertEqual(self.widget("--format", "i3blocks").splitlines()[1], "200%")
         p = subprocess.run([WIDGET, "--format", "xml"], env=self.c.env, capture_output=True, text=True)
         self.assertEqual((p.returncode, p.stderr.splitlines()[0]), (2, 'tallymo-widget: unknown format "xml"'))
 
-    # --follow prints a line for each reload (a refresh reloads the widgets), within a second.
+    # --follow prints a line for each reload (a refresh reloads the widgets).
     def test_follow_prints_on_reload(self):
         p = subprocess.Popen([WIDGET, "--follow", "--format", "json"], env=self.c.env, stdout=subprocess.PIPE,
                              stderr=subprocess.PIPE, text=True)
@@ -55,7 +46,7 @@ class Widget(unittest.TestCase):
             for step in range(1, 4):
                 self.c.write_counters({"wwan0": (1000 + step * 5_000_000, 1000)})
                 self.c.run("refresh")
-                self.assertTrue(select.select([p.stdout], [], [], 1.0)[0], "no line within a second of the reload")
+                self.assertTrue(select.select([p.stdout], [], [], 20)[0], "no line after the reload")
                 self.assertEqual(json.loads(p.stdout.readline())["WSTATS_USED"], step * 5_000_000)
             record = pathlib.Path(self.c.env["XDG_RUNTIME_DIR"], "tallymo", "widget.json").read_text()
             self.assertEqual(json.loads(record)["WSTATS_USED"], 15_000_000)
@@ -70,10 +61,9 @@ class WatchLink(unittest.TestCase):
     # first as complication data, the second as application context.
     def test_pushes_to_the_companion(self):
         session = self.enterContext(SessionBus(notification_server=False))
-        c = self.enterContext(Container())
-        c.env.update(DBUS_SESSION_BUS_ADDRESS=session.address, XDG_RUNTIME_DIR=os.path.join(c.root, "run"))
-        c.write_counters({"wwan0": (1000, 1000)})
-        daemon = self.enterContext(Daemon(c.env))
+        c = self.enterContext(Container(counters={"wwan0": (1000, 1000)}, DBUS_SESSION_BUS_ADDRESS=session.address))
+        c.env["XDG_RUNTIME_DIR"] = os.path.join(c.root, "run")
+        self.enterContext(Daemon(c.env))
         c.run("defaults", "write", "PREF_SHOWED_SETUP", "true", "--type", "bool")
         follower = subprocess.Popen([TALLYMO, "watch", "--follow", "--complication"], env=c.env,
                                     stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
@@ -81,25 +71,18 @@ class WatchLink(unittest.TestCase):
         reader = threading.Thread(target=lambda: lines.extend(follower.stdout))
         reader.start()
         try:
-            deadline = time.time() + 10
-            while not lines and time.time() < deadline:
-                time.sleep(0.05)
-            for n in (1, 2):
-                c.write_counters({"wwan0": (1000 + n * 1000, 1000)})
-                c.run("push")
-                daemon.wait_for("push", n)
-                deadline = time.time() + 5
-                while len(lines) < n + 1 and time.time() < deadline:
-                    time.sleep(0.05)
+            for n in (0, 1, 2):
+                if n:
+                    c.write_counters({"wwan0": (1000 + n * 1000, 1000)})
+                    c.run("push")
+                wait_until(lambda: len(lines) > n, lambda: f"{n} pushes, lines: {lines}")
         finally:
             follower.terminate()
             follower.wait()
             reader.join()
         kinds = [next(iter(json.loads(line))) for line in lines]
         self.assertEqual(kinds, ["reply", "complicationData", "applicationContext"])
-        context = json.loads(lines[2])["applicationContext"]
-        self.assertEqual(set(context), RECORD_KEYS)
-        self.assertEqual(context["WSTATS_USED"], 2000)
+        self.assertEqual(json.loads(lines[2])["applicationContext"]["WSTATS_USED"], 2000)
 
 
 class WatchFaceProgram(unittest.TestCase):
@@ -107,11 +90,11 @@ class WatchFaceProgram(unittest.TestCase):
 
     def setUp(self):
         self.session = self.enterContext(SessionBus(notification_server=False))
-        self.c = self.enterContext(Container())
-        # Half of March gone: 30% used is safe, 80% danger, 110% over.
-        self.c.env.update(DBUS_SESSION_BUS_ADDRESS=self.session.address, XDG_RUNTIME_DIR=os.path.join(self.c.root, "run"),
-                          TALLYMO_NOW="2026-03-16T12:00:00Z", TZ="UTC", QT_QPA_PLATFORM="offscreen")
-        self.c.write_counters({"wwan0": (1000, 1000)})
+        # Half of March gone.
+        self.c = self.enterContext(Container(
+            counters={"wwan0": (1000, 1000)}, DBUS_SESSION_BUS_ADDRESS=self.session.address, TZ="UTC",
+            TALLYMO_NOW="2026-03-16T12:00:00Z", QT_QPA_PLATFORM="offscreen"))
+        self.c.env["XDG_RUNTIME_DIR"] = os.path.join(self.c.root, "run")
 
     def picture(self, name):
         path = os.path.join(self.c.root, name + ".png")
@@ -121,49 +104,35 @@ class WatchFaceProgram(unittest.TestCase):
         self.assertEqual(pathlib.Path(path).read_bytes()[:8], b"\x89PNG\r\n\x1a\n")
         return json.loads(p.stdout.splitlines()[-1])
 
-    def use(self, megabytes):
-        self.c.write_counters({"wwan0": (1000 + megabytes * 1048576, 1000)})
-
-    def test_every_state_pictured(self):
+    # Each state the face has, pictured, and a face left open following the pushes and the service's
+    # leaving. Which forecast each figure makes is in tst_usagealerts and tst_widget.
+    def test_states_and_pushes(self):
         shown = self.picture("face-not-running")
         self.assertEqual((shown["state"], shown["message"]),
                          ("notRunning", "Tallymo's background service is not running."))
-        self.enterContext(Daemon(self.c.env))
+        daemon = self.enterContext(Daemon(self.c.env))
         shown = self.picture("face-not-set-up")
         self.assertEqual((shown["state"], shown["percent"]), ("notSetUp", "–"))
         self.c.run("setup", "--bill-day", "1", "--cap", "1GB", "--used", "0")
-        for megabytes, forecast, percent in ((307, "Safe", "30%"), (819, "Danger", "80%"), (1126, "Over", "110%")):
-            with self.subTest(forecast=forecast):
-                self.use(megabytes)  # recorded by the service when the face asks
-                shown = self.picture("face-" + forecast.lower())
-                status = json.loads(self.c.run("status", "--json").stdout)
-                self.assertEqual((shown["state"], shown["forecast"], shown["percent"]), ("ready", forecast, percent))
-                self.assertEqual(shown["color"], "#%06x" % status["color"])
-                self.assertEqual(shown["timeLeft"], f"{status['timeLeft']} {status['timeUnit']} to go")
-        self.assertEqual((shown["used"], shown["left"]), ("1.10 GB used", "0.0 KB left"))  # as the app writes them
-
-    def test_a_push_changes_the_face_within_a_second(self):
-        self.c.run("setup", "--bill-day", "1", "--cap", "1GB", "--used", "0")
-        daemon = self.enterContext(Daemon(self.c.env))
         face = subprocess.Popen([FACE, "--dump"], env=self.c.env, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL,
                                 text=True)
         try:
             first = json.loads(face.stdout.readline())
             self.assertEqual((first["state"], first["percent"]), ("ready", "0%"))
-            for n, (megabytes, percent) in enumerate(((102, "10%"), (819, "80%")), start=1):
-                self.use(megabytes)
+            for n, (megabytes, percent) in enumerate(((102, "10%"), (1126, "110%")), start=1):
+                self.c.write_counters({"wwan0": (1000 + megabytes * 1048576, 1000)})
                 self.c.run("push")
-                pushed = time.monotonic()
-                ready, _, _ = select.select([face.stdout], [], [], 5)
-                self.assertTrue(ready, "the face did not change")
-                shown = json.loads(face.stdout.readline())
-                self.assertLess(time.monotonic() - pushed, 1.0)
-                self.assertEqual(shown["percent"], percent)
+                self.assertTrue(select.select([face.stdout], [], [], 20)[0], "the face did not change")
+                self.assertEqual(json.loads(face.stdout.readline())["percent"], percent)
                 daemon.wait_for("push", n)
+            shown, status = self.picture("face-over"), self.c.json("status")
+            self.assertEqual((shown["state"], shown["forecast"], shown["percent"]), ("ready", "Over", "110%"))
+            self.assertEqual(shown["color"], "#%06x" % status["color"])
+            self.assertEqual(shown["timeLeft"], f"{status['timeLeft']} {status['timeUnit']} to go")
+            self.assertEqual((shown["used"], shown["left"]), ("1.10 GB used", "0.0 KB left"))  # as the app writes them
             # The service leaving the bus is said on the face.
             daemon.stop()
-            ready, _, _ = select.select([face.stdout], [], [], 5)
-            self.assertTrue(ready)
+            self.assertTrue(select.select([face.stdout], [], [], 20)[0])
             self.assertEqual(json.loads(face.stdout.readline())["state"], "notRunning")
         finally:
             face.terminate()

@@ -37,11 +37,11 @@ class TestMap : public QObject
 private slots:
     void initTestCase() { qputenv("TZ", "UTC"); }
 
-    void projection()
+    // The projection, the rectangles of map points, and the rectangle of a page.
+    void geometry()
     {
         const MapPoint centre = mapPointForCoordinate({0, 0});
-        QCOMPARE(centre.x, W / 2);
-        QCOMPARE(centre.y, W / 2);
+        QCOMPARE(std::pair(centre.x, centre.y), std::pair(W / 2, W / 2));
         QCOMPARE(mapPointForCoordinate({0, -180}).x, 0.0);
         QVERIFY(qAbs(mapPointForCoordinate({85.0511287798, 0}).y) < 1);
         const MapCoordinate berlin = coordinateForMapPoint(mapPointForCoordinate({52.52, 13.405}));
@@ -49,10 +49,7 @@ private slots:
         QVERIFY(qAbs(mapPointsPerMeterAtLatitude(0) - 6.698324) < 1e-6);
         QVERIFY(qAbs(mapPointsPerMeterAtLatitude(60) / mapPointsPerMeterAtLatitude(0) - 2) < 1e-9);
         QVERIFY(qAbs(metersBetweenMapPoints(north(48, 2, 0), north(48, 2, 1234)) - 1234) < 1e-6);
-    }
 
-    void rectangles()
-    {
         QCOMPARE(parts(mapRectUnion({{10, 20}, {5, 5}}, {{0, 30}, {1, 1}})),
                  (std::array{0.0, 20.0, 15.0, 11.0}));
         QCOMPARE(parts(mapRectInset({{10, 10}, {4, 4}}, -3, 1)), (std::array{7.0, 11.0, 10.0, 2.0}));
@@ -64,6 +61,20 @@ private slots:
         // Fitting keeps the view's aspect and centres the rectangle inside the padding.
         QCOMPARE(parts(mapRectThatFits({{1000, 1000}, {200, 100}}, MapPlaces::kPadding, 260, 160)),
                  (std::array{970.0, 955.0, 260.0, 160.0}));
+        // A page of one place shows a kilometre around it.
+        const MapPoint p = mapPointForCoordinate({0, 0});
+        const MapPlaces::Fit one = MapPlaces::fitPage({MapData{p, 1, 1}}, 0);
+        const double span = 1000 * mapPointsPerMeterAtLatitude(0);
+        QCOMPARE(one.rect.size.width, span);
+        QCOMPARE(one.rect.size.height, span);
+        QCOMPARE(one.rect.midX(), p.x + 0.5);
+        QCOMPARE(one.pins.size(), 1);
+        QCOMPARE(one.pins[0].title, QStringLiteral("\u200b"));
+        // Near the 180th meridian the square reaches past the edge: only the remainder is shown.
+        const MapPoint edge = mapPointForCoordinate({0, 179.999});
+        const MapPlaces::Fit wrapped = MapPlaces::fitPage({MapData{edge, 1, 1}}, 0);
+        QCOMPARE(wrapped.rect.origin.x, 0.0);
+        QVERIFY(qAbs(wrapped.rect.size.width - (edge.x + 0.5 + span / 2 - W)) < 1e-6);
     }
 
     // Usage within 500 m of a place joins the first such place, which keeps its position.
@@ -93,23 +104,6 @@ private slots:
         QCOMPARE(list[0].mapPoint.y, ::north(10, 20, 0).y);
     }
 
-    void fitting()
-    {
-        const MapPoint p = mapPointForCoordinate({0, 0});
-        const MapPlaces::Fit one = MapPlaces::fitPage({MapData{p, 1, 1}}, 0);
-        const double span = 1000 * mapPointsPerMeterAtLatitude(0);
-        QCOMPARE(one.rect.size.width, span);
-        QCOMPARE(one.rect.size.height, span);
-        QCOMPARE(one.rect.midX(), p.x + 0.5);
-        QCOMPARE(one.pins.size(), 1);
-        QCOMPARE(one.pins[0].title, QStringLiteral("\u200b"));
-        // Near the 180th meridian the square reaches past the edge: only the remainder is shown.
-        const MapPoint edge = mapPointForCoordinate({0, 179.999});
-        const MapPlaces::Fit wrapped = MapPlaces::fitPage({MapData{edge, 1, 1}}, 0);
-        QCOMPARE(wrapped.rect.origin.x, 0.0);
-        QVERIFY(qAbs(wrapped.rect.size.width - (edge.x + 0.5 + span / 2 - W)) < 1e-6);
-    }
-
     // The map page from real records: hours newest first after the whole day; unlocated usage left out.
     void mapPage()
     {
@@ -133,22 +127,19 @@ private slots:
                                       QAbstractItemModelTester::FailureReportingMode::QtTest);
         QTRY_VERIFY(!map->busy());
         QCOMPARE(map->cards()->rowCount(), 3);
-        QCOMPARE(map->shownPins()->rowCount(), 2);
+        QCOMPARE(map->shownPins()->rowCount(), 2); // the whole day's page
         QCOMPARE(map->hourKeys, (QList<QDateTime>{MapPlaces::distantFuture(), ten, nine}));
-        QCOMPARE(map->dataForAll.value(nine).size(), 1);
         QCOMPARE(map->dataForAll.value(nine)[0].cell, 150.0);
-        QCOMPARE(map->dataForAll.value(MapPlaces::distantFuture()).size(), 2);
         QCOMPARE(map->currentPage(), 0);
-        QCOMPARE(map->pins().size(), 2);
         QCOMPARE(map->cardTitle(0), QStringLiteral("All Locations"));
         QCOMPARE(map->cardTitle(2), QStringLiteral("9\u202fAM"));
         QCOMPARE(map->cardLine(1).at(1).text, QStringLiteral("98.6 ")); // the hour's total, located or not
         QCOMPARE(map->nextCardForTap(2), 0);
         map->updatePinsForScroll(750, 375);
         QCOMPARE(map->currentPage(), 2);
-        const QModelIndex pin = map->shownPins()->index(0);
         QCOMPARE(map->shownPins()->rowCount(), 1); // the 9 o'clock page: one merged place
-        QCOMPARE(pin.data(map->shownPins()->roleNames().key("latitude")).toDouble(), 48.0);
+        QCOMPARE(map->shownPins()->index(0).data(map->shownPins()->roleNames().key("latitude")).toDouble(),
+                 48.0);
 
         day.reloadWithDate(nine.addDays(1)); // a day without usage
         map = qobject_cast<MapViewController *>(day.child(1));

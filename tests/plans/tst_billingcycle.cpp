@@ -35,8 +35,8 @@ void period(const char *name, const char *zone, int type, qint64 value, const ch
             const char *start, const char *end)
 {
     const auto bound = [](const char *t) {
-        const QString s = QString::fromLatin1(t);
-        return s.size() == 10 ? s + QStringLiteral("T00:00:00Z") : s;
+        QString s = QString::fromLatin1(t); // seconds left out
+        return s.size() == 10 ? s + QStringLiteral("T00:00:00Z") : s.isEmpty() ? s : s.insert(16, u":00");
     };
     QTest::newRow(name) << PeriodCase{
         zone, type, value, QString::fromLatin1(anchor), QString::fromLatin1(date), bound(start), bound(end)};
@@ -81,7 +81,6 @@ private slots:
         period("week start Monday, on a Sunday", utc, 2, 2, "", "2026-11-22", "2026-11-16", "2026-11-23");
         period("week from Sunday, Sunday night", utc, 2, 1, "", "2026-11-22T23:59", "2026-11-22",
                "2026-11-29");
-        period("week start Saturday, on a Sunday", utc, 2, 7, "", "2026-11-22", "2026-11-21", "2026-11-28");
         period("week start unset, on a Saturday", utc, 2, 0, "", "2026-11-28", "2026-11-21", "2026-11-28");
         period("week start 99 wraps", utc, 2, 99, "", "2026-11-25", "2026-11-22", "2026-11-29");
         // Every 30, 28 or N days from an anchor.
@@ -89,7 +88,7 @@ private slots:
         period("30 days, anchor ahead", utc, 1, 0, "2026-12-02", "2026-11-22", "2026-11-02", "2026-12-02");
         period("30 days, no anchor", utc, 1, 0, "", "2026-11-22T08:00", "2026-11-22", "2026-12-22");
         period("30 days, anchor with a time of day", utc, 1, 0, "2026-11-01T10:00", "2026-11-22",
-               "2026-11-01T10:00:00Z", "2026-12-01T10:00:00Z");
+               "2026-11-01T10:00Z", "2026-12-01T10:00Z");
         period("28 days, eleventh period", utc, 3, 0, "2026-01-01", "2026-11-22", "2026-11-05", "2026-12-03");
         period("N days, N unset is 30", utc, 4, 0, "2026-11-01", "2026-11-22", "2026-11-01", "2026-12-01");
         period("daily", utc, 4, 1, "2020-01-01", "2026-11-22T15:00", "2026-11-22", "2026-11-23");
@@ -98,46 +97,42 @@ private slots:
 
         // Daylight saving at 02:00 (Europe/Berlin: 31 March 2024 has 23 hours, 27 October 25).
         const char *berlin = "Europe/Berlin";
-        period("Berlin monthly over spring change", berlin, 0, 1, "", "2024-03-15",
-               "2024-03-01T00:00:00+01:00", "2024-04-01T00:00:00+02:00");
-        period("Berlin daily, 23-hour day", berlin, 4, 1, "", "2024-03-31T12:00", "2024-03-31T00:00:00+01:00",
-               "2024-04-01T00:00:00+02:00");
+        period("Berlin monthly over spring change", berlin, 0, 1, "", "2024-03-15", "2024-03-01T00:00+01:00",
+               "2024-04-01T00:00+02:00");
+        period("Berlin daily, 23-hour day", berlin, 4, 1, "", "2024-03-31T12:00", "2024-03-31T00:00+01:00",
+               "2024-04-01T00:00+02:00");
         period("Berlin 30 days over the 25-hour day", berlin, 1, 0, "2024-10-01", "2024-10-31",
-               "2024-10-31T00:00:00+01:00", "2024-11-30T00:00:00+01:00");
+               "2024-10-31T00:00+01:00", "2024-11-30T00:00+01:00");
         period("Berlin weekly before autumn change", berlin, 2, 2, "", "2024-10-27T23:00",
-               "2024-10-21T00:00:00+02:00", "2024-10-28T00:00:00+01:00");
+               "2024-10-21T00:00+02:00", "2024-10-28T00:00+01:00");
         // Daylight saving at midnight: the day starts at 01:00 (America/Santiago, America/Havana).
         const char *santiago = "America/Santiago";
         period("Santiago daily, day starts at 01:00", santiago, 4, 1, "", "2024-09-08T12:00",
-               "2024-09-08T01:00:00-03:00", "2024-09-09T00:00:00-03:00");
+               "2024-09-08T01:00-03:00", "2024-09-09T00:00-03:00");
         period("Santiago monthly from a day without midnight", santiago, 0, 8, "", "2024-09-20",
-               "2024-09-08T01:00:00-03:00", "2024-10-08T00:00:00-03:00");
+               "2024-09-08T01:00-03:00", "2024-10-08T00:00-03:00");
         period("Santiago weekly from a day without midnight", santiago, 2, 1, "", "2024-09-10",
-               "2024-09-08T01:00:00-03:00", "2024-09-15T00:00:00-03:00");
+               "2024-09-08T01:00-03:00", "2024-09-15T00:00-03:00");
         period("Santiago daily, 25-hour day", santiago, 4, 1, "", "2024-04-06T12:00",
-               "2024-04-06T00:00:00-03:00", "2024-04-07T00:00:00-04:00");
+               "2024-04-06T00:00-03:00", "2024-04-07T00:00-04:00");
         const char *havana = "America/Havana";
         period("Havana 2 days over the change", havana, 4, 2, "2024-03-09", "2024-03-10T12:00",
-               "2024-03-09T00:00:00-05:00", "2024-03-11T00:00:00-04:00");
-        period("Havana daily on the short day", havana, 4, 1, "", "2024-03-10T08:00",
-               "2024-03-10T01:00:00-04:00", "2024-03-11T00:00:00-04:00");
+               "2024-03-09T00:00-05:00", "2024-03-11T00:00-04:00");
         // Clocks back from 01:00 to 00:00: the day has two midnights and starts at the first.
         period("Havana daily in the first 00:xx hour", havana, 4, 1, "", "2024-11-03T00:30:00-04:00",
-               "2024-11-03T00:00:00-04:00", "2024-11-04T00:00:00-05:00");
+               "2024-11-03T00:00-04:00", "2024-11-04T00:00-05:00");
         period("Havana monthly from the day with two midnights", havana, 0, 3, "",
-               "2024-11-03T00:10:00-04:00", "2024-11-03T00:00:00-04:00", "2024-12-03T00:00:00-05:00");
+               "2024-11-03T00:10:00-04:00", "2024-11-03T00:00-04:00", "2024-12-03T00:00-05:00");
         period("Azores daily in the second 00:xx hour", "Atlantic/Azores", 4, 1, "",
-               "2024-10-27T00:30:00-01:00", "2024-10-27T00:00:00Z", "2024-10-28T00:00:00-01:00");
+               "2024-10-27T00:30:00-01:00", "2024-10-27T00:00Z", "2024-10-28T00:00-01:00");
         // Samoa skipped 30 December 2011: the day before ends where 31 December begins.
         period("Apia daily before the skipped day", "Pacific/Apia", 4, 1, "", "2011-12-29T12:00",
-               "2011-12-29T00:00:00-10:00", "2011-12-31T00:00:00+14:00");
+               "2011-12-29T00:00-10:00", "2011-12-31T00:00+14:00");
         period("Apia monthly from the skipped day", "Pacific/Apia", 0, 30, "", "2012-01-05",
-               "2011-12-31T00:00:00+14:00", "2012-01-30T00:00:00+14:00");
-        // TZ as a path to the zone file, with or without the colon.
-        period("Berlin by path, 23-hour day", "/usr/share/zoneinfo/Europe/Berlin", 4, 1, "",
-               "2024-03-31T12:00", "2024-03-31T00:00:00+01:00", "2024-04-01T00:00:00+02:00");
+               "2011-12-31T00:00+14:00", "2012-01-30T00:00+14:00");
+        // TZ as a path to the zone file with the colon (without: dayAndHourStarts).
         period("Berlin by :path, weekly", ":/usr/share/zoneinfo/Europe/Berlin", 2, 2, "", "2024-10-27T23:00",
-               "2024-10-21T00:00:00+02:00", "2024-10-28T00:00:00+01:00");
+               "2024-10-21T00:00+02:00", "2024-10-28T00:00+01:00");
         // Whatever a hand-edited file holds, the period is a real one around the date.
         const qint64 huge = qint64(1) << 62;
         period("N of 2^62", berlin, 4, huge, "", "2026-11-23T15:00", "", "");
@@ -244,35 +239,24 @@ private slots:
     }
 
     // English ordinals, with 11th to 13th the exceptions; other languages fall back to English.
-    void texts_data()
-    {
-        QTest::addColumn<int>("day");
-        QTest::addColumn<QString>("english");
-        const std::pair<int, const char *> days[] = {{1, "1st"},   {2, "2nd"},   {3, "3rd"},   {4, "4th"},
-                                                     {11, "11th"}, {12, "12th"}, {13, "13th"}, {21, "21st"},
-                                                     {22, "22nd"}, {23, "23rd"}, {31, "31st"}};
-        for (auto [day, text] : days)
-            QTest::newRow(text) << day << QString::fromLatin1(text);
-    }
-
     void texts()
     {
-        QFETCH(int, day);
-        QFETCH(QString, english);
-        QCOMPARE(PlanTexts::shortBillDateString(day, QStringLiteral("en")), english);
-        QCOMPARE(PlanTexts::longBillDateString(day, QStringLiteral("fr")),
-                 english + QStringLiteral(" of the month"));
-    }
-
-    void planNamesAndUnits()
-    {
+        for (const QString &text :
+             QStringLiteral("1st 2nd 3rd 4th 11th 12th 13th 21st 22nd 23rd 31st").split(u' ')) {
+            const int day = text.chopped(2).toInt();
+            QCOMPARE(PlanTexts::shortBillDateString(day, QStringLiteral("en")), text);
+            QCOMPARE(PlanTexts::longBillDateString(day, QStringLiteral("fr")),
+                     text + QStringLiteral(" of the month"));
+        }
         QCOMPARE(PlanTexts::planNameForLength(4, 1), QStringLiteral("Daily"));
-        QCOMPARE(PlanTexts::planNameForLength(4, 0),
-                 QStringLiteral("0 Days")); // while its period is 30 days
+        QCOMPARE(PlanTexts::planNameForLength(4, 0), QStringLiteral("0 Days")); // while its period is 30 days
         QCOMPARE(PlanTexts::planNameForLength(4, 45), QStringLiteral("45 Days"));
         QCOMPARE(PlanTexts::planNameForLength(7, 45), QStringLiteral("Monthly"));
         QCOMPARE(PlanTexts::capString({QStringLiteral("1.5"), 1}), QStringLiteral("1.5 GB"));
+    }
 
+    void timeUnits()
+    {
         TestContainer c;
         auto shared = c.openPlan();
         QCOMPARE(BillingCycle::timeUnitSingularOrPlural(*shared, 0, QString()), QStringLiteral("day"));

@@ -201,29 +201,20 @@ private slots:
 
     // What the command line's setup reads. The amounts the screens take (1,5 GB, the smallest cap,
     // zero, nothing) are in tst_settingsscreens::amounts and tst_planmanagement::amountEntry.
-    void amountEntry_data()
-    {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<int>("unit");
-        QTest::addColumn<double>("capBytes"); // -1: refused
-        QTest::addColumn<double>("rolloverBytes");
-        QTest::newRow("below the smallest cap") << "0.0009" << 0 << -1.0 << 943.0;
-        QTest::newRow("negative") << "-1" << 1 << -1.0 << -1.0;
-        QTest::newRow("infinite") << "inf" << 1 << -1.0 << -1.0;
-        QTest::newRow("not a number") << "12a" << 0 << -1.0 << -1.0;
-    }
-
     void amountEntry()
     {
-        QFETCH(QString, text);
-        QFETCH(int, unit);
-        QFETCH(double, capBytes);
-        QFETCH(double, rolloverBytes);
-        const auto u = AmountEntry::Unit(unit);
-        const auto cap = AmountEntry::capAmount(text, u);
-        const auto rollover = AmountEntry::rolloverAmount(text, u);
-        QCOMPARE(cap ? cap->bytes : -1.0, capBytes);
-        QCOMPARE(rollover ? rollover->bytes : -1.0, rolloverBytes);
+        using A = AmountEntry::Unit;
+        for (const auto &[text, unit, capBytes, rolloverBytes] :
+             QList<std::tuple<QString, A, double, double>>{
+                 {"0.0009", A::MB, -1, 943}, // below the smallest cap
+                 {"-1", A::GB, -1, -1},
+                 {"inf", A::GB, -1, -1},
+                 {"12a", A::MB, -1, -1}}) { // -1: refused
+            const auto cap = AmountEntry::capAmount(text, unit);
+            const auto rollover = AmountEntry::rolloverAmount(text, unit);
+            QCOMPARE(cap ? cap->bytes : -1.0, capBytes);
+            QCOMPARE(rollover ? rollover->bytes : -1.0, rolloverBytes);
+        }
     }
 };
 

@@ -63,25 +63,23 @@ private slots:
         QCOMPARE(told, (QStringList{QStringLiteral("blue"), QStringLiteral("purple"), QString()}));
     }
 
-    void theUsersOwnEntryIsNeverTouched()
+    // The user's own entry is never touched; without an installed entry there is nothing to copy.
+    void refusals()
     {
+        const QByteArray own("[Desktop Entry]\nType=Application\nName=My Tallymo\nExec=/opt/tallymo\n");
         QVERIFY(QDir().mkpath(QFileInfo(m_user).absolutePath()));
-        write(m_user, "[Desktop Entry]\nType=Application\nName=My Tallymo\nExec=/opt/tallymo\n");
+        write(m_user, own);
         LinuxAlternateIcons icons;
         QString error;
         QVERIFY(!icons.setAlternateIconName(QStringLiteral("green"), &error));
         QVERIFY(error.contains(m_user));
         QVERIFY(!icons.setAlternateIconName(QString(), &error));
-        QCOMPARE(read(m_user),
-                 QByteArray("[Desktop Entry]\nType=Application\nName=My Tallymo\nExec=/opt/tallymo\n"));
-    }
+        QCOMPARE(read(m_user), own);
 
-    void withoutAnInstalledEntryItSaysSo()
-    {
+        QFile::remove(m_user);
         QFile::remove(m_root.path() + QStringLiteral("/system/applications/org.tallymo.Tallymo.desktop"));
-        LinuxAlternateIcons icons;
-        QString error;
-        QVERIFY(!icons.setAlternateIconName(QStringLiteral("black"), &error));
+        LinuxAlternateIcons uninstalled;
+        QVERIFY(!uninstalled.setAlternateIconName(QStringLiteral("black"), &error));
         QVERIFY(error.contains(QLatin1StringView("not installed")));
         QVERIFY(!QFile::exists(m_user));
     }

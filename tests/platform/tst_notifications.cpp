@@ -41,18 +41,6 @@ QList<QVariantList> mockCalls(const QString &method)
     return calls;
 }
 
-NotificationRequest request(const char *id, const char *title, NotificationRequest::Trigger trigger,
-                            double seconds)
-{
-    NotificationRequest r;
-    r.identifier = QString::fromLatin1(id);
-    r.title = QString::fromLatin1(title);
-    r.body = QStringLiteral("body");
-    r.trigger = trigger;
-    r.seconds = seconds;
-    return r;
-}
-
 } // namespace
 
 class TestNotifications : public QObject
@@ -73,10 +61,12 @@ private slots:
         using T = NotificationRequest::Trigger;
         {
             FreedesktopNotifications center(c.dir.path(), QDBusConnection::sessionBus(), c.clock);
-            center.addRequest(request("qx.noti.any", "one", T::Now, 0));
-            center.addRequest(request("qx.noti.any", "two", T::Now, 0));
-            center.addRequest(request("qx.noti.other", "three", T::Now, 0));
-            center.addRequest(request("later", "four", T::AfterSeconds, 3600));
+            for (const auto &[id, title, trigger] :
+                 QList<std::tuple<const char *, const char *, T>>{{"qx.noti.any", "one", T::Now},
+                                                                  {"qx.noti.any", "two", T::Now},
+                                                                  {"qx.noti.other", "three", T::Now},
+                                                                  {"later", "four", T::AfterSeconds}})
+                center.addRequest({id, title, "body", trigger, 3600, {}, 0});
         }
         const QList<QVariantList> notify = mockCalls(QStringLiteral("Notify"));
         QCOMPARE(notify.size(), 3);

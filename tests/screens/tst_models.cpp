@@ -74,26 +74,22 @@ private slots:
                                         QAbstractItemModelTester::FailureReportingMode::QtTest);
         QTRY_VERIFY(!period.busy());
         const QList<QVariantMap> rows = Plan::rows(*period.rows());
-        QCOMPARE(rows.size(), 3); // 9, 5 and 1 March
-        QCOMPARE(period.rowCount(), 3);
-        QCOMPARE(rows.first().value("key").toDateTime(), QDateTime(QDate(2026, 3, 9), QTime()));
+        QVERIFY(rows.size() == 3 && period.rowCount() == 3); // 9, 5 and 1 March
         const QVariantList cell = rows.first().value("cellAmount").toList();
-        QCOMPARE(cell.first().value<TextRun>().text + cell.last().value<TextRun>().text,
-                 QStringLiteral("0.9 KB"));
-        QCOMPARE(rows.first().value("cellPercent").toDouble(), 1.0);
-        QCOMPARE(rows.first().value("spokenLabel").toString(), QStringLiteral("Monday, March 9"));
-        QCOMPARE(rows.last().value("cellPercent").toDouble(), 0.0);
+        QCOMPARE((QVariantList{rows.first().value("key"),
+                               cell.first().value<TextRun>().text + cell.last().value<TextRun>().text,
+                               rows.first().value("cellPercent"), rows.first().value("spokenLabel"),
+                               rows.last().value("cellPercent")}),
+                 (QVariantList{QDateTime(QDate(2026, 3, 9), QTime()), QStringLiteral("0.9 KB"), 1.0,
+                               QStringLiteral("Monday, March 9"), 0.0}));
 
         QSemaphore gate;
         p.monitor.plans().storeForPlan(QStringLiteral("P"))->perform([&gate] { gate.acquire(); });
         QSignalSpy changed(&period, &TimeChartViewController::changed);
         const QString before = period.title();
         period.reloadWithDate(QDateTime(QDate(2026, 2, 10), QTime(12, 0)));
-        QCOMPARE(changed.size(), 1);
-        QVERIFY(period.busy());
-        QCOMPARE(period.rowCount(), 0);
-        QCOMPARE(period.rows()->rowCount(), 0);
-        QVERIFY(period.title() != before);
+        QVERIFY(changed.size() == 1 && period.busy() && period.title() != before);
+        QVERIFY(period.rowCount() == 0 && period.rows()->rowCount() == 0);
         gate.release();
         QTRY_VERIFY(!period.busy());
         QCOMPARE(changed.size(), 2);
@@ -108,23 +104,19 @@ private slots:
         SelectPlanController select(p.monitor);
         QAbstractItemModelTester plans(select.plans(),
                                        QAbstractItemModelTester::FailureReportingMode::QtTest);
-        QList<QVariantMap> rows = Plan::rows(*select.plans());
-        QCOMPARE(rows.size(), 2);
-        QCOMPARE(rows.at(0).value("label").toString(), QStringLiteral("Laptop"));
-        QCOMPARE(rows.at(1).value("checked").toBool(), true);
-        select.tapRow(0);
-        QTRY_COMPARE(p.shared->activePlanID(), other.value(Keys::PREF_PLAN_ID).toString());
-        select.reload();
-        QCOMPARE(Plan::rows(*select.plans()).at(0).value("checked").toBool(), true);
+        QStringList labels; // the active plan checked
+        for (const QVariantMap &row : Plan::rows(*select.plans()))
+            labels.append(row.value("label").toString() + (row.value("checked").toBool() ? "*" : ""));
+        QCOMPARE(labels, (QStringList{"Laptop", "Phone*"}));
 
         PlanController plan(p.monitor, QStringLiteral("P"));
         QAbstractItemModelTester settings(plan.settings(),
                                           QAbstractItemModelTester::FailureReportingMode::QtTest);
         const QList<QVariantMap> planRows = Plan::rows(*plan.settings());
         QCOMPARE(planRows.size(), plan.rows(0).size() + plan.rows(1).size());
-        QCOMPARE(planRows.last().value("section").toInt(), 1);
-        QCOMPARE(planRows.last().value("title").toString(), plan.rows(1).last().title);
-        QCOMPARE(planRows.first().value("detail").toString(), plan.rows(0).first().detail);
+        QCOMPARE((QVariantList{planRows.last().value("section"), planRows.last().value("title"),
+                               planRows.first().value("detail")}),
+                 (QVariantList{1, plan.rows(1).last().title, plan.rows(0).first().detail}));
 
         AlertsController alerts(p.shared->userPref());
         QAbstractItemModelTester thresholds(alerts.thresholds(),
@@ -146,10 +138,10 @@ private slots:
                                         QAbstractItemModelTester::FailureReportingMode::QtTest);
         QTRY_VERIFY(!net->busy());
         const QList<QVariantMap> rows = Plan::rows(*net->addresses());
-        QCOMPARE(rows.size(), 2);
-        QCOMPARE(rows.at(0).value("label").toString(), QStringLiteral("198.18.0.1")); // busiest first
-        QCOMPARE(rows.at(1).value("bytes").toDouble(), 70.0);
-        QCOMPARE(rows.at(0).value("hour"), rows.at(1).value("hour"));
+        QCOMPARE(rows.size(), 2); // busiest first
+        QCOMPARE(
+            (QVariantList{rows.at(0).value("label"), rows.at(1).value("bytes"), rows.at(1).value("hour")}),
+            (QVariantList{QStringLiteral("198.18.0.1"), 70.0, rows.at(0).value("hour")}));
         // The hours read out with their AM/PM (ICU puts a narrow space before it).
         auto *hours = qobject_cast<TimeChartViewController *>(day.child(0));
         QVERIFY(hours);
@@ -177,11 +169,9 @@ private slots:
         p.container.interfaces.counters =
             QList<LinkCounters>{LinkCounters{QStringLiteral("wwan0"), 1100, 1000}};
         check();
-        QCOMPARE(usage.count(), 1);
-        QCOMPARE(screen.cellIn(), 1500.0 + 100);
+        QVERIFY(usage.count() == 1 && screen.cellIn() == 1500.0 + 100);
         check(); // nothing moved
-        QCOMPARE(usage.count(), 1);
-        QCOMPARE(period.count(), 0);
+        QVERIFY(usage.count() == 1 && period.isEmpty());
         screen.setMonitor(nullptr);
         QVERIFY(!p.monitor.rootController());
     }

@@ -45,33 +45,27 @@ class TestPlanSwitch : public QObject
     // has taken its first sample).
     static bool waitForSamples(QProcess &daemon, QStringList &lines, int n)
     {
-        QElapsedTimer t;
-        t.start();
-        while (t.elapsed() < 15000) {
-            if (n > 0 ? samples(lines) >= n : !lines.isEmpty())
-                return true;
-            daemon.waitForReadyRead(100);
-            while (daemon.canReadLine())
-                lines.append(QString::fromUtf8(daemon.readLine()));
-        }
-        return false;
+        return QTest::qWaitFor(
+            [&] {
+                daemon.waitForReadyRead(100);
+                while (daemon.canReadLine())
+                    lines.append(QString::fromUtf8(daemon.readLine()));
+                return n > 0 ? samples(lines) >= n : !lines.isEmpty();
+            },
+            15000);
     }
     static int samples(const QStringList &lines)
     {
-        return int(std::count_if(lines.cbegin(), lines.cend(),
-                                 [](const QString &l) { return l.contains(QLatin1StringView(": +cell")); }));
+        return int(lines.filter(QStringLiteral(": +cell")).size());
     }
 
     // An item of the visual tree by name (the rows of a list are not QObject children).
     static QQuickItem *findItem(QQuickItem *in, const QString &name)
     {
-        if (in->objectName() == name)
-            return in;
-        for (QQuickItem *child : in->childItems()) {
-            if (QQuickItem *found = findItem(child, name))
-                return found;
-        }
-        return nullptr;
+        QQuickItem *found = in->objectName() == name ? in : nullptr;
+        for (int i = 0; !found && i < in->childItems().size(); ++i)
+            found = findItem(in->childItems().at(i), name);
+        return found;
     }
 
     static double cellTotal(SharedCode &shared, const QString &plan)
@@ -79,7 +73,7 @@ class TestPlanSwitch : public QObject
         StoreContext context(plan, shared.sqliteURLForPlan(plan));
         double total = -1;
         context.performAndWait([&] {
-            const std::optional<UsageSums> sums =
+            const auto sums =
                 context.sum(QDateTime::fromSecsSinceEpoch(0), QDateTime::currentDateTime().addDays(1));
             total = sums ? sums->cellIn + sums->cellOut : 0;
         });
@@ -89,9 +83,7 @@ class TestPlanSwitch : public QObject
 private slots:
     void switchingInTheAppSplitsTheTrafficAtTheSwitch()
     {
-        QVERIFY(m_root.isValid());
-        QVERIFY(QDir().mkpath(path("sys")));
-        QVERIFY(QDir().mkpath(path("container")));
+        QVERIFY(m_root.isValid() && QDir().mkpath(path("sys")) && QDir().mkpath(path("container")));
         writeCounters(1000);
         LinuxNetworkInterfaces interfaces(path("net_dev"), path("sys"));
         SharedCode shared(SharedCode::Services{path("container"), &interfaces});
@@ -113,16 +105,12 @@ private slots:
         env.insert(QStringLiteral("TALLYMO_SYSFS_NET"), path("sys"));
         env.remove(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"));
         daemon.setProcessEnvironment(env);
-        daemon.setProcessChannelMode(QProcess::SeparateChannels);
         daemon.start(QStringLiteral(TALLYMO_BIN),
                      {QStringLiteral("daemon"), QStringLiteral("--interval"), QStringLiteral("1")});
         QVERIFY2(daemon.waitForStarted(), qPrintable(daemon.errorString()));
-        auto stop = qScopeGuard([&] {
-            if (daemon.state() != QProcess::NotRunning) {
-                ::kill(pid_t(daemon.processId()), SIGTERM);
-                daemon.waitForFinished(10000);
-            }
-        });
+        const auto stop = [&] {
+            return ::kill(pid_t(daemon.processId()), SIGTERM) == 0 && daemon.waitForFinished(10000);
+        };
         QStringList lines;
         QVERIFY2(waitForSamples(daemon, lines, 0), qPrintable(daemon.readAllStandardError()));
         // Traffic the service charges to Phone.
@@ -147,12 +135,10 @@ private slots:
         // Traffic after the switch: the service charges it to Travel.
         writeCounters(1000 + 600000);
         QVERIFY2(waitForSamples(daemon, lines, samples(lines) + 1), qPrintable(lines.join(u"")));
-        stop.dismiss();
-        ::kill(pid_t(daemon.processId()), SIGTERM);
-        QVERIFY(daemon.waitForFinished(10000));
+        QVERIFY(stop());
 
-        QCOMPARE(cellTotal(shared, phone), 300000.0);
-        QCOMPARE(cellTotal(shared, travelID), 300000.0);
+        QCOMPARE((QList<double>{cellTotal(shared, phone), cellTotal(shared, travelID)}),
+                 (QList<double>{300000.0, 300000.0}));
     }
 };
 

@@ -13,8 +13,7 @@ namespace {
 struct ManualApplication : PlatformApplication
 {
     QHash<int, std::function<void()>> open;
-    int next = 0;
-    int fetchRequests = 0;
+    int next = 0, fetchRequests = 0;
     int beginBackgroundTask(std::function<void()> expiry) override
     {
         open.insert(++next, std::move(expiry));
@@ -23,7 +22,6 @@ struct ManualApplication : PlatformApplication
     void endBackgroundTask(int task) override { open.remove(task); }
     void setMinimumBackgroundFetchInterval() override { ++fetchRequests; }
     void registerForRemoteNotifications() override {}
-    void expire(int task) { open.value(task)(); }
 };
 
 QDateTime sinceReference(double seconds)
@@ -35,14 +33,12 @@ struct World
 {
     World() : container(sinceReference(600)), shared(container.open())
     {
-        UsageMonitor::Services s;
-        s.application = &app;
-        s.notifications = &center;
-        s.refreshStatus = &refresh;
-        monitor = std::make_unique<UsageMonitor>(*shared, s);
+        monitor = std::make_unique<UsageMonitor>(
+            *shared,
+            UsageMonitor::Services{.notifications = &center, .refreshStatus = &refresh, .application = &app});
         monitor->plans().setUpNewInstall();
         shared->setForPlan(QString(), Keys::PREF_THRES_MONTHLY, 1000.0);
-        container.interfaces.counters = QList<LinkCounters>{{QStringLiteral("pdp_ip0"), 100, 100}};
+        container.interfaces.counters = {{QStringLiteral("pdp_ip0"), 100, 100}};
     }
     ~World() // a check that failed while the queue was held ends instead of hanging
     {
@@ -106,54 +102,41 @@ private slots:
 
     void initTestCase() { qputenv("TZ", "UTC"); }
 
-    void completionFollowsTheClock_data()
-    {
-        QTest::addColumn<double>("seconds");
-        QTest::addColumn<FetchResult>("result");
-        QTest::newRow("600 s") << 600.0 << FetchResult::NewData;
-        QTest::newRow("602.9 s truncates") << 602.9 << FetchResult::NoData;
-        QTest::newRow("603 s") << 603.0 << FetchResult::NewData;
-        QTest::newRow("before the reference") << -1.5 << FetchResult::NoData;
-    }
-
-    void completionFollowsTheClock()
-    {
-        QFETCH(double, seconds);
-        QFETCH(FetchResult, result);
-        World w;
-        w.container.clock.set(sinceReference(seconds));
-        std::optional<FetchResult> got;
-        w.monitor->checkUsage([&](FetchResult r) { got = r; });
-        w.settle();
-        QCOMPARE(got, std::optional(result));
-    }
-
-    // A second wake-up while a check runs is answered at once; the first when the check completes or,
-    // should the sample hang, when its task expires (and again at the late end).
+    // A wake-up is answered by the clock: new data on every third second since the reference, its
+    // fraction cut. A second wake-up while a check runs is answered at once; the first when the check
+    // completes or, should the sample hang, when its task expires (and again at the late end).
     void wakeUpDuringACheck_data()
     {
+        QTest::addColumn<double>("seconds");
         QTest::addColumn<bool>("expires");
-        QTest::newRow("the check completes") << false;
-        QTest::newRow("its task expires") << true;
+        QTest::addColumn<FetchResult>("result");
+        QTest::newRow("the check completes") << 600.0 << false << FetchResult::NewData;
+        QTest::newRow("its task expires") << 600.0 << true << FetchResult::NewData;
+        QTest::newRow("602.9 s truncates") << 602.9 << false << FetchResult::NoData;
+        QTest::newRow("603 s") << 603.0 << true << FetchResult::NewData;
+        QTest::newRow("before the reference") << -1.5 << false << FetchResult::NoData;
     }
     void wakeUpDuringACheck()
     {
+        QFETCH(double, seconds);
         QFETCH(bool, expires);
+        QFETCH(FetchResult, result);
         World w;
+        w.container.clock.set(sinceReference(seconds));
         w.blockQueue();
         QList<FetchResult> first, second;
         w.monitor->checkUsage([&](FetchResult r) { first.append(r); });
         QVERIFY(w.monitor->isCheckingUsage());
         w.monitor->checkUsage([&](FetchResult r) { second.append(r); });
-        QCOMPARE(second, QList<FetchResult>{FetchResult::NewData});
+        QCOMPARE(second, QList<FetchResult>{result});
         QCOMPARE(w.app.open.size(), 1);
         if (expires)
-            w.app.expire(w.app.next);
+            w.app.open.value(w.app.next)(); // the task's expiry
         QCOMPARE(first.size(), int(expires));
         QCOMPARE(w.monitor->isCheckingUsage(), !expires);
         w.release();
         w.settle();
-        QCOMPARE(first, QList<FetchResult>(expires ? 2 : 1, FetchResult::NewData));
+        QCOMPARE(first, QList<FetchResult>(expires ? 2 : 1, result));
         QVERIFY(!w.monitor->isCheckingUsage());
         QVERIFY(w.app.open.isEmpty());
         QVERIFY(w.monitor->figures().lastSample().locked);
@@ -174,7 +157,7 @@ private slots:
         World w;
         w.monitor->checkUsage(nullptr); // the counters' baseline: nothing stored yet
         w.settle();
-        w.container.interfaces.counters = QList<LinkCounters>{{QStringLiteral("pdp_ip0"), 700, 100}};
+        w.container.interfaces.counters = {{QStringLiteral("pdp_ip0"), 700, 100}};
         if (!sampled)
             w.blockQueue();
         int answers = 0;
@@ -195,48 +178,24 @@ private slots:
         QCOMPARE(stored.has_value(), sampled);
     }
 
-    // Launched in the background, a level rise becomes one notification.
-    void backgroundLaunchNotifies()
-    {
-        World w;
-        QVERIFY(w.monitor->prepareLaunch());
-        QVERIFY(w.monitor->completeLaunch());
-        QCOMPARE(w.monitor->applicationState(), int(UsageMonitor::Background));
-        QCOMPARE(w.app.fetchRequests, 1);
-        w.monitor->checkUsage(nullptr);
-        w.settle();
-        w.container.interfaces.counters = QList<LinkCounters>{{QStringLiteral("pdp_ip0"), 700, 100}};
-        w.monitor->checkUsage(nullptr);
-        w.settle();
-        QCOMPARE(w.center.added.size(), 1);
-        QCOMPARE(w.center.added[0].body, QStringLiteral("You've used 60%."));
-    }
-
     // A quick action refreshes the figures and, behind that check, reaches the root screen only when
-    // setup is done and nothing is presented; the answer comes at once; unknown ones do nothing.
+    // setup is done (over another screen: tst_screens); the answer comes at once; unknown ones do nothing.
     void quickActions_data()
     {
         QTest::addColumn<QString>("type");
         QTest::addColumn<bool>("setUp");
-        QTest::addColumn<bool>("presenting");
-        QTest::addColumn<bool>("known");
-        QTest::addColumn<bool>("handled");
-        QTest::newRow("history") << "SHORTCUTS_HISTORY" << true << false << true << true;
-        QTest::newRow("plans") << "SHORTCUTS_DATAPLAN" << true << false << true << true;
-        QTest::newRow("during setup") << "SHORTCUTS_THEME" << false << false << true << false;
-        QTest::newRow("over a screen") << "SHORTCUTS_HISTORY" << true << true << true << false;
-        QTest::newRow("unknown") << "SHORTCUTS_OTHER" << true << false << false << false;
+        QTest::newRow("history") << "SHORTCUTS_HISTORY" << true;
+        QTest::newRow("plans") << "SHORTCUTS_DATAPLAN" << true;
+        QTest::newRow("during setup") << "SHORTCUTS_THEME" << false;
+        QTest::newRow("unknown") << "SHORTCUTS_OTHER" << true;
     }
     void quickActions()
     {
         QFETCH(QString, type);
         QFETCH(bool, setUp);
-        QFETCH(bool, presenting);
-        QFETCH(bool, known);
-        QFETCH(bool, handled);
+        const bool known = type != QStringLiteral("SHORTCUTS_OTHER"), handled = known && setUp;
         World w;
         FakeRoot root;
-        root.presenting = presenting;
         w.monitor->setRootController(&root);
         w.shared->userPref().setValue(Keys::PREF_SHOWED_SETUP, setUp);
         std::optional<bool> answer;
@@ -249,21 +208,34 @@ private slots:
         QCOMPARE(w.monitor->figures().lastSample().countersRead, known); // the usage check ran first
     }
 
-    void activation()
+    // Launched in the background, a level rise becomes one notification; then the window comes up.
+    void launchAndActivation()
     {
         World w;
+        QVERIFY(w.monitor->prepareLaunch() && w.monitor->completeLaunch());
+        QCOMPARE(w.monitor->applicationState(), int(UsageMonitor::Background));
+        QCOMPARE(w.app.fetchRequests, 1);
+        w.monitor->checkUsage(nullptr);
+        w.settle();
+        w.container.interfaces.counters = {{QStringLiteral("pdp_ip0"), 700, 100}};
+        w.monitor->checkUsage(nullptr);
+        w.settle();
+        QCOMPARE(w.center.added.size(), 1);
+        QCOMPARE(w.center.added[0].body, QStringLiteral("You've used 60%."));
+
         FakeRoot root;
         w.monitor->setRootController(&root);
-        w.shared->userPref().setValue(Keys::PREF_SHOWED_SETUP, true);
+        SettingsDomain &prefs = w.shared->userPref();
+        const QString checked = QStringLiteral("PREF_WHATSNEW_CHECK_8_6");
+        prefs.setValue(Keys::PREF_SHOWED_SETUP, true);
         w.monitor->windowActivated();
         w.settle();
         QCOMPARE(w.monitor->applicationState(), int(UsageMonitor::Active));
         QCOMPARE(w.center.clears, 1);
         // A fresh install records its version silently; an update shows the notice once.
-        QCOMPARE(w.shared->userPref().stringForKey(QStringLiteral("PREF_WHATSNEW_CHECK_8_6")),
-                 ReleaseNotes::version());
+        QCOMPARE(prefs.stringForKey(checked), ReleaseNotes::version());
         QVERIFY(root.alerts.isEmpty());
-        w.shared->userPref().setValue(QStringLiteral("PREF_WHATSNEW_CHECK_8_6"), QStringLiteral("0.0.1"));
+        prefs.setValue(checked, QStringLiteral("0.0.1"));
         w.monitor->windowActivated();
         w.settle();
         w.monitor->windowActivated();
@@ -272,8 +244,7 @@ private slots:
         // The notes of this very version, from the releases file built in.
         QVERIFY2(!root.alerts[0].message.isEmpty(), "no release notes for this version");
         QCOMPARE(root.alerts[0].message, ReleaseNotes::current());
-        QCOMPARE(w.shared->userPref().stringForKey(Keys::PREF_UPDATE_PREVIOUS_VERSION),
-                 QStringLiteral("0.0.1"));
+        QCOMPARE(prefs.stringForKey(Keys::PREF_UPDATE_PREVIOUS_VERSION), QStringLiteral("0.0.1"));
 
         // Entering the background flushes the settings under a task of its own.
         w.monitor->enterBackground();
@@ -313,7 +284,7 @@ private slots:
 
         World w;
         w.monitor->shutDown(); // the first sample only learns the counters
-        w.container.interfaces.counters = QList<LinkCounters>{{QStringLiteral("pdp_ip0"), 150, 130}};
+        w.container.interfaces.counters = {{QStringLiteral("pdp_ip0"), 150, 130}};
         w.monitor->shutDown();
         QCOMPARE(w.monitor->figures().lastSample().event->cellIn, 50.0);
         QCOMPARE(w.monitor->figures().lastSample().event->cellOut, 30.0);

@@ -1,4 +1,5 @@
 #include "core/settingskeys.h"
+#include "desktop/widgetstats.h"
 #include "services/usagemonitor.h"
 #include "testsupport.h"
 
@@ -69,30 +70,40 @@ private slots:
         for (const LocationFix &f : fixes) {
             const std::optional<Visit> v = detector.addFix(f);
             seen.append(!v ? 0 : v->departureDate.isValid() ? 2 : 1);
-            if (v) // a visit arrives before the position that confirms it, and departs with the one that ends
-                   // it
+            // A visit arrives before the position that confirms it, and departs with the one that ends it.
+            if (v)
                 QVERIFY(v->arrivalDate < f.timestamp || v->departureDate == f.timestamp);
         }
         QCOMPARE(seen, events);
     }
 
-    void coordinateForSamples_data()
+    // A fix gives a place when its accuracy is known and within 500 m. The widget reads the last fix
+    // only, and only while the map is on with "always" authorisation.
+    void coordinateForSamplesAndTheWidget()
     {
-        QTest::addColumn<double>("accuracy");
-        QTest::addColumn<bool>("known");
-        QTest::newRow("500 m") << 500.0 << true;
-        QTest::newRow("500.1 m") << 500.1 << false;
-        QTest::newRow("unknown accuracy") << -1.0 << false;
-        QTest::newRow("exact") << 0.0 << true;
-    }
+        const auto latitude = [](const std::optional<LocationFix> &fix) {
+            return SharedCode::coordinateFromLocationFix(fix).latitude;
+        };
+        QCOMPARE(latitude(at(0, 0, 500)), 52.5);
+        QCOMPARE(latitude(at(0, 0, 0)), 52.5);
+        QCOMPARE(latitude(at(0, 0, 500.1)), kUnknownCoordinate);
+        QCOMPARE(latitude(at(0, 0, -1)), kUnknownCoordinate);
+        QCOMPARE(latitude(std::nullopt), kUnknownCoordinate);
 
-    void coordinateForSamples()
-    {
-        QFETCH(double, accuracy);
-        QFETCH(bool, known);
-        const Coordinate c = SharedCode::coordinateFromLocationFix(at(0, 0, accuracy));
-        QCOMPARE(c.latitude, known ? 52.5 : kUnknownCoordinate);
-        QCOMPARE(SharedCode::coordinateFromLocationFix(std::nullopt).latitude, kUnknownCoordinate);
+        TestContainer c;
+        auto shared = c.openPlan();
+        FakeLocation location;
+        location.last = at(0, 0, 20);
+        const auto widget = [&](LocationService *service) {
+            return WidgetStats::getCurrentCoordinateForWidget(*shared, service).latitude;
+        };
+        QCOMPARE(widget(&location), kUnknownCoordinate); // the map is off
+        shared->userPref().setValue(Keys::PREF_V7_GEO, true);
+        QCOMPARE(widget(&location), 52.5);
+        QCOMPARE(widget(nullptr), kUnknownCoordinate);
+        location.authorization = LocationService::Authorization::WhenInUse;
+        QCOMPARE(widget(&location), kUnknownCoordinate);
+        QCOMPARE(location.starts, 0); // the widget starts nothing
     }
 
     // Tracking needs the setting and "always" authorisation; visits fall back for coordinates.
@@ -101,9 +112,7 @@ private slots:
         TestContainer c(t0.addSecs(30 * 60).toLocalTime());
         auto shared = c.open();
         FakeLocation location;
-        UsageMonitor::Services s;
-        s.location = &location;
-        UsageMonitor monitor(*shared, s);
+        UsageMonitor monitor(*shared, UsageMonitor::Services{.location = &location});
         monitor.plans().setUpNewInstall();
         monitor.location().follow();
         QCOMPARE(location.starts, 0); // the setting is off
@@ -123,8 +132,7 @@ private slots:
                          [&](const Visit &v) { observed.append(v); });
         location.onVisit(Visit{48.1, 11.5, t0, t0.addSecs(45 * 60)});
         QCOMPARE(observed.size(), 1);
-        QCOMPARE(monitor.location().currentCoordinate().latitude,
-                 48.1); // departed after the current hour began
+        QCOMPARE(monitor.location().currentCoordinate().latitude, 48.1); // departed after this hour began
         location.onVisit(Visit{48.1, 11.5, t0, t0.addSecs(-60)});
         QCOMPARE(monitor.location().currentCoordinate().latitude, kUnknownCoordinate);
         location.last = at(0, 20, 30);

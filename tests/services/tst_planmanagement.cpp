@@ -9,14 +9,7 @@
 
 namespace {
 
-QDateTime ever()
-{
-    return QDateTime(QDate(2000, 1, 1), QTime());
-}
-QDateTime never()
-{
-    return QDateTime(QDate(2100, 1, 1), QTime());
-}
+const QDateTime ever(QDate(2000, 1, 1), QTime(), Qt::UTC), never(QDate(2100, 1, 1), QTime(), Qt::UTC);
 
 struct Plans
 {
@@ -38,7 +31,7 @@ struct Plans
     double cellIn(const QString &plan)
     {
         auto context = monitor.plans().storeForPlan(plan);
-        return onQueue(*context, [&] { return context->sum(ever(), never())->cellIn; });
+        return onQueue(*context, [&] { return context->sum(ever, never)->cellIn; });
     }
 
     TestContainer container;
@@ -56,30 +49,6 @@ class TestPlanManagement : public QObject
 private slots:
     void initTestCase() { qputenv("TZ", "UTC"); }
 
-    // Traffic up to the switch is charged to the plan that was active; afterwards to the new one.
-    void switching()
-    {
-        Plans p;
-        auto sample = [&](quint64 in) {
-            p.container.interfaces.counters = QList<LinkCounters>{{QStringLiteral("pdp_ip0"), in, 0}};
-            auto context = p.shared->activeStore();
-            onQueue(*context, [&] { return p.shared->sampleUsage(context.get(), {}); });
-        };
-        sample(1000);
-        sample(1500);
-        p.container.interfaces.counters = QList<LinkCounters>{{QStringLiteral("pdp_ip0"), 1800, 0}};
-        bool done = false;
-        p.monitor.plans().switchPlan(p.second, [&] { done = true; });
-        QTRY_VERIFY(done);
-        QCOMPARE(p.shared->activePlanID(), p.second);
-        sample(2000);
-        QCOMPARE(p.cellIn(p.first), 800.0);
-        QCOMPARE(p.cellIn(p.second), 200.0);
-        bool again = false;
-        p.monitor.plans().switchPlan(p.second, [&] { again = true; }); // already active: nothing to do
-        QVERIFY(again);
-    }
-
     void planList()
     {
         Plans p;
@@ -95,34 +64,14 @@ private slots:
         QCOMPARE(list.checkedRow(), 3);
         QSignalSpy back(&list, &SelectPlanController::goBack),
             switched(&list, &SelectPlanController::switched);
-        list.tapRow(3);
+        list.tapRow(3); // the active plan: back, with no switch
         QCOMPARE(back.size(), 1);
         list.tapRow(0);
         QTRY_COMPARE(switched.size(), 1);
-        QCOMPARE(p.shared->activePlanID(), p.second);
-        QCOMPARE(list.checkedRow(), 0);
-    }
-
-    void correctingTheCurrentPeriod()
-    {
-        Plans p; // now: 10 March 2026 14:25, a monthly period from the 1st
-        auto context = p.shared->activeStore();
-        onQueue(*context, [&] {
-            context->insertEvent(Event{QDateTime(QDate(2026, 2, 27), QTime()), 7});
-            context->insertEvent(Event{QDateTime(QDate(2026, 3, 2), QTime()), 9});
-            context->save();
-            return p.monitor.figures().readCurrentValues(context.get());
-        });
-        p.monitor.plans().addUsageToCurrent(0);
-        p.monitor.plans().addUsageToCurrent(-5);
-        p.monitor.plans().addUsageToCurrent(100);
-        const QList<Event> added =
-            onQueue(*context, [&] { return context->events(p.container.clock.now(), never()); });
-        QCOMPARE(added.size(), 1);
-        QCOMPARE(added[0].cellIn, 100.0);
-        QCOMPARE(added[0].latitude, kUnknownCoordinate);
-        p.monitor.plans().resetCurrentPeriod();
-        QCOMPARE(p.cellIn(p.first), 7.0); // earlier periods stay
+        QCOMPARE((std::pair{p.shared->activePlanID(), list.checkedRow()}), (std::pair{p.second, 0}));
+        int done = 0; // a switch to the active plan is done at once
+        p.monitor.plans().switchPlan(p.second, [&] { ++done; }); // active since the tap
+        QCOMPARE(done, 1);
     }
 
     void planScreen_data()
@@ -147,10 +96,10 @@ private slots:
         QFETCH(Navigator::Screen, picker);
         Plans p;
         const QVariantMap before = p.shared->userPref().dictionaryForKey(Keys::PREF_ALL_PLANS);
-        {
+        { // a new plan is kept only when not cancelled
             PlanController fresh(p.monitor);
-            QCOMPARE(fresh.title(), QStringLiteral("New Plan"));
-            QCOMPARE(fresh.sectionCount(), 1);
+            QCOMPARE((std::pair{fresh.title(), fresh.sectionCount()}),
+                     (std::pair{QStringLiteral("New Plan"), 1}));
             QCOMPARE(p.shared->userPref().dictionaryForKey(Keys::PREF_ALL_PLANS).size(), 3);
             fresh.cancel();
         }
@@ -161,7 +110,6 @@ private slots:
         p.shared->setForPlan(p.second, Keys::PREF_30DAY_START, QDateTime(QDate(2026, 2, 9), QTime()));
         p.shared->userPref().setValue(Keys::PREF_WEEK_START, 2);
         PlanController screen(p.monitor, p.second);
-        QCOMPARE(screen.title(), QStringLiteral("Plan Details"));
         QStringList got;
         for (const SettingsRow &r : screen.rows(0))
             got.append(r.title);
@@ -169,37 +117,30 @@ private slots:
         QCOMPARE(screen.rows(0).last().detail, QStringLiteral("2 GB"));
         if (!startDate.isEmpty())
             QCOMPARE(screen.rows(0).at(2), (SettingsRow{"Start Date", startDate, picker}));
-        QCOMPARE(screen.rows(1).size(), 4);
 
         // Usage History asks whoever presents screens for the plan's day screen.
-        QString shown;
-        QObject::connect(&p.monitor.plans(), &PlanService::historyRequested,
-                         [&](const QString &plan, QObject *presenter, bool) {
-                             shown = plan;
-                             QCOMPARE(presenter, &screen);
-                         });
+        QSignalSpy history(&p.monitor.plans(), &PlanService::historyRequested);
         screen.selectRow(1, 2);
-        QCOMPARE(shown, p.second);
+        QCOMPARE(history.size(), 1);
+        QCOMPARE(history[0][0].toString(), p.second);
+        QCOMPARE(history[0][1].value<QObject *>(), &screen);
 
-        // The active plan is never deleted; another one goes with its store.
+        // The active plan is never deleted; another one goes (its store file: test_cli).
         PlanController active(p.monitor, p.first);
         QVERIFY(!active.canDelete());
         active.confirmDelete();
         p.monitor.plans().removePlan(p.first);
         QVERIFY(screen.canDelete());
         QCOMPARE(screen.deleteQuestion().actions.first(), (AlertAction{"Delete", AlertAction::Destructive}));
-        p.cellIn(p.second); // makes its store file
-        const QString file = p.shared->sqliteURLForPlan(p.second);
-        QVERIFY(QFile::exists(file));
         QSignalSpy back(&screen, &PlanController::goBack);
         screen.confirmDelete();
         QCOMPARE(back.size(), 1);
         QCOMPARE(p.shared->userPref().dictionaryForKey(Keys::PREF_ALL_PLANS).keys(), QStringList{p.first});
-        QVERIFY(!QFile::exists(file));
     }
 
     // What is typed in the add-usage field, as the field shows it, whether it can be added (and is,
-    // floored to the byte), and what setup would add for the same text.
+    // floored to the byte, now and with no place), and what setup would add for the same text; a
+    // reset of the period then takes the current period's usage only.
     void amountEntry_data()
     {
         QTest::addColumn<QString>("typed");
@@ -223,7 +164,13 @@ private slots:
         QFETCH(QString, field);
         QFETCH(bool, enabled);
         QFETCH(double, bytes);
-        Plans p;
+        Plans p; // now: 10 March 2026 14:25, a monthly period from the 1st
+        auto context = p.shared->activeStore();
+        onQueue(*context, [&] {
+            context->insertEvent(Event{QDateTime(QDate(2026, 2, 27), QTime()), 7}); // the period before
+            context->save();
+            return p.monitor.figures().readCurrentValues(context.get());
+        });
         AddController add(p.monitor);
         add.setText(typed);
         QCOMPARE(add.text(), field);
@@ -235,7 +182,13 @@ private slots:
         QSignalSpy closed(&add, &AddController::done);
         add.confirm();
         QCOMPARE(closed.size(), int(enabled));
-        QCOMPARE(p.cellIn(p.first), enabled ? bytes : 0.0);
+        QCOMPARE(p.cellIn(p.first), 7 + (enabled ? bytes : 0.0));
+        const QList<Event> added =
+            onQueue(*context, [&] { return context->events(p.container.clock.now(), never); });
+        QCOMPARE(added.size(), int(enabled)); // now, with no place
+        QVERIFY(added.isEmpty() || added[0].latitude == kUnknownCoordinate);
+        p.monitor.plans().resetCurrentPeriod(); // the current period's usage goes, the earlier stays
+        QCOMPARE(p.cellIn(p.first), 7.0);
     }
 };
 
