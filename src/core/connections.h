@@ -1,5 +1,7 @@
 #pragma once
 
+#include <QByteArray>
+#include <QLatin1StringView>
 #include <QMap>
 #include <QString>
 
@@ -24,6 +26,10 @@ class ConnectionSource
 public:
     virtual ~ConnectionSource() = default;
     virtual std::optional<ConnectionTable> proto(int protocol) = 0;
+    // A mark of where the protocol's connections stand: while two marks read in one boot and one
+    // network namespace are equal, none of them moved a byte, opened or closed, so the table read
+    // at the first stands for the second. Empty where the source cannot tell.
+    virtual QByteArray quietMark(int /*protocol*/) { return {}; }
     // From now on, connections that close between two reads are kept with their final totals and
     // reported by the next read (needs the main thread's event loop).
     virtual void watchClosedConnections() {}
@@ -33,5 +39,7 @@ namespace ConnectionTables {
 
 inline constexpr int kTcp = 6;
 inline constexpr int kUdp = 17;
+// Every UDP flow's key begins with this; no TCP key (a socket cookie in hex) does.
+inline constexpr QLatin1StringView kUdpKeyPrefix("ct-");
 
 } // namespace ConnectionTables

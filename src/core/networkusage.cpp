@@ -30,17 +30,6 @@ void SharedCode::networks(StoreContext *context)
 {
     if (!m_connections)
         return;
-    ConnectionTable all;
-    for (int protocol : {ConnectionTables::kTcp, ConnectionTables::kUdp}) {
-        std::optional<ConnectionTable> table = proto(protocol);
-        if (!table)
-            continue; // a protocol that cannot be read is simply missing this time
-        // The smaller table goes into the larger (the protocols' keys never meet): a router's
-        // tens of thousands of UDP flows are not copied for a handful of TCP connections.
-        if (table->size() > all.size())
-            std::swap(*table, all);
-        all.insert(*table);
-    }
     SettingsDomain &pref = userPref();
     const QString boot = m_interfaces ? m_interfaces->bootId() : QString();
     const QVariant stored = pref.value(Keys::PREF_NET_LASTCONN);
@@ -49,6 +38,30 @@ void SharedCode::networks(StoreContext *context)
     // only the baseline is taken.
     const bool counting = stored.isValid() && pref.stringForKey(Keys::PREF_NET_LASTCONN_BOOT) == boot;
     const QVariantMap previous = counting ? withoutBootId(stored.toMap(), boot) : QVariantMap();
+    // While TCP stands where it stood when the baseline's TCP entries were read, those entries are
+    // the table: the kernel's whole socket hash is not walked again (over a millisecond, in every
+    // process, however few sockets it holds).
+    QString tcpMark;
+    if (const QByteArray mark = m_connections->quietMark(ConnectionTables::kTcp); !mark.isEmpty())
+        tcpMark = (m_interfaces ? m_interfaces->networkNamespace() : QString()) + QLatin1Char(' ') +
+                  QString::fromLatin1(mark);
+    const bool tcpQuiet =
+        counting && !tcpMark.isEmpty() && pref.stringForKey(Keys::PREF_NET_LASTCONN_TCP) == tcpMark;
+    bool tcpRead = false;
+    ConnectionTable all;
+    for (int protocol : {ConnectionTables::kTcp, ConnectionTables::kUdp}) {
+        if (protocol == ConnectionTables::kTcp && tcpQuiet)
+            continue;
+        std::optional<ConnectionTable> table = proto(protocol);
+        if (!table)
+            continue; // a protocol that cannot be read is simply missing this time
+        tcpRead = tcpRead || protocol == ConnectionTables::kTcp;
+        // The smaller table goes into the larger (the protocols' keys never meet): a router's
+        // tens of thousands of UDP flows are not copied for a handful of TCP connections.
+        if (table->size() > all.size())
+            std::swap(*table, all);
+        all.insert(*table);
+    }
     QVariantMap current;
     QMap<QString, double> perAddress;
     // Both tables are in key order: one walk through each pairs every connection with its
@@ -67,8 +80,15 @@ void SharedCode::networks(StoreContext *context)
         if (delta > 0)
             perAddress[it->address] += delta;
     }
+    if (tcpQuiet) {
+        for (auto it = previous.cbegin(); it != previous.cend(); ++it) {
+            if (!it.key().startsWith(ConnectionTables::kUdpKeyPrefix))
+                current.insert(it.key(), it.value());
+        }
+    }
     pref.setValue(Keys::PREF_NET_LASTCONN, current);
     pref.setValue(Keys::PREF_NET_LASTCONN_BOOT, boot);
+    pref.setValue(Keys::PREF_NET_LASTCONN_TCP, tcpQuiet || tcpRead ? tcpMark : QString());
     const QDateTime stamp = nowAtHour();
     for (auto it = perAddress.cbegin(); it != perAddress.cend(); ++it)
         context->insertNetevent(Netevent{stamp, it.key(), it.value()});

@@ -53,6 +53,7 @@ const QList<Key> &all()
         PREF_MIGRATE_CHECK_COREDATA,
         PREF_NET_LASTCONN,
         PREF_NET_LASTCONN_BOOT,
+        PREF_NET_LASTCONN_TCP,
         PREF_WATCH_COMP_STATE,
         PREF_GEO_HIDE_HINT,
         PREF_MAP_TILE_URL,
@@ -75,9 +76,10 @@ const Key &alert(int number)
 
 const QList<Key> &sampleBaselines()
 {
-    static const QList<Key> keys{PREF_prevCellIn,    PREF_prevCellOut,     PREF_prevWifiIn,
-                                 PREF_prevWifiOut,   PREF_TRACK_TETHER_DB, PREF_LINK_IDS,
-                                 PREF_LINK_COUNTERS, PREF_NET_LASTCONN,    PREF_NET_LASTCONN_BOOT};
+    static const QList<Key> keys{PREF_prevCellIn,      PREF_prevCellOut,     PREF_prevWifiIn,
+                                 PREF_prevWifiOut,     PREF_TRACK_TETHER_DB, PREF_LINK_IDS,
+                                 PREF_LINK_COUNTERS,   PREF_NET_LASTCONN,    PREF_NET_LASTCONN_BOOT,
+                                 PREF_NET_LASTCONN_TCP};
     return keys;
 }
 

@@ -111,6 +111,43 @@ private slots:
         QCOMPARE(n.sample().at(1).bytes, 48.0);
     }
 
+    // While the source's mark stands, TCP is not read again and its baseline carries over; UDP is
+    // read at every sample.
+    void quietTcpIsNotReadAgain()
+    {
+        struct Marked : FakeConnections
+        {
+            QByteArray mark = "m1";
+            int tcpReads = 0;
+            std::optional<ConnectionTable> proto(int p) override
+            {
+                tcpReads += p == 6;
+                return FakeConnections::proto(p);
+            }
+            QByteArray quietMark(int p) override { return p == 6 ? mark : QByteArray(); }
+        } source;
+        Net n(&source);
+        source.tcp = ConnectionTable{{"a", {100, "198.18.0.1"}}};
+        source.udp = ConnectionTable{{"ct-1", {5, "198.18.0.3"}}};
+        n.sample();
+        source.tcp = ConnectionTable{{"a", {999, "198.18.0.1"}}}; // not read while the mark stands
+        source.udp = ConnectionTable{{"ct-1", {8, "198.18.0.3"}}};
+        QList<Netevent> got = n.sample();
+        QCOMPARE(source.tcpReads, 1);
+        QCOMPARE(got.size(), 1);
+        QCOMPARE(got[0].bytes, 3.0);
+        // The mark moved: 50 more bytes, not 150 counted whole (the baseline of "a" was kept).
+        source.mark = "m2";
+        source.tcp = ConnectionTable{{"a", {150, "198.18.0.1"}}};
+        got = n.sample();
+        QCOMPARE(source.tcpReads, 2);
+        QCOMPARE(got[0].bytes, 50.0);
+        // Another boot: whatever the mark says, the tables are read and only the baseline is taken.
+        n.container.interfaces.boot = QStringLiteral("boot-2");
+        n.sample();
+        QCOMPARE(source.tcpReads, 3);
+    }
+
     void pageAndHostNames()
     {
         Net n;

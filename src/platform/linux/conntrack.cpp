@@ -79,7 +79,7 @@ void appendKey(const Flow &f, std::string &keys)
             *p++ = digits[a[i] & 15];
         }
     };
-    put("ct-");
+    put(ConnectionTables::kUdpKeyPrefix.data());
     number(f.id);
     put("-");
     hex(f.source);

@@ -70,26 +70,22 @@ std::optional<ConnectionTable> SockDiagConnections::proto(int protocol)
     }
     if (protocol != ConnectionTables::kTcp)
         return std::nullopt;
-    // While not one TCP counter of the namespace moved since the last read (no segment in or
-    // out, nothing opened or reset), no connection's bytes moved and none opened or closed: the
-    // last table answers, without walking the kernel's whole socket hash (half a millisecond even
-    // with a handful of sockets, at every check of an idle machine).
-    const QByteArray counters = tcpCounters();
     ConnectionTable table;
     {
         // Connections that closed since the last read, with their final totals; open ones overwrite.
         QMutexLocker locker(&m_closedMutex);
-        if (m_lastTable && !counters.isEmpty() && counters == m_lastCounters && m_closed.isEmpty())
-            return m_lastTable;
         table = std::exchange(m_closed, {});
     }
-    if (!dump(table)) {
-        m_lastTable.reset();
+    if (!dump(table))
         return std::nullopt;
-    }
-    m_lastCounters = counters;
-    m_lastTable = table;
     return table;
+}
+
+QByteArray SockDiagConnections::quietMark(int protocol)
+{
+    // The namespace's TCP counters: no segment in or out, nothing opened or reset, and no
+    // connection's bytes moved.
+    return protocol == ConnectionTables::kTcp ? tcpCounters() : QByteArray();
 }
 
 SockDiagConnections::~SockDiagConnections()

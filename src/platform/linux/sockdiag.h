@@ -19,6 +19,7 @@ public:
     SockDiagConnections();
     ~SockDiagConnections() override;
     std::optional<ConnectionTable> proto(int protocol) override;
+    QByteArray quietMark(int protocol) override;
     // Listens to the kernel's TCP destroy notifications (needs CAP_NET_ADMIN; logged once when refused).
     void watchClosedConnections() override;
 
@@ -37,7 +38,4 @@ private:
     QObject *m_notifier = nullptr;
     QMutex m_closedMutex;
     ConnectionTable m_closed; // closed since the last read, with their final totals
-    // The last TCP table read and the namespace's TCP counters when it was read.
-    std::optional<ConnectionTable> m_lastTable;
-    QByteArray m_lastCounters;
 };
