@@ -83,9 +83,18 @@ std::optional<ConnectionTable> SockDiagConnections::proto(int protocol)
 
 QByteArray SockDiagConnections::quietMark(int protocol)
 {
+    if (protocol != ConnectionTables::kTcp)
+        return {};
+    {
+        // A connection can close without a segment (one the peer reset, closed later by its
+        // program): its final total waits here for the next read, which must not be skipped.
+        QMutexLocker locker(&m_closedMutex);
+        if (!m_closed.isEmpty())
+            return {};
+    }
     // The namespace's TCP counters: no segment in or out, nothing opened or reset, and no
     // connection's bytes moved.
-    return protocol == ConnectionTables::kTcp ? tcpCounters() : QByteArray();
+    return tcpCounters();
 }
 
 SockDiagConnections::~SockDiagConnections()
