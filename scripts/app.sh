@@ -4,6 +4,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/deps.sh
+export CMAKE_GENERATOR=${CMAKE_GENERATOR:-Ninja} # for new build folders (why: scripts/deps.sh)
 cmake -S . -B build -DCMAKE_BUILD_TYPE=RelWithDebInfo -DTALLYMO_TESTS=OFF -DTALLYMO_BENCH=OFF >/dev/null
 cmake --build build -j"$(nproc)" --target tallymo tallymo-app
 exec build/programs/tallymo-app/tallymo-app "$@"

@@ -7,6 +7,9 @@ here=$(dirname "$0")
 packages=(qt6-base-dev qt6-positioning-dev libqt6positioning6-plugins libsqlite3-dev libicu-dev tzdata
           # sd-bus, for asking NetworkManager at every sample
           libsystemd-dev pkg-config
+          # Ninja: under Make, Qt's QML type registration runs again at every build, and with it
+          # every view's compiled cache (over a minute for a build with nothing to do)
+          ninja-build
           # the app: Qt Quick and the QML modules it imports, SVG images, the theme fonts
           qt6-declarative-dev qml6-module-qtquick qml6-module-qtquick-window qml6-module-qtqml-workerscript
           qml6-module-qtquick-controls qml6-module-qtquick-templates qml6-module-qtquick-layouts

@@ -4,6 +4,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/deps.sh
+export CMAKE_GENERATOR=${CMAKE_GENERATOR:-Ninja} # for new build folders (why: scripts/deps.sh)
 dir=build-test
 flags=(-DCMAKE_BUILD_TYPE=Debug -DTALLYMO_BENCH=OFF)
 if [ "${TALLYMO_SANITIZE:-0}" = 1 ]; then
