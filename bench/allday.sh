@@ -30,6 +30,21 @@ for round in 1 2 3; do
     awk -v v="$v" -v s="$s" -v r="$round" 'BEGIN{printf "  round %d: sample %.2f ms, --version %.2f ms, beyond: %.2f ms\n", r, s, v, s - v}'
 done
 
+floor=$build/bench/tallymo_floor
+if [ -x "$floor" ]; then
+    echo "== the floor under it: the same steps with SQLite, ICU and the kernel alone (tallymo_floor)"
+    mkdir "$work/floor"
+    cp "$TALLYMO_CONTAINER"/*.sqlite* "$TALLYMO_CONTAINER"/*.plist "$work/floor/"
+    store=$(ls "$work"/floor/*.sqlite) settings=$(ls "$work"/floor/*.plist)
+    for round in 1 2 3; do
+        bare=$(task_clock "$floor")
+        s=$(task_clock "$floor" store "$store")
+        w=$(task_clock "$floor" settings "$settings")
+        d=$(task_clock "$floor" dates en_US)
+        awk -v b="$bare" -v s="$s" -v w="$w" -v d="$d" -v r="$round" 'BEGIN{printf "  round %d: the store opened %.2f ms, the settings written %.2f ms, a month formatter %.2f ms (each beyond the bare process, %.2f ms)\n", r, s - b, w - b, d - b, b}'
+    done
+fi
+
 interface=$(ip -o route get 1.1.1.1 2>/dev/null | sed -n 's/.* dev \([^ ]*\).*/\1/p')
 vnstatd_start() { # interval in seconds
     command -v vnstatd >/dev/null || return 0

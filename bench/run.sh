@@ -10,8 +10,9 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/deps.sh vnstat hyperfine time iproute2 util-linux linux-perf nftables
+export CMAKE_GENERATOR=${CMAKE_GENERATOR:-Ninja} # for new build folders (why: scripts/deps.sh)
 cmake -S . -B build-bench -DCMAKE_BUILD_TYPE=Release -DTALLYMO_TESTS=OFF -DTALLYMO_BENCH=ON >/dev/null
-cmake --build build-bench -j"$(nproc)" --target tallymo_bench tallymo tallymo-widget tallymo-app tallymo-screenshots >/dev/null
+cmake --build build-bench -j"$(nproc)" --target tallymo_bench tallymo_floor tallymo tallymo-widget tallymo-app tallymo-screenshots >/dev/null
 echo "== in-process"
 build-bench/bench/tallymo_bench
 echo "== connection table with 10,000 open TCP sockets"
