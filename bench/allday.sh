@@ -32,17 +32,17 @@ done
 
 floor=$build/bench/tallymo_floor
 if [ -x "$floor" ]; then
-    echo "== the floor under it: the same steps with SQLite, ICU and the kernel alone (tallymo_floor)"
+    echo "== the floor under it: the same steps with SQLite, ICU and the kernel alone (tallymo_floor, medians of 30)"
     mkdir "$work/floor"
     cp "$TALLYMO_CONTAINER"/*.sqlite* "$TALLYMO_CONTAINER"/*.plist "$work/floor/"
     store=$(ls "$work"/floor/*.sqlite) settings=$(ls "$work"/floor/*.plist)
-    for round in 1 2 3; do
-        bare=$(task_clock "$floor")
-        s=$(task_clock "$floor" store "$store")
-        w=$(task_clock "$floor" settings "$settings")
-        d=$(task_clock "$floor" dates en_US)
-        awk -v b="$bare" -v s="$s" -v w="$w" -v d="$d" -v r="$round" 'BEGIN{printf "  round %d: the store opened %.2f ms, the settings written %.2f ms, a month formatter %.2f ms (each beyond the bare process, %.2f ms)\n", r, s - b, w - b, d - b, b}'
-    done
+    for _ in $(seq 30); do
+        echo "store $("$floor" store "$store")"
+        echo "settings $("$floor" settings "$settings")"
+        echo "dates $("$floor" dates en_US)"
+    done | sort -k1,1 -k2,2g | awk '{v[$1] = v[$1] " " $2; n[$1]++}
+        END{for (k in v) {split(substr(v[k], 2), a, " "); m[k] = a[int((n[k] + 1) / 2)]}
+            printf "  the store opened %.2f ms, the settings file written %.2f ms, a month formatter %.2f ms\n", m["store"], m["settings"], m["dates"]}'
 fi
 
 interface=$(ip -o route get 1.1.1.1 2>/dev/null | sed -n 's/.* dev \([^ ]*\).*/\1/p')

@@ -1,6 +1,7 @@
 // What the libraries and the kernel charge for the steps every short-lived command takes, without
-// Tallymo or Qt around them: the floors under `tallymo sample` and `tallymo history`.
-//   tallymo_floor                        nothing (the process and its libraries)
+// Tallymo or Qt around them: the floors under `tallymo sample` and `tallymo history`. Prints the
+// CPU time of the step alone (user and system, in milliseconds), the first time in a process, as a
+// command pays it; the process's own start is left out, so runs can be compared.
 //   tallymo_floor store FILE             SQLite's first connection to a store, as the store opens it
 //   tallymo_floor settings FILE          the settings file written again as every sample writes it
 //   tallymo_floor dates LOCALE           ICU's month formatter, and 120 months formatted with it
@@ -9,6 +10,7 @@
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
+#include <time.h>
 #include <unicode/udat.h>
 #include <unicode/ustring.h>
 #include <unistd.h>
@@ -93,16 +95,28 @@ static int dates(const char *locale)
     return 0;
 }
 
+static double cpuMilliseconds()
+{
+    timespec t{};
+    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &t);
+    return double(t.tv_sec) * 1e3 + double(t.tv_nsec) / 1e6;
+}
+
 int main(int argc, char **argv)
 {
-    if (argc == 1)
-        return 0;
+    int (*step)(const char *) = nullptr;
     if (argc == 3 && strcmp(argv[1], "store") == 0)
-        return store(argv[2]);
-    if (argc == 3 && strcmp(argv[1], "settings") == 0)
-        return settings(argv[2]);
-    if (argc == 3 && strcmp(argv[1], "dates") == 0)
-        return dates(argv[2]);
-    fprintf(stderr, "usage: tallymo_floor [store FILE | settings FILE | dates LOCALE]\n");
-    return 2;
+        step = store;
+    else if (argc == 3 && strcmp(argv[1], "settings") == 0)
+        step = settings;
+    else if (argc == 3 && strcmp(argv[1], "dates") == 0)
+        step = dates;
+    if (!step) {
+        fprintf(stderr, "usage: tallymo_floor store FILE | settings FILE | dates LOCALE\n");
+        return 2;
+    }
+    const double start = cpuMilliseconds();
+    const int status = step(argv[2]);
+    printf("%.3f\n", cpuMilliseconds() - start);
+    return status;
 }
