@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # What a laptop, a phone or a router pays all day, beside vnStat where vnStat has a figure:
-#   - CPU of one `tallymo sample` beyond `tallymo --version` (perf stat, 30 runs, medians of 3 rounds)
+#   - CPU of one `tallymo sample` beyond `tallymo --version` (perf stat, 60 alternating pairs, median)
+#     and the floor under it: the same steps with SQLite, ICU and the kernel alone (tallymo_floor)
 #   - CPU per check of the service at a 1-second interval over 30 checks, beside vnstatd
 #   - the service's memory (proportional, private clean, private dirty), beside vnstatd
 #   - wake-ups of the service between two checks at the 300-second interval (every thread)
@@ -22,13 +23,21 @@ mkdir -m 700 "$work/run"
 cpu_ns() { cat /proc/"$1"/task/*/schedstat | awk '{n += $1} END{printf "%.0f", n}'; }
 wakeups() { cat /proc/"$1"/task/*/status | awk '/^voluntary_ctxt_switches/{n += $2} END{print n}'; }
 
-echo "== one sample, CPU beyond \`tallymo --version\` (perf stat -r 30, three rounds)"
-task_clock() { perf stat -r 30 -x, -e task-clock "$@" 2>&1 >/dev/null | awk -F, '/task-clock/{print $1}'; }
-for round in 1 2 3; do
-    v=$(task_clock "$tallymo" --version)
-    s=$(task_clock "$tallymo" sample)
-    awk -v v="$v" -v s="$s" -v r="$round" 'BEGIN{printf "  round %d: sample %.2f ms, --version %.2f ms, beyond: %.2f ms\n", r, s, v, s - v}'
-done
+echo "== one sample, CPU beyond \`tallymo --version\` (perf stat, 60 of each, alternating)"
+# Alternating pairs, so that a slow minute of the machine weighs on both; the median difference,
+# so that a run disturbed by something else does not decide.
+task_clock() { perf stat -x, -e task-clock "$@" 2>&1 >/dev/null | awk -F, '/task-clock/{print $1}'; }
+for _ in $(seq 60); do
+    v=$(task_clock "$tallymo" --version) s=$(task_clock "$tallymo" sample)
+    echo "$v $s"
+done | awk '{v[NR] = $1; s[NR] = $2; d[NR] = $2 - $1}
+    function median(a, n,   i, j, t) {
+        for (i = 2; i <= n; i++) for (j = i; j > 1 && a[j - 1] > a[j]; j--) { t = a[j]; a[j] = a[j - 1]; a[j - 1] = t }
+        return n % 2 ? a[(n + 1) / 2] : (a[n / 2] + a[n / 2 + 1]) / 2
+    }
+    END{n = NR; q1 = int(n / 4) + 1; q3 = int(3 * n / 4)
+        mv = median(v, n); ms = median(s, n); md = median(d, n)
+        printf "  sample %.2f ms, --version %.2f ms (medians); beyond: %.2f ms (median of the pairs; middle half %.2f to %.2f ms)\n", ms, mv, md, d[q1], d[q3]}'
 
 floor=$build/bench/tallymo_floor
 if [ -x "$floor" ]; then
