@@ -8,7 +8,6 @@
 #include <fcntl.h>
 #include <sqlite3.h>
 #include <stdio.h>
-#include <stdlib.h>
 #include <string.h>
 #include <time.h>
 #include <unicode/udat.h>
