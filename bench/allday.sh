@@ -23,21 +23,21 @@ mkdir -m 700 "$work/run"
 cpu_ns() { cat /proc/"$1"/task/*/schedstat | awk '{n += $1} END{printf "%.0f", n}'; }
 wakeups() { cat /proc/"$1"/task/*/status | awk '/^voluntary_ctxt_switches/{n += $2} END{print n}'; }
 
+# The median of the numbers on standard input, one a line.
+median() { sort -g | awk '{a[NR] = $1} END{print NR % 2 ? a[(NR + 1) / 2] : (a[NR / 2] + a[NR / 2 + 1]) / 2}'; }
+
 echo "== one sample, CPU beyond \`tallymo --version\` (perf stat, 60 of each, alternating)"
 # Alternating pairs, so that a slow minute of the machine weighs on both; the median difference,
 # so that a run disturbed by something else does not decide.
 task_clock() { perf stat -x, -e task-clock "$@" 2>&1 >/dev/null | awk -F, '/task-clock/{print $1}'; }
-for _ in $(seq 60); do
-    v=$(task_clock "$tallymo" --version) s=$(task_clock "$tallymo" sample)
-    echo "$v $s"
-done | awk '{v[NR] = $1; s[NR] = $2; d[NR] = $2 - $1}
-    function median(a, n,   i, j, t) {
-        for (i = 2; i <= n; i++) for (j = i; j > 1 && a[j - 1] > a[j]; j--) { t = a[j]; a[j] = a[j - 1]; a[j - 1] = t }
-        return n % 2 ? a[(n + 1) / 2] : (a[n / 2] + a[n / 2 + 1]) / 2
-    }
-    END{n = NR; q1 = int(n / 4) + 1; q3 = int(3 * n / 4)
-        mv = median(v, n); ms = median(s, n); md = median(d, n)
-        printf "  sample %.2f ms, --version %.2f ms (medians); beyond: %.2f ms (median of the pairs; middle half %.2f to %.2f ms)\n", ms, mv, md, d[q1], d[q3]}'
+pairs=60
+for _ in $(seq $pairs); do
+    echo "$(task_clock "$tallymo" --version) $(task_clock "$tallymo" sample)"
+done >"$work/pairs"
+awk '{print $2 - $1}' "$work/pairs" | sort -g >"$work/beyond"
+printf "  sample %.2f ms, --version %.2f ms (medians); beyond: %.2f ms (median of the pairs; middle half %.2f to %.2f ms)\n" \
+    "$(awk '{print $2}' "$work/pairs" | median)" "$(awk '{print $1}' "$work/pairs" | median)" \
+    "$(median <"$work/beyond")" "$(sed -n $((pairs / 4 + 1))p "$work/beyond")" "$(sed -n $((pairs * 3 / 4))p "$work/beyond")"
 
 floor=$build/bench/tallymo_floor
 if [ -x "$floor" ]; then
@@ -46,12 +46,12 @@ if [ -x "$floor" ]; then
     cp "$TALLYMO_CONTAINER"/*.sqlite* "$TALLYMO_CONTAINER"/*.plist "$work/floor/"
     store=$(ls "$work"/floor/*.sqlite) settings=$(ls "$work"/floor/*.plist)
     for _ in $(seq 30); do
-        echo "store $("$floor" store "$store")"
-        echo "settings $("$floor" settings "$settings")"
-        echo "dates $("$floor" dates en_US)"
-    done | sort -k1,1 -k2,2g | awk '{v[$1] = v[$1] " " $2; n[$1]++}
-        END{for (k in v) {split(substr(v[k], 2), a, " "); m[k] = a[int((n[k] + 1) / 2)]}
-            printf "  the store opened %.2f ms, the settings file written %.2f ms, a month formatter %.2f ms\n", m["store"], m["settings"], m["dates"]}'
+        "$floor" store "$store" >>"$work/floor/store.ms"
+        "$floor" settings "$settings" >>"$work/floor/settings.ms"
+        "$floor" dates en_US >>"$work/floor/dates.ms"
+    done
+    printf "  the store opened %.2f ms, the settings file written %.2f ms, a month formatter %.2f ms\n" \
+        "$(median <"$work/floor/store.ms")" "$(median <"$work/floor/settings.ms")" "$(median <"$work/floor/dates.ms")"
 fi
 
 interface=$(ip -o route get 1.1.1.1 2>/dev/null | sed -n 's/.* dev \([^ ]*\).*/\1/p')
